@@ -1,0 +1,25 @@
+# Shared by scripts/run and scripts/test: the Debian packages a build needs,
+# installed only when something is missing.
+ordalis_packages=(cmake ninja-build g++ googletest g++-mingw-w64-x86-64-posix
+  mingw-w64-tools wine64 xvfb x11-utils xdotool imagemagick)
+
+ordalis_install_missing() {
+  local missing=()
+  for p in "${ordalis_packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "Installing: ${missing[*]}"
+  local sudo=""
+  [ "$(id -u)" -ne 0 ] && sudo=sudo
+  $sudo apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# Stops what the Windows tests left running: the persistent wineserver of the
+# project's prefix and the private display.
+ordalis_stop_wine() {
+  local root="$1"
+  WINEPREFIX="$root/build/wineprefix" /usr/lib/wine/wineserver -k 2>/dev/null || true
+  pkill -f "Xvfb :77" 2>/dev/null || true
+}

@@ -1,0 +1,3 @@
+#include "app/RunFlags.h"
+
+AppState gApp;

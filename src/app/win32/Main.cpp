@@ -1,0 +1,58 @@
+// The program's entry point: one process, one main window, one message loop.
+#include <windows.h>
+#include <commctrl.h>
+#include <objbase.h>
+
+#include "app/RunFlags.h"
+#include "app/win32/SingleInstance.h"
+#include "app/win32/Startup.h"
+#include "engine/win32/Win32FileQueries.h"
+#include "items/ItemList.h"
+#include "res/ResourceIds.h"
+#include "ui/MainWindow.h"
+#include "util/SharedLock.h"
+#include "util/Text.h"
+
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+  INITCOMMONCONTROLSEX controls{sizeof controls, 0x40FF};
+  if (!InitCommonControlsEx(&controls)) return 0;
+  if (AnotherInstanceTookOver()) return 0;
+  SuppressCriticalErrorBoxes();
+  HACCEL accelerators = LoadAcceleratorsW(instance, MAKEINTRESOURCEW(IDR_ACCELERATORS));
+  SetTextCapacity(kDefaultTextCapacity);
+  CoInitialize(nullptr);
+  CreateSharedLock();
+
+  static Win32FileQueries fileQueries;
+  SetFileQueries(&fileQueries);
+
+  MainWindowSetup setup;
+  setup.startupChecks = RunStartupChecks;
+  setup.afterLayout = RunCommandLine;
+  setup.beforeDestroy = [](HWND) { RestoreErrorMode(); };
+  setup.exitCode = [] { return static_cast<int>(gApp.exitCode); };
+  HWND mainWindow = CreateMainWindow(instance, setup);
+  if (!mainWindow && !gApp.exitRequested) {
+    CoUninitialize();
+    return 0;
+  }
+
+  MSG message{};
+  int exitCode = static_cast<int>(gApp.exitCode);
+  for (;;) {
+    BOOL got = GetMessageW(&message, nullptr, 0, 0);
+    if (got == 0) {
+      exitCode = static_cast<int>(message.wParam);
+      break;
+    }
+    if (got == -1) break;
+    if (!TranslateAcceleratorW(MainWindowHandle(), accelerators, &message)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+  ClearItemList();
+  DeleteSharedLock();
+  CoUninitialize();
+  return exitCode;
+}

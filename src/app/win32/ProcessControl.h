@@ -1,0 +1,18 @@
+#pragma once
+// Process priority and powering the machine off.
+#include <cstdint>
+
+// Maps one of the five priority commands (9047..9051) to the process's
+// priority class. Returns 1 on success (the menu mark follows), 0 otherwise.
+uint32_t SetProcessPriority(uint32_t command);
+
+// Enables the shutdown privilege and powers the machine off. Returns 1 when
+// the process token cannot be opened, 2 when the privilege could not be
+// enabled, 0 after the power-off was requested.
+uint32_t ShutdownMachine();
+
+// What powering off finally calls. Tests replace it, so that nothing is ever
+// powered off by a test; the program also replaces it when the environment
+// names a log file in ORDALIS_POWEROFF_LOG (whole-program tests).
+using PowerOffCall = bool (*)(unsigned flags, unsigned long reason);
+void SetPowerOffCall(PowerOffCall call);

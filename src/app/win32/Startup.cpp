@@ -1,0 +1,142 @@
+#include "app/win32/Startup.h"
+
+#include <shellapi.h>
+
+#include <string>
+#include <vector>
+
+#include "app/CommandLine.h"
+#include "app/RunFlags.h"
+#include "app/win32/Console.h"
+#include "items/ItemList.h"
+#include "ui/CommandIds.h"
+#include "ui/HelpDialog.h"
+#include "ui/MainWindow.h"
+#include "ui/MessageBox.h"
+#include "util/ProgramFolder.h"
+
+namespace {
+
+constexpr size_t kMaxCommandLine = 2048;
+
+struct ErrorModeState {
+  bool threadMode = false;
+  UINT previous = 0;
+};
+ErrorModeState gErrorMode;
+
+using SetThreadErrorModeFn = BOOL(WINAPI*)(DWORD, DWORD*);
+
+SetThreadErrorModeFn ThreadErrorModeCall() {
+  // Present from Windows 7 on; older systems only have the process-wide mode.
+  return reinterpret_cast<SetThreadErrorModeFn>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetThreadErrorMode")));
+}
+
+[[noreturn]] void FailStartup(HWND owner, const wchar_t* text) {
+  ShowMessage(owner, text, L"Ordalis", MB_OK | MB_ICONSTOP);
+  ExitProcess(0);
+}
+
+std::vector<std::wstring> CommandLineArguments() {
+  std::wstring line = GetCommandLineW();
+  if (line.size() > kMaxCommandLine) line.resize(kMaxCommandLine);
+  line = DoubleBackslashes(line);
+  int count = 0;
+  LPWSTR* argv = CommandLineToArgvW(line.c_str(), &count);
+  std::vector<std::wstring> args;
+  if (!argv) return args;
+  for (int i = 1; i < count; ++i) args.push_back(UndoubleBackslashes(argv[i]));
+  LocalFree(argv);
+  return args;
+}
+
+}  // namespace
+
+void RequestExit(uint32_t code) {
+  gApp.exitCode = code;
+  gApp.exitRequested = true;
+  if (HWND window = MainWindowHandle()) SendMessageW(window, WM_COMMAND, kCmdExit, 0);
+}
+
+void SuppressCriticalErrorBoxes() {
+  const DWORD mode = SEM_FAILCRITICALERRORS;
+  if (SetThreadErrorModeFn setThreadErrorMode = ThreadErrorModeCall()) {
+    DWORD previous = 0;
+    if (setThreadErrorMode(mode, &previous)) {
+      gErrorMode.threadMode = true;
+      gErrorMode.previous = previous;
+      return;
+    }
+  }
+  gErrorMode.previous = SetErrorMode(mode);
+}
+
+void RestoreErrorMode() {
+  if (gErrorMode.threadMode) {
+    ThreadErrorModeCall()(gErrorMode.previous, nullptr);
+  } else {
+    SetErrorMode(gErrorMode.previous);
+  }
+}
+
+void RunStartupChecks(HWND mainWindow) {
+  // The rich-edit control is only needed by some dialogs; its absence is not fatal.
+  LoadLibraryW(L"RICHED20.DLL");
+  HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+  if (!ntdll || !GetProcAddress(ntdll, "NtFsControlFile")) {
+    FailStartup(nullptr, L"Could not find NtFsControlFile entry point in NTDLL.DLL.");
+  }
+  HMODULE fmifs = LoadLibraryW(L"fmifs.dll");
+  if (!fmifs || !GetProcAddress(fmifs, "Chkdsk")) {
+    FailStartup(nullptr, L"Could not find Chkdsk entry point in FMIFS.DLL.");
+  }
+  wchar_t programPath[MAX_PATH * 2] = {};
+  DWORD length = GetModuleFileNameW(nullptr, programPath, ARRAYSIZE(programPath));
+  std::wstring folder(programPath, length);
+  size_t slash = folder.find_last_of(L'\\');
+  if (length == 0 || length >= ARRAYSIZE(programPath) || slash == std::wstring::npos) {
+    FailStartup(GetActiveWindow(),
+                L"Ordalis could not be started because there is not enough physical memory or "
+                L"system resources available.");
+  }
+  gProgramFolder = folder.substr(0, slash);
+}
+
+void RunCommandLine(HWND mainWindow) {
+  std::vector<std::wstring> args = CommandLineArguments();
+  CommandLineChoices choices;
+  gApp.runFlags |= ParseOptions(args, choices);
+
+  if (gApp.runFlags & kRunHelp) {
+    ShowHelpDialog(mainWindow);
+    RequestExit(0);
+    return;
+  }
+  gApp.runFlags = ApplyOptionInteractions(gApp.runFlags);
+  if (gApp.runFlags & kRunNoGui) {
+    gItemSettings.suppressMessages = true;
+    ConsoleWriteText(ConsoleBanner());
+  }
+
+  CommandLineHooks hooks;
+  hooks.console = ConsoleWriteText;
+  hooks.showMessage = [mainWindow](const std::wstring& text) {
+    ShowMessage(mainWindow, text, L"Ordalis", MB_OK | MB_ICONEXCLAMATION);
+  };
+  hooks.afterPath = RefreshItemList;
+  hooks.addItem = [](bool isFolder, const std::wstring& path) { return AddItem(isFolder, path); };
+  bool pathGiven = AddPathArguments(args, gApp.runFlags, hooks);
+
+  if (pathGiven && ItemCount() == 0) {
+    gApp.runFlags &= ~(kRunAnalyze | kRunDefrag);
+    RequestExit(5);
+    return;
+  }
+  if (!(gApp.runFlags & kRunNoGui)) {
+    if (gApp.runFlags & kRunOnTop) {
+      SetWindowPos(mainWindow, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    }
+    ShowMainWindow(false);
+  }
+}

@@ -1,0 +1,19 @@
+#pragma once
+#include <windows.h>
+
+#include <cstdint>
+
+// Stores the exit code and sends the main window the Exit command; the
+// message loop ends with that code once the window is gone.
+void RequestExit(uint32_t code);
+
+// Suppresses the platform's critical-error boxes; RestoreErrorMode undoes it.
+void SuppressCriticalErrorBoxes();
+void RestoreErrorMode();
+
+// The checks that the platform offers what the engine needs. A failing check
+// shows its message and ends the process with code 0.
+void RunStartupChecks(HWND mainWindow);
+
+// The command line, once the main window exists.
+void RunCommandLine(HWND mainWindow);

@@ -1,0 +1,110 @@
+#include "engine/win32/Win32FileQueries.h"
+
+#include <windows.h>
+
+#include <vector>
+
+namespace {
+
+// The error of the last failed query, kept apart from the thread's own last
+// error so that calls made in between (drawing, messages) cannot change it.
+thread_local uint32_t tLastError = 0;
+
+uint32_t Fail() {
+  tLastError = GetLastError();
+  return tLastError;
+}
+
+uint64_t Ticks(const FILETIME& time) {
+  return (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+class FindHandle {
+ public:
+  explicit FindHandle(HANDLE handle) : handle_(handle) {}
+  ~FindHandle() {
+    if (handle_ != INVALID_HANDLE_VALUE) FindClose(handle_);
+  }
+  FindHandle(const FindHandle&) = delete;
+  FindHandle& operator=(const FindHandle&) = delete;
+  HANDLE get() const { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
+}  // namespace
+
+uint32_t Win32FileQueries::FindEntries(const std::wstring& pattern,
+                                       const std::function<bool(const DirEntry&)>& visit) {
+  WIN32_FIND_DATAW data{};
+  FindHandle find(FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &data, FindExSearchNameMatch,
+                                   nullptr, FIND_FIRST_EX_LARGE_FETCH));
+  if (find.get() == INVALID_HANDLE_VALUE) return Fail();
+  do {
+    DirEntry entry;
+    entry.name = data.cFileName;
+    entry.attributes = data.dwFileAttributes;
+    entry.size = (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    entry.creationTime = Ticks(data.ftCreationTime);
+    entry.lastAccessTime = Ticks(data.ftLastAccessTime);
+    entry.lastWriteTime = Ticks(data.ftLastWriteTime);
+    if (!visit(entry)) break;
+  } while (FindNextFileW(find.get(), &data));
+  return 0;
+}
+
+uint32_t Win32FileQueries::GetAttributes(const std::wstring& path) {
+  DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) Fail();
+  return attributes;
+}
+
+uint64_t Win32FileQueries::GetCompressedSize(const std::wstring& path) {
+  DWORD high = 0;
+  SetLastError(NO_ERROR);
+  DWORD low = GetCompressedFileSizeW(path.c_str(), &high);
+  if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
+    Fail();
+    return kInvalidSize;
+  }
+  return (static_cast<uint64_t>(high) << 32) | low;
+}
+
+uint32_t Win32FileQueries::BytesPerCluster(const std::wstring& root) {
+  DWORD sectorsPerCluster = 0, bytesPerSector = 0, freeClusters = 0, totalClusters = 0;
+  if (!GetDiskFreeSpaceW(root.c_str(), &sectorsPerCluster, &bytesPerSector, &freeClusters,
+                         &totalClusters)) {
+    Fail();
+    return 0;
+  }
+  return sectorsPerCluster * bytesPerSector;
+}
+
+DriveKind Win32FileQueries::GetDriveKind(const std::wstring& root) {
+  return static_cast<DriveKind>(GetDriveTypeW(root.c_str()));
+}
+
+std::wstring Win32FileQueries::FullPath(const std::wstring& path, size_t maxCount) {
+  std::vector<wchar_t> buffer(maxCount + 1);
+  DWORD count = GetFullPathNameW(path.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(),
+                                 nullptr);
+  if (count == 0) {
+    Fail();
+    return {};
+  }
+  if (count >= buffer.size()) return {};
+  return std::wstring(buffer.data(), count);
+}
+
+std::wstring Win32FileQueries::ErrorText(uint32_t error) {
+  wchar_t* text = nullptr;
+  DWORD count = FormatMessageW(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+      nullptr, error, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+  std::wstring result = count ? std::wstring(text, count) : std::wstring();
+  if (text) LocalFree(text);
+  return result;
+}
+
+uint32_t Win32FileQueries::LastError() { return tLastError; }

@@ -1,0 +1,9 @@
+#pragma once
+// The folder of the program file, without a trailing backslash. The settings
+// file, the filter files and the language folder lie in it.
+#include <string>
+
+extern std::wstring gProgramFolder;
+
+// Joins a folder and a name with exactly one backslash.
+std::wstring JoinPath(const std::wstring& folder, const std::wstring& name);
