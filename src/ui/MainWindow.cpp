@@ -173,3 +173,9 @@ void RefreshItemList() {
                           LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
   InvalidateRect(gMain.list, nullptr, FALSE);
 }
+
+void SetFullRowSelect(bool fullRow) {
+  if (!gMain.list) return;
+  ListView_SetExtendedListViewStyleEx(gMain.list, LVS_EX_FULLROWSELECT,
+                                      fullRow ? LVS_EX_FULLROWSELECT : 0);
+}

@@ -29,3 +29,6 @@ void ShowMainWindow(bool maximized);
 // Makes the list view show the item list again after items were added or
 // removed, and re-sorts it on the current sort column.
 void RefreshItemList();
+
+// Selection and highlighting of whole rows in the lists.
+void SetFullRowSelect(bool fullRow);

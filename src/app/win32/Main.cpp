@@ -28,8 +28,14 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
 
   MainWindowSetup setup;
   setup.startupChecks = RunStartupChecks;
+  // Between the window's layout and the command line come, in this order, the
+  // settings file, the exclude and include lists and the language.
   setup.afterLayout = RunCommandLine;
-  setup.beforeDestroy = [](HWND) { RestoreErrorMode(); };
+  setup.beforeDestroy = [](HWND window) {
+    RestoreErrorMode();
+    // An unattended run leaves no trace on the screen while it ends.
+    if (gApp.runFlags & kRunNoGui) SetWindowPos(window, nullptr, -100, -100, 1, 1, SWP_NOZORDER);
+  };
   setup.exitCode = [] { return static_cast<int>(gApp.exitCode); };
   HWND mainWindow = CreateMainWindow(instance, setup);
   if (!mainWindow && !gApp.exitRequested) {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "ui/CommandIds.h"
+#include "ui/MainWindow.h"
 
 namespace {
 
@@ -55,6 +56,9 @@ uint32_t SetProcessPriority(uint32_t command) {
     default: return 0;
   }
   if (!SetPriorityClass(GetCurrentProcess(), priorityClass)) return 0;
+  if (HMENU menu = GetMenu(MainWindowHandle())) {
+    CheckMenuRadioItem(menu, kCmdPriorityHigh, kCmdPriorityIdle, command, MF_BYCOMMAND);
+  }
   return 1;
 }
 

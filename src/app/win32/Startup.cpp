@@ -114,6 +114,7 @@ void RunCommandLine(HWND mainWindow) {
     return;
   }
   gApp.runFlags = ApplyOptionInteractions(gApp.runFlags);
+  if (gApp.runFlags & kRunFullRow) SetFullRowSelect(true);
   if (gApp.runFlags & kRunNoGui) {
     gItemSettings.suppressMessages = true;
     ConsoleWriteText(ConsoleBanner());

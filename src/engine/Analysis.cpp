@@ -1,0 +1,145 @@
+#include "engine/Analysis.h"
+
+#include <cstdlib>
+#include <cstring>
+
+ExtentList gExtentList;
+
+namespace {
+void* AllocateNode(size_t length) { return std::malloc(length); }
+void ReleaseNode(void* node) { std::free(node); }
+}  // namespace
+
+ExtentAllocator gExtentAllocator{AllocateNode, ReleaseNode};
+
+void ResetExtentAllocator() { gExtentAllocator = {AllocateNode, ReleaseNode}; }
+
+bool ExtentList::Append(int64_t vcn, int64_t lcn, uint64_t clusterCount) {
+  void* memory = gExtentAllocator.allocate(sizeof(Extent));
+  if (memory == nullptr) {
+    return false;
+  }
+  Extent* node = new (memory) Extent{vcn, lcn, clusterCount, nullptr};
+  Extent** link = &head_;
+  while (*link != nullptr) {
+    link = &(*link)->next;
+  }
+  *link = node;
+  ++count_;
+  return true;
+}
+
+void ExtentList::Clear() {
+  Extent* node = head_;
+  while (node != nullptr) {
+    Extent* next = node->next;
+    node->~Extent();
+    gExtentAllocator.release(node);
+    node = next;
+  }
+  head_ = nullptr;
+  count_ = 0;
+}
+
+namespace {
+
+enum class ReadEnd {
+  Normal,         // the file system ended the reading (also by refusing a read)
+  ChunkBound,     // the counting form met its chunk bound
+  PendingFailed,  // a pending read finished with an error; outcome holds its text
+};
+
+// The loop both forms share. `extents` is null for the counting form.
+ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents) {
+  int64_t startingVcn = 0;
+  int64_t previousLcn = 0;
+  uint64_t previousLength = 0;
+  uint64_t accumulated = 0;
+  int chunksLeft = kMaxCountedChunks;
+  NtStatus status;
+  do {
+    IoStatusBlock block{};
+    status = Va().GetRetrievalPointers(file, block, &startingVcn, sizeof startingVcn,
+                                       gSharedBuffer.bytes, kSharedBufferLength);
+    if (status != kStatusSuccess && status != kStatusBufferOverflow && status != kStatusPending) {
+      // Also how a file without clusters answers: resident, empty.
+      return ReadEnd::Normal;
+    }
+    if (status == kStatusPending) {
+      Va().Wait(file);
+      if (block.status != kStatusSuccess && block.status != kStatusBufferOverflow) {
+        result.outcome = FailureText(uint32_t(block.status));
+        return ReadEnd::PendingFailed;
+      }
+    }
+    if (extents == nullptr && --chunksLeft == 0) {
+      return ReadEnd::ChunkBound;
+    }
+    RetrievalPointersHeader header;
+    std::memcpy(&header, gSharedBuffer.bytes, sizeof header);
+    int64_t previousVcn = header.startingVcn;
+    const uint8_t* run = gSharedBuffer.bytes + sizeof header;
+    uint32_t runCount = header.extentCount;
+    const uint32_t maxRuns = (kSharedBufferLength - sizeof header) / sizeof(RetrievalExtent);
+    if (runCount > maxRuns) runCount = maxRuns;
+    for (uint32_t i = 0; i < runCount; ++i, run += sizeof(RetrievalExtent)) {
+      RetrievalExtent extent;
+      std::memcpy(&extent, run, sizeof extent);
+      if (extent.lcn != -1) {
+        uint64_t length = uint64_t(extent.nextVcn - previousVcn);
+        result.clusters += length;
+        accumulated += length;
+        // Compared with where the previous run ended: a run that continues it
+        // physically, even across a hole or a chunk boundary, is the same
+        // fragment; before any run that is cluster 0.
+        if (extent.lcn != previousLcn + int64_t(previousLength)) {
+          ++result.fragments;
+          if (extents != nullptr) {
+            // The accumulator carries continuing runs into the next fragment's
+            // node; a failed append shows as a count mismatch afterwards.
+            extents->Append(previousVcn, extent.lcn, accumulated);
+            accumulated = 0;
+          }
+        }
+        previousLcn = extent.lcn;
+        previousLength = length;
+      }
+      previousVcn = extent.nextVcn;
+    }
+    startingVcn = previousVcn;
+  } while (status != kStatusSuccess);
+  return ReadEnd::Normal;
+}
+
+}  // namespace
+
+int AnalyseFile(const std::wstring& path, FileAnalysis& result) {
+  result = FileAnalysis{};
+  FsHandle file = Va().OpenFileForMoving(path);
+  if (file == kInvalidHandle) {
+    file = Va().OpenFileBackupSemantics(path);
+    if (file == kInvalidHandle) {
+      result.outcome = FailureText(Va().LastError());
+      return 0;
+    }
+  }
+  if (ReadRuns(file, result, nullptr) == ReadEnd::PendingFailed) {
+    // Returns with the file still open: the read may still be using it.
+    return 0;
+  }
+  Va().Close(file);
+  return 1;
+}
+
+bool BuildExtentList(FsHandle file, FileAnalysis& result) {
+  result = FileAnalysis{};
+  gExtentList.Clear();
+  if (ReadRuns(file, result, &gExtentList) == ReadEnd::PendingFailed) {
+    return false;
+  }
+  if (result.fragments != gExtentList.Count()) {
+    result.outcome = kOutcomeNoResources;
+    return false;
+  }
+  return true;
+}

@@ -1,0 +1,64 @@
+#pragma once
+// Relocation of one file: its fragments are read into the extent list, one
+// free run long enough for all of its clusters is found, and a move thread
+// moves the fragments there one after another, in file order, while the
+// calling thread keeps the window alive.
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include "engine/Analysis.h"
+#include "engine/VolumeAccess.h"
+
+// Outcome codes of a relocation; an empty code means the file was moved, any
+// other text is a system text.
+constexpr const wchar_t* kMoveAlreadyContiguous = L"AC";
+constexpr const wchar_t* kMoveNoFreeRun = L"NF";
+constexpr const wchar_t* kMoveNoFreeRunOld = L"PD";  // read like "NF", never produced
+constexpr const wchar_t* kMoveStopped = L"ST";
+
+// EngineFlags bits.
+constexpr uint32_t kStopRequested = 0x1;
+constexpr uint32_t kSmartStrategy = 0x2;
+constexpr uint32_t kEngineDisplayOption = 0x4;
+
+// DoneFlags slots.
+constexpr int kDoneFolderWorker = 0;
+constexpr int kDoneMoveThread = 1;
+
+// What the move thread is handed.
+struct MoveJob {
+  int64_t targetLcn = -1;
+  FsHandle file = 0;
+  FsHandle volume = 0;
+  // Written by the move thread; taken over as the file's outcome once the
+  // thread has set its done flag.
+  std::wstring threadCode;
+};
+
+struct EngineState {
+  std::wstring moveResultCode;
+  MoveJob moveJob;
+  // Read and written across threads without a lock: words, set before a
+  // worker starts and by the worker as its last act.
+  std::atomic<uint32_t> doneFlags[2] = {1, 1};
+  std::atomic<uint32_t> flags{0};
+};
+extern EngineState gEngine;
+
+// Back to the state of a fresh process, for tests: flags, codes, the extent
+// list and the cached volume (after any move thread has finished).
+void ResetEngineState();
+
+// Blocks until no move thread is running any more.
+void WaitForMoveThread();
+
+// Relocates the file at `path` (opened as given); the outcome is
+// gEngine.moveResultCode. When `counts` is given it receives the fragments
+// and clusters of the list-building analysis.
+void DefragmentFile(const std::wstring& path, FileAnalysis* counts);
+
+// The move thread: moves the extents of gExtentList, in list order, to
+// consecutive clusters from the job's target; stops between two extents when
+// a stop was requested. Closes the file handle and sets DoneFlags slot 1.
+void MoveThread(void* job);

@@ -1,0 +1,446 @@
+// The text form of a simulated volume: what tests, demonstrations and outside
+// checks write to build a volume, and what the simulating variant of the
+// program writes back as the volume's end state.
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+#include "engine/sim/SimVolume.h"
+
+std::wstring WideFromUtf8(const std::string& text) {
+  std::wstring out;
+  for (size_t i = 0; i < text.size();) {
+    const unsigned char lead = static_cast<unsigned char>(text[i]);
+    uint32_t code = 0xFFFD;
+    size_t length = 1;
+    if (lead < 0x80) {
+      code = lead;
+    } else if ((lead >> 5) == 6) {
+      length = 2;
+      code = lead & 0x1F;
+    } else if ((lead >> 4) == 14) {
+      length = 3;
+      code = lead & 0x0F;
+    } else if ((lead >> 3) == 30) {
+      length = 4;
+      code = lead & 0x07;
+    }
+    if (length > 1) {
+      if (i + length > text.size()) {
+        code = 0xFFFD;
+        length = text.size() - i;
+      } else {
+        for (size_t k = 1; k < length; ++k) code = (code << 6) | (text[i + k] & 0x3F);
+      }
+    }
+    i += length;
+    if constexpr (sizeof(wchar_t) == 2) {
+      if (code >= 0x10000) {
+        code -= 0x10000;
+        out += wchar_t(0xD800 + (code >> 10));
+        out += wchar_t(0xDC00 + (code & 0x3FF));
+        continue;
+      }
+    }
+    out += wchar_t(code);
+  }
+  return out;
+}
+
+std::string Utf8FromWide(const std::wstring& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    uint32_t code = uint32_t(text[i]);
+    if (sizeof(wchar_t) == 2 && code >= 0xD800 && code < 0xDC00 && i + 1 < text.size()) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (uint32_t(text[++i]) - 0xDC00);
+    }
+    if (code < 0x80) {
+      out += char(code);
+    } else if (code < 0x800) {
+      out += char(0xC0 | (code >> 6));
+      out += char(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+      out += char(0xE0 | (code >> 12));
+      out += char(0x80 | ((code >> 6) & 0x3F));
+      out += char(0x80 | (code & 0x3F));
+    } else {
+      out += char(0xF0 | (code >> 18));
+      out += char(0x80 | ((code >> 12) & 0x3F));
+      out += char(0x80 | ((code >> 6) & 0x3F));
+      out += char(0x80 | (code & 0x3F));
+    }
+  }
+  return out;
+}
+
+namespace {
+
+struct Token {
+  std::string text;
+  bool quoted = false;
+};
+
+// Splits a line into words and quoted strings; ";" outside quotes ends it.
+bool Tokenize(const std::string& line, std::vector<Token>& tokens, std::string& error) {
+  size_t i = 0;
+  while (i < line.size()) {
+    const char c = line[i];
+    if (c == ';') break;
+    if (c == ' ' || c == '\t' || c == '\r') {
+      ++i;
+      continue;
+    }
+    if (c == '"') {
+      const size_t close = line.find('"', i + 1);
+      if (close == std::string::npos) {
+        error = "unterminated quoted path";
+        return false;
+      }
+      tokens.push_back({line.substr(i + 1, close - i - 1), true});
+      i = close + 1;
+      continue;
+    }
+    size_t end = i;
+    while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\r' &&
+           line[end] != ';') {
+      ++end;
+    }
+    tokens.push_back({line.substr(i, end - i), false});
+    i = end;
+  }
+  return true;
+}
+
+bool ParseNumber(const std::string& text, uint64_t& value) {
+  if (text.empty()) return false;
+  char* end = nullptr;
+  const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  value = std::strtoull(text.c_str(), &end, hex ? 16 : 10);
+  return end != nullptr && *end == 0 && text[0] != '-';
+}
+
+bool ParseSwitch(const std::string& text, bool& value) {
+  if (text == "on") {
+    value = true;
+    return true;
+  }
+  if (text == "off") {
+    value = false;
+    return true;
+  }
+  return false;
+}
+
+bool SplitKey(const std::string& token, std::string& key, std::string& value) {
+  const size_t equals = token.find('=');
+  if (equals == std::string::npos) {
+    key = token;
+    value.clear();
+    return false;
+  }
+  key = token.substr(0, equals);
+  value = token.substr(equals + 1);
+  return true;
+}
+
+bool ParseRuns(const std::string& text, std::vector<SimRun>& runs) {
+  std::stringstream stream(text);
+  std::string item;
+  while (std::getline(stream, item, ',')) {
+    const size_t colon = item.find(':');
+    if (colon == std::string::npos) return false;
+    SimRun run;
+    uint64_t value;
+    if (item.substr(0, colon) == "*") {
+      run.lcn = -1;
+    } else if (ParseNumber(item.substr(0, colon), value)) {
+      run.lcn = int64_t(value);
+    } else {
+      return false;
+    }
+    if (!ParseNumber(item.substr(colon + 1), run.count) || run.count == 0) return false;
+    runs.push_back(run);
+  }
+  return !runs.empty();
+}
+
+bool ParseControl(const std::string& text, SimControl& control) {
+  static const struct {
+    const char* name;
+    SimControl control;
+  } kNames[] = {{"move", SimControl::Move},
+                {"pointers", SimControl::Pointers},
+                {"bitmap", SimControl::Bitmap},
+                {"open", SimControl::Open},
+                {"volume", SimControl::Volume}};
+  for (const auto& entry : kNames) {
+    if (text == entry.name) {
+      control = entry.control;
+      return true;
+    }
+  }
+  return false;
+}
+
+const char* ControlName(SimControl control) {
+  switch (control) {
+    case SimControl::Move: return "move";
+    case SimControl::Pointers: return "pointers";
+    case SimControl::Bitmap: return "bitmap";
+    case SimControl::Open: return "open";
+    case SimControl::Volume: return "volume";
+  }
+  return "move";
+}
+
+bool ParseVolume(const std::vector<Token>& tokens, SimSettings& settings, std::string& error) {
+  for (size_t i = 1; i < tokens.size(); ++i) {
+    std::string key, value;
+    uint64_t number = 0;
+    if (tokens[i].quoted || !SplitKey(tokens[i].text, key, value)) {
+      error = "expected key=value, found " + tokens[i].text;
+      return false;
+    }
+    bool ok = true;
+    if (key == "letter") {
+      ok = value.size() == 1 && std::isalpha(static_cast<unsigned char>(value[0]));
+      settings.letter = wchar_t(std::toupper(static_cast<unsigned char>(value[0])));
+    } else if (key == "clusters") {
+      ok = ParseNumber(value, settings.clusters);
+    } else if (key == "clusterSize") {
+      ok = ParseNumber(value, number) && number > 0 && number <= 0x10000000;
+      settings.clusterSize = uint32_t(number);
+    } else if (key == "bitmapAlign") {
+      ok = ParseNumber(value, number) && number > 0 && number <= 0x100000;
+      settings.bitmapAlign = uint32_t(number);
+    } else if (key == "inUseStatus") {
+      ok = ParseNumber(value, number) && number <= 0xFFFFFFFF;
+      settings.inUseStatus = NtStatus(uint32_t(number));
+    } else if (key == "moveChunk") {
+      ok = ParseNumber(value, number) && number > 0 && number <= 0x10000000;
+      settings.moveChunk = uint32_t(number);
+    } else if (key == "checkpoint") {
+      ok = ParseSwitch(value, settings.checkpoint);
+    } else if (key == "partialMoves") {
+      ok = ParseSwitch(value, settings.partialMoves);
+    } else if (key == "pending") {
+      ok = ParseSwitch(value, settings.pending);
+    } else {
+      error = "unknown volume setting " + key;
+      return false;
+    }
+    if (!ok) {
+      error = "bad value for " + key + ": " + value;
+      return false;
+    }
+  }
+  return true;
+}
+
+bool ParseFile(const std::vector<Token>& tokens, SimFile& file, std::string& error) {
+  if (tokens.size() < 2 || !tokens[1].quoted) {
+    error = "file needs a quoted path";
+    return false;
+  }
+  file.path = WideFromUtf8(tokens[1].text);
+  bool sized = false, shaped = false;
+  for (size_t i = 2; i < tokens.size(); ++i) {
+    std::string key, value;
+    const bool hasValue = SplitKey(tokens[i].text, key, value);
+    bool ok = true;
+    if (key == "size" && hasValue) {
+      ok = sized = ParseNumber(value, file.size);
+    } else if (key == "runs" && hasValue) {
+      ok = shaped = ParseRuns(value, file.runs);
+    } else if (key == "unmovable" && hasValue) {
+      ok = ParseNumber(value, file.unmovable);
+    } else if (key == "resident" && !hasValue) {
+      file.resident = shaped = true;
+    } else if (key == "compressed" && !hasValue) {
+      file.compressed = true;
+    } else if (key == "directory" && !hasValue) {
+      file.directory = true;
+    } else {
+      error = "unknown file attribute " + tokens[i].text;
+      return false;
+    }
+    if (!ok) {
+      error = "bad value in " + tokens[i].text;
+      return false;
+    }
+  }
+  if (!sized) {
+    error = "file needs size=";
+    return false;
+  }
+  // An empty file has neither runs nor resident data.
+  if (!shaped && file.size != 0) {
+    error = "file needs runs= or resident";
+    return false;
+  }
+  return true;
+}
+
+bool ParseFault(const std::vector<Token>& tokens, SimFault& fault, std::string& error) {
+  if (tokens.size() < 2 || !tokens[1].quoted) {
+    error = "fault needs a quoted path";
+    return false;
+  }
+  fault.path = WideFromUtf8(tokens[1].text);
+  bool hasControl = false;
+  for (size_t i = 2; i < tokens.size(); ++i) {
+    std::string key, value;
+    const bool hasValue = SplitKey(tokens[i].text, key, value);
+    uint64_t number = 0;
+    bool ok = true;
+    if (key == "control" && hasValue) {
+      ok = hasControl = ParseControl(value, fault.control);
+    } else if (key == "call" && hasValue) {
+      ok = ParseNumber(value, number) && number > 0 && number <= 0xFFFFFFFF;
+      fault.call = uint32_t(number);
+    } else if (key == "status" && hasValue) {
+      ok = ParseNumber(value, number) && number <= 0xFFFFFFFF;
+      fault.status = NtStatus(uint32_t(number));
+    } else if (key == "partial" && hasValue) {
+      ok = ParseNumber(value, fault.partial) && fault.partial > 0;
+    } else if (key == "pending" && !hasValue) {
+      fault.pending = true;
+    } else {
+      error = "unknown fault attribute " + tokens[i].text;
+      return false;
+    }
+    if (!ok) {
+      error = "bad value in " + tokens[i].text;
+      return false;
+    }
+  }
+  if (!hasControl) {
+    error = "fault needs control=";
+    return false;
+  }
+  if (fault.partial != 0 && fault.control != SimControl::Move) {
+    error = "partial= applies to control=move only";
+    return false;
+  }
+  if (!fault.pending && fault.partial == 0 && fault.status == kStatusSuccess) {
+    error = "fault needs status=, pending or partial=";
+    return false;
+  }
+  return true;
+}
+
+bool ParseRange(const std::vector<Token>& tokens, int64_t& lcn, uint64_t& count, std::string& error) {
+  uint64_t start = 0;
+  if (tokens.size() != 3 || !ParseNumber(tokens[1].text, start) || !ParseNumber(tokens[2].text, count)) {
+    error = tokens[0].text + " needs LCN COUNT";
+    return false;
+  }
+  lcn = int64_t(start);
+  return true;
+}
+
+std::string RunsText(const std::vector<SimRun>& runs) {
+  std::string text;
+  for (const SimRun& run : runs) {
+    if (!text.empty()) text += ',';
+    text += run.lcn == -1 ? std::string("*") : std::to_string(run.lcn);
+    text += ':' + std::to_string(run.count);
+  }
+  return text;
+}
+
+std::string StatusText(NtStatus status) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "0x%08X", uint32_t(status));
+  return buffer;
+}
+
+}  // namespace
+
+bool ParseSimDescription(const std::string& text, SimVolume& volume, std::string& error) {
+  std::stringstream stream(text);
+  std::string line;
+  int number = 0;
+  bool created = false;
+  auto fail = [&](const std::string& reason) {
+    error = "line " + std::to_string(number) + ": " + reason;
+    return false;
+  };
+  while (std::getline(stream, line)) {
+    ++number;
+    if (number == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
+    std::vector<Token> tokens;
+    std::string reason;
+    if (!Tokenize(line, tokens, reason)) return fail(reason);
+    if (tokens.empty()) continue;
+    const std::string& verb = tokens[0].text;
+    if (verb == "volume") {
+      if (created) return fail("a second volume statement");
+      SimSettings settings;
+      if (!ParseVolume(tokens, settings, reason) || !volume.Create(settings, reason)) {
+        return fail(reason);
+      }
+      created = true;
+      continue;
+    }
+    if (!created) return fail("the volume statement must come first");
+    if (verb == "reserve" || verb == "held") {
+      int64_t lcn;
+      uint64_t count;
+      if (!ParseRange(tokens, lcn, count, reason)) return fail(reason);
+      const bool ok = verb == "reserve" ? volume.Reserve(lcn, count, reason)
+                                        : volume.Hold(lcn, count, reason);
+      if (!ok) return fail(reason);
+    } else if (verb == "file") {
+      SimFile file;
+      if (!ParseFile(tokens, file, reason) || !volume.AddFile(file, reason)) return fail(reason);
+    } else if (verb == "fault") {
+      SimFault fault;
+      if (!ParseFault(tokens, fault, reason)) return fail(reason);
+      volume.AddFault(fault);
+    } else {
+      return fail("unknown statement " + verb);
+    }
+  }
+  if (!created) {
+    error = "no volume statement";
+    return false;
+  }
+  return true;
+}
+
+std::string WriteSimDescription(const SimVolume& volume) {
+  const SimSettings& s = volume.Settings();
+  auto onOff = [](bool value) { return value ? "on" : "off"; };
+  std::string out = "volume letter=" + Utf8FromWide(std::wstring(1, s.letter)) +
+                    " clusters=" + std::to_string(s.clusters) +
+                    " clusterSize=" + std::to_string(s.clusterSize) +
+                    " bitmapAlign=" + std::to_string(s.bitmapAlign) +
+                    " inUseStatus=" + StatusText(s.inUseStatus) + " checkpoint=" + onOff(s.checkpoint) +
+                    " partialMoves=" + onOff(s.partialMoves) + " pending=" + onOff(s.pending) +
+                    " moveChunk=" + std::to_string(s.moveChunk) + "\n";
+  for (const SimRun& run : volume.Reserved()) {
+    out += "reserve " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
+  }
+  for (const SimRun& run : volume.Held()) {
+    out += "held " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
+  }
+  for (const SimFile& file : volume.Files()) {
+    out += "file \"" + Utf8FromWide(file.path) + "\" size=" + std::to_string(file.size);
+    if (file.resident) out += " resident";
+    if (!file.runs.empty()) out += " runs=" + RunsText(file.runs);
+    if (file.compressed) out += " compressed";
+    if (file.directory) out += " directory";
+    if (file.unmovable != 0) out += " unmovable=" + std::to_string(file.unmovable);
+    out += "\n";
+  }
+  for (const SimFault& fault : volume.Faults()) {
+    out += "fault \"" + Utf8FromWide(fault.path) + "\" control=" + ControlName(fault.control);
+    if (fault.call != 0) out += " call=" + std::to_string(fault.call);
+    if (fault.pending) out += " pending";
+    if (fault.status != kStatusSuccess) out += " status=" + StatusText(fault.status);
+    if (fault.partial != 0) out += " partial=" + std::to_string(fault.partial);
+    out += "\n";
+  }
+  return out;
+}

@@ -1,0 +1,82 @@
+#include "items/ItemCells.h"
+
+#include "util/Numbers.h"
+#include "util/PathText.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+ItemCellSettings gItemCellSettings;
+
+namespace {
+
+bool IsFolder(const ItemRecord& record) { return (record.flags & ItemFlags::kFolder) != 0; }
+
+std::wstring CountText(int64_t count) {
+  if (count == 0) return std::wstring();
+  if (count == kCountNoClusters) return L"0";
+  if (count == -1 || count == -2) return L"-";
+  return gItemCellSettings.numbers.groupDigits(count);
+}
+
+// Negative markers sort as 0.
+int64_t CountKey(int64_t count) { return count < 0 ? 0 : count; }
+
+}  // namespace
+
+NumberFormatHooks PortableNumberFormatHooks() {
+  NumberFormatHooks hooks;
+  hooks.kbSize = [](uint64_t bytes) { return FormatKBSizeFixed(bytes); };
+  hooks.groupDigits = [](int64_t value) { return GroupDigits(value); };
+  hooks.percent = [](uint32_t hundredths) { return FormatHundredths(hundredths) + L" %"; };
+  return hooks;
+}
+
+#ifndef _WIN32
+NumberFormatHooks PlatformNumberFormatHooks() { return PortableNumberFormatHooks(); }
+#endif
+
+std::wstring ItemCellText(const ItemRecord& record, ItemColumn column) {
+  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+  switch (column) {
+    case ItemColumn::Name: return std::wstring(DisplayPath(record.path));
+    case ItemColumn::State: return ItemStateText(record.state, record.flags);
+    case ItemColumn::Size:
+      return IsFolder(record) ? std::wstring() : numbers.kbSize(record.size);
+    case ItemColumn::SizeOnDisk:
+      return IsFolder(record) ? std::wstring() : numbers.kbSize(record.sizeOnDisk);
+    case ItemColumn::Fragments: return CountText(record.fragments);
+    case ItemColumn::Clusters: return CountText(record.clusters);
+    case ItemColumn::Type:
+      if ((record.flags & ItemFlags::kDriveRoot) != 0) return Text(kStrRootFolder, L"Cartella principale");
+      return record.typeName;
+    case ItemColumn::PercentOnDisk:
+      return IsFolder(record) ? std::wstring() : numbers.percent(record.percentOnDisk);
+    case ItemColumn::Modified: return record.modifiedText;
+    case ItemColumn::Attributes: return record.attributes;
+  }
+  return std::wstring();
+}
+
+std::wstring ItemSortKey(const ItemRecord& record, ItemColumn column) {
+  std::wstring key(IsFolder(record) ? L"D" : L"F");
+  switch (column) {
+    case ItemColumn::Name: break;
+    case ItemColumn::State: key += ZeroPadded(static_cast<int32_t>(record.state), 8); break;
+    case ItemColumn::Size: key += ZeroPadded(static_cast<int64_t>(record.size), 16); break;
+    case ItemColumn::SizeOnDisk: key += ZeroPadded(static_cast<int64_t>(record.sizeOnDisk), 16); break;
+    case ItemColumn::Fragments: key += ZeroPadded(CountKey(record.fragments), 16); break;
+    case ItemColumn::Clusters: key += ZeroPadded(CountKey(record.clusters), 16); break;
+    case ItemColumn::Type: key += record.typeName; break;
+    case ItemColumn::PercentOnDisk: key += ZeroPadded(static_cast<int32_t>(record.percentOnDisk), 16); break;
+    case ItemColumn::Modified: key += record.modifiedKey; break;
+    case ItemColumn::Attributes: key += record.attributes; break;
+  }
+  key += DisplayPath(record.path);
+  return key;
+}
+
+void BuildSortKeys(ItemColumn column) {
+  for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
+    node->record.sortKey = ItemSortKey(node->record, column);
+  }
+}

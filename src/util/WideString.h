@@ -1,0 +1,51 @@
+#pragma once
+// Wide-string helpers shared by every layer.
+//
+// Case-insensitive comparison: names and paths are compared by upper-casing
+// each UTF-16 code unit with the program's own fixed table (ASCII, Latin-1,
+// Latin Extended-A, Greek and Cyrillic) and comparing the resulting units as
+// unsigned numbers. The table does not depend on the C library's locale, so
+// the same two strings compare the same way on Windows and in the native
+// build; it is an ordinal comparison like the file system's own, not a
+// linguistic one. Surrogates and code units outside the table compare as they
+// are.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <initializer_list>
+#include <string_view>
+
+// The upper-case form of one code unit (see above).
+wchar_t UpperCaseUnitBeyondAscii(wchar_t unit);
+inline wchar_t UpperCaseUnit(wchar_t unit) {
+  if (static_cast<uint32_t>(unit) < 0x80) {
+    return (unit >= L'a' && unit <= L'z') ? static_cast<wchar_t>(unit - 0x20) : unit;
+  }
+  return UpperCaseUnitBeyondAscii(unit);
+}
+std::wstring UpperCase(std::wstring_view text);
+
+// <0, 0 or >0, case-insensitive (see above).
+int CompareNoCase(std::wstring_view a, std::wstring_view b);
+bool EqualNoCase(std::wstring_view a, std::wstring_view b);
+// A hash of the upper-cased text: equal under EqualNoCase gives equal hashes.
+size_t HashNoCase(std::wstring_view text);
+
+struct NoCaseHash {
+  using is_transparent = void;
+  size_t operator()(std::wstring_view text) const { return HashNoCase(text); }
+};
+struct NoCaseEqual {
+  using is_transparent = void;
+  bool operator()(std::wstring_view a, std::wstring_view b) const { return EqualNoCase(a, b); }
+};
+
+// Replaces each "%s" of format with the next argument in turn and "%%" with
+// "%". Texts from language files carry their own "%s", so they are filled
+// without the C library's printf, whose "%s" means different things in wide
+// formats on different runtimes.
+std::wstring FormatWithStrings(std::wstring_view format, std::initializer_list<std::wstring_view> args);
+
+// UTF-8 from wide text (UTF-16 on Windows, UTF-32 elsewhere; an unpaired
+// surrogate becomes U+FFFD).
+std::string WideToUtf8(std::wstring_view text);
