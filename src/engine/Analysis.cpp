@@ -20,11 +20,8 @@ bool ExtentList::Append(int64_t vcn, int64_t lcn, uint64_t clusterCount) {
     return false;
   }
   Extent* node = new (memory) Extent{vcn, lcn, clusterCount, nullptr};
-  Extent** link = &head_;
-  while (*link != nullptr) {
-    link = &(*link)->next;
-  }
-  *link = node;
+  (tail_ != nullptr ? tail_->next : head_) = node;
+  tail_ = node;
   ++count_;
   return true;
 }
@@ -38,6 +35,7 @@ void ExtentList::Clear() {
     node = next;
   }
   head_ = nullptr;
+  tail_ = nullptr;
   count_ = 0;
 }
 

@@ -40,6 +40,7 @@ class ExtentList {
 
  private:
   Extent* head_ = nullptr;
+  Extent* tail_ = nullptr;  // lists of half a million fragments are appended to
   uint64_t count_ = 0;
 };
 

@@ -48,7 +48,7 @@ void FreeRunSearch::Judge(const Run& run) {
 
 namespace {
 
-uint64_t LoadWord(const uint8_t* bits, uint64_t wordIndex) {
+inline uint64_t LoadWord(const uint8_t* bits, uint64_t wordIndex) {
   uint64_t word;
   std::memcpy(&word, bits + wordIndex * 8, 8);
   return word;
@@ -56,7 +56,7 @@ uint64_t LoadWord(const uint8_t* bits, uint64_t wordIndex) {
 
 // The first position at or after `from`, below `limit`, whose bit equals
 // `set`; `limit` when there is none.
-uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool set) {
+inline uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool set) {
   const uint64_t flip = set ? 0 : ~uint64_t(0);
   uint64_t wordIndex = from / 64;
   uint64_t word = (LoadWord(bits, wordIndex) ^ flip) & (~uint64_t(0) << (from % 64));
@@ -76,8 +76,10 @@ void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t exami
     PumpMessages();
     const uint64_t end = std::min(examined, window + kPumpInterval);
     uint64_t i = window;
-    while (i < end && !search.done) {
-      if ((bits[i / 8] >> (i % 8) & 1) == 0) {
+    // Stretches of free and used clusters alternate.
+    bool free = (bits[i / 8] >> (i % 8) & 1) == 0;
+    while (i < end) {
+      if (free) {
         const uint64_t next = NextBit(bits, i, end, true);
         search.Free(chunkStart + int64_t(i), next - i);
         i = next;
@@ -88,8 +90,10 @@ void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t exami
         // open; after that no run is open.
         search.Used();
         if (next - i > 1 && !search.done) search.Used();
+        if (search.done) return;
         i = next;
       }
+      free = !free;
     }
   }
 }

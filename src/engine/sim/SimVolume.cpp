@@ -5,6 +5,9 @@
 #include <cstring>
 #include <cwctype>
 
+static_assert(std::endian::native == std::endian::little,
+              "the bitmap is handed out as the bytes of its words");
+
 namespace {
 
 thread_local uint32_t gSimLastError = 0;
@@ -12,9 +15,16 @@ thread_local uint32_t gSimLastError = 0;
 constexpr uint64_t kUnit = 16;  // clusters per compression unit
 constexpr size_t kMaxReported = 20;
 
+// Names compare without regard to case: ASCII and the Latin-1 letters, which
+// is what the descriptions use, independent of the C library's locale.
+wchar_t FoldCase(wchar_t c) {
+  if ((c >= L'a' && c <= L'z') || (c >= 0xE0 && c <= 0xFE && c != 0xF7)) return wchar_t(c - 0x20);
+  return c;
+}
+
 std::wstring Key(const std::wstring& path) {
   std::wstring key = StripLongPrefix(path);
-  for (wchar_t& c : key) c = wchar_t(std::towupper(std::wint_t(c)));
+  for (wchar_t& c : key) c = FoldCase(c);
   return key;
 }
 
@@ -247,6 +257,20 @@ uint64_t SimVolume::MoveCalls() const {
   return moveCalls_;
 }
 
+void SimVolume::OverwriteBit(int64_t lcn, bool inUse) {
+  std::lock_guard lock(mutex_);
+  SetBits(lcn, 1, inUse);
+}
+
+void SimVolume::OverwriteTag(int64_t lcn, uint32_t file, int64_t vcn) {
+  std::lock_guard lock(mutex_);
+  if (file == 0) {
+    EraseTags(lcn, 1);
+  } else {
+    SetTags(lcn, 1, file, vcn);
+  }
+}
+
 void SimVolume::Checkpoint() {
   std::lock_guard lock(mutex_);
   for (auto [lcn, count] : held_) SetBits(lcn, count, false);
@@ -451,14 +475,17 @@ void SimVolume::SetTags(int64_t lcn, uint64_t count, uint32_t file, int64_t vcn)
 // ---------------------------------------------------------------- opening
 
 SimFault* SimVolume::MatchFault(SimControl control, const std::wstring& path) {
+  // Every fault on this control and file counts the call, so that several
+  // faults can target different calls.
   const std::wstring key = Key(path);
+  SimFault* match = nullptr;
   for (SimFault& fault : faults_) {
     if (fault.control != control) continue;
     if (control != SimControl::Bitmap && Key(fault.path) != key) continue;
     ++fault.seen;
-    if (fault.call == 0 || fault.call == fault.seen) return &fault;
+    if (match == nullptr && (fault.call == 0 || fault.call == fault.seen)) match = &fault;
   }
-  return nullptr;
+  return match;
 }
 
 FsHandle SimVolume::Open(const std::wstring& path, bool backup) {
@@ -561,6 +588,17 @@ NtStatus SimVolume::Answer(FsHandle handle, FsHandle alsoSignals, IoStatusBlock&
   return complete();
 }
 
+bool SimVolume::QueuesRead(bool pendingWanted, const std::function<NtStatus(void*)>& probe,
+                           uint32_t outputLength) {
+  // A read the file system refuses (end of file, a bad parameter) is refused
+  // at once; only one it accepts is queued and answered later. The probe
+  // writes elsewhere: the caller's buffer is filled only on completion.
+  if (!pendingWanted) return false;
+  std::vector<uint8_t> scratch(outputLength);
+  const NtStatus status = probe(scratch.data());
+  return status == kStatusSuccess || status == kStatusBufferOverflow;
+}
+
 void SimVolume::Wait(FsHandle handle) {
   std::lock_guard lock(mutex_);
   std::vector<Completion> ready;
@@ -586,10 +624,16 @@ NtStatus SimVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, co
   std::memcpy(&vcn, input, 8);
   const uint32_t index = it->second.file;
   const SimFault* fault = MatchFault(SimControl::Pointers, files_[index - 1].path);
-  bool pending = settings_.pending;
   std::function<NtStatus(uintptr_t&)> work = [this, index, vcn, output, outputLength](uintptr_t& info) {
     return Pointers(index, vcn, output, outputLength, info);
   };
+  bool pending = QueuesRead(
+      settings_.pending,
+      [&](void* scratch) {
+        uintptr_t info;
+        return Pointers(index, vcn, scratch, outputLength, info);
+      },
+      outputLength);
   if (fault != nullptr) {
     pending = fault->pending;
     if (fault->status != kStatusSuccess) {
@@ -662,10 +706,16 @@ NtStatus SimVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, const
   int64_t lcn;
   std::memcpy(&lcn, input, 8);
   const SimFault* fault = MatchFault(SimControl::Bitmap, std::wstring());
-  bool pending = settings_.pending;
   std::function<NtStatus(uintptr_t&)> work = [this, lcn, output, outputLength](uintptr_t& info) {
     return Bitmap(lcn, output, outputLength, info);
   };
+  bool pending = QueuesRead(
+      settings_.pending,
+      [&](void* scratch) {
+        uintptr_t info;
+        return Bitmap(lcn, scratch, outputLength, info);
+      },
+      outputLength);
   if (fault != nullptr) {
     pending = fault->pending;
     if (fault->status != kStatusSuccess) {
@@ -693,6 +743,16 @@ NtStatus SimVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
   auto* out = static_cast<uint8_t*>(output);
   std::memcpy(out, &header, sizeof header);
   uint8_t* bits = out + sizeof header;
+  if (start % 8 == 0) {
+    // Whole bytes of the volume's own bitmap, least significant bit first.
+    std::memcpy(bits, reinterpret_cast<const uint8_t*>(bitmap_.data()) + start / 8, bytes);
+    const uint64_t end = start + bytes * 8;
+    if (end > settings_.clusters) {
+      bits[bytes - 1] |= uint8_t(0xFF << (8 - (end - settings_.clusters)));
+    }
+    information = sizeof header + bytes;
+    return bytes < needed ? kStatusBufferOverflow : kStatusSuccess;
+  }
   for (uint64_t b = 0; b < bytes; ++b) {
     uint8_t value = 0;
     for (unsigned k = 0; k < 8; ++k) {

@@ -113,6 +113,10 @@ class SimVolume : public VolumeAccess {
   uint64_t FailedCloses() const;
   uint64_t MoveCalls() const;
 
+  // Break the volume on purpose, to prove that the checker notices.
+  void OverwriteBit(int64_t lcn, bool inUse);
+  void OverwriteTag(int64_t lcn, uint32_t file, int64_t vcn);
+
   // Freed clusters become free for real.
   void Checkpoint();
 
@@ -161,6 +165,8 @@ class SimVolume : public VolumeAccess {
   FsHandle Open(const std::wstring& path, bool backup);
   int FindFileLocked(const std::wstring& path) const;
   SimFault* MatchFault(SimControl control, const std::wstring& path);
+  bool QueuesRead(bool pendingWanted, const std::function<NtStatus(void*)>& probe,
+                  uint32_t outputLength);
   NtStatus Answer(FsHandle handle, FsHandle alsoSignals, IoStatusBlock& block, bool pending,
                   std::function<NtStatus(uintptr_t&)> work);
   // Where each run of a file starts in VCNs, kept until the file moves.

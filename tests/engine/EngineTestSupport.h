@@ -1,0 +1,58 @@
+#pragma once
+// A simulated volume built from a description and installed for the engine,
+// with the engine's process-wide state reset around every test.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "engine/EngineHooks.h"
+#include "engine/FreeSpace.h"
+#include "engine/Relocation.h"
+#include "engine/sim/SimVolume.h"
+
+class SimTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ResetAll(); }
+  void TearDown() override {
+    ResetAll();
+    SetVolumeAccess(nullptr);
+  }
+
+  void ResetAll() {
+    if (CurrentVolumeAccess() != nullptr) ResetEngineState();
+    gEngineHooks = EngineHooks{};
+    // The move wait spins on the pump; let the move thread have the processor.
+    gEngineHooks.pumpMessages = [] {
+      std::this_thread::yield();
+      return true;
+    };
+    ResetExtentAllocator();
+  }
+
+  // Builds and installs the volume; fails the test on a bad description.
+  SimVolume& Volume(const std::string& description) {
+    // The cached volume handle belongs to the volume being replaced.
+    if (CurrentVolumeAccess() != nullptr) ResetEngineState();
+    volume_ = std::make_unique<SimVolume>();
+    std::string error;
+    EXPECT_TRUE(ParseSimDescription(description, *volume_, error)) << error;
+    SetVolumeAccess(volume_.get());
+    return *volume_;
+  }
+
+  SimVolume& volume() { return *volume_; }
+
+  ::testing::AssertionResult Clean() {
+    auto violations = volume_->Check();
+    if (violations.empty()) return ::testing::AssertionSuccess();
+    auto failure = ::testing::AssertionFailure();
+    for (const auto& v : violations) failure << v << "\n";
+    return failure;
+  }
+
+  std::unique_ptr<SimVolume> volume_;
+};
+
+inline std::string Narrow(const std::wstring& text) { return Utf8FromWide(text); }

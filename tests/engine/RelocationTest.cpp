@@ -1,0 +1,185 @@
+#include "engine/Relocation.h"
+
+#include <atomic>
+#include <thread>
+
+#include "EngineTestSupport.h"
+
+namespace {
+
+class RelocationTest : public SimTest {
+ protected:
+  std::wstring Defragment(const std::wstring& path, FileAnalysis* counts = nullptr) {
+    DefragmentFile(path, counts);
+    EXPECT_TRUE(Clean());
+    return gEngine.moveResultCode;
+  }
+  std::vector<SimRun> RunsOf(const std::wstring& path) { return volume().FindFile(path)->runs; }
+};
+
+// Free space: 1000..1099, and three gaps of fewer than 10 clusters among the
+// runs of "four"; everything else is reserved or used by files.
+const char* kVolume =
+    "volume letter=Z clusters=2000\n"
+    "reserve 0 1000\n"
+    "reserve 1100 100\n"
+    "file \"Z:\\four\" size=40960 runs=1200:3,1210:2,1220:4,1230:1\n"
+    "reserve 1231 69\n"
+    "file \"Z:\\one\" size=4096 runs=1300:5\n"
+    "reserve 1305 95\n"
+    "file \"Z:\\big\" size=409600 runs=1400:60,1500:60\n"
+    "reserve 1460 40\n"
+    "reserve 1560 440\n";
+
+TEST_F(RelocationTest, AFragmentedFileEndsUpInOneRunAtTheFoundTarget) {
+  Volume(kVolume);
+  std::vector<std::wstring> status;
+  uint64_t shown = 0, tried = 0;
+  std::vector<uint64_t> positions;
+  gEngineHooks.setStatusText = [&](int part, const std::wstring& text) { status.push_back(text); };
+  gEngineHooks.showProgress = [&](uint64_t last) { shown = last; };
+  gEngineHooks.setProgress = [&](uint64_t position) { positions.push_back(position); };
+  gEngineHooks.fileTried = [&] { ++tried; };
+  FileAnalysis counts;
+  EXPECT_EQ(Narrow(Defragment(L"Z:\\four", &counts)), "");
+  EXPECT_EQ(counts.fragments, 4u);
+  EXPECT_EQ(counts.clusters, 10u);
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 10}}));
+  EXPECT_EQ(shown, 4u);
+  EXPECT_EQ(positions, (std::vector<uint64_t>{1, 2, 3, 4}));
+  EXPECT_EQ(tried, 1u);
+  ASSERT_GE(status.size(), 2u);
+  EXPECT_EQ(status.front(), L"Z:\\four");
+  EXPECT_EQ(status.back(), L"Analisi in corso...");
+  // Closed by the move thread, then again by the caller; the volume stays
+  // cached.
+  EXPECT_EQ(volume().FailedCloses(), 1u);
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);
+}
+
+TEST_F(RelocationTest, NothingToDoOrNowhereToGo) {
+  Volume(kVolume);
+  EXPECT_EQ(Defragment(L"Z:\\one"), L"AC");
+  EXPECT_EQ(volume().OpenHandleCount(), 0u);  // no volume was opened
+  EXPECT_EQ(Defragment(L"Z:\\big"), L"NF");
+  EXPECT_EQ(RunsOf(L"Z:\\big"), (std::vector<SimRun>{{1400, 60}, {1500, 60}}));
+  EXPECT_EQ(volume().MoveCalls(), 0u);
+}
+
+TEST_F(RelocationTest, SmartStrategyTakesTheSmallestRunThatHolds) {
+  Volume(
+      "volume letter=Z clusters=500\n"
+      "reserve 0 10\nreserve 12 8\nreserve 22 8\nreserve 32 8\nreserve 44 56\n"
+      "reserve 120 100\nreserve 232 268\n"
+      "file \"Z:\\f\" size=4096 runs=10:2,20:2,30:2,40:4\n");
+  // Free: 100..119 (20) and 220..231 (12) for 10 clusters.
+  gEngine.flags = kSmartStrategy;
+  EXPECT_EQ(Defragment(L"Z:\\f"), L"");
+  EXPECT_EQ(RunsOf(L"Z:\\f"), (std::vector<SimRun>{{220, 10}}));
+}
+
+TEST_F(RelocationTest, AStopBetweenExtentsLeavesTheMovedOnesMoved) {
+  Volume(kVolume);
+  gEngineHooks.setProgress = [](uint64_t position) {
+    if (position == 2) gEngine.flags |= kStopRequested;  // during the second extent
+  };
+  EXPECT_EQ(Defragment(L"Z:\\four"), L"ST");
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 5}, {1220, 4}, {1230, 1}}));
+  EXPECT_EQ(volume().MoveCalls(), 2u);
+}
+
+TEST_F(RelocationTest, ARefusedExtentEndsTheFileWithItsTextAndKeepsEarlierMoves) {
+  Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=3 status=0xC0000022\n");
+  EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 5}, {1220, 4}, {1230, 1}}));
+}
+
+TEST_F(RelocationTest, PendingMovesAreWaitedOnThroughTheFile) {
+  Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=2 pending\n"
+                                "fault \"Z:\\four\" control=move call=4 pending status=0xC0000021\n");
+  EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 9}, {1230, 1}}));
+}
+
+TEST_F(RelocationTest, AQuitMessageEndsTheWaitWhileTheThreadStillMoves) {
+  Volume(kVolume);
+  std::atomic<bool> release{false};
+  std::atomic<int> pumpsAfterStart{0};
+  gEngineHooks.setProgress = [&](uint64_t position) {
+    while (!release) std::this_thread::yield();
+  };
+  gEngineHooks.pumpMessages = [&] { return ++pumpsAfterStart < 3; };
+  DefragmentFile(L"Z:\\four", nullptr);
+  EXPECT_EQ(gEngine.doneFlags[kDoneMoveThread].load(), 0u);
+  EXPECT_EQ(gEngine.moveResultCode, L"ST");  // never read as moved
+  release = true;
+  WaitForMoveThread();
+  // The caller closed the file under the thread: the thread's move fails.
+  EXPECT_TRUE(Clean());
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
+}
+
+TEST_F(RelocationTest, TheVolumeHandleIsCachedPerDriveAndAFailedOpenIsNotRetried) {
+  Volume(std::string(kVolume) + "file \"Z:\\five\" size=4096 runs=1203:1,1205:1\n"
+                                "fault \"Z:\" control=volume call=1 status=0xC0000022\n");
+  EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
+  // Same drive, lower case: the failed handle is kept, with the first text.
+  EXPECT_EQ(Narrow(Defragment(L"z:\\five")), "Access is denied.\r\n");
+  EXPECT_EQ(gVolumeCache.letter, uint32_t(L'Z'));
+  // Another drive closes nothing (nothing was open) and fails its own way.
+  EXPECT_EQ(Narrow(Defragment(L"Y:\\x")), "The system cannot find the file specified.\r\n");
+  std::wstring message;
+  EXPECT_EQ(VolumeForPath(L"Y:\\x", message), kInvalidHandle);
+  EXPECT_EQ(gVolumeCache.letter, uint32_t(L'Y'));
+  // Back on Z: the open is tried again and now succeeds, then is reused.
+  EXPECT_EQ(Defragment(L"Z:\\four"), L"");
+  const FsHandle first = gVolumeCache.handle;
+  EXPECT_EQ(Defragment(L"z:\\five"), L"");
+  EXPECT_EQ(gVolumeCache.handle, first);
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);
+}
+
+// Every way a relocation can fail leaves a text that is not empty: an empty
+// code would tell the user the file was moved.
+TEST_F(RelocationTest, NoFailureReadsAsMoved) {
+  const std::pair<const char*, const char*> kFaults[] = {
+      {"fault \"Z:\\four\" control=open status=0xC0000043", "being used by another process"},
+      {"fault \"Z:\\four\" control=pointers call=1 pending status=0xC0000022", "Access is denied"},
+      {"fault \"Z:\\four\" control=pointers call=1 pending status=0xC0000999", "Error 0xC0000999"},
+      {"fault \"Z:\" control=volume status=0xC0000022", "Access is denied"},
+      {"fault \"Z:\" control=bitmap status=0xC00000BB", "not supported"},
+      {"fault \"Z:\" control=bitmap call=1 pending status=0xC0000777", "Error 0xC0000777"},
+      {"fault \"Z:\\four\" control=move call=1 status=0xC0000021", "Access is denied"},
+      {"fault \"Z:\\four\" control=move call=2 status=0xC0000888", "Error 0xC0000888"},
+      {"fault \"Z:\\four\" control=move call=1 status=0x80000005", "More data is available"},
+  };
+  for (const auto& [fault, expected] : kFaults) {
+    SCOPED_TRACE(fault);
+    ResetAll();
+    Volume(std::string(kVolume) + fault + "\n");
+    const std::string code = Narrow(Defragment(L"Z:\\four"));
+    EXPECT_NE(code.find(expected), std::string::npos) << code;
+  }
+}
+
+TEST_F(RelocationTest, PartialMovesAndHeldClustersStayConsistent) {
+  // Clusters freed by a move are held until a checkpoint: a second file
+  // cannot be moved into them, and the checker counts them as in use.
+  Volume(
+      "volume letter=Z clusters=2000 checkpoint=on\n"
+      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
+      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
+      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
+  EXPECT_EQ(Defragment(L"Z:\\a"), L"");
+  EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 100}}));
+  EXPECT_EQ(Defragment(L"Z:\\b"), L"NF");
+  volume().Checkpoint();
+  EXPECT_EQ(Defragment(L"Z:\\b"), L"");
+  EXPECT_EQ(RunsOf(L"Z:\\b"), (std::vector<SimRun>{{1200, 80}}));
+  // A move told to move only part of its range reports success all the same.
+  Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=3 partial=2\n");
+  EXPECT_EQ(Defragment(L"Z:\\four"), L"");
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 7}, {1222, 2}, {1009, 1}}));
+}
+
+}  // namespace

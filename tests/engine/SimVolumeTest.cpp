@@ -1,0 +1,304 @@
+#include "engine/sim/SimVolume.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "EngineTestSupport.h"
+#include "engine/sim/SimEnvironment.h"
+
+namespace {
+
+class SimVolumeTest : public SimTest {
+ protected:
+  struct Read {
+    NtStatus status;
+    IoStatusBlock block;
+    RetrievalPointersHeader header;
+    std::vector<RetrievalExtent> extents;
+  };
+
+  Read Pointers(FsHandle file, int64_t vcn, uint32_t outputLength = kSharedBufferLength,
+                uint32_t inputLength = 8) {
+    Read r{};
+    std::vector<uint8_t> out(std::max<uint32_t>(outputLength, 16), 0xEE);
+    r.status = Va().GetRetrievalPointers(file, r.block, &vcn, inputLength, out.data(), outputLength);
+    if (r.status == kStatusPending) Va().Wait(file);
+    std::memcpy(&r.header, out.data(), sizeof r.header);
+    if (r.block.status >= 0) {
+      for (uint32_t i = 0; i < r.header.extentCount; ++i) {
+        RetrievalExtent e;
+        std::memcpy(&e, out.data() + 16 + 16 * i, 16);
+        r.extents.push_back(e);
+      }
+    }
+    return r;
+  }
+
+  NtStatus Move(FsHandle volume, FsHandle file, int64_t vcn, int64_t lcn, uint32_t count) {
+    MoveFileRecord record{uint64_t(file), vcn, lcn, count, 0};
+    IoStatusBlock block{};
+    if (Va().MoveClusters(volume, block, &record, sizeof record) == kStatusPending) Va().Wait(file);
+    return block.status;
+  }
+};
+
+TEST_F(SimVolumeTest, RetrievalPointersAnswerAsTheFileSystemDoes) {
+  Volume(
+      "volume letter=Z clusters=1000\n"
+      "file \"Z:\\f\" size=40960 runs=10:3,20:5,*:4,40:2,50:1\n"
+      "file \"Z:\\r\" size=100 resident\n"
+      "file \"Z:\\e\" size=0\n");
+  FsHandle f = Va().OpenFileForMoving(L"Z:\\f");
+  Read all = Pointers(f, 0);
+  EXPECT_EQ(all.status, kStatusSuccess);
+  EXPECT_EQ(all.block.information, 16u + 5 * 16);
+  ASSERT_EQ(all.extents.size(), 5u);
+  EXPECT_EQ(all.extents[2].lcn, -1);  // the hole
+  EXPECT_EQ(all.extents[2].nextVcn, 12);
+  // Asked from inside the second run: whole extents from that run's start.
+  Read inside = Pointers(f, 5);
+  EXPECT_EQ(inside.header.startingVcn, 3);
+  EXPECT_EQ(inside.extents.size(), 4u);
+  // A buffer with room for two: two whole extents and an overflow.
+  Read two = Pointers(f, 0, 16 + 2 * 16 + 8);
+  EXPECT_EQ(two.status, kStatusBufferOverflow);
+  EXPECT_EQ(two.header.extentCount, 2u);
+  EXPECT_EQ(two.block.information, 48u);
+  // The smallest buffer still holds one extent; smaller is refused.
+  EXPECT_EQ(Pointers(f, 0, 32).header.extentCount, 1u);
+  EXPECT_EQ(Pointers(f, 0, 31).status, kStatusBufferTooSmall);
+  EXPECT_EQ(Pointers(f, -1).status, kStatusInvalidParameter);
+  EXPECT_EQ(Pointers(f, 0, kSharedBufferLength, 7).status, kStatusInvalidParameter);
+  EXPECT_EQ(Pointers(f, 15).status, kStatusEndOfFile);  // past the allocation
+  for (const wchar_t* path : {L"Z:\\r", L"Z:\\e"}) {
+    FsHandle h = Va().OpenFileForMoving(path);
+    EXPECT_EQ(Pointers(h, 0).status, kStatusEndOfFile);
+    Va().Close(h);
+  }
+  Va().Close(f);
+}
+
+TEST_F(SimVolumeTest, TheBitmapIsRoundedDownAndSizedToTheEnd) {
+  Volume("volume letter=Z clusters=70003 bitmapAlign=64\nreserve 60 10\n");
+  FsHandle v = Va().OpenVolume("\\\\.\\z:");
+  ASSERT_NE(v, kInvalidHandle);
+  std::vector<uint8_t> out(kSharedBufferLength);
+  VolumeBitmapHeader header;
+  IoStatusBlock block{};
+  int64_t lcn = 100;
+  EXPECT_EQ(Va().GetVolumeBitmap(v, block, &lcn, 8, out.data(), kSharedBufferLength), kStatusBufferOverflow);
+  std::memcpy(&header, out.data(), 16);
+  EXPECT_EQ(header.startingLcn, 64);
+  EXPECT_EQ(header.bitmapSize, 70003 - 64);  // the whole rest, not only what fit
+  EXPECT_EQ(block.information, kSharedBufferLength);
+  EXPECT_EQ(out[16], 0x3F);  // clusters 64..69 reserved
+  lcn = 69999;
+  EXPECT_EQ(Va().GetVolumeBitmap(v, block, &lcn, 8, out.data(), kSharedBufferLength), kStatusSuccess);
+  std::memcpy(&header, out.data(), 16);
+  EXPECT_EQ(header.startingLcn, 69952);
+  EXPECT_EQ(header.bitmapSize, 51);
+  EXPECT_EQ(block.information, 16u + 7);
+  EXPECT_EQ(out[16 + 6], 0xF8);  // 3 free clusters, then bits past the end read as used
+  lcn = 70003;
+  EXPECT_EQ(Va().GetVolumeBitmap(v, block, &lcn, 8, out.data(), kSharedBufferLength), kStatusInvalidParameter);
+  lcn = 0;
+  EXPECT_EQ(Va().GetVolumeBitmap(v, block, &lcn, 8, out.data(), 23), kStatusBufferTooSmall);
+  FsHandle notVolume = Va().OpenFileForMoving(L"Z:\\none");
+  EXPECT_EQ(notVolume, kInvalidHandle);
+  EXPECT_EQ(Va().OpenVolume("\\\\.\\Y:"), kInvalidHandle);
+}
+
+TEST_F(SimVolumeTest, MovesCheckTheirRangeAndTarget) {
+  Volume(
+      "volume letter=Z clusters=1000 inUseStatus=0xC000000D\n"
+      "file \"Z:\\f\" size=32768 runs=10:4,20:4\n"
+      "file \"Z:\\g\" size=4096 runs=100:2\n"
+      "file \"Z:\\mft\" size=4096 runs=200:8,300:8 unmovable=4\n");
+  FsHandle v = Va().OpenVolume("\\\\.\\Z:");
+  FsHandle f = Va().OpenFileForMoving(L"Z:\\f");
+  FsHandle m = Va().OpenFileForMoving(L"Z:\\mft");
+  EXPECT_EQ(Move(v, f, 0, 99, 4), kStatusInvalidParameter);   // the chosen in-use status
+  EXPECT_EQ(Move(v, f, 6, 500, 4), kStatusInvalidParameter);  // past the file's allocation
+  EXPECT_EQ(Move(v, f, 0, 998, 4), kStatusInvalidParameter);  // past the volume's end
+  EXPECT_EQ(Move(v, f, 0, 500, 0), kStatusInvalidParameter);
+  EXPECT_EQ(Move(f, f, 0, 500, 4), kStatusInvalidParameter);  // a file is no volume
+  EXPECT_EQ(Move(v, m, 0, 500, 8), kStatusAccessDenied);
+  EXPECT_EQ(Move(v, m, 8, 500, 8), kStatusSuccess);
+  EXPECT_EQ(Move(v, f, 2, 14, 4), kStatusSuccess);  // VCNs 2..5 across both runs
+  EXPECT_EQ(volume().FindFile(L"Z:\\f")->runs, (std::vector<SimRun>{{10, 2}, {14, 4}, {22, 2}}));
+  EXPECT_TRUE(Clean());
+}
+
+TEST_F(SimVolumeTest, CompressedAndSparseFilesMoveInWholeUnits) {
+  Volume(
+      "volume letter=Z clusters=1000\n"
+      "file \"Z:\\c\" size=131072 compressed runs=100:9,*:7,200:9,*:7\n");
+  FsHandle v = Va().OpenVolume("\\\\.\\Z:");
+  FsHandle c = Va().OpenFileForMoving(L"Z:\\c");
+  // Asked for VCNs 16..19, the whole second unit moves.
+  EXPECT_EQ(Move(v, c, 16, 109, 4), kStatusSuccess);
+  EXPECT_EQ(volume().FindFile(L"Z:\\c")->runs,
+            (std::vector<SimRun>{{100, 9}, {-1, 7}, {109, 9}, {-1, 7}}));
+  EXPECT_TRUE(Clean());
+}
+
+TEST_F(SimVolumeTest, HeldClustersPartialMovesAndPendingAnswers) {
+  Volume(
+      "volume letter=Z clusters=1000 checkpoint=on partialMoves=on moveChunk=4 pending=on\n"
+      "file \"Z:\\a\" size=4096 runs=10:8\n"
+      "file \"Z:\\b\" size=4096 runs=100:16\n"
+      "file \"Z:\\c\" size=4096 runs=200:8\n");
+  FsHandle v = Va().OpenVolume("\\\\.\\Z:");
+  FsHandle a = Va().OpenFileForMoving(L"Z:\\a");
+  FsHandle b = Va().OpenFileForMoving(L"Z:\\b");
+  FsHandle c = Va().OpenFileForMoving(L"Z:\\c");
+  EXPECT_EQ(Move(v, a, 0, 20, 8), kStatusSuccess);
+  EXPECT_TRUE(volume().InUse(10));  // held until a checkpoint
+  // Into 12..27, whose first chunk is still held: the move ends there with
+  // success, having moved nothing.
+  EXPECT_EQ(Move(v, b, 0, 12, 16), kStatusSuccess);
+  EXPECT_EQ(volume().FindFile(L"Z:\\b")->runs, (std::vector<SimRun>{{100, 16}}));
+  // Into 300..315 with 308.. taken by data: two chunks moved, then refused.
+  std::string error;
+  ASSERT_TRUE(volume().Reserve(308, 1, error));
+  EXPECT_EQ(Move(v, b, 0, 300, 16), kStatusAlreadyCommitted);
+  EXPECT_EQ(volume().FindFile(L"Z:\\b")->runs, (std::vector<SimRun>{{300, 8}, {108, 8}}));
+  volume().Checkpoint();
+  EXPECT_FALSE(volume().InUse(10));
+  EXPECT_EQ(Move(v, c, 0, 10, 8), kStatusSuccess);
+  EXPECT_TRUE(Clean());
+  // A pending answer writes the status block only when waited on.
+  IoStatusBlock block{};
+  block.status = 77;
+  int64_t vcn = 0;
+  std::vector<uint8_t> out(kSharedBufferLength);
+  EXPECT_EQ(Va().GetRetrievalPointers(a, block, &vcn, 8, out.data(), kSharedBufferLength), kStatusPending);
+  EXPECT_EQ(block.status, 77);
+  Va().Wait(a);
+  EXPECT_EQ(block.status, kStatusSuccess);
+}
+
+TEST_F(SimVolumeTest, TheCheckerNoticesLostAndStrayData) {
+  Volume("volume letter=Z clusters=100\nfile \"Z:\\f\" size=4096 runs=10:4\nreserve 50 2\n");
+  EXPECT_TRUE(Clean());
+  volume().OverwriteBit(60, true);
+  EXPECT_FALSE(Clean());
+  volume().OverwriteBit(60, false);
+  volume().OverwriteBit(51, false);
+  EXPECT_FALSE(Clean());
+  volume().OverwriteBit(51, true);
+  volume().OverwriteTag(12, 1, 3);  // VCN 2's cluster holds VCN 3's data
+  EXPECT_FALSE(Clean());
+  volume().OverwriteTag(12, 1, 2);
+  EXPECT_TRUE(Clean());
+  volume().OverwriteTag(70, 1, 0);  // a copy nobody claims
+  EXPECT_FALSE(Clean());
+}
+
+const char* kDescription =
+    "; every statement once\n"
+    "volume letter=q clusters=5000 clusterSize=512 bitmapAlign=16 inUseStatus=0xC000000D "
+    "checkpoint=on partialMoves=on pending=off moveChunk=32\n"
+    "reserve 0 16 ; the boot area\n"
+    "held 100 4\n"
+    "file \"Q:\\dir\\n\xC3\xA4me; with semicolon.bin\" size=4000 runs=20:4,*:4,40:2\n"
+    "file \"Q:\\small\" size=10 resident\n"
+    "file \"Q:\\empty\" size=0\n"
+    "file \"Q:\\folder\" size=0 resident directory\n"
+    "file \"Q:\\packed\" size=8000 runs=200:9,*:7 compressed unmovable=16\n"
+    "fault \"Q:\\small\" control=open status=0xC0000043\n"
+    "fault \"Q:\\packed\" control=move call=2 pending status=0xC0000021\n"
+    "fault \"Q:\\packed\" control=move partial=3\n"
+    "fault \"Q:\" control=volume call=1 status=0xC0000022\n";
+
+TEST_F(SimVolumeTest, DescriptionsRoundTrip) {
+  SimVolume first;
+  std::string error;
+  ASSERT_TRUE(ParseSimDescription(kDescription, first, error)) << error;
+  const std::string written = WriteSimDescription(first);
+  SimVolume second;
+  ASSERT_TRUE(ParseSimDescription(written, second, error)) << error << "\n" << written;
+  EXPECT_EQ(WriteSimDescription(second), written);
+  EXPECT_EQ(first.Settings(), second.Settings());
+  EXPECT_EQ(first.Files(), second.Files());
+  EXPECT_EQ(first.Faults(), second.Faults());
+  EXPECT_EQ(second.Held(), (std::vector<SimRun>{{100, 4}}));
+  EXPECT_EQ(second.Settings().letter, L'Q');
+  ASSERT_NE(second.FindFile(L"q:\\DIR\\N\u00C4ME; WITH SEMICOLON.BIN"), nullptr);
+  EXPECT_TRUE(second.Check().empty());
+}
+
+TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
+  const std::pair<const char*, const char*> kBad[] = {
+      {"reserve 0 1\n", "line 1: the volume statement must come first"},
+      {"volume letter=Z clusters=10\nfile \"Z:\\a\" size=4096 runs=8:4\n", "line 2:"},
+      {"volume letter=Z clusters=10\nfile \"Z:\\a\" size=4096 runs=1:1\nfile \"Z:\\b\" size=1 runs=1:1\n",
+       "line 3:"},
+      {"volume letter=Z clusters=10 colour=blue\n", "unknown volume setting colour"},
+      {"volume letter=Z clusters=10\nfile \"Z:\\a size=1\n", "unterminated"},
+      {"volume letter=Z clusters=10\nfault \"Z:\\a\" control=move\n", "line 2:"},
+      {"volume letter=Z clusters=10\nfile \"Z:\\a\" size=99999 runs=1:1\n", "larger than"},
+      {"", "no volume statement"},
+  };
+  for (const auto& [text, expected] : kBad) {
+    SimVolume volume;
+    std::string error;
+    EXPECT_FALSE(ParseSimDescription(text, volume, error)) << text;
+    EXPECT_NE(error.find(expected), std::string::npos) << error;
+  }
+}
+
+TEST_F(SimVolumeTest, FilesOnDiskButNotDescribedGetTheLowestFreeRun) {
+  Volume("volume letter=Z clusters=100\nreserve 0 3\nreserve 5 2\n");
+  volume().diskLookup = [](const std::wstring& path, uint64_t& size, bool& isDirectory) {
+    isDirectory = path == L"Z:\\folder";
+    size = path == L"Z:\\tiny" ? 700 : 9000;
+    return path != L"Z:\\absent";
+  };
+  FileAnalysis r;
+  EXPECT_EQ(AnalyseFile(L"Z:\\big", r), 1);
+  EXPECT_EQ(r.clusters, 3u);
+  EXPECT_EQ(volume().FindFile(L"Z:\\big")->runs, (std::vector<SimRun>{{7, 3}}));
+  EXPECT_EQ(AnalyseFile(L"Z:\\tiny", r), 1);
+  EXPECT_TRUE(volume().FindFile(L"Z:\\tiny")->resident);
+  EXPECT_EQ(AnalyseFile(L"Z:\\folder", r), 1);
+  EXPECT_EQ(AnalyseFile(L"Z:\\absent", r), 0);
+  EXPECT_EQ(AnalyseFile(L"C:\\elsewhere", r), 0);
+  EXPECT_TRUE(Clean());
+}
+
+void SetVariable(const char* name, const std::string& value) {
+#ifdef _WIN32
+  _putenv_s(name, value.c_str());
+#else
+  setenv(name, value.c_str(), 1);
+#endif
+}
+
+TEST_F(SimVolumeTest, TheSimulatingVariantReadsAndWritesThroughTheEnvironment) {
+  const auto folder = std::filesystem::temp_directory_path() / "ordalis-simvolume-test";
+  std::filesystem::create_directories(folder);
+  const auto in = folder / "in.txt", out = folder / "out.txt";
+  std::ofstream(in, std::ios::binary) << "volume letter=Z clusters=100\n"
+                                         "file \"Z:\\f\" size=4096 runs=10:2,20:2\n";
+  SetVariable("ORDALIS_SIMVOLUME", in.string());
+  SetVariable("ORDALIS_SIMVOLUME_OUT", out.string());
+  ASSERT_TRUE(InstallSimVolumeFromEnvironment());
+  ASSERT_EQ(CurrentVolumeAccess(), static_cast<VolumeAccess*>(InstalledSimVolume()));
+  DefragmentFile(L"Z:\\f", nullptr);
+  EXPECT_EQ(gEngine.moveResultCode, L"");
+  WriteSimVolumeEndStateFromEnvironment();
+  std::string text;
+  {
+    std::ifstream result(out, std::ios::binary);
+    text.assign(std::istreambuf_iterator<char>(result), std::istreambuf_iterator<char>());
+  }
+  EXPECT_NE(text.find("file \"Z:\\f\" size=4096 runs=0:4\n"), std::string::npos) << text;
+  EXPECT_EQ(text.substr(text.size() - 9), "check ok\n");
+  ResetEngineState();
+  std::filesystem::remove_all(folder);
+}
+
+}  // namespace

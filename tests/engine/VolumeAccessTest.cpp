@@ -1,0 +1,32 @@
+#include "engine/VolumeAccess.h"
+
+#include "EngineTestSupport.h"
+
+namespace {
+
+TEST(LongPaths, PrefixesAreAddedOnceAndStrippedForShowing) {
+  EXPECT_EQ(AddLongPrefix(L"C:\\a"), L"\\\\?\\C:\\a");
+  EXPECT_EQ(AddLongPrefix(L"\\\\?\\C:\\a"), L"\\\\?\\C:\\a");
+  EXPECT_EQ(AddLongPrefix(L"ab?cd"), L"ab?cd");  // any third "?" counts as prefixed
+  EXPECT_EQ(StripLongPrefix(L"\\\\?\\C:\\a"), L"C:\\a");
+  EXPECT_EQ(StripLongPrefix(L"C:\\a"), L"C:\\a");
+  EXPECT_EQ(WithTrailingBackslash(L"C:\\a"), L"C:\\a\\");
+  EXPECT_EQ(WithTrailingBackslash(L"C:\\"), L"C:\\");
+  EXPECT_EQ(JoinPath(L"C:\\a", L"b.txt"), L"C:\\a\\b.txt");
+  EXPECT_EQ(JoinPath(L"C:\\", L"b.txt"), L"C:\\b.txt");
+  EXPECT_EQ(VolumeDeviceName(L'D'), "\\\\.\\D:");
+}
+
+class FailureTextTest : public SimTest {};
+
+TEST_F(FailureTextTest, NeverEmpty) {
+  Volume("volume letter=Z clusters=10\n");
+  EXPECT_EQ(Narrow(FailureText(2)), "The system cannot find the file specified.\r\n");
+  // A status without a text of its own: its error equivalent's text.
+  EXPECT_EQ(Narrow(FailureText(0xC0000021)), "Access is denied.\r\n");
+  // Neither: the number.
+  EXPECT_EQ(Narrow(FailureText(0xC0001234)), "Error 0xC0001234");
+  EXPECT_EQ(Narrow(FailureText(9999)), "Error 0x0000270F");
+}
+
+}  // namespace
