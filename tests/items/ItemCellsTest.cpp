@@ -1,0 +1,117 @@
+#include "ItemTestSupport.h"
+
+namespace {
+
+class ItemCellsTest : public ItemListFixture {
+ protected:
+  static ItemRecord File() {
+    ItemRecord record;
+    record.path = L"\\\\?\\C:\\dir\\f.bin";
+    record.flags = ItemFlags::kOutcomeNotProcessed;
+    record.size = 1536;
+    record.sizeOnDisk = 4096;
+    record.percentOnDisk = 26667;
+    record.typeName = L"BIN File";
+    record.modifiedText = L"01/02/2023 10:11";
+    record.modifiedKey = L"2023020110:11";
+    record.attributes = L"RA";
+    return record;
+  }
+};
+
+TEST_F(ItemCellsTest, FileCells) {
+  ItemRecord record = File();
+  record.state = ItemState::FragmentedFile;
+  record.fragments = 12345;
+  record.clusters = 1234567;
+  const wchar_t* expected[kItemColumnCount] = {L"C:\\dir\\f.bin", L"Frammentato", L"2 KB", L"4 KB", L"12,345",
+                                               L"1,234,567", L"BIN File", L"266.67 %", L"01/02/2023 10:11", L"RA"};
+  for (int column = 0; column < kItemColumnCount; ++column) {
+    EXPECT_EQ(ItemCellText(record, static_cast<ItemColumn>(column)), expected[column]) << "column " << column;
+  }
+}
+
+TEST_F(ItemCellsTest, CountMarkersAndFolderBlanks) {
+  ItemRecord record = File();
+  const std::pair<int64_t, const wchar_t*> counts[] = {{0, L""}, {-3, L"0"}, {-1, L"-"}, {-2, L"-"}, {1, L"1"}};
+  for (auto [count, text] : counts) {
+    record.fragments = count;
+    record.clusters = count;
+    EXPECT_EQ(ItemCellText(record, ItemColumn::Fragments), text);
+    EXPECT_EQ(ItemCellText(record, ItemColumn::Clusters), text);
+  }
+  record.flags |= ItemFlags::kFolder;
+  EXPECT_EQ(ItemCellText(record, ItemColumn::Size), L"");
+  EXPECT_EQ(ItemCellText(record, ItemColumn::SizeOnDisk), L"");
+  EXPECT_EQ(ItemCellText(record, ItemColumn::PercentOnDisk), L"");
+  record.flags |= ItemFlags::kSkipped;
+  EXPECT_EQ(ItemCellText(record, ItemColumn::State), L"Scartato");
+}
+
+TEST_F(ItemCellsTest, SortKeysPerColumn) {
+  ItemRecord file = File();
+  file.state = ItemState::Error;
+  file.fragments = -1;
+  file.clusters = 77;
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Name), L"FC:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::State), L"F00000001C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Size), L"F0000000000001536C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::SizeOnDisk), L"F0000000000004096C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Fragments), L"F0000000000000000C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Clusters), L"F0000000000000077C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Type), L"FBIN FileC:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::PercentOnDisk), L"F0000000000026667C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Modified), L"F2023020110:11C:\\dir\\f.bin");
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Attributes), L"FRAC:\\dir\\f.bin");
+
+  ItemRecord root;
+  root.path = L"D:\\";
+  root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
+  EXPECT_EQ(ItemSortKey(root, ItemColumn::Type), L"DD:\\");
+  EXPECT_EQ(ItemSortKey(root, ItemColumn::Size), L"D0000000000000000D:\\");
+}
+
+TEST_F(ItemCellsTest, LoadedLanguageRenamesRootType) {
+  ItemRecord root;
+  root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
+  root.typeName = L"ignored";
+  EXPECT_EQ(ItemCellText(root, ItemColumn::Type), L"Cartella principale");
+  SetBuiltInTexts(false);
+  SetText(kStrRootFolder, L"Root folder");
+  EXPECT_EQ(ItemCellText(root, ItemColumn::Type), L"Root folder");
+}
+
+}  // namespace
+
+#ifdef _WIN32
+namespace {
+
+// The Windows hooks answer from the shell and the user's locale; their exact
+// texts depend on the system, their shape does not.
+TEST(PlatformHooksTest, ShellAndLocaleTexts) {
+  ItemHooks hooks = PlatformItemHooks();
+  EXPECT_FALSE(hooks.typeName(L"C:\\no such folder\\x.txt", false).empty());
+  EXPECT_FALSE(hooks.typeName(L"C:\\no such folder", true).empty());
+
+  std::wstring text, key;
+  hooks.dateTexts(133536856790000000ull, text, key);  // 2024-02-29 13:07:59 UTC
+  ASSERT_GT(key.size(), 8u);
+  EXPECT_EQ(key.substr(0, 6), L"202402");
+  // The key ends with the same time text as the shown text.
+  std::wstring time = key.substr(8);
+  ASSERT_GE(text.size(), time.size() + 1);
+  EXPECT_EQ(text.substr(text.size() - time.size() - 1), L" " + time);
+
+  NumberFormatHooks numbers = PlatformNumberFormatHooks();
+  std::wstring kb = numbers.kbSize(1025);
+  EXPECT_NE(kb.find(L'2'), std::wstring::npos);
+  EXPECT_NE(kb.find(L"KB"), std::wstring::npos);
+  EXPECT_EQ(numbers.groupDigits(7), L"7");
+  std::wstring percent = numbers.percent(26667);
+  EXPECT_EQ(percent.substr(0, 3), L"266");
+  EXPECT_EQ(percent.substr(percent.size() - 2), L" %");
+  EXPECT_NE(percent.find(L"67"), std::wstring::npos);
+}
+
+}  // namespace
+#endif

@@ -1,0 +1,209 @@
+#include "ItemTestSupport.h"
+
+namespace {
+
+using Paths = std::vector<std::wstring>;
+
+class AddItemTest : public ItemListFixture {};
+
+TEST_F(AddItemTest, ResultCodesOfValidation) {
+  fs.fake.AddFile(L"C:\\data\\a.txt", 10);
+  fs.fake.AddFolder(L"C:\\locked");
+  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\locked", kErrAccessDenied);
+
+  EXPECT_EQ(AddItem(false, L"\\\\server\\share\\a.txt"), kAddNotDriveLetter);
+  EXPECT_EQ(AddItem(false, L"\\\\?\\C:\\data\\a.txt"), kAddNotDriveLetter);
+  EXPECT_EQ(AddItem(false, L"C"), kAddNotDriveLetter);
+  EXPECT_EQ(AddItem(false, L"C:\\data\\missing.txt"), kAddFileMissing);
+  EXPECT_EQ(AddItem(true, L"C:\\nowhere"), kAddFolderMissing);
+  EXPECT_EQ(AddItem(true, L"C:\\locked"), kAddAccessShown);
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0], L"Impossibile accedere a C:\\locked.\r\n\r\nAccess is denied.\r\n");
+
+  gItemSettings.suppressMessages = true;
+  EXPECT_EQ(AddItem(true, L"C:\\locked"), kAddAccessSilent);
+  EXPECT_EQ(messages.size(), 1u);
+
+  EXPECT_EQ(AddItem(false, L"C:\\data\\a.txt"), kAddOk);
+  EXPECT_EQ(AddItem(false, L"c:\\DATA\\A.TXT"), kAddDuplicate);
+  EXPECT_EQ(ValidateItemPath(false, L"C:\\Data\\a.Txt"), kAddDuplicate);
+  EXPECT_EQ(AddItem(true, L"C:\\data"), kAddOk);
+  EXPECT_EQ(ItemCount(), 2u);
+  // Every call, refused or not, is bracketed by the busy states.
+  ASSERT_EQ(busyStates.size(), 2u * 10);
+  for (size_t i = 0; i < busyStates.size(); i += 2) {
+    EXPECT_EQ(busyStates[i], kBusyAdding);
+    EXPECT_EQ(busyStates[i + 1], kBusyIdle);
+  }
+}
+
+TEST_F(AddItemTest, AccessMessageUsesLoadedLanguage) {
+  fs.fake.AddFolder(L"D:\\x");
+  fs.fake.InjectError(FakeQuery::FindEntries, L"D:\\x\\*", kErrAccessDenied);
+  fs.fake.SetErrorText(kErrAccessDenied, L"Accesso negato.\r\n");
+  SetBuiltInTexts(false);
+  SetText(233, L"Cannot access %s!");
+  EXPECT_EQ(AddItem(true, L"D:\\x"), kAddAccessShown);
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0], L"Cannot access D:\\x!\r\n\r\nAccesso negato.\r\n");
+}
+
+TEST_F(AddItemTest, FileWhoseEntryCannotBeReadIsMissing) {
+  fs.fake.AddFile(L"C:\\a.txt");
+  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\a.txt", kErrAccessDenied);
+  EXPECT_EQ(ValidateItemPath(false, L"C:\\a.txt"), kAddOk);
+  EXPECT_EQ(AddItem(false, L"C:\\a.txt"), kAddFileMissing);
+  EXPECT_EQ(ItemCount(), 0u);
+  EXPECT_TRUE(iconPaths.empty());
+}
+
+TEST_F(AddItemTest, FileRecordComesFromItsDirectoryEntry) {
+  fs.fake.AddDrive(L'E', 4096);
+  DirEntry& entry = fs.fake.AddFile(L"E:\\Docs\\report.final.doc", 10000,
+                                    kAttrReadOnly | kAttrHidden | kAttrSystem | kAttrArchive);
+  entry.lastWriteTime = 133536856790000000ull;  // 2024-02-29 13:07:59 UTC
+  ASSERT_EQ(AddItem(false, L"e:\\docs\\Report.final.doc"), kAddOk);
+  ItemRecord* item = ItemAtRow(0);
+  ASSERT_NE(item, nullptr);
+  EXPECT_EQ(item->path, L"e:\\docs\\Report.final.doc");
+  EXPECT_EQ(item->longPath, L"\\\\?\\e:\\docs\\Report.final.doc");
+  EXPECT_EQ(item->size, 10000u);
+  EXPECT_EQ(item->sizeOnDisk, 12288u);
+  EXPECT_EQ(item->percentOnDisk, 12288u);
+  EXPECT_EQ(item->clusterSize, 4096u);
+  EXPECT_EQ(item->flags, 0x20000u);
+  EXPECT_EQ(item->state, ItemState::None);
+  EXPECT_EQ(item->fragments, 0);
+  EXPECT_EQ(item->clusters, 0);
+  EXPECT_EQ(item->iconIndex, ItemIcon::kPlainFile);
+  EXPECT_EQ(item->stateImage, ItemStateImage::kWaiting);
+  EXPECT_EQ(item->attributes, L"RHSA");
+  EXPECT_EQ(item->typeName, L"DOC File");
+  EXPECT_EQ(item->modifiedText, L"29/02/2024 13:07");
+  EXPECT_EQ(item->modifiedKey, L"2024022913:07");
+  EXPECT_TRUE(item->sortKey.empty());
+  EXPECT_EQ(iconPaths, Paths{L"e:\\docs\\Report.final.doc"});
+}
+
+TEST_F(AddItemTest, FolderAndDriveRootRecords) {
+  fs.fake.AddFolder(L"C:\\Work", kAttrDirectory | kAttrCompressed);
+  ASSERT_EQ(AddItem(true, L"C:\\Work"), kAddOk);
+  ASSERT_EQ(AddItem(true, L"C:\\"), kAddOk);
+  ItemRecord* root = ItemAtRow(0);
+  ItemRecord* folder = ItemAtRow(1);
+  EXPECT_EQ(folder->flags, 0x20001u);
+  EXPECT_EQ(folder->iconIndex, ItemIcon::kPlainFolder);
+  EXPECT_EQ(folder->attributes, L"C");
+  EXPECT_EQ(folder->typeName, L"File folder");
+  EXPECT_EQ(folder->size, 0u);
+  EXPECT_EQ(folder->sizeOnDisk, 0u);
+  EXPECT_FALSE(folder->modifiedText.empty());
+
+  EXPECT_EQ(root->flags, 0x20041u);
+  EXPECT_TRUE(root->typeName.empty());
+  EXPECT_TRUE(root->modifiedText.empty());
+  EXPECT_TRUE(root->modifiedKey.empty());
+  EXPECT_TRUE(root->attributes.empty());
+  EXPECT_EQ(ItemCellText(*root, ItemColumn::Type), L"Cartella principale");
+  EXPECT_EQ(ItemCellText(*root, ItemColumn::Modified), L"");
+}
+
+TEST_F(AddItemTest, ClusterSizeIsCachedForOneDrive) {
+  fs.fake.AddDrive(L'C', 4096);
+  fs.fake.AddDrive(L'D', 65536);
+  for (const wchar_t* path : {L"C:\\1", L"c:\\2", L"D:\\3", L"D:\\4", L"C:\\5"}) fs.fake.AddFile(path, 1);
+  AddItem(false, L"C:\\1");
+  AddItem(false, L"c:\\2");
+  EXPECT_EQ(fs.fake.QueryCount(FakeQuery::BytesPerCluster), 1u);
+  AddItem(false, L"D:\\3");
+  AddItem(false, L"D:\\4");
+  AddItem(false, L"C:\\5");
+  EXPECT_EQ(fs.fake.QueryCount(FakeQuery::BytesPerCluster), 3u);
+  EXPECT_EQ(ItemByPath(L"D:\\4")->clusterSize, 65536u);
+  EXPECT_EQ(ItemByPath(L"D:\\4")->sizeOnDisk, 65536u);
+  EXPECT_EQ(ItemByPath(L"C:\\5")->clusterSize, 4096u);
+}
+
+class ItemListOrderTest : public ItemListFixture {
+ protected:
+  void AddFiles(const Paths& paths) {
+    for (const std::wstring& path : paths) {
+      fs.fake.AddFile(path, 1);
+      ASSERT_EQ(AddItem(false, path), kAddOk) << std::string(path.begin(), path.end());
+    }
+  }
+};
+
+TEST_F(ItemListOrderTest, NewestFirstAndRowsFollowTheLinks) {
+  AddFiles({L"C:\\a", L"C:\\b", L"C:\\c"});
+  EXPECT_EQ(WalkPaths(), (Paths{L"C:\\c", L"C:\\b", L"C:\\a"}));
+  EXPECT_EQ(RowPaths(), WalkPaths());
+  EXPECT_EQ(ItemCount(), 3u);
+}
+
+TEST_F(ItemListOrderTest, RemoveKeepsLinksRowsAndPathIndexInStep) {
+  AddFiles({L"C:\\a", L"C:\\b", L"C:\\c", L"C:\\d", L"C:\\e"});
+  ASSERT_TRUE(RemoveItem(ItemByPath(L"c:\\E")));  // head
+  ASSERT_TRUE(RemoveItem(ItemByPath(L"C:\\c")));  // middle
+  ASSERT_TRUE(RemoveItem(ItemByPath(L"C:\\a")));  // tail
+  EXPECT_EQ(WalkPaths(), (Paths{L"C:\\d", L"C:\\b"}));
+  EXPECT_EQ(RowPaths(), WalkPaths());
+  EXPECT_EQ(ItemCount(), 2u);
+  EXPECT_FALSE(FindItemByPath(L"C:\\c"));
+  EXPECT_TRUE(FindItemByPath(L"C:\\B"));
+
+  ItemRecord stranger;
+  stranger.path = L"C:\\b";
+  EXPECT_FALSE(RemoveItem(&stranger));
+  EXPECT_FALSE(RemoveItem(nullptr));
+
+  // A removed path can be added again, at the front.
+  ASSERT_EQ(AddItem(false, L"C:\\c"), kAddOk);
+  EXPECT_EQ(RowPaths(), (Paths{L"C:\\c", L"C:\\d", L"C:\\b"}));
+
+  EXPECT_EQ(RemoveItemsIf([](const ItemRecord& r) { return r.path != L"C:\\d"; }), 2u);
+  EXPECT_EQ(WalkPaths(), Paths{L"C:\\d"});
+  EXPECT_EQ(RowPaths(), WalkPaths());
+  EXPECT_FALSE(FindItemByPath(L"C:\\b"));
+
+  ClearItemList();
+  EXPECT_EQ(ItemCount(), 0u);
+  EXPECT_EQ(ItemListHead(), nullptr);
+  EXPECT_FALSE(FindItemByPath(L"C:\\d"));
+  EXPECT_EQ(ItemAtRow(0), nullptr);
+}
+
+TEST_F(ItemListOrderTest, SortIsStableInBothDirections) {
+  // Rows: e d c b a; keys with ties that differ only in case.
+  AddFiles({L"C:\\a", L"C:\\b", L"C:\\c", L"C:\\d", L"C:\\e"});
+  const std::pair<const wchar_t*, const wchar_t*> keys[] = {
+      {L"C:\\a", L"k2"}, {L"C:\\b", L"K1"}, {L"C:\\c", L"k2"}, {L"C:\\d", L"k1"}, {L"C:\\e", L"K2"}};
+  for (auto [path, key] : keys) ItemByPath(path)->sortKey = key;
+
+  SortItemList(+1);
+  EXPECT_EQ(WalkPaths(), (Paths{L"C:\\d", L"C:\\b", L"C:\\e", L"C:\\c", L"C:\\a"}));
+  EXPECT_EQ(RowPaths(), WalkPaths());
+  SortItemList(-1);
+  EXPECT_EQ(WalkPaths(), (Paths{L"C:\\e", L"C:\\c", L"C:\\a", L"C:\\d", L"C:\\b"}));
+  EXPECT_EQ(RowPaths(), WalkPaths());
+  EXPECT_TRUE(FindItemByPath(L"C:\\a"));
+  EXPECT_EQ(ItemCount(), 5u);
+}
+
+TEST_F(ItemListOrderTest, SortByColumnPutsFoldersFirstAscending) {
+  fs.fake.AddFile(L"C:\\big", 9000);
+  fs.fake.AddFile(L"C:\\small", 10);
+  fs.fake.AddFile(L"C:\\same", 10);
+  fs.fake.AddFolder(L"C:\\dir");
+  for (const wchar_t* path : {L"C:\\big", L"C:\\small", L"C:\\dir", L"C:\\same"}) {
+    ASSERT_EQ(AddItem(std::wstring(path) == L"C:\\dir", path), kAddOk);
+  }
+  BuildSortKeys(ItemColumn::Size);
+  SortItemList(+1);
+  EXPECT_EQ(RowPaths(), (Paths{L"C:\\dir", L"C:\\same", L"C:\\small", L"C:\\big"}));
+  BuildSortKeys(ItemColumn::Size);
+  SortItemList(-1);
+  EXPECT_EQ(RowPaths(), (Paths{L"C:\\big", L"C:\\small", L"C:\\same", L"C:\\dir"}));
+}
+
+}  // namespace

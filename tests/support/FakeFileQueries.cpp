@@ -1,0 +1,339 @@
+#include "FakeFileQueries.h"
+
+#include <algorithm>
+
+namespace {
+
+thread_local uint32_t tLastError = 0;
+
+std::wstring_view WithoutPrefix(std::wstring_view path) {
+  if (path.size() >= 4 && path[2] == L'?') path.remove_prefix(4);
+  return path;
+}
+
+bool HasDriveLetter(std::wstring_view path) {
+  return path.size() >= 2 && path[1] == L':' &&
+         ((path[0] >= L'A' && path[0] <= L'Z') || (path[0] >= L'a' && path[0] <= L'z'));
+}
+
+// The components after "X:", empty ones dropped.
+std::vector<std::wstring_view> Components(std::wstring_view path) {
+  std::vector<std::wstring_view> parts;
+  path.remove_prefix(2);
+  while (!path.empty()) {
+    size_t slash = path.find(L'\\');
+    std::wstring_view part = path.substr(0, slash);
+    if (!part.empty()) parts.push_back(part);
+    if (slash == std::wstring_view::npos) break;
+    path.remove_prefix(slash + 1);
+  }
+  return parts;
+}
+
+bool HasWildcards(std::wstring_view name) { return name.find_first_of(L"*?") != std::wstring_view::npos; }
+
+}  // namespace
+
+bool FakeWildcardMatch(std::wstring_view pattern, std::wstring_view name) {
+  size_t p = 0, n = 0, starP = std::wstring_view::npos, starN = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == L'*') {
+      starP = p++;
+      starN = n;
+    } else if (p < pattern.size() &&
+               (pattern[p] == L'?' || UpperCaseUnit(pattern[p]) == UpperCaseUnit(name[n]))) {
+      ++p;
+      ++n;
+    } else if (starP != std::wstring_view::npos) {
+      p = starP + 1;
+      n = ++starN;
+    } else {
+      return false;
+    }
+  }
+  while (p < pattern.size() && pattern[p] == L'*') ++p;
+  return p == pattern.size();
+}
+
+FakeFileQueries::FakeFileQueries() = default;
+FakeFileQueries::~FakeFileQueries() = default;
+
+FakeFileQueries::Drive* FakeFileQueries::DriveOf(std::wstring_view path, bool create) {
+  path = WithoutPrefix(path);
+  if (!HasDriveLetter(path)) return nullptr;
+  wchar_t letter = UpperCaseUnit(path[0]);
+  auto found = drives_.find(letter);
+  if (found != drives_.end()) return &found->second;
+  if (!create) return nullptr;
+  Drive& drive = drives_[letter];
+  drive.root.entry.name = std::wstring{letter, L':', L'\\'};
+  drive.root.entry.attributes = kAttrDirectory | kAttrHidden | kAttrSystem;
+  return &drive;
+}
+
+void FakeFileQueries::AddDrive(wchar_t letter, uint32_t bytesPerCluster, DriveKind kind) {
+  std::wstring root{letter, L':', L'\\'};
+  Drive* drive = DriveOf(root, true);
+  drive->bytesPerCluster = bytesPerCluster;
+  drive->kind = kind;
+}
+
+FakeFileQueries::Node* FakeFileQueries::Lookup(std::wstring_view path) const {
+  path = WithoutPrefix(path);
+  if (!HasDriveLetter(path)) return nullptr;
+  auto drive = drives_.find(UpperCaseUnit(path[0]));
+  if (drive == drives_.end()) return nullptr;
+  Node* node = const_cast<Node*>(&drive->second.root);
+  for (std::wstring_view part : Components(path)) {
+    auto child = node->byName.find(part);
+    if (child == node->byName.end()) return nullptr;
+    node = child->second;
+  }
+  return node;
+}
+
+FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
+  path = WithoutPrefix(path);
+  Drive* drive = DriveOf(path, true);
+  if (drive == nullptr) return nullptr;
+  Node* node = &drive->root;
+  for (std::wstring_view part : Components(path)) {
+    auto child = node->byName.find(part);
+    if (child != node->byName.end()) {
+      node = child->second;
+      continue;
+    }
+    auto created = std::make_unique<Node>();
+    created->entry.name = std::wstring(part);
+    created->entry.attributes = kAttrDirectory;
+    created->entry.creationTime = created->entry.lastAccessTime = created->entry.lastWriteTime = kDefaultTime;
+    Node* raw = created.get();
+    node->children.push_back(std::move(created));
+    node->byName.emplace(std::wstring_view(raw->entry.name), raw);
+    node = raw;
+  }
+  return node;
+}
+
+DirEntry& FakeFileQueries::AddFolder(const std::wstring& path, uint32_t attributes) {
+  Node* node = MakeFolders(path);
+  if (!Components(WithoutPrefix(path)).empty()) node->entry.attributes = attributes | kAttrDirectory;
+  return node->entry;
+}
+
+DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint32_t attributes,
+                                   uint64_t compressedSize) {
+  std::wstring_view view = WithoutPrefix(path);
+  size_t slash = view.find_last_of(L'\\');
+  Node* folder = MakeFolders(view.substr(0, slash));
+  std::wstring_view name = view.substr(slash + 1);
+  Node* node;
+  auto existing = folder->byName.find(name);
+  if (existing != folder->byName.end()) {
+    node = existing->second;
+  } else {
+    auto created = std::make_unique<Node>();
+    created->entry.name = std::wstring(name);
+    node = created.get();
+    folder->children.push_back(std::move(created));
+    folder->byName.emplace(std::wstring_view(node->entry.name), node);
+  }
+  node->entry.attributes = attributes & ~kAttrDirectory;
+  node->entry.size = size;
+  node->entry.creationTime = node->entry.lastAccessTime = node->entry.lastWriteTime = kDefaultTime;
+  node->compressedSize = compressedSize;
+  return node->entry;
+}
+
+bool FakeFileQueries::Remove(const std::wstring& path) {
+  std::wstring_view view = WithoutPrefix(path);
+  while (view.size() > 3 && view.back() == L'\\') view.remove_suffix(1);
+  size_t slash = view.find_last_of(L'\\');
+  if (slash == std::wstring_view::npos || slash + 1 == view.size()) return false;
+  Node* folder = Lookup(view.substr(0, slash + 1));
+  if (folder == nullptr) return false;
+  auto found = folder->byName.find(view.substr(slash + 1));
+  if (found == folder->byName.end()) return false;
+  Node* node = found->second;
+  folder->byName.erase(found);
+  folder->children.erase(std::find_if(folder->children.begin(), folder->children.end(),
+                                      [node](const std::unique_ptr<Node>& child) { return child.get() == node; }));
+  return true;
+}
+
+bool FakeFileQueries::Exists(const std::wstring& path) const { return Lookup(path) != nullptr; }
+
+void FakeFileQueries::InjectError(FakeQuery query, const std::wstring& path, uint32_t error) {
+  errors_[{static_cast<int>(query), UpperCase(WithoutPrefix(path))}] = error;
+}
+
+void FakeFileQueries::ClearErrors() { errors_.clear(); }
+
+void FakeFileQueries::SetErrorText(uint32_t error, std::wstring text) { errorTexts_[error] = std::move(text); }
+
+bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const {
+  if (errors_.empty()) return false;
+  auto found = errors_.find({static_cast<int>(query), UpperCase(WithoutPrefix(path))});
+  if (found == errors_.end()) return false;
+  error = found->second;
+  return true;
+}
+
+uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
+                                      const std::function<bool(const DirEntry&)>& visit) {
+  Count(FakeQuery::FindEntries);
+  std::wstring_view view = WithoutPrefix(pattern);
+  size_t slash = view.find_last_of(L'\\');
+  uint32_t error = 0;
+  auto fail = [](uint32_t code) {
+    tLastError = code;
+    return code;
+  };
+  if (slash == std::wstring_view::npos || !HasDriveLetter(view)) return fail(kErrPathNotFound);
+  std::wstring_view folderPath = view.substr(0, slash + 1);
+  std::wstring_view namePattern = view.substr(slash + 1);
+  std::wstring_view folderKey = slash > 2 ? view.substr(0, slash) : folderPath;
+  if (Failing(FakeQuery::FindEntries, view, error) || Failing(FakeQuery::FindEntries, folderKey, error)) {
+    return fail(error);
+  }
+  Node* folder = Lookup(folderPath);
+  if (folder == nullptr || (folder->entry.attributes & kAttrDirectory) == 0) return fail(kErrPathNotFound);
+  if (namePattern.empty()) return fail(kErrFileNotFound);
+
+  if (!HasWildcards(namePattern)) {
+    auto found = folder->byName.find(namePattern);
+    if (found == folder->byName.end()) return fail(kErrFileNotFound);
+    visit(found->second->entry);
+    return 0;
+  }
+
+  bool visited = false;
+  bool isRoot = Components(folderPath).empty();
+  if (!isRoot) {
+    for (const wchar_t* dots : {L".", L".."}) {
+      if (!FakeWildcardMatch(namePattern, dots)) continue;
+      DirEntry entry = folder->entry;
+      entry.name = dots;
+      visited = true;
+      if (!visit(entry)) return 0;
+    }
+  }
+  for (const std::unique_ptr<Node>& child : folder->children) {
+    if (!FakeWildcardMatch(namePattern, child->entry.name)) continue;
+    visited = true;
+    if (!visit(child->entry)) return 0;
+  }
+  return visited ? 0 : fail(kErrFileNotFound);
+}
+
+uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
+  Count(FakeQuery::GetAttributes);
+  uint32_t error = 0;
+  if (Failing(FakeQuery::GetAttributes, path, error)) {
+    tLastError = error;
+    return kInvalidAttributes;
+  }
+  Node* node = Lookup(path);
+  if (node == nullptr) {
+    std::wstring_view view = WithoutPrefix(path);
+    size_t slash = view.find_last_of(L'\\');
+    bool folderExists = slash != std::wstring_view::npos && Lookup(view.substr(0, slash + 1)) != nullptr;
+    tLastError = folderExists ? kErrFileNotFound : kErrPathNotFound;
+    return kInvalidAttributes;
+  }
+  return node->entry.attributes;
+}
+
+uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
+  Count(FakeQuery::GetCompressedSize);
+  uint32_t error = 0;
+  if (Failing(FakeQuery::GetCompressedSize, path, error)) {
+    tLastError = error;
+    return kInvalidSize;
+  }
+  Node* node = Lookup(path);
+  if (node == nullptr) {
+    tLastError = kErrFileNotFound;
+    return kInvalidSize;
+  }
+  return node->compressedSize == kInvalidSize ? node->entry.size : node->compressedSize;
+}
+
+uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {
+  Count(FakeQuery::BytesPerCluster);
+  uint32_t error = 0;
+  if (Failing(FakeQuery::BytesPerCluster, root, error)) {
+    tLastError = error;
+    return 0;
+  }
+  Drive* drive = DriveOf(root, false);
+  if (drive == nullptr) {
+    tLastError = kErrPathNotFound;
+    return 0;
+  }
+  return drive->bytesPerCluster;
+}
+
+DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {
+  Count(FakeQuery::GetDriveKind);
+  uint32_t error = 0;
+  if (Failing(FakeQuery::GetDriveKind, root, error)) {
+    tLastError = error;
+    return DriveKind::Unknown;
+  }
+  Drive* drive = DriveOf(root, false);
+  return drive == nullptr ? DriveKind::NoRootDir : drive->kind;
+}
+
+std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
+  Count(FakeQuery::FullPath);
+  uint32_t error = 0;
+  if (Failing(FakeQuery::FullPath, path, error)) {
+    tLastError = error;
+    return std::wstring();
+  }
+  std::wstring full;
+  if (path.size() >= 2 && path[0] == L'\\' && path[1] == L'\\') {
+    full = path;  // network and prefixed paths are already full
+  } else {
+    std::wstring joined;
+    if (HasDriveLetter(path) && path.size() >= 3 && path[2] == L'\\') {
+      joined = path;
+    } else if (!path.empty() && path[0] == L'\\') {
+      joined = currentFolder_.substr(0, 2) + path;
+    } else {
+      joined = currentFolder_ + (currentFolder_.ends_with(L'\\') ? L"" : L"\\") + path;
+    }
+    std::vector<std::wstring_view> parts;
+    for (std::wstring_view part : Components(joined)) {
+      if (part == L".") continue;
+      if (part == L"..") {
+        if (!parts.empty()) parts.pop_back();
+        continue;
+      }
+      parts.push_back(part);
+    }
+    full = joined.substr(0, 2) + L"\\";
+    for (size_t i = 0; i < parts.size(); ++i) {
+      if (i != 0) full += L'\\';
+      full += parts[i];
+    }
+    if (joined.ends_with(L'\\') && !parts.empty()) full += L'\\';
+  }
+  if (full.size() > maxCount) return std::wstring();
+  return full;
+}
+
+std::wstring FakeFileQueries::ErrorText(uint32_t error) {
+  auto found = errorTexts_.find(error);
+  if (found != errorTexts_.end()) return found->second;
+  switch (error) {
+    case kErrFileNotFound: return L"The system cannot find the file specified.\r\n";
+    case kErrPathNotFound: return L"The system cannot find the path specified.\r\n";
+    case kErrAccessDenied: return L"Access is denied.\r\n";
+    case kErrNoMoreFiles: return L"There are no more files.\r\n";
+    default: return std::wstring();
+  }
+}
+
+uint32_t FakeFileQueries::LastError() { return tLastError; }

@@ -1,0 +1,109 @@
+#pragma once
+// An in-memory file system behind the FileQueries seam, for tests and
+// benchmarks: drives with a cluster size and a kind, folders and files with
+// attributes, sizes and times, and errors injected per query and path.
+//
+// Paths are compared without regard to case; a "\\?\" prefix is ignored.
+// Like the real file system, a search inside any folder but a drive root
+// also yields "." and ".." first, and a search for a path that ends in a
+// backslash finds nothing.
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "engine/FileQueries.h"
+#include "util/WideString.h"
+
+enum class FakeQuery {
+  FindEntries,
+  GetAttributes,
+  GetCompressedSize,
+  BytesPerCluster,
+  GetDriveKind,
+  FullPath,
+};
+
+class FakeFileQueries : public FileQueries {
+ public:
+  // 2020-01-01 00:00 UTC in 100-ns ticks since 1601.
+  static constexpr uint64_t kDefaultTime = 132223104000000000ull;
+
+  FakeFileQueries();
+  ~FakeFileQueries() override;
+
+  // Creates the drive (letter, colon, backslash) if needed and sets its
+  // answers. A drive also springs into being, with 4096-byte clusters and
+  // kind Fixed, when something is added below it.
+  void AddDrive(wchar_t letter, uint32_t bytesPerCluster = 4096, DriveKind kind = DriveKind::Fixed);
+  // Adds a folder and any missing folders above it. Returns its entry, whose
+  // fields the test may change.
+  DirEntry& AddFolder(const std::wstring& path, uint32_t attributes = kAttrDirectory);
+  // Adds a file (and its missing folders); compressedSize is what
+  // GetCompressedSize answers (defaults to the size).
+  DirEntry& AddFile(const std::wstring& path, uint64_t size = 0, uint32_t attributes = kAttrArchive,
+                    uint64_t compressedSize = kInvalidSize);
+  // Removes a file or a folder with everything inside it.
+  bool Remove(const std::wstring& path);
+  bool Exists(const std::wstring& path) const;
+
+  // Makes one query fail with `error` for one path. For FindEntries the path
+  // is either the whole pattern or the folder that is searched.
+  void InjectError(FakeQuery query, const std::wstring& path, uint32_t error);
+  void ClearErrors();
+  void SetErrorText(uint32_t error, std::wstring text);
+  void SetCurrentFolder(const std::wstring& path) { currentFolder_ = path; }
+
+  // How often a query was asked, for tests of caching.
+  uint64_t QueryCount(FakeQuery query) const { return counts_[static_cast<size_t>(query)]; }
+
+  uint32_t FindEntries(const std::wstring& pattern,
+                       const std::function<bool(const DirEntry&)>& visit) override;
+  uint32_t GetAttributes(const std::wstring& path) override;
+  uint64_t GetCompressedSize(const std::wstring& path) override;
+  uint32_t BytesPerCluster(const std::wstring& root) override;
+  DriveKind GetDriveKind(const std::wstring& root) override;
+  std::wstring FullPath(const std::wstring& path, size_t maxCount) override;
+  std::wstring ErrorText(uint32_t error) override;
+  uint32_t LastError() override;
+
+ private:
+  struct Node {
+    DirEntry entry;
+    uint64_t compressedSize = kInvalidSize;
+    std::vector<std::unique_ptr<Node>> children;  // in the order they were added
+    std::unordered_map<std::wstring_view, Node*, NoCaseHash, NoCaseEqual> byName;
+  };
+  struct Drive {
+    uint32_t bytesPerCluster = 4096;
+    DriveKind kind = DriveKind::Fixed;
+    Node root;
+  };
+
+  Drive* DriveOf(std::wstring_view path, bool create);
+  Node* Lookup(std::wstring_view path) const;
+  Node* MakeFolders(std::wstring_view path);
+  bool Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const;
+  void Count(FakeQuery query) { ++counts_[static_cast<size_t>(query)]; }
+
+  std::map<wchar_t, Drive> drives_;
+  std::map<std::pair<int, std::wstring>, uint32_t> errors_;  // (query, upper-cased path)
+  std::map<uint32_t, std::wstring> errorTexts_;
+  std::wstring currentFolder_ = L"C:\\";
+  uint64_t counts_[6] = {};
+};
+
+// Sets a fake as the process-wide FileQueries for its lifetime.
+class ScopedFakeFileQueries {
+ public:
+  ScopedFakeFileQueries() { SetFileQueries(&fake); }
+  ~ScopedFakeFileQueries() { SetFileQueries(nullptr); }
+  ScopedFakeFileQueries(const ScopedFakeFileQueries&) = delete;
+  ScopedFakeFileQueries& operator=(const ScopedFakeFileQueries&) = delete;
+  FakeFileQueries fake;
+};
+
+// Windows-style wildcard match ("*" any run, "?" one character), case-insensitive.
+bool FakeWildcardMatch(std::wstring_view pattern, std::wstring_view name);

@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "util/UnicodeTextFile.h"
+#include "util/WideString.h"
+
+namespace {
+
+std::vector<uint8_t> Utf16Bytes(const std::wstring& text, bool withMark = true) {
+  std::vector<uint8_t> bytes;
+  if (withMark) bytes = {0xFF, 0xFE};
+  for (wchar_t c : text) {
+    bytes.push_back(static_cast<uint8_t>(c & 0xFF));
+    bytes.push_back(static_cast<uint8_t>((c >> 8) & 0xFF));
+  }
+  return bytes;
+}
+
+std::vector<std::wstring> ReadAll(UnicodeTextReader& reader) {
+  std::vector<std::wstring> lines;
+  std::wstring line;
+  while (reader.NextLine(line)) lines.push_back(line);
+  EXPECT_FALSE(reader.NextLine(line)) << "the end stays the end";
+  return lines;
+}
+
+std::vector<std::wstring> ReadBytes(const std::vector<uint8_t>& bytes, bool skipEmpty = false,
+                                    size_t limit = kLineLimitProfile) {
+  UnicodeTextReader reader;
+  reader.OpenBuffer(bytes.data(), bytes.size(), skipEmpty, limit);
+  return ReadAll(reader);
+}
+
+using Lines = std::vector<std::wstring>;
+
+// Hands out the bytes in small uneven pieces and records what was asked.
+class TricklingSource : public ByteSource {
+ public:
+  explicit TricklingSource(std::vector<uint8_t> bytes, std::vector<size_t>* requests)
+      : bytes_(std::move(bytes)), requests_(requests) {}
+  size_t Read(uint8_t* buffer, size_t length) override {
+    requests_->push_back(length);
+    size_t piece = std::min({length, bytes_.size() - pos_, static_cast<size_t>(1 + (calls_++ % 3))});
+    std::copy_n(bytes_.begin() + pos_, piece, buffer);
+    pos_ += piece;
+    return piece;
+  }
+
+ private:
+  std::vector<uint8_t> bytes_;
+  std::vector<size_t>* requests_;
+  size_t pos_ = 0;
+  size_t calls_ = 0;
+};
+
+TEST(UnicodeTextReaderTest, SplitsAtLineFeedAndDropsOnlyTheCarriageReturnBeforeIt) {
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"one\r\ntwo\n\r\nthree\r\r\nfo\rur\r\n")),
+            (Lines{L"one", L"two", L"", L"three\r", L"fo\rur"}));
+}
+
+TEST(UnicodeTextReaderTest, SkipEmptyModeDropsEmptyLinesOnly) {
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"\r\na\r\n\r\n\n \r\nb\r\n"), true), (Lines{L"a", L" ", L"b"}));
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"\r\na\r\n\r\n"), false), (Lines{L"", L"a", L""}));
+}
+
+TEST(UnicodeTextReaderTest, FirstTwoBytesAreSkippedWhateverTheyAre) {
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"abc\r\ndef\r\n", false)), (Lines{L"bc", L"def"}));
+  EXPECT_EQ(ReadBytes({}), Lines{});
+  EXPECT_EQ(ReadBytes({0xFF}), Lines{});
+}
+
+TEST(UnicodeTextReaderTest, LastLineWithoutLineFeedIsNotReturned) {
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"a\r\nb\r\nlast")), (Lines{L"a", L"b"}));
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"a\r\nb\r")), (Lines{L"a"}));
+  // A dangling odd byte is no code unit.
+  std::vector<uint8_t> odd = Utf16Bytes(L"a\r\n");
+  odd.push_back(0x0A);
+  EXPECT_EQ(ReadBytes(odd), (Lines{L"a"}));
+}
+
+TEST(UnicodeTextReaderTest, LineReachingTheLimitEndsTheReading) {
+  auto text = [](size_t count) { return std::wstring(count, L'x'); };
+  // Limit 5: four characters pass, five end the file there; the CR of the
+  // line end does not count.
+  EXPECT_EQ(ReadBytes(Utf16Bytes(text(4) + L"\r\n" + L"after\r\n"), false, 5), (Lines{text(4)}));
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"ok\r\n" + text(5) + L"\r\nnever\r\n"), false, 5), (Lines{L"ok"}));
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"ok\r\n" + text(9) + L"\r\nnever\r\n"), false, 5), (Lines{L"ok"}));
+  // A CR inside the line counts as a character.
+  EXPECT_EQ(ReadBytes(Utf16Bytes(L"ab\rcd\r\nnext\r\n"), false, 5), Lines{});
+  EXPECT_EQ(ReadBytes(Utf16Bytes(text(2046) + L"\r\nnext\r\n"), true, kLineLimitFilters), Lines{});
+  EXPECT_EQ(ReadBytes(Utf16Bytes(text(2045) + L"\r\nnext\r\n"), true, kLineLimitFilters),
+            (Lines{text(2045), L"next"}));
+}
+
+TEST(UnicodeTextReaderTest, LinesStraddleBlocksAndUnitsStraddleReads) {
+  // The first block starts after the two skipped bytes; a 33,000-character
+  // line crosses the 65,536-byte block boundary.
+  Lines lines = {std::wstring(30000, L'a'), std::wstring(33000, L'b'), L"tail"};
+  for (size_t i = 0; i < 2000; ++i) lines.push_back(L"line " + std::to_wstring(i));
+  std::vector<uint8_t> bytes = EncodeUnicodeText(lines);
+  ASSERT_GT(bytes.size(), 2 * UnicodeTextReader::kBlockLength);
+  EXPECT_TRUE(ReadBytes(bytes, false, kLineLimitSettings) == lines);
+
+  std::vector<size_t> requests;
+  UnicodeTextReader reader;
+  reader.OpenSource(std::make_unique<TricklingSource>(bytes, &requests), false, kLineLimitSettings);
+  EXPECT_TRUE(ReadAll(reader) == lines);
+  // The two skipped bytes first, then nothing but whole blocks.
+  size_t skipReads = 0;
+  while (skipReads < requests.size() && requests[skipReads] <= 2) ++skipReads;
+  EXPECT_GE(skipReads, 1u);
+  EXPECT_LE(skipReads, 2u);
+  for (size_t i = skipReads; i < requests.size(); ++i) EXPECT_EQ(requests[i], UnicodeTextReader::kBlockLength);
+}
+
+TEST(UnicodeTextReaderTest, SurrogatesAreHandedOutAsCodeUnits) {
+  std::vector<uint8_t> bytes = {0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0xE8, 0x00, 0x0A, 0x00};
+  Lines lines = ReadBytes(bytes);
+  ASSERT_EQ(lines.size(), 1u);
+  ASSERT_EQ(lines[0].size(), 3u);
+  EXPECT_EQ(static_cast<uint32_t>(lines[0][0]), 0xD83Du);
+  EXPECT_EQ(static_cast<uint32_t>(lines[0][1]), 0xDE00u);
+  EXPECT_EQ(lines[0][2], L'\u00E8');
+}
+
+std::vector<uint8_t> FileBytes(const std::wstring& path) {
+#ifdef _WIN32
+  std::FILE* file = _wfopen(path.c_str(), L"rb");
+#else
+  std::FILE* file = std::fopen(WideToUtf8(path).c_str(), "rb");
+#endif
+  std::vector<uint8_t> bytes;
+  if (file == nullptr) return bytes;
+  uint8_t buffer[4096];
+  size_t got;
+  while ((got = std::fread(buffer, 1, sizeof(buffer), file)) != 0) bytes.insert(bytes.end(), buffer, buffer + got);
+  std::fclose(file);
+  return bytes;
+}
+
+class UnicodeTextFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = std::filesystem::temp_directory_path() /
+              ("ordalis-text-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
+               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(folder_);
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+  // A wide path inside the test's folder, built without the narrow locale.
+  std::wstring In(const std::wstring& name) const {
+    return folder_.wstring() + static_cast<wchar_t>(std::filesystem::path::preferred_separator) + name;
+  }
+  std::filesystem::path folder_;
+};
+
+TEST_F(UnicodeTextFileTest, WriterOutputIsMarkThenLinesEndedByCrLfAndReadsBack) {
+  std::wstring path = In(L"Profilo \u00E8.olp");
+  Lines lines = {L"KV70RX", L"", L"C:\\Cartella\\perch\u00E9.txt", std::wstring(5000, L'z')};
+  {
+    UnicodeTextWriter writer;
+    ASSERT_TRUE(writer.Create(path));
+    for (const std::wstring& line : lines) ASSERT_TRUE(writer.WriteLine(line));
+    ASSERT_TRUE(writer.Close());
+  }
+  std::vector<uint8_t> bytes = FileBytes(path);
+  EXPECT_TRUE(bytes == EncodeUnicodeText(lines));
+  ASSERT_GE(bytes.size(), 6u);
+  EXPECT_EQ(bytes[0], 0xFF);
+  EXPECT_EQ(bytes[1], 0xFE);
+
+  UnicodeTextReader reader;
+  ASSERT_TRUE(reader.Open(path, false, kLineLimitProfile));
+  EXPECT_TRUE(ReadAll(reader) == lines);
+
+  // Creating again truncates (once the reader, which shares reading only,
+  // has let go).
+  reader.Close();
+  UnicodeTextWriter writer;
+  ASSERT_TRUE(writer.Create(path));
+  ASSERT_TRUE(writer.WriteLine(L"only"));
+  ASSERT_TRUE(writer.Close());
+  ASSERT_TRUE(reader.Open(path, false, kLineLimitProfile));
+  EXPECT_EQ(ReadAll(reader), Lines{L"only"});
+}
+
+TEST_F(UnicodeTextFileTest, OpenAndCreateReportFailures) {
+  UnicodeTextReader reader;
+  EXPECT_FALSE(reader.Open((folder_ / L"missing.ini").wstring(), true, kLineLimitSettings));
+  EXPECT_EQ(reader.Error(), 2u);
+  std::wstring line;
+  EXPECT_FALSE(reader.NextLine(line));
+
+  UnicodeTextWriter writer;
+  EXPECT_FALSE(writer.Create((folder_ / L"no folder" / L"x.ini").wstring()));
+  EXPECT_NE(writer.Error(), 0u);
+  EXPECT_FALSE(writer.WriteLine(L"x"));
+}
+
+}  // namespace
