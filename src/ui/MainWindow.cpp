@@ -14,7 +14,7 @@
 
 namespace {
 
-struct ColumnSpec {
+struct ColumnLayout {
   uint32_t textId;
   const wchar_t* italian;
   int width96;
@@ -22,7 +22,7 @@ struct ColumnSpec {
 };
 
 // The ten columns of the item list, in their default order.
-constexpr ColumnSpec kItemColumns[] = {
+constexpr ColumnLayout kItemColumns[] = {
     {kStrColumnName, L"Nome", 400, LVCFMT_LEFT},
     {kStrColumnState, L"Stato", 118, LVCFMT_LEFT},
     {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT},
@@ -48,12 +48,12 @@ MainWindowState gMain;
 void BuildColumns() {
   UINT dpi = WindowDpi(gMain.window);
   int index = 0;
-  for (const ColumnSpec& spec : kItemColumns) {
+  for (const ColumnLayout& layout : kItemColumns) {
     LVCOLUMNW column{};
     column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT | LVCF_SUBITEM;
-    column.fmt = spec.format;
-    column.cx = ScaleForDpi(spec.width96, dpi);
-    column.pszText = const_cast<wchar_t*>(Text(spec.textId, spec.italian));
+    column.fmt = layout.format;
+    column.cx = ScaleForDpi(layout.width96, dpi);
+    column.pszText = const_cast<wchar_t*>(Text(layout.textId, layout.italian));
     column.iSubItem = index;
     ListView_InsertColumn(gMain.list, index, &column);
     ++index;

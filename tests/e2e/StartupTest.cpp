@@ -1,0 +1,276 @@
+// Ordalis.exe as a user starts it: the unattended console text, the help
+// dialog, the single instance, the start-up check of the disk-check library,
+// and the items that path arguments put into the list.
+//
+// Every program started here is killed when its test ends, finished or not,
+// so one failure never leaves an instance that blocks the next test.
+
+#include "TestDriver.h"
+#include "app/ProgramVersion.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using TestDriver::RunningProgram;
+
+constexpr DWORD kWaitMs = 30000;
+constexpr int kExitCommand = 9003;
+constexpr int kTypeColumn = 6;
+constexpr wchar_t kMainTitle[] = L"Ordalis";
+constexpr wchar_t kDialogClass[] = L"#32770";
+
+std::wstring WorkFolder(const std::wstring& caseName) {
+    return TestDriver::HostPathToWindows(ORDALIS_E2E_WORK_DIR) + L"\\" + caseName;
+}
+
+// The program in a folder of its own, with the fmifs.dll double unless told
+// otherwise. An instance started elsewhere (a manual run left open) would take
+// every start over through the single-instance rule, so it is reported first.
+std::wstring PrepareProgram(const std::wstring& caseName, bool withFmifs = true) {
+    TestDriver::WindowQuery running;
+    running.className = kDialogClass;
+    running.title = kMainTitle;
+    running.visibleOnly = false;
+    EXPECT_EQ(TestDriver::FindTopWindow(running), nullptr)
+        << "an Ordalis instance not started by this test is running on the Wine desktop";
+    TestDriver::ProgramUnderTest program(
+        WorkFolder(caseName) + L"\\program", TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
+        withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"");
+    EXPECT_TRUE(program.Ready()) << std::filesystem::path(program.Error()).string();
+    return program.ExePath();
+}
+
+std::string Narrow(const std::wstring& text) {
+    return std::string(text.begin(), text.end());
+}
+
+std::string Printable(const std::string& text) {
+    std::string result;
+    for (char c : text) {
+        result += c == '\r' ? std::string("\\r") : c == '\n' ? std::string("\\n\n") : std::string(1, c);
+    }
+    return result;
+}
+
+// The program's main window, once start-up has shown it.
+HWND WaitForMainWindow(const RunningProgram& program) {
+    return TestDriver::WaitForWindow(kDialogClass, kMainTitle, program.ProcessId(), kWaitMs);
+}
+
+HWND ItemList(HWND mainWindow) {
+    return TestDriver::FindListViewByHeader(mainWindow, L"Nome");
+}
+
+std::vector<std::wstring> ColumnTexts(HWND list, int column) {
+    std::vector<std::wstring> texts;
+    for (int row = 0; row < TestDriver::ListViewRowCount(list); ++row) {
+        texts.push_back(TestDriver::ListViewCellText(list, row, column));
+    }
+    return texts;
+}
+
+// Closes the program through its exit command and returns its exit code.
+DWORD CloseThroughExitCommand(RunningProgram& program, HWND mainWindow) {
+    TestDriver::SendCommand(mainWindow, kExitCommand);
+    return program.WaitForExit(kWaitMs) ? program.ExitCode() : STILL_ACTIVE;
+}
+
+bool WaitUntilForeground(HWND window, DWORD timeoutMs) {
+    DWORD start = GetTickCount();
+    while (TestDriver::ForegroundWindow() != window) {
+        if (GetTickCount() - start >= timeoutMs) {
+            return false;
+        }
+        TestDriver::PumpMessages(50);
+    }
+    return true;
+}
+
+// A plain window of this test program, to stand in front of Ordalis.
+class CoverWindow {
+public:
+    CoverWindow() {
+        WNDCLASSW windowClass{};
+        windowClass.lpfnWndProc = DefWindowProcW;
+        windowClass.hInstance = GetModuleHandleW(nullptr);
+        windowClass.lpszClassName = L"OrdalisE2eCover";
+        RegisterClassW(&windowClass);
+        window_ = CreateWindowExW(0, windowClass.lpszClassName, L"Cover",
+                                  WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300, nullptr,
+                                  nullptr, windowClass.hInstance, nullptr);
+        SetForegroundWindow(window_);
+        TestDriver::PumpMessages(200);
+    }
+    ~CoverWindow() { DestroyWindow(window_); }
+    CoverWindow(const CoverWindow&) = delete;
+    CoverWindow& operator=(const CoverWindow&) = delete;
+    HWND Get() const { return window_; }
+
+private:
+    HWND window_;
+};
+
+TEST(UnattendedStart, PathThatDoesNotExistIsReportedAndEndsWithFive) {
+    std::wstring exe = PrepareProgram(L"not-found");
+    TestDriver::RunResult result =
+        TestDriver::RunProgram(exe, L"/NOGUI Z:\\no\\such\\file.txt", kWaitMs);
+    ASSERT_TRUE(result.started);
+    ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
+    std::string expected = "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" +
+                           Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n" +
+                           "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
+    EXPECT_EQ(result.output, expected) << Printable(result.output);
+    EXPECT_EQ(result.exitCode, 5u);
+}
+
+TEST(UnattendedStart, NoWindowIsEverShown) {
+    std::wstring exe = PrepareProgram(L"no-window");
+    std::unique_ptr<RunningProgram> program =
+        TestDriver::StartProgram(exe, L"/NOGUI Z:\\no\\such\\file.txt");
+    ASSERT_NE(program, nullptr);
+    // Watch until it ends: neither the main window nor a message box may appear.
+    HWND seen = nullptr;
+    DWORD start = GetTickCount();
+    while (program->Running() && GetTickCount() - start < kWaitMs) {
+        TestDriver::WindowQuery query;
+        query.processId = program->ProcessId();
+        if (HWND window = TestDriver::FindTopWindow(query)) {
+            seen = window;
+            break;
+        }
+        TestDriver::PumpMessages(20);
+    }
+    EXPECT_EQ(seen, nullptr) << "window \"" << Narrow(TestDriver::WindowText(seen)) << "\"";
+    EXPECT_TRUE(program->WaitForExit(kWaitMs));
+}
+
+TEST(HelpOption, ShowsTheHelpDialogAndEndsWithZeroWhenItIsClosed) {
+    std::wstring exe = PrepareProgram(L"help");
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/?");
+    ASSERT_NE(program, nullptr);
+    HWND help = TestDriver::WaitForWindow(kDialogClass, L"Ordalis - Guida", program->ProcessId(),
+                                          kWaitMs);
+    ASSERT_NE(help, nullptr) << "no help dialog";
+    TestDriver::SaveScreenshot(L"e2e_help_dialog");
+
+    std::vector<std::wstring> texts = TestDriver::ChildTexts(help);
+    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [](const std::wstring& text) {
+        return text.find(L"/NOGUI") != std::wstring::npos;
+    })) << "the help does not explain the options";
+
+    TestDriver::RequestClose(help);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs)) << "still running after the help was closed";
+    EXPECT_EQ(program->ExitCode(), 0u);
+}
+
+TEST(SingleInstance, SecondStartBringsTheFirstWindowForwardAndEndsWithZero) {
+    std::wstring exe = PrepareProgram(L"single-instance");
+    std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
+    ASSERT_NE(first, nullptr);
+    HWND mainWindow = WaitForMainWindow(*first);
+    ASSERT_NE(mainWindow, nullptr);
+
+    CoverWindow cover;
+    ASSERT_TRUE(WaitUntilForeground(cover.Get(), 5000)) << "cannot put a window in front";
+
+    TestDriver::RunResult second = TestDriver::RunProgram(exe, L"", kWaitMs);
+    ASSERT_TRUE(second.finished) << "the second instance did not end";
+    EXPECT_EQ(second.exitCode, 0u);
+    EXPECT_TRUE(WaitUntilForeground(mainWindow, 5000));
+    EXPECT_TRUE(first->Running());
+    TestDriver::SaveScreenshot(L"e2e_second_instance");
+    EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
+}
+
+TEST(SingleInstance, MinimisedFirstWindowKeepsTheSecondStartWaitingUntilItIsActivated) {
+    std::wstring exe = PrepareProgram(L"single-instance-minimised");
+    std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
+    ASSERT_NE(first, nullptr);
+    HWND mainWindow = WaitForMainWindow(*first);
+    ASSERT_NE(mainWindow, nullptr);
+    ShowWindow(mainWindow, SW_MINIMIZE);
+    TestDriver::PumpMessages(300);
+    ASSERT_TRUE(TestDriver::IsMinimised(mainWindow));
+    // A minimised window can still be the foreground one; make sure it is not.
+    CoverWindow cover;
+    ASSERT_TRUE(WaitUntilForeground(cover.Get(), 5000)) << "cannot put a window in front";
+
+    // The second instance flashes the first one's window until the user
+    // activates it, and only then ends.
+    std::unique_ptr<RunningProgram> second = TestDriver::StartProgram(exe, L"");
+    ASSERT_NE(second, nullptr);
+    EXPECT_FALSE(second->WaitForExit(2000)) << "ended before the first window was activated";
+
+    ShowWindow(mainWindow, SW_RESTORE);
+    SetForegroundWindow(mainWindow);
+    ASSERT_TRUE(second->WaitForExit(kWaitMs)) << "still waiting after the activation";
+    EXPECT_EQ(second->ExitCode(), 0u);
+    EXPECT_TRUE(WaitUntilForeground(mainWindow, 5000));
+    EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
+}
+
+TEST(StartupChecks, WithoutTheDiskCheckLibraryTheProgramSaysSoAndEndsWithZero) {
+    std::wstring exe = PrepareProgram(L"no-fmifs", false);
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"");
+    ASSERT_NE(program, nullptr);
+    HWND box = TestDriver::WaitForDialogOf(program->ProcessId(), nullptr, kWaitMs);
+    ASSERT_NE(box, nullptr) << "no message box";
+    TestDriver::SaveScreenshot(L"e2e_no_fmifs");
+
+    EXPECT_EQ(TestDriver::WindowText(box), kMainTitle);
+    std::vector<std::wstring> texts = TestDriver::ChildTexts(box);
+    EXPECT_NE(std::find(texts.begin(), texts.end(),
+                        L"Could not find Chkdsk entry point in FMIFS.DLL."),
+              texts.end());
+
+    TestDriver::PressButton(box, IDOK);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs)) << "still running after the message";
+    EXPECT_EQ(program->ExitCode(), 0u);
+}
+
+TEST(PathArguments, WildcardAddsTheMatchingFilesButNotTheMatchingFolders) {
+    std::wstring exe = PrepareProgram(L"wildcard");
+    std::filesystem::path data = WorkFolder(L"wildcard") + L"\\data";
+    std::filesystem::create_directories(data / L"folder.txt");
+    std::ofstream(data / L"first.txt") << "one";
+    std::ofstream(data / L"second.txt") << "two";
+    std::ofstream(data / L"other.dat") << "not matched";
+
+    std::unique_ptr<RunningProgram> program =
+        TestDriver::StartProgram(exe, L"\"" + (data / L"*.txt").wstring() + L"\"");
+    ASSERT_NE(program, nullptr);
+    HWND mainWindow = WaitForMainWindow(*program);
+    ASSERT_NE(mainWindow, nullptr);
+    HWND list = ItemList(mainWindow);
+    ASSERT_NE(list, nullptr);
+    TestDriver::SaveScreenshot(L"e2e_wildcard");
+
+    std::vector<std::wstring> names = ColumnTexts(list, 0);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::wstring>{(data / L"first.txt").wstring(),
+                                                (data / L"second.txt").wstring()}));
+    EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+}
+
+TEST(PathArguments, QuotedDriveRootIsAddedAsTheRootFolder) {
+    std::wstring exe = PrepareProgram(L"drive-root");
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"\"Z:\\\"");
+    ASSERT_NE(program, nullptr);
+    HWND mainWindow = WaitForMainWindow(*program);
+    ASSERT_NE(mainWindow, nullptr);
+    HWND list = ItemList(mainWindow);
+    ASSERT_NE(list, nullptr);
+    TestDriver::SaveScreenshot(L"e2e_drive_root");
+
+    ASSERT_EQ(TestDriver::ListViewRowCount(list), 1);
+    EXPECT_EQ(TestDriver::ListViewCellText(list, 0, 0), L"Z:\\");
+    EXPECT_EQ(TestDriver::ListViewCellText(list, 0, kTypeColumn), L"Cartella principale");
+    EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+}
+
+}  // namespace

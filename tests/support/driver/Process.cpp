@@ -1,0 +1,208 @@
+// Preparing the program's folder, starting it and capturing its output.
+
+#include "TestDriver.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace TestDriver {
+
+UniqueHandle& UniqueHandle::operator=(UniqueHandle&& other) noexcept {
+    if (this != &other) {
+        Reset(other.Release());
+    }
+    return *this;
+}
+
+HANDLE UniqueHandle::Release() {
+    HANDLE handle = handle_;
+    handle_ = nullptr;
+    return handle;
+}
+
+void UniqueHandle::Reset(HANDLE handle) {
+    if (Valid()) {
+        CloseHandle(handle_);
+    }
+    handle_ = handle;
+}
+
+std::wstring HostPathToWindows(std::string_view path) {
+    std::wstring wide;
+    if (!path.empty()) {
+        int count = MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()),
+                                        nullptr, 0);
+        wide.resize(count);
+        MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), wide.data(),
+                            count);
+    }
+    if (wide.starts_with(L'/')) {
+        for (wchar_t& c : wide) {
+            if (c == L'/') {
+                c = L'\\';
+            }
+        }
+        wide.insert(0, L"Z:");
+    }
+    return wide;
+}
+
+ProgramUnderTest::ProgramUnderTest(const std::wstring& folder, const std::wstring& programPath,
+                                   const std::wstring& fmifsPath)
+    : folder_(folder) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    fs::remove_all(folder_, error);
+    fs::create_directories(folder_, error);
+    if (error) {
+        error_ = L"cannot create " + folder_;
+        return;
+    }
+    fs::path program(programPath);
+    exePath_ = (fs::path(folder_) / program.filename()).wstring();
+    if (!fs::copy_file(program, exePath_, fs::copy_options::overwrite_existing, error)) {
+        error_ = L"cannot copy " + programPath;
+        return;
+    }
+    if (!fmifsPath.empty() &&
+        !fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
+                       fs::copy_options::overwrite_existing, error)) {
+        error_ = L"cannot copy " + fmifsPath;
+    }
+}
+
+RunningProgram::RunningProgram(UniqueHandle process, DWORD processId, UniqueHandle outputRead)
+    : process_(std::move(process)), processId_(processId), outputRead_(std::move(outputRead)) {
+    reader_ = std::thread([this] { ReadOutput(); });
+}
+
+RunningProgram::~RunningProgram() {
+    Kill();
+    if (reader_.joinable()) {
+        reader_.join();
+    }
+}
+
+void RunningProgram::ReadOutput() {
+    // The end of the pipe cannot mark the end of the output: a process that the
+    // program causes to start (Wine's desktop process, for one) may inherit the
+    // writing end and keep it open. So read what is there until the program
+    // has ended, then what it left behind.
+    char buffer[4096];
+    for (;;) {
+        DWORD available = 0;
+        if (!PeekNamedPipe(outputRead_.Get(), nullptr, 0, nullptr, &available, nullptr)) {
+            return;
+        }
+        if (available == 0) {
+            if (WaitForSingleObject(process_.Get(), 10) != WAIT_OBJECT_0) {
+                continue;
+            }
+            if (!PeekNamedPipe(outputRead_.Get(), nullptr, 0, nullptr, &available, nullptr) ||
+                available == 0) {
+                return;
+            }
+        }
+        DWORD count = 0;
+        if (!ReadFile(outputRead_.Get(), buffer, std::min<DWORD>(available, sizeof buffer),
+                      &count, nullptr)) {
+            return;
+        }
+        std::lock_guard<std::mutex> lock(outputLock_);
+        output_.append(buffer, count);
+    }
+}
+
+bool RunningProgram::Running() const {
+    return WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT;
+}
+
+bool RunningProgram::WaitForExit(DWORD timeoutMs) {
+    if (WaitForSingleObject(process_.Get(), timeoutMs) != WAIT_OBJECT_0) {
+        return false;
+    }
+    if (reader_.joinable()) {
+        reader_.join();
+    }
+    return true;
+}
+
+DWORD RunningProgram::ExitCode() const {
+    DWORD code = STILL_ACTIVE;
+    GetExitCodeProcess(process_.Get(), &code);
+    return code;
+}
+
+std::string RunningProgram::Output() const {
+    std::lock_guard<std::mutex> lock(outputLock_);
+    return output_;
+}
+
+void RunningProgram::Kill() {
+    if (Running()) {
+        TerminateProcess(process_.Get(), 0xDEAD);
+        WaitForSingleObject(process_.Get(), 10000);
+    }
+}
+
+std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
+                                             const std::wstring& arguments,
+                                             std::wstring* error) {
+    // Only one pipe end is inheritable at a time, so a program never holds the
+    // output pipe of another one open (its reader would never see the end).
+    static std::mutex startLock;
+    std::lock_guard<std::mutex> lock(startLock);
+
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    if (!CreatePipe(&readEnd, &writeEnd, &inheritable, 0)) {
+        if (error) *error = L"CreatePipe failed";
+        return nullptr;
+    }
+    UniqueHandle outputRead(readEnd);
+    UniqueHandle outputWrite(writeEnd);
+    SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+    UniqueHandle input(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                   &inheritable, OPEN_EXISTING, 0, nullptr));
+
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = input.Get();
+    startup.hStdOutput = writeEnd;
+    startup.hStdError = writeEnd;
+
+    std::wstring commandLine = L"\"" + exePath + L"\" " + arguments;
+    std::wstring folder = exePath.substr(0, exePath.find_last_of(L'\\'));
+    PROCESS_INFORMATION info{};
+    if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                        folder.c_str(), &startup, &info)) {
+        if (error) *error = L"CreateProcessW failed with " + std::to_wstring(GetLastError());
+        return nullptr;
+    }
+    CloseHandle(info.hThread);
+    return std::make_unique<RunningProgram>(UniqueHandle(info.hProcess), info.dwProcessId,
+                                            std::move(outputRead));
+}
+
+RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
+                     DWORD timeoutMs) {
+    RunResult result;
+    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments);
+    if (!program) {
+        return result;
+    }
+    result.started = true;
+    result.finished = program->WaitForExit(timeoutMs);
+    if (!result.finished) {
+        program->Kill();
+        program->WaitForExit(INFINITE);
+    }
+    result.exitCode = program->ExitCode();
+    result.output = program->Output();
+    return result;
+}
+
+}  // namespace TestDriver

@@ -1,0 +1,158 @@
+// Drives the real Ordalis.exe from a test program: prepares a folder with the
+// program, starts it with a command line and captures its standard output,
+// finds its windows and reads their texts, list-view cells and status-bar
+// parts across the process boundary, sends commands, and saves screenshots.
+//
+// Every wait has a timeout; a helper that cannot do its job returns an empty
+// value (null window, empty text, -1 count) so that the test's own assertion
+// reports what was expected.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace TestDriver {
+
+// Owns a kernel handle; "no handle" is both null and INVALID_HANDLE_VALUE.
+class UniqueHandle {
+public:
+    UniqueHandle() = default;
+    explicit UniqueHandle(HANDLE handle) : handle_(handle) {}
+    UniqueHandle(UniqueHandle&& other) noexcept : handle_(other.Release()) {}
+    UniqueHandle& operator=(UniqueHandle&& other) noexcept;
+    UniqueHandle(const UniqueHandle&) = delete;
+    UniqueHandle& operator=(const UniqueHandle&) = delete;
+    ~UniqueHandle() { Reset(); }
+
+    HANDLE Get() const { return handle_; }
+    bool Valid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
+    HANDLE Release();
+    void Reset(HANDLE handle = nullptr);
+
+private:
+    HANDLE handle_ = nullptr;
+};
+
+// The path a Wine program uses for a path of the Linux host: "/a/b" becomes
+// "Z:\a\b". Other paths are only widened from UTF-8.
+std::wstring HostPathToWindows(std::string_view path);
+
+// A fresh folder (emptied if it exists) holding a copy of the program and,
+// when fmifsPath is not empty, of the fmifs.dll double beside it.
+class ProgramUnderTest {
+public:
+    ProgramUnderTest(const std::wstring& folder, const std::wstring& programPath,
+                     const std::wstring& fmifsPath);
+
+    bool Ready() const { return error_.empty(); }
+    const std::wstring& Error() const { return error_; }
+    const std::wstring& Folder() const { return folder_; }
+    const std::wstring& ExePath() const { return exePath_; }
+
+private:
+    std::wstring folder_;
+    std::wstring exePath_;
+    std::wstring error_;
+};
+
+// A started program. Its standard output and standard error share one pipe,
+// read on a thread. A program still running when this object goes away is
+// killed, so a failing test never leaves an instance behind to block the
+// single-instance rule of the next one.
+class RunningProgram {
+public:
+    RunningProgram(UniqueHandle process, DWORD processId, UniqueHandle outputRead);
+    ~RunningProgram();
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    DWORD ProcessId() const { return processId_; }
+    HANDLE Process() const { return process_.Get(); }
+    bool Running() const;
+    // True when the program ended within the timeout; the output is then complete.
+    bool WaitForExit(DWORD timeoutMs);
+    DWORD ExitCode() const;  // STILL_ACTIVE while it runs
+    std::string Output() const;
+    void Kill();
+
+private:
+    void ReadOutput();
+
+    UniqueHandle process_;
+    DWORD processId_;
+    UniqueHandle outputRead_;
+    mutable std::mutex outputLock_;
+    std::string output_;
+    std::thread reader_;
+};
+
+// Starts exePath with the arguments (the command line is the quoted program
+// path, a blank and the arguments as given). Null on failure, with the reason.
+std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
+                                             const std::wstring& arguments,
+                                             std::wstring* error = nullptr);
+
+struct RunResult {
+    bool started = false;
+    bool finished = false;  // false: killed at the timeout
+    DWORD exitCode = 0;
+    std::string output;     // standard output and standard error, as bytes
+};
+
+RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
+                     DWORD timeoutMs);
+
+// Top-level windows.
+struct WindowQuery {
+    const wchar_t* className = nullptr;  // null: any
+    const wchar_t* title = nullptr;      // null: any
+    DWORD processId = 0;                 // 0: any
+    HWND except = nullptr;               // never this window
+    bool visibleOnly = true;
+};
+
+HWND FindTopWindow(const WindowQuery& query);
+// Polls until the window exists, pumping this thread's messages meanwhile.
+HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs);
+HWND WaitForWindow(const wchar_t* className, const wchar_t* title, DWORD processId,
+                   DWORD timeoutMs);
+// A visible dialog ("#32770") of the process other than `except`: a message
+// box or a modal dialog over the main window.
+HWND WaitForDialogOf(DWORD processId, HWND except, DWORD timeoutMs);
+DWORD ProcessIdOf(HWND window);
+void PumpMessages(DWORD forMs);
+
+// Texts, through WM_GETTEXT, so they work for controls of other processes.
+std::wstring WindowText(HWND window);
+std::wstring WindowClass(HWND window);
+// All descendants, in z-order per level; only those of the class when given.
+std::vector<HWND> ChildWindows(HWND parent, const wchar_t* className = nullptr);
+std::vector<std::wstring> ChildTexts(HWND parent);
+
+// Messages are posted, so a modal loop started by the command cannot block the test.
+bool RequestClose(HWND window);                // WM_CLOSE, as the caption's close button
+bool PressButton(HWND dialog, int controlId);  // BN_CLICKED from that control
+bool SendCommand(HWND window, int commandId);  // as a menu command
+
+// List views and status bars of another process.
+int ListViewRowCount(HWND listView);  // -1 when the window does not answer
+std::wstring ListViewCellText(HWND listView, int row, int column);
+std::wstring ListViewColumnHeader(HWND listView, int column);
+// The list view among the descendants whose first column header reads `header`.
+HWND FindListViewByHeader(HWND parent, std::wstring_view header);
+std::vector<std::wstring> StatusBarTexts(HWND statusBar);
+
+HWND ForegroundWindow();
+bool IsMinimised(HWND window);
+
+// Saves the whole screen as <name>.png under build/screenshots/ (as <name>.bmp
+// when no PNG encoder is available). Returns the path written, or empty.
+std::wstring SaveScreenshot(const std::wstring& name);
+
+}  // namespace TestDriver

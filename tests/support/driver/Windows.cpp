@@ -1,0 +1,331 @@
+// Finding windows of the program under test, reading their texts and controls
+// across the process boundary, and sending them commands.
+
+#include "TestDriver.h"
+
+#include <commctrl.h>
+
+namespace TestDriver {
+namespace {
+
+constexpr UINT kAnswerTimeoutMs = 5000;
+
+bool SendWithTimeout(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
+                     DWORD_PTR* answer) {
+    return SendMessageTimeoutW(window, message, wParam, lParam, SMTO_ABORTIFHUNG,
+                               kAnswerTimeoutMs, answer) != 0;
+}
+
+// A block of memory inside the process that owns a window, so that messages
+// whose parameters point to memory (list-view items, status-bar texts) can be
+// sent to a window of another process.
+class RemoteMemory {
+public:
+    RemoteMemory(HWND owner, size_t size) : size_(size) {
+        process_.Reset(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE |
+                                       PROCESS_QUERY_INFORMATION,
+                                   FALSE, ProcessIdOf(owner)));
+        if (process_.Valid()) {
+            address_ = VirtualAllocEx(process_.Get(), nullptr, size, MEM_COMMIT | MEM_RESERVE,
+                                      PAGE_READWRITE);
+        }
+    }
+    ~RemoteMemory() {
+        if (address_) {
+            VirtualFreeEx(process_.Get(), address_, 0, MEM_RELEASE);
+        }
+    }
+    RemoteMemory(const RemoteMemory&) = delete;
+    RemoteMemory& operator=(const RemoteMemory&) = delete;
+
+    bool Valid() const { return address_ != nullptr; }
+    char* At(size_t offset) const { return static_cast<char*>(address_) + offset; }
+    bool Write(size_t offset, const void* data, size_t length) const {
+        SIZE_T done = 0;
+        return offset + length <= size_ &&
+               WriteProcessMemory(process_.Get(), At(offset), data, length, &done) &&
+               done == length;
+    }
+    bool Read(size_t offset, void* data, size_t length) const {
+        SIZE_T done = 0;
+        return offset + length <= size_ &&
+               ReadProcessMemory(process_.Get(), At(offset), data, length, &done) &&
+               done == length;
+    }
+    std::wstring ReadText(size_t offset, size_t maxCount) const {
+        return ReadTextAt(At(offset), maxCount);
+    }
+    // Text anywhere in that process, up to its terminating zero.
+    std::wstring ReadTextAt(const void* address, size_t maxCount) const {
+        std::wstring text;
+        wchar_t chunk[256];
+        SIZE_T done = 0;
+        auto* next = static_cast<const char*>(address);
+        while (text.size() < maxCount &&
+               ReadProcessMemory(process_.Get(), next, chunk, sizeof chunk, &done) &&
+               done == sizeof chunk) {
+            size_t count = wcsnlen(chunk, 256);
+            text.append(chunk, count);
+            if (count < 256) {
+                return text;
+            }
+            next += sizeof chunk;
+        }
+        return text;
+    }
+
+private:
+    UniqueHandle process_;
+    void* address_ = nullptr;
+    size_t size_;
+};
+
+constexpr size_t kTextCount = 4096;
+// Room for the message's record, then the text buffer it points to.
+constexpr size_t kRecordRoom = 256;
+
+struct EnumState {
+    const WindowQuery* query;
+    HWND found;
+};
+
+BOOL CALLBACK MatchTopWindow(HWND window, LPARAM context) {
+    auto* state = reinterpret_cast<EnumState*>(context);
+    const WindowQuery& query = *state->query;
+    if (window == query.except || (query.visibleOnly && !IsWindowVisible(window))) {
+        return TRUE;
+    }
+    if (query.processId != 0 && ProcessIdOf(window) != query.processId) {
+        return TRUE;
+    }
+    if (query.className && WindowClass(window) != query.className) {
+        return TRUE;
+    }
+    if (query.title) {
+        // A top-level caption is kept by the system: no message to the owner needed.
+        wchar_t title[512] = {};
+        GetWindowTextW(window, title, 512);
+        if (wcscmp(title, query.title) != 0) {
+            return TRUE;
+        }
+    }
+    state->found = window;
+    return FALSE;
+}
+
+struct ChildState {
+    const wchar_t* className;
+    std::vector<HWND>* found;
+};
+
+BOOL CALLBACK CollectChild(HWND window, LPARAM context) {
+    auto* state = reinterpret_cast<ChildState*>(context);
+    if (!state->className || WindowClass(window) == state->className) {
+        state->found->push_back(window);
+    }
+    return TRUE;
+}
+
+}  // namespace
+
+DWORD ProcessIdOf(HWND window) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return processId;
+}
+
+void PumpMessages(DWORD forMs) {
+    DWORD start = GetTickCount();
+    do {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+        if (forMs > 0) {
+            MsgWaitForMultipleObjects(0, nullptr, FALSE, 20, QS_ALLINPUT);
+        }
+    } while (GetTickCount() - start < forMs);
+}
+
+HWND FindTopWindow(const WindowQuery& query) {
+    EnumState state{&query, nullptr};
+    EnumWindows(MatchTopWindow, reinterpret_cast<LPARAM>(&state));
+    return state.found;
+}
+
+HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs) {
+    DWORD start = GetTickCount();
+    for (;;) {
+        if (HWND window = FindTopWindow(query)) {
+            return window;
+        }
+        if (GetTickCount() - start >= timeoutMs) {
+            return nullptr;
+        }
+        PumpMessages(50);
+    }
+}
+
+HWND WaitForWindow(const wchar_t* className, const wchar_t* title, DWORD processId,
+                   DWORD timeoutMs) {
+    WindowQuery query;
+    query.className = className;
+    query.title = title;
+    query.processId = processId;
+    return WaitForWindow(query, timeoutMs);
+}
+
+HWND WaitForDialogOf(DWORD processId, HWND except, DWORD timeoutMs) {
+    WindowQuery query;
+    query.className = L"#32770";
+    query.processId = processId;
+    query.except = except;
+    return WaitForWindow(query, timeoutMs);
+}
+
+std::wstring WindowText(HWND window) {
+    DWORD_PTR count = 0;
+    if (!SendWithTimeout(window, WM_GETTEXTLENGTH, 0, 0, &count)) {
+        return {};
+    }
+    std::wstring text(count + 1, L'\0');
+    DWORD_PTR copied = 0;
+    if (!SendWithTimeout(window, WM_GETTEXT, count + 1, reinterpret_cast<LPARAM>(text.data()),
+                         &copied)) {
+        return {};
+    }
+    text.resize(copied);
+    return text;
+}
+
+std::wstring WindowClass(HWND window) {
+    wchar_t name[256] = {};
+    GetClassNameW(window, name, 256);
+    return name;
+}
+
+std::vector<HWND> ChildWindows(HWND parent, const wchar_t* className) {
+    std::vector<HWND> found;
+    ChildState state{className, &found};
+    EnumChildWindows(parent, CollectChild, reinterpret_cast<LPARAM>(&state));
+    return found;
+}
+
+std::vector<std::wstring> ChildTexts(HWND parent) {
+    std::vector<std::wstring> texts;
+    for (HWND child : ChildWindows(parent)) {
+        texts.push_back(WindowText(child));
+    }
+    return texts;
+}
+
+bool RequestClose(HWND window) {
+    return PostMessageW(window, WM_CLOSE, 0, 0) != 0;
+}
+
+bool PressButton(HWND dialog, int controlId) {
+    HWND button = GetDlgItem(dialog, controlId);
+    return PostMessageW(dialog, WM_COMMAND, MAKEWPARAM(controlId, BN_CLICKED),
+                        reinterpret_cast<LPARAM>(button)) != 0;
+}
+
+bool SendCommand(HWND window, int commandId) {
+    return PostMessageW(window, WM_COMMAND, MAKEWPARAM(commandId, 0), 0) != 0;
+}
+
+int ListViewRowCount(HWND listView) {
+    DWORD_PTR count = 0;
+    if (!SendWithTimeout(listView, LVM_GETITEMCOUNT, 0, 0, &count)) {
+        return -1;
+    }
+    return static_cast<int>(count);
+}
+
+std::wstring ListViewCellText(HWND listView, int row, int column) {
+    RemoteMemory memory(listView, kRecordRoom + kTextCount * sizeof(wchar_t));
+    if (!memory.Valid()) {
+        return {};
+    }
+    LVITEMW item{};
+    item.iSubItem = column;
+    item.pszText = reinterpret_cast<wchar_t*>(memory.At(kRecordRoom));
+    item.cchTextMax = kTextCount;
+    DWORD_PTR count = 0;
+    if (!memory.Write(0, &item, sizeof item) ||
+        !SendWithTimeout(listView, LVM_GETITEMTEXTW, row,
+                         reinterpret_cast<LPARAM>(memory.At(0)), &count)) {
+        return {};
+    }
+    // The list may answer with a pointer to its own copy instead of filling the buffer.
+    LVITEMW answered{};
+    if (!memory.Read(0, &answered, sizeof answered) || answered.pszText == nullptr) {
+        return {};
+    }
+    return memory.ReadTextAt(answered.pszText, kTextCount);
+}
+
+std::wstring ListViewColumnHeader(HWND listView, int column) {
+    RemoteMemory memory(listView, kRecordRoom + kTextCount * sizeof(wchar_t));
+    if (!memory.Valid()) {
+        return {};
+    }
+    LVCOLUMNW record{};
+    record.mask = LVCF_TEXT;
+    record.pszText = reinterpret_cast<wchar_t*>(memory.At(kRecordRoom));
+    record.cchTextMax = kTextCount;
+    DWORD_PTR ok = 0;
+    if (!memory.Write(0, &record, sizeof record) ||
+        !SendWithTimeout(listView, LVM_GETCOLUMNW, column,
+                         reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
+        !ok) {
+        return {};
+    }
+    return memory.ReadText(kRecordRoom, kTextCount);
+}
+
+HWND FindListViewByHeader(HWND parent, std::wstring_view header) {
+    for (HWND listView : ChildWindows(parent, WC_LISTVIEWW)) {
+        if (ListViewColumnHeader(listView, 0) == header) {
+            return listView;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<std::wstring> StatusBarTexts(HWND statusBar) {
+    std::vector<std::wstring> texts;
+    DWORD_PTR parts = 0;
+    if (!SendWithTimeout(statusBar, SB_GETPARTS, 0, 0, &parts)) {
+        return texts;
+    }
+    RemoteMemory memory(statusBar, kTextCount * sizeof(wchar_t));
+    if (!memory.Valid()) {
+        return texts;
+    }
+    for (DWORD_PTR part = 0; part < parts; ++part) {
+        DWORD_PTR lengthAndType = 0;
+        SendWithTimeout(statusBar, SB_GETTEXTLENGTHW, part, 0, &lengthAndType);
+        if (LOWORD(lengthAndType) >= kTextCount) {
+            texts.emplace_back();
+            continue;
+        }
+        wchar_t nothing = 0;
+        memory.Write(0, &nothing, sizeof nothing);
+        DWORD_PTR answer = 0;
+        SendWithTimeout(statusBar, SB_GETTEXTW, part, reinterpret_cast<LPARAM>(memory.At(0)),
+                        &answer);
+        texts.push_back(memory.ReadText(0, kTextCount));
+    }
+    return texts;
+}
+
+HWND ForegroundWindow() {
+    return GetForegroundWindow();
+}
+
+bool IsMinimised(HWND window) {
+    return IsIconic(window) != FALSE;
+}
+
+}  // namespace TestDriver
