@@ -91,6 +91,3 @@ std::wstring WithTrailingBackslash(const std::wstring& folder) {
   return folder + L'\\';
 }
 
-std::wstring JoinPath(const std::wstring& folder, const std::wstring& name) {
-  return WithTrailingBackslash(folder) + name;
-}

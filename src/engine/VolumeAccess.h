@@ -172,4 +172,3 @@ bool HasLongPrefix(const std::wstring& path);
 std::wstring AddLongPrefix(const std::wstring& path);
 std::wstring StripLongPrefix(const std::wstring& path);
 std::wstring WithTrailingBackslash(const std::wstring& folder);
-std::wstring JoinPath(const std::wstring& folder, const std::wstring& name);

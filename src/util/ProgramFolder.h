@@ -4,6 +4,3 @@
 #include <string>
 
 extern std::wstring gProgramFolder;
-
-// Joins a folder and a name with exactly one backslash.
-std::wstring JoinPath(const std::wstring& folder, const std::wstring& name);

@@ -7,11 +7,20 @@
 #include "app/win32/SingleInstance.h"
 #include "app/win32/Startup.h"
 #include "engine/win32/Win32FileQueries.h"
+#include "engine/win32/Win32VolumeAccess.h"
+#ifdef ORDALIS_SIMULATED_VOLUME
+#include "engine/sim/SimEnvironment.h"
+#endif
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "ui/MainWindow.h"
 #include "util/SharedLock.h"
 #include "util/Text.h"
+
+#ifdef ORDALIS_SIMULATED_VOLUME
+// Outside the program's own exit codes, so a test cannot mistake it for one.
+constexpr int kSimVolumeMissingExitCode = 70;
+#endif
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   INITCOMMONCONTROLSEX controls{sizeof controls, 0x40FF};
@@ -25,6 +34,12 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
 
   static Win32FileQueries fileQueries;
   SetFileQueries(&fileQueries);
+  SetVolumeAccess(&Win32Volumes());
+#ifdef ORDALIS_SIMULATED_VOLUME
+  // Without its description the simulating program has nothing to work on;
+  // the reason is already on stderr.
+  if (!InstallSimVolumeFromEnvironment()) return kSimVolumeMissingExitCode;
+#endif
 
   MainWindowSetup setup;
   setup.startupChecks = RunStartupChecks;
@@ -57,6 +72,9 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
       DispatchMessageW(&message);
     }
   }
+#ifdef ORDALIS_SIMULATED_VOLUME
+  WriteSimVolumeEndStateFromEnvironment();
+#endif
   ClearItemList();
   DeleteSharedLock();
   CoUninitialize();

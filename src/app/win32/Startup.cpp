@@ -8,6 +8,7 @@
 #include "app/CommandLine.h"
 #include "app/RunFlags.h"
 #include "app/win32/Console.h"
+#include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
 #include "ui/CommandIds.h"
 #include "ui/HelpDialog.h"
@@ -83,8 +84,7 @@ void RestoreErrorMode() {
 void RunStartupChecks(HWND mainWindow) {
   // The rich-edit control is only needed by some dialogs; its absence is not fatal.
   LoadLibraryW(L"RICHED20.DLL");
-  HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-  if (!ntdll || !GetProcAddress(ntdll, "NtFsControlFile")) {
+  if (!ResolveNtFsControlFile()) {
     FailStartup(nullptr, L"Could not find NtFsControlFile entry point in NTDLL.DLL.");
   }
   HMODULE fmifs = LoadLibraryW(L"fmifs.dll");
