@@ -1,0 +1,3 @@
+#include "runs/RunResults.h"
+
+RunResults gRun;

@@ -1,0 +1,45 @@
+#pragma once
+// What a run finds, shared by the walk and the run driver that fill it and the
+// window that shows it: the run counters, the fragmented files and the errors.
+// The analysis walk appends to the pending lists under the engine lock; the
+// window thread moves them into the run's lists in batches.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct RunCounters {
+  uint64_t filesSeen = 0;
+  uint64_t notFragmented = 0;
+  uint64_t filesTried = 0;
+  uint64_t filesMoved = 0;
+};
+
+struct FragmentedFileRecord {
+  std::wstring path;  // without the long prefix
+  uint64_t size = 0;
+  uint64_t sizeOnDisk = 0;
+  uint32_t percentOnDisk = 0;  // hundredths of a per cent
+  uint64_t fragments = 0;
+  uint64_t clusters = 0;
+  uint32_t clusterSize = 0;
+  std::wstring modifiedDate;  // local time, the user's formats
+  std::wstring modifiedTime;
+  std::wstring attributes;    // letters from "RHSAEC"
+};
+
+struct ErrorEntry {
+  std::wstring path;         // as given
+  std::wstring displayPath;  // without the long prefix
+  std::wstring message;
+};
+
+struct RunResults {
+  RunCounters counters;
+  std::vector<FragmentedFileRecord> fragmented;
+  std::vector<ErrorEntry> errors;
+  // Filled by the analysis walk's worker, emptied by the window thread.
+  std::vector<FragmentedFileRecord> pendingFragmented;
+  std::vector<ErrorEntry> pendingErrors;
+};
+
+extern RunResults gRun;

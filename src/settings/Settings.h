@@ -1,0 +1,58 @@
+#pragma once
+// The program-wide preferences that are not menu marks. They are loaded from
+// "ordalis.ini" at start-up, read by the modules that use them, changed by the
+// dialogs that edit them, and written back when the main window closes. The
+// boolean preferences bound to the main menu live in its check and radio
+// marks instead.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Bits of `Settings::solidStateFlags`.
+constexpr uint32_t kSolidStateSkip = 0x1;           // leave files on solid-state drives alone
+constexpr uint32_t kSolidStateNoDetection = 0x2;    // do not look for solid-state drives at all
+constexpr uint32_t kSolidStateWarn = 0x4;           // warn before defragmenting one
+
+constexpr int kItemColourCount = 5;  // item states that can be highlighted
+
+struct Settings {
+  uint32_t solidStateFlags = kSolidStateSkip;
+  std::wstring language;               // two letters; empty until start-up decides
+  std::wstring languageInFile;         // what the file held, written back after "/LANG:"
+  bool languageFromCommandLine = false;
+
+  // Dialog and window sizes in pixels; the defaults are set at start-up,
+  // scaled for the screen.
+  int fragmentDetailsWidth = 400, fragmentDetailsHeight = 390;
+  int filterWidth = 480, filterHeight = 420;
+  int diskCheckWidth = 670, diskCheckHeight = 470;
+  int mainWidth = 600, mainHeight = 360;
+  int splitterPosition = -1;
+  bool maximized = false;
+
+  std::wstring profileFolder;  // last folder of the profile file dialogs
+  std::wstring fileFolder;     // last folder files were chosen from
+
+  std::wstring cleanupProgramPath;
+  std::wstring cleanupProgramSwitches;
+
+  bool excludeBySize = false;
+  int64_t maxFileSizeKiB = 0;
+
+  uint32_t itemTextColour[kItemColourCount] = {};  // 0x00BBGGRR
+  bool itemTextColourEnabled[kItemColourCount] = {};
+  bool itemTextColourFullRow = false;
+
+  bool removeMissingRecentProfiles = true;
+  int64_t maxRecentProfiles = 5;
+  std::vector<std::wstring> recentProfiles;  // most recent first
+
+  bool showSystemIcons = true;
+
+  // Visibility of each column of the item list and of the fragmented-file
+  // list, by column index; empty means all visible.
+  std::vector<uint8_t> itemColumnVisible;
+  std::vector<uint8_t> resultColumnVisible;
+};
+
+extern Settings gSettings;
