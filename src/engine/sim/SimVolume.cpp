@@ -74,25 +74,22 @@ bool SimVolume::Create(const SimSettings& settings, std::string& error) {
 }
 
 bool SimVolume::Reserve(int64_t lcn, uint64_t count, std::string& error) {
-  std::lock_guard lock(mutex_);
-  if (lcn < 0 || count == 0 || uint64_t(lcn) + count > settings_.clusters || !RangeFree(lcn, count)) {
-    error = "reserved range " + std::to_string(lcn) + ":" + std::to_string(count) +
-            " is outside the volume or in use";
-    return false;
-  }
-  AddRange(reserved_, lcn, count);
-  SetBits(lcn, count, true);
-  return true;
+  return Claim(reserved_, "reserved", lcn, count, error);
 }
 
 bool SimVolume::Hold(int64_t lcn, uint64_t count, std::string& error) {
+  return Claim(held_, "held", lcn, count, error);
+}
+
+bool SimVolume::Claim(std::map<int64_t, uint64_t>& ranges, const char* what, int64_t lcn,
+                      uint64_t count, std::string& error) {
   std::lock_guard lock(mutex_);
   if (lcn < 0 || count == 0 || uint64_t(lcn) + count > settings_.clusters || !RangeFree(lcn, count)) {
-    error = "held range " + std::to_string(lcn) + ":" + std::to_string(count) +
+    error = std::string(what) + " range " + std::to_string(lcn) + ":" + std::to_string(count) +
             " is outside the volume or in use";
     return false;
   }
-  AddRange(held_, lcn, count);
+  AddRange(ranges, lcn, count);
   SetBits(lcn, count, true);
   return true;
 }

@@ -186,6 +186,9 @@ class SimVolume : public VolumeAccess {
   void SetTags(int64_t lcn, uint64_t count, uint32_t file, int64_t vcn);
   void EraseTags(int64_t lcn, uint64_t count);
   static void AddRange(std::map<int64_t, uint64_t>& ranges, int64_t lcn, uint64_t count);
+  // Marks a free range as in use on behalf of the volume (reserved or held).
+  bool Claim(std::map<int64_t, uint64_t>& ranges, const char* what, int64_t lcn, uint64_t count,
+             std::string& error);
   static void EraseRange(std::map<int64_t, uint64_t>& ranges, int64_t lcn, uint64_t count);
   bool Allocate(uint32_t fileIndex, std::string& error);
 
