@@ -108,7 +108,10 @@ INT_PTR CALLBACK ViewerProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lPa
       HWND box = GetDlgItem(dialog, IDC_LANGUAGE_TEXT);
       SendMessageW(box, EM_EXLIMITTEXT, 0, static_cast<LPARAM>(kViewerMaxChars));
       SetWindowTextW(box, text->c_str());
-      return TRUE;
+      // Start at the top, nothing selected, the button ready for Enter.
+      SendMessageW(box, EM_SETSEL, 0, 0);
+      SetFocus(GetDlgItem(dialog, IDOK));
+      return FALSE;
     }
     case WM_SIZE: {
       RECT client{};
