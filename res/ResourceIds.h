@@ -21,3 +21,17 @@
 
 // The program's icon.
 #define IDI_ORDALIS 100
+
+// Menus: the main menu and the context and drop-down menus.
+#define IDR_MAIN_MENU 3001
+#define IDR_ITEM_LIST_MENU 3002
+#define IDR_FILE_LIST_MENU 3003
+#define IDR_ADD_MENU 3004
+#define IDR_DEFRAG_MENU 3005
+#define IDR_RECENT_PROFILES_MENU 3007
+#define IDR_ITEM_COLUMNS_MENU 3008
+#define IDR_FILE_COLUMNS_MENU 3009
+
+// The language-file viewer.
+#define IDD_LANGUAGE_VIEWER 40
+#define IDC_LANGUAGE_TEXT 4001

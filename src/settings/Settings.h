@@ -26,6 +26,9 @@ struct Settings {
   int fragmentDetailsWidth = 400, fragmentDetailsHeight = 390;
   int filterWidth = 480, filterHeight = 420;
   int diskCheckWidth = 670, diskCheckHeight = 470;
+  // The disk-check dialog is never smaller than this; a smaller size in the
+  // settings file is raised to it.
+  int diskCheckMinWidth = 670, diskCheckMinHeight = 470;
   int mainWidth = 600, mainHeight = 360;
   int splitterPosition = -1;
   bool maximized = false;

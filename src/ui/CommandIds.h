@@ -37,3 +37,57 @@ constexpr uint32_t kCmdDefragSelected = 9076;
 constexpr uint32_t kCmdOpenFromKeyboard = 8000;
 constexpr uint32_t kCmdToggleDefragMark = 8001;
 
+// The rest of the main menu, the context menus and the option commands.
+constexpr uint32_t kCmdOnTop = 9012;
+constexpr uint32_t kCmdShutdownAfterDefrag = 9016;
+constexpr uint32_t kCmdWarrantyDisclaimer = 9017;
+constexpr uint32_t kCmdCommandLineHelp = 9021;
+constexpr uint32_t kCmdProperties = 9029;
+constexpr uint32_t kCmdFirstColumn = 9034;  // 9034..9043: show or hide one column
+constexpr uint32_t kCmdLastColumn = 9043;
+constexpr uint32_t kCmdDefaultColumns = 9044;
+constexpr uint32_t kCmdFragmentDetails = 9045;
+constexpr uint32_t kCmdDefragAllFiles = 9061;
+constexpr uint32_t kCmdDefragSelectedFiles = 9062;
+constexpr uint32_t kCmdSelectFiles = 9063;
+constexpr uint32_t kCmdDeselectFiles = 9064;
+constexpr uint32_t kCmdInvertSelection = 9065;
+constexpr uint32_t kCmdExcludeSelected = 9066;
+constexpr uint32_t kCmdHighlightDialog = 9067;
+constexpr uint32_t kCmdSaveReport = 9068;
+constexpr uint32_t kCmdFilterDialog = 9069;
+constexpr uint32_t kCmdSkipSolidState = 9070;
+constexpr uint32_t kCmdNoSolidStateDetection = 9071;
+constexpr uint32_t kCmdShowInfoPanel = 9072;
+constexpr uint32_t kCmdShowStatusBar = 9073;
+constexpr uint32_t kCmdShowToolbar = 9074;
+constexpr uint32_t kCmdRecentProfilesDialog = 9077;
+constexpr uint32_t kCmdShowStateIcons = 9078;
+constexpr uint32_t kCmdShowSystemIcons = 9079;
+constexpr uint32_t kCmdOpenItemFolder = 9080;
+constexpr uint32_t kCmdViewLanguageFile = 9081;
+constexpr uint32_t kCmdCleanupShowErrors = 9082;
+// Languages of the "Lingua" menu: the built-in one, then one per file found.
+constexpr uint32_t kCmdFirstLanguage = 4000;
+constexpr uint32_t kCmdLastLanguage = 4499;
+// Recent profiles; the placeholder stands alone while the list is empty.
+constexpr uint32_t kCmdRecentProfilesEmpty = 4500;
+
+// Sub-menus carry numbers of their own, so that their texts can be replaced
+// by a language like those of the commands.
+constexpr uint32_t kMenuFile = 9300;
+constexpr uint32_t kMenuProfiles = 9301;
+constexpr uint32_t kMenuActions = 9302;
+constexpr uint32_t kMenuView = 9303;
+constexpr uint32_t kMenuTools = 9304;
+constexpr uint32_t kMenuOptions = 9305;
+constexpr uint32_t kMenuHelp = 9306;
+constexpr uint32_t kMenuAdd = 9307;
+constexpr uint32_t kMenuStrategy = 9308;
+constexpr uint32_t kMenuDiskCheck = 9309;
+constexpr uint32_t kMenuCleanup = 9310;
+constexpr uint32_t kMenuPriority = 9311;
+constexpr uint32_t kMenuLanguage = 9312;
+constexpr uint32_t kMenuSolidState = 9313;
+constexpr uint32_t kMenuColumns = 9314;
+constexpr uint32_t kMenuRecentProfiles = 9315;

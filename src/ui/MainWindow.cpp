@@ -136,6 +136,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
         DestroyWindow(window);
         return TRUE;
       }
+      if (gMain.setup.command && gMain.setup.command(window, LOWORD(wParam))) return TRUE;
       return FALSE;
     case WM_CLOSE:
       DestroyWindow(window);
@@ -178,4 +179,27 @@ void SetFullRowSelect(bool fullRow) {
   if (!gMain.list) return;
   ListView_SetExtendedListViewStyleEx(gMain.list, LVS_EX_FULLROWSELECT,
                                       fullRow ? LVS_EX_FULLROWSELECT : 0);
+}
+
+HWND MainItemListView() { return gMain.list; }
+
+// The result list comes with the bottom panel, which this window does not
+// have yet.
+HWND MainResultListView() { return nullptr; }
+
+void SetStateIconsShown(bool shown) {
+  // The item list has no state image list yet: nothing to attach or detach.
+  (void)shown;
+}
+
+void RetextMainWindow() {
+  if (!gMain.list) return;
+  int index = 0;
+  for (const ColumnLayout& layout : kItemColumns) {
+    LVCOLUMNW column{};
+    column.mask = LVCF_TEXT;
+    column.pszText = const_cast<wchar_t*>(Text(layout.textId, layout.italian));
+    ListView_SetColumn(gMain.list, index, &column);
+    ++index;
+  }
 }

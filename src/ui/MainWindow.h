@@ -16,6 +16,9 @@ struct MainWindowSetup {
   std::function<void(HWND)> beforeDestroy;
   // The code the message loop ends with.
   std::function<int()> exitCode;
+  // Commands the window does not handle itself (options, languages); true
+  // when the command was taken.
+  std::function<bool(HWND, unsigned command)> command;
 };
 
 // Creates the main dialog (hidden). Returns null when it could not be created
@@ -32,3 +35,14 @@ void RefreshItemList();
 
 // Selection and highlighting of whole rows in the lists.
 void SetFullRowSelect(bool fullRow);
+
+// The main window's two list views: the items, and the results of a run
+// (null while the window has none).
+HWND MainItemListView();
+HWND MainResultListView();
+
+// State icons in the item list on or off.
+void SetStateIconsShown(bool shown);
+
+// Sets the texts of the window's controls again after the language changed.
+void RetextMainWindow();

@@ -62,8 +62,11 @@ HWND WaitForMainWindow(const RunningProgram& program) {
     return TestDriver::WaitForWindow(kDialogClass, kMainTitle, program.ProcessId(), kWaitMs);
 }
 
+// The program shows the language of the Wine prefix's locale: Italian, or
+// English from the language file beside it.
 HWND ItemList(HWND mainWindow) {
-    return TestDriver::FindListViewByHeader(mainWindow, L"Nome");
+    HWND list = TestDriver::FindListViewByHeader(mainWindow, L"Nome");
+    return list ? list : TestDriver::FindListViewByHeader(mainWindow, L"Name");
 }
 
 std::vector<std::wstring> ColumnTexts(HWND list, int column) {
@@ -151,7 +154,8 @@ TEST(UnattendedStart, NoWindowIsEverShown) {
 
 TEST(HelpOption, ShowsTheHelpDialogAndEndsWithZeroWhenItIsClosed) {
     std::wstring exe = PrepareProgram(L"help");
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/?");
+    // The built-in language, whatever the locale: the title is looked for.
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/? /LANG:IT");
     ASSERT_NE(program, nullptr);
     HWND help = TestDriver::WaitForWindow(kDialogClass, L"Ordalis - Guida", program->ProcessId(),
                                           kWaitMs);
@@ -259,7 +263,8 @@ TEST(PathArguments, WildcardAddsTheMatchingFilesButNotTheMatchingFolders) {
 
 TEST(PathArguments, QuotedDriveRootIsAddedAsTheRootFolder) {
     std::wstring exe = PrepareProgram(L"drive-root");
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"\"Z:\\\"");
+    // The built-in language, whatever the locale: the type text is checked.
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"\"Z:\\\" /LANG:IT");
     ASSERT_NE(program, nullptr);
     HWND mainWindow = WaitForMainWindow(*program);
     ASSERT_NE(mainWindow, nullptr);

@@ -12,6 +12,8 @@
 #include "engine/sim/SimEnvironment.h"
 #endif
 #include "items/ItemList.h"
+#include "settings/win32/LoadSaveSettings.h"
+#include "settings/win32/OptionCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/MainWindow.h"
 #include "util/SharedLock.h"
@@ -46,8 +48,10 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   // Between the window's layout and the command line come, in this order, the
   // settings file, the exclude and include lists and the language.
   setup.afterLayout = RunCommandLine;
+  setup.command = HandleOptionCommand;
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
+    if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
     // An unattended run leaves no trace on the screen while it ends.
     if (gApp.runFlags & kRunNoGui) SetWindowPos(window, nullptr, -100, -100, 1, 1, SWP_NOZORDER);
   };

@@ -10,6 +10,10 @@
 #include "app/win32/Console.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
+#include "settings/Settings.h"
+#include "settings/win32/Language.h"
+#include "settings/win32/LoadSaveSettings.h"
+#include "settings/win32/OptionCommands.h"
 #include "ui/CommandIds.h"
 #include "ui/HelpDialog.h"
 #include "ui/MainWindow.h"
@@ -106,15 +110,27 @@ void RunStartupChecks(HWND mainWindow) {
 void RunCommandLine(HWND mainWindow) {
   std::vector<std::wstring> args = CommandLineArguments();
   CommandLineChoices choices;
+  // The options are read first: "/NOINI" decides whether the settings file is read.
   gApp.runFlags |= ParseOptions(args, choices);
 
+  gSettings.language = LanguageFromLocale();
+  gSettings.languageInFile = gSettings.language;
+  BuildLanguageList();
+  LoadSettings();
+  // The exclude and include lists are read here, between the settings and the language.
+  ApplyLanguage(gSettings.language);
+
+  if (gApp.runFlags & kRunLanguage) {
+    gSettings.languageFromCommandLine = true;
+    ApplyLanguage(choices.languageCode == L"AUTO" ? LanguageFromLocale() : choices.languageCode);
+  }
   if (gApp.runFlags & kRunHelp) {
     ShowHelpDialog(mainWindow);
     RequestExit(0);
     return;
   }
   gApp.runFlags = ApplyOptionInteractions(gApp.runFlags);
-  if (gApp.runFlags & kRunFullRow) SetFullRowSelect(true);
+  ApplyCommandLineMarks(gApp.runFlags, choices);
   if (gApp.runFlags & kRunNoGui) {
     gItemSettings.suppressMessages = true;
     ConsoleWriteText(ConsoleBanner());
@@ -138,6 +154,6 @@ void RunCommandLine(HWND mainWindow) {
     if (gApp.runFlags & kRunOnTop) {
       SetWindowPos(mainWindow, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
     }
-    ShowMainWindow(false);
+    ShowMainWindow(gSettings.maximized);
   }
 }

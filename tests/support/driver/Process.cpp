@@ -65,6 +65,15 @@ ProgramUnderTest::ProgramUnderTest(const std::wstring& folder, const std::wstrin
         error_ = L"cannot copy " + programPath;
         return;
     }
+    // The language files ship beside the program; without them a start in a
+    // locale other than the built-in language stops at a message box.
+    fs::path languages = program.parent_path() / L"lang";
+    if (fs::is_directory(languages, error) &&
+        (fs::copy(languages, fs::path(folder_) / L"lang", fs::copy_options::recursive, error), error)) {
+        error_ = L"cannot copy " + languages.wstring();
+        return;
+    }
+    error.clear();
     if (!fmifsPath.empty() &&
         !fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
                        fs::copy_options::overwrite_existing, error)) {

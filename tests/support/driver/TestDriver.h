@@ -43,8 +43,9 @@ private:
 // "Z:\a\b". Other paths are only widened from UTF-8.
 std::wstring HostPathToWindows(std::string_view path);
 
-// A fresh folder (emptied if it exists) holding a copy of the program and,
-// when fmifsPath is not empty, of the fmifs.dll double beside it.
+// A fresh folder (emptied if it exists) holding a copy of the program with
+// the "lang" folder that lies beside it, if any, and, when fmifsPath is not
+// empty, of the fmifs.dll double.
 class ProgramUnderTest {
 public:
     ProgramUnderTest(const std::wstring& folder, const std::wstring& programPath,

@@ -1,0 +1,159 @@
+#include "settings/win32/MenuTexts.h"
+
+#include <cstdint>
+
+#include "ui/CommandIds.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+namespace {
+
+struct MenuText {
+  uint32_t command;
+  uint32_t textId;
+  const wchar_t* italian;
+};
+
+constexpr MenuText kMainMenuTexts[] = {
+    {kMenuFile, kStrMenuFile, L"&File"},
+    {kMenuProfiles, kStrMenuProfiles, L"&Profili"},
+    {kMenuActions, kStrMenuActions, L"&Azioni"},
+    {kMenuView, kStrMenuView, L"&Visualizza"},
+    {kMenuTools, kStrMenuTools, L"&Strumenti"},
+    {kMenuOptions, kStrMenuOptions, L"&Opzioni"},
+    {kMenuHelp, kStrMenuHelp, L"&?"},
+    {kMenuAdd, kStrMenuAdd, L"&Aggiungi"},
+    {kCmdAddFiles, kStrMenuAddFiles, L"&File...\tCTRL+O"},
+    {kCmdAddFolder, kStrMenuAddFolder, L"&Cartella...\tCTRL+D"},
+    {kCmdRemove, kStrMenuRemove, L"&Rimuovi\tCANC"},
+    {kCmdSaveReport, kStrMenuSaveReport, L"&Salva report..."},
+    {kCmdExit, kStrMenuExit, L"Esc&i"},
+    {kCmdImportProfile, kStrMenuImportProfile, L"&Importa profilo..."},
+    {kCmdSaveProfile, kStrMenuSaveProfile, L"&Salva profilo con nome..."},
+    {kCmdRecentProfilesDialog, kStrMenuRecentProfilesDialog, L"Configura &elenco profili recenti..."},
+    {kCmdRecentProfilesEmpty, kStrMenuRecentProfilesEmpty, L"<vuoto>"},
+    {kCmdAnalyzeAll, kStrMenuAnalyze, L"A&nalizza"},
+    {kCmdDefragAll, kStrMenuDefrag, L"&Deframmenta"},
+    {kCmdStop, kStrMenuStop, L"A&rresta"},
+    {kCmdAnalyzeSelected, kStrMenuAnalyzeSelected, L"&Analizza gli oggetti selezionati"},
+    {kCmdDefragSelected, kStrMenuDefragSelected, L"&Deframmenta gli oggetti selezionati"},
+    {kCmdOpen, kStrMenuOpen, L"&Apri"},
+    {kCmdOpenItemFolder, kStrMenuOpenFolder, L"Apri p&ercorso file"},
+    {kCmdFragmentDetails, kStrMenuFragmentDetails, L"I&nformazioni sui frammenti"},
+    {kCmdProperties, kStrMenuProperties, L"&Propriet\u00E0"},
+    {kCmdExcludeSelected, kStrMenuExclude, L"Aggiungi all'elenco degli oggetti da es&cludere"},
+    {kCmdShowToolbar, kStrMenuToolbar, L"Barra degli &strumenti"},
+    {kCmdShowInfoPanel, kStrMenuInfoPanel, L"&Pannello delle informazioni"},
+    {kCmdShowStatusBar, kStrMenuStatusBar, L"&Barra di stato"},
+    {kCmdShowStateIcons, kStrMenuStateIcons, L"Mostra icone di &stato"},
+    {kCmdShowSystemIcons, kStrMenuSystemIcons, L"Mostra icone di sist&ema"},
+    {kCmdFullRow, kStrMenuFullRow, L"Seleziona riga i&ntera"},
+    {kCmdOnTop, kStrMenuOnTop, L"In p&rimo piano"},
+    {kCmdFollowItem, kStrMenuFollowItem, L"Sc&orri elenco"},
+    {kCmdFilterDialog, kStrMenuFilter, L"&Gestione filtro..."},
+    {kCmdHighlightDialog, kStrMenuHighlight, L"Configura eviden&ziazione oggetti..."},
+    {kMenuLanguage, kStrMenuLanguage, L"&Lingua"},
+    {kCmdViewLanguageFile, kStrMenuViewLanguageFile, L"Visualizza file di &lingua..."},
+    {kCmdConfirmPrompts, kStrMenuConfirmPrompts, L"Visualizza &messaggi di conferma"},
+    {kMenuStrategy, kStrMenuStrategy, L"&Strategia di deframmentazione"},
+    {kCmdQuickStrategy, kStrMenuQuick, L"&Rapida"},
+    {kCmdSmartStrategy, kStrMenuSmart, L"I&ntelligente"},
+    {kMenuDiskCheck, kStrMenuDiskCheck, L"&Controllo del disco"},
+    {kCmdDiskCheckAuto, kStrMenuDiskCheckAuto, L"&Automatico"},
+    {kCmdDiskCheckOff, kStrMenuDiskCheckOff, L"&Disattivato"},
+    {kCmdDiskCheckAsk, kStrMenuAskUser, L"&Chiedi all'utente"},
+    {kMenuCleanup, kStrMenuCleanup, L"P&ulizia dei file temporanei"},
+    {kCmdCleanupAuto, kStrMenuCleanupAuto, L"&Automatica"},
+    {kCmdCleanupOff, kStrMenuCleanupOff, L"&Disattivata"},
+    {kCmdCleanupAsk, kStrMenuAskUser, L"&Chiedi all'utente"},
+    {kCmdCleanupShowErrors, kStrMenuCleanupErrors, L"Mostra messaggi di &errore"},
+    {kMenuPriority, kStrMenuPriority, L"P&riorit\u00E0"},
+    {kCmdPriorityHigh, kStrMenuPriorityHigh, L"&Alta"},
+    {kCmdPriorityAboveNormal, kStrMenuPriorityAboveNormal, L"&SupNormale"},
+    {kCmdPriorityNormal, kStrMenuPriorityNormal, L"&Normale"},
+    {kCmdPriorityBelowNormal, kStrMenuPriorityBelowNormal, L"&InfNormale"},
+    {kCmdPriorityIdle, kStrMenuPriorityIdle, L"&Bassa"},
+    {kMenuSolidState, kStrMenuSolidState, L"Unit\u00E0 a stato solido (SS&D)"},
+    {kCmdSkipSolidState, kStrMenuSkipSolidState, L"Ign&ora unit\u00E0 a stato solido (SSD)"},
+    {kCmdNoSolidStateDetection, kStrMenuNoSolidStateDetection,
+     L"Disa&bilita identificazione unit\u00E0 a stato solido (SSD)"},
+    {kCmdCloseAfterDefrag, kStrMenuCloseAfterDefrag, L"&Chiudi programma al termine della deframmentazione"},
+    {kCmdShutdownAfterDefrag, kStrMenuShutdownAfterDefrag,
+     L"&Arresta il sistema al termine della deframmentazione"},
+    {kCmdCommandLineHelp, kStrMenuCommandLineHelp, L"&Parametri della riga di comando"},
+    {kCmdWarrantyDisclaimer, kStrMenuWarranty, L"&Esclusione di garanzie"},
+    {kCmdAbout, kStrMenuAbout, L"&Informazioni su Ordalis"},
+    // The drop-downs and context menus.
+    {kCmdSelectFiles, kStrMenuSelectFiles, L"&Seleziona"},
+    {kCmdDeselectFiles, kStrMenuDeselectFiles, L"&Deseleziona"},
+    {kCmdInvertSelection, kStrMenuInvertSelection, L"&Inverti selezione"},
+    {kCmdDefragAllFiles, kStrMenuDefragAllFiles, L"Deframmenta tutti i file"},
+    {kCmdDefragSelectedFiles, kStrMenuDefragSelectedFiles, L"Deframmenta solamente i file selezionati"},
+};
+
+// Where a menu's text differs from the menu bar's for the same command.
+constexpr MenuText kItemListTexts[] = {
+    {kCmdAddFiles, kStrMenuAddFilesLong, L"Aggiungi &file...\tCTRL+O"},
+    {kCmdAddFolder, kStrMenuAddFolderLong, L"Aggiungi &cartella...\tCTRL+D"},
+};
+constexpr MenuText kFileListTexts[] = {
+    {kCmdProperties, kStrMenuFileProperties, L"P&ropriet\u00E0"},
+};
+constexpr MenuText kColumnTexts[] = {
+    {9034, kStrColumnName, L"Nome"},
+    {9035, kStrColumnState, L"Stato"},
+    {9038, kStrColumnSize, L"Dimensione"},
+    {9040, kStrColumnSizeOnDisk, L"Dimensione su disco"},
+    {9036, kStrColumnFragments, L"Frammenti"},
+    {9037, kStrColumnClusters, L"Cluster"},
+    {9039, kStrColumnType, L"Tipo"},
+    {9041, kStrColumnPercentOnDisk, L"% su disco"},
+    {9042, kStrColumnModified, L"Data ultima modifica"},
+    {9043, kStrColumnAttributes, L"Attributi"},
+    {kCmdDefaultColumns, kStrMenuDefaultColumns, L"Predefinito"},
+};
+
+template <size_t N>
+const MenuText* Find(const MenuText (&table)[N], uint32_t command) {
+  for (const MenuText& entry : table) {
+    if (entry.command == command) return &entry;
+  }
+  return nullptr;
+}
+
+const MenuText* TextFor(MenuKind kind, uint32_t command) {
+  switch (kind) {
+    case MenuKind::ItemList:
+      if (const MenuText* text = Find(kItemListTexts, command)) return text;
+      break;
+    case MenuKind::FileList:
+      if (const MenuText* text = Find(kFileListTexts, command)) return text;
+      break;
+    case MenuKind::Columns:
+      return Find(kColumnTexts, command);
+    case MenuKind::Main:
+      break;
+  }
+  return Find(kMainMenuTexts, command);
+}
+
+}  // namespace
+
+void RetextMenu(HMENU menu, MenuKind kind) {
+  int count = GetMenuItemCount(menu);
+  for (int position = 0; position < count; ++position) {
+    MENUITEMINFOW info{};
+    info.cbSize = sizeof info;
+    info.fMask = MIIM_ID | MIIM_SUBMENU | MIIM_FTYPE;
+    if (!GetMenuItemInfoW(menu, static_cast<UINT>(position), TRUE, &info)) continue;
+    if (info.fType & MFT_SEPARATOR) continue;
+    if (const MenuText* text = TextFor(kind, info.wID)) {
+      MENUITEMINFOW change{};
+      change.cbSize = sizeof change;
+      change.fMask = MIIM_STRING;
+      change.dwTypeData = const_cast<wchar_t*>(Text(text->textId, text->italian));
+      SetMenuItemInfoW(menu, static_cast<UINT>(position), TRUE, &change);
+    }
+    if (info.hSubMenu) RetextMenu(info.hSubMenu, kind);
+  }
+}
