@@ -15,6 +15,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+
+#include "util/WideString.h"
 
 enum class FilterKind : uint32_t {
   File = 0,         // "F": one file, compared as a whole path
@@ -34,6 +37,8 @@ struct FilterEntry {
 struct FilterList {
   FilterEntry* head = nullptr;
   uint64_t count = 0;
+  // The texts of the entries, for the uniqueness rule without a walk.
+  std::unordered_set<std::wstring_view, NoCaseHash, NoCaseEqual> texts;
 };
 
 extern FilterList gExclusions;
@@ -59,6 +64,10 @@ int IsFolderExcluded(const std::wstring& path);
 // kindLetter is L'F', L'D', L'W' or L'X'.
 int AddExclusion(wchar_t kindLetter, const std::wstring& text);
 int AddInclusion(const std::wstring& text);
+// Many additions with one sort at the end: Begin, the adds, then End (which
+// sorts). The lists stay unsorted in between, so nothing may read them.
+void BeginFilterBatch();
+void EndFilterBatch();
 // Unlinks and frees one entry; false when it is not in the list.
 bool RemoveFilterEntry(FilterList& list, const FilterEntry* entry);
 void ClearFilterList(FilterList& list);
@@ -70,5 +79,7 @@ void LoadExclusionList();
 void SaveExclusionList();
 void LoadInclusionList();
 void SaveInclusionList();
+// Adds the seventeen built-in masks (kind X) to the exclusions.
+void AddBuiltInMasks();
 // Both lists, as start-up and the filter dialog's Cancel load them.
 void LoadFilterLists();
