@@ -6,6 +6,7 @@
 
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
+#include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
@@ -136,7 +137,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
         DestroyWindow(window);
         return TRUE;
       }
-      return FALSE;
+      return HandleSelectionCommand(window, LOWORD(wParam)) ? TRUE : FALSE;
     case WM_CLOSE:
       DestroyWindow(window);
       return TRUE;

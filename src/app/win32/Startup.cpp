@@ -10,6 +10,7 @@
 #include "app/win32/Console.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
+#include "profiles/win32/ProfileCommands.h"
 #include "ui/CommandIds.h"
 #include "ui/HelpDialog.h"
 #include "ui/MainWindow.h"
@@ -104,6 +105,7 @@ void RunStartupChecks(HWND mainWindow) {
 }
 
 void RunCommandLine(HWND mainWindow) {
+  LoadSelectionState();
   std::vector<std::wstring> args = CommandLineArguments();
   CommandLineChoices choices;
   gApp.runFlags |= ParseOptions(args, choices);
@@ -139,5 +141,17 @@ void RunCommandLine(HWND mainWindow) {
       SetWindowPos(mainWindow, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
     }
     ShowMainWindow(false);
+  }
+  if (gApp.runFlags & kRunProfile) {
+    bool noGui = (gApp.runFlags & kRunNoGui) != 0;
+    if (ImportProfile(mainWindow, choices.profilePath, noGui) == ImportResult::CannotOpen) {
+      gApp.exitCode = 1;
+      if (noGui) {
+        // Unattended, nothing is left to do without the profile's items.
+        ConsoleWriteText(L"The profile specified on the command line does not exist.\r\n");
+        RequestExit(1);
+        return;
+      }
+    }
   }
 }
