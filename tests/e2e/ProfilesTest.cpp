@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -152,6 +153,100 @@ TEST(FilterDialog, OpensFromItsCommandAndCancelLeavesNoFiles) {
     std::filesystem::path folder = WorkFolder(L"filter-dialog") + L"\\program";
     EXPECT_FALSE(std::filesystem::exists(folder / L"Exclude.ini"));
     EXPECT_FALSE(std::filesystem::exists(folder / L"Include.ini"));
+}
+
+
+// The bytes of a filter file as the program writes it.
+std::string FilterFileBytes(const std::vector<std::wstring>& lines) {
+    std::string bytes = "\xFF\xFE";
+    for (const std::wstring& line : lines) {
+        for (wchar_t c : line + L"\r\n") {
+            bytes += static_cast<char>(c & 0xFF);
+            bytes += static_cast<char>((c >> 8) & 0xFF);
+        }
+    }
+    return bytes;
+}
+
+std::string ReadBytes(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void SetControlText(HWND dialog, int id, const wchar_t* text) {
+    SendMessageW(GetDlgItem(dialog, id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text));
+    TestDriver::PumpMessages(100);
+}
+
+// Control numbers of the filter dialog and its helpers.
+constexpr int kMaskBox = 4008, kAddIncluded = 4009, kAddMasks = 4005, kSizeCheck = 4010, kSizeBox = 4011;
+constexpr int kMaskInput = 4021, kChoiceSecond = 4033, kChoiceThird = 4034;
+
+TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
+    std::wstring exe = PrepareProgram(L"filter-edit");
+    std::filesystem::path folder = WorkFolder(L"filter-edit") + L"\\program";
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"");
+    ASSERT_NE(program, nullptr);
+    HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
+    ASSERT_NE(mainWindow, nullptr);
+    TestDriver::SendCommand(mainWindow, kFilterCommand);
+    HWND filter = TestDriver::WaitForWindow(kDialogClass, L"Filtro", program->ProcessId(), kWaitMs);
+    ASSERT_NE(filter, nullptr);
+
+    // Inclusion masks: split at ";", blanks trimmed, empty pieces dropped; a
+    // backslash typed into the box is refused.
+    HWND maskBox = GetDlgItem(filter, kMaskBox);
+    SetControlText(filter, kMaskBox, L" *.dll ; *.exe;;");
+    PostMessageW(maskBox, WM_CHAR, L'\\', 1);
+    TestDriver::PumpMessages(200);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), L" *.dll ; *.exe;;");
+    TestDriver::PressButton(filter, kAddIncluded);
+    TestDriver::PumpMessages(200);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), L"");
+
+    // The size box keeps 1 to 999999999.
+    PostMessageW(GetDlgItem(filter, kSizeCheck), BM_CLICK, 0, 0);
+    TestDriver::PumpMessages(200);
+    HWND sizeBox = GetDlgItem(filter, kSizeBox);
+    SetControlText(filter, kSizeBox, L"0");
+    EXPECT_EQ(TestDriver::WindowText(sizeBox), L"1");
+    SetControlText(filter, kSizeBox, L"12345678901");
+    EXPECT_EQ(TestDriver::WindowText(sizeBox), L"999999999");
+    SetControlText(filter, kSizeBox, L"2048");
+    EXPECT_EQ(TestDriver::WindowText(sizeBox), L"2048");
+
+    // An exclusion mask through the small input dialog, the same as an
+    // inclusion mask.
+    TestDriver::PressButton(filter, kAddMasks);
+    HWND input = TestDriver::WaitForWindow(kDialogClass, L"Aggiungi maschera", program->ProcessId(), kWaitMs);
+    ASSERT_NE(input, nullptr);
+    SetControlText(input, kMaskInput, L"*.tmp;*.DLL");
+    TestDriver::PressButton(input, IDOK);
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"e2e_filter_dialog_edited");
+
+    // OK warns about the duplicate mask; "edit" keeps the dialog open.
+    TestDriver::PressButton(filter, IDOK);
+    HWND warning = TestDriver::WaitForWindow(kDialogClass, L"Maschere duplicate", program->ProcessId(), kWaitMs);
+    ASSERT_NE(warning, nullptr);
+    TestDriver::SaveScreenshot(L"e2e_duplicate_masks");
+    TestDriver::PressButton(warning, kChoiceThird);
+    TestDriver::PumpMessages(300);
+    EXPECT_TRUE(IsWindow(filter));
+    EXPECT_FALSE(std::filesystem::exists(folder / L"Include.ini"));
+
+    TestDriver::PressButton(filter, IDOK);
+    warning = TestDriver::WaitForWindow(kDialogClass, L"Maschere duplicate", program->ProcessId(), kWaitMs);
+    ASSERT_NE(warning, nullptr);
+    TestDriver::PressButton(warning, kChoiceSecond);
+    for (DWORD start = GetTickCount(); IsWindow(filter) && GetTickCount() - start < kWaitMs;) {
+        TestDriver::PumpMessages(50);
+    }
+    TestDriver::SaveScreenshot(L"e2e_filter_after_ok");
+    EXPECT_FALSE(IsWindow(filter));
+    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), FilterFileBytes({L"W*.dll", L"W*.exe"}));
+    EXPECT_EQ(ReadBytes(folder / L"Exclude.ini"), FilterFileBytes({L"W*.DLL", L"W*.tmp"}));
+    EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
 }
 
 }  // namespace
