@@ -200,6 +200,8 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     PostMessageW(maskBox, WM_CHAR, L'\\', 1);
     TestDriver::PumpMessages(200);
     EXPECT_EQ(TestDriver::WindowText(maskBox), L" *.dll ; *.exe;;");
+    PostMessageW(maskBox, WM_LBUTTONDOWN, 0, 0);  // a click takes the balloon away
+    PostMessageW(maskBox, WM_LBUTTONUP, 0, 0);
     TestDriver::PressButton(filter, kAddIncluded);
     TestDriver::PumpMessages(200);
     EXPECT_EQ(TestDriver::WindowText(maskBox), L"");
@@ -220,6 +222,11 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     TestDriver::PressButton(filter, kAddMasks);
     HWND input = TestDriver::WaitForWindow(kDialogClass, L"Aggiungi maschera", program->ProcessId(), kWaitMs);
     ASSERT_NE(input, nullptr);
+    HWND inputBox = GetDlgItem(input, kMaskInput);
+    PostMessageW(inputBox, WM_CHAR, L':', 1);
+    TestDriver::PumpMessages(500);
+    TestDriver::SaveScreenshot(L"e2e_mask_refused");
+    EXPECT_EQ(TestDriver::WindowText(inputBox), L"");
     SetControlText(input, kMaskInput, L"*.tmp;*.DLL");
     TestDriver::PressButton(input, IDOK);
     TestDriver::PumpMessages(300);

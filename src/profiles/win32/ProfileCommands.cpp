@@ -9,10 +9,12 @@
 #include "filters/Filters.h"
 #include "filters/win32/ChoiceDialog.h"
 #include "filters/win32/FilterDialog.h"
+#include "engine/Relocation.h"
 #include "items/ItemList.h"
 #include "profiles/RecentProfiles.h"
 #include "res/ResourceIds.h"
 #include "settings/Settings.h"
+#include "ui/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
@@ -22,11 +24,11 @@
 
 namespace {
 
-constexpr UINT kCmdImportProfile = 9007;
-constexpr UINT kCmdSaveProfile = 9008;
-constexpr UINT kCmdExcludeSelected = 9066;
-constexpr UINT kCmdFilterDialog = 9069;
-constexpr UINT kCmdRecentProfilesDialog = 9077;
+// Commands of the "Profili" and "Strumenti" menus and of the item list's
+// context menu that the shared command table does not name yet.
+constexpr UINT kExcludeSelectedCommand = 9066;
+constexpr UINT kFilterDialogCommand = 9069;
+constexpr UINT kRecentProfilesDialogCommand = 9077;
 
 std::wstring FileDialogFilter() {
   std::wstring spec = Text(kStrProfileFilter, L"Profilo di Ordalis (*.olp)|*.olp|Tutti i file (*.*)|*.*|");
@@ -262,6 +264,7 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
     path = AskProfilePath(owner, false);
     if (path.empty()) return ImportResult::Cancelled;
   }
+  gEngine.flags.fetch_and(~kStopRequested);
   if (!noGui) ShowMainWindow(false);
 
   HWND list = GetDlgItem(owner, IDC_ITEM_LIST);
@@ -280,6 +283,7 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
     return answer == 0 ? ImportChoice::Add : answer == 1 ? ImportChoice::Replace : ImportChoice::Cancel;
   };
   hooks.listCleared = [] { RefreshItemList(); };
+  hooks.stopRequested = [] { return (gEngine.flags.load() & kStopRequested) != 0; };
   hooks.begin = [owner, list, style](uint64_t total) {
     BeginProgress(total);
     SetWindowLongPtrW(owner, GWL_STYLE, style | WS_CLIPCHILDREN);
@@ -355,9 +359,9 @@ bool HandleSelectionCommand(HWND owner, UINT command) {
   switch (command) {
     case kCmdImportProfile: ImportProfile(owner, L"", false); return true;
     case kCmdSaveProfile: SaveProfileCommand(owner); return true;
-    case kCmdRecentProfilesDialog: ShowRecentProfilesDialog(owner); return true;
-    case kCmdFilterDialog: ShowFilterDialog(owner); return true;
-    case kCmdExcludeSelected: {
+    case kRecentProfilesDialogCommand: ShowRecentProfilesDialog(owner); return true;
+    case kFilterDialogCommand: ShowFilterDialog(owner); return true;
+    case kExcludeSelectedCommand: {
       HWND focus = GetFocus();
       HWND items = GetDlgItem(owner, IDC_ITEM_LIST);
       if (focus && focus == items) AddSelectedToExclusions(owner, focus, ExcludeSource::ItemList, true);
