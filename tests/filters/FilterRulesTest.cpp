@@ -37,13 +37,6 @@ TEST_F(FilterTest, ListsStaySortedByStoredLineAndRefuseATextTwiceWhateverItsKind
   EXPECT_EQ(AddExclusion(L'F', L"C:\\temp"), 1);
 }
 
-TEST_F(FilterTest, BatchAddsAreSortedOnceAtTheEnd) {
-  BeginFilterBatch();
-  for (const wchar_t* text : {L"C:\\c", L"C:\\a", L"C:\\b", L"C:\\A"}) AddExclusion(L'F', text);
-  EndFilterBatch();
-  EXPECT_EQ(StoredLines(gExclusions), (Lines{L"FC:\\a", L"FC:\\b", L"FC:\\c"}));
-}
-
 TEST_F(FilterTest, BuiltInMasksProtectRootBootFilesAndNamedFilesAnywhere) {
   ScopedFakeFileQueries fs;
   AddBuiltInMasks();

@@ -74,11 +74,4 @@ TEST_F(RecentProfilesTest, LoadingFromTheSettingsRenumbersInFileOrderAndDropsMis
   EXPECT_EQ(Entries(), (Lines{L"C:\\a.olp 4500", L"C:\\b.olp 4501"}));
 }
 
-TEST_F(RecentProfilesTest, MenuTextsKeepTheEndOfLongPaths) {
-  AddRecentProfile(L"C:\\short.olp");
-  AddRecentProfile(L"C:\\a rather long folder name\\profilo.olp");
-  EXPECT_EQ(gRecentProfiles.head->menuText, L"... long folder name\\profilo.olp");
-  EXPECT_EQ(gRecentProfiles.head->next->menuText, L"C:\\short.olp");
-}
-
 }  // namespace

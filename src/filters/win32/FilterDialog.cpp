@@ -188,8 +188,8 @@ INT_PTR CALLBACK MaskInputProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
       SetWindowTextW(dialog, Text(kStrMaskInputTitle, L"Aggiungi maschera"));
       SetDlgItemTextW(dialog, IDC_MASK_INPUT_LABEL,
                       Text(kStrMaskInputLabel, L"Maschere da escludere (separate da \";\"):"));
-      SetDlgItemTextW(dialog, IDOK, Text(kStrOk, L"OK"));
-      SetDlgItemTextW(dialog, IDCANCEL, Text(kStrCancel, L"Annulla"));
+      SetDlgItemTextW(dialog, IDOK, Text(kStrDialogOk, L"OK"));
+      SetDlgItemTextW(dialog, IDCANCEL, Text(kStrDialogCancel, L"Annulla"));
       MakeMaskEdit(GetDlgItem(dialog, IDC_MASK_INPUT));
       return TRUE;
     case WM_COMMAND:
@@ -307,8 +307,8 @@ void SetTexts() {
   SetDlgItemTextW(dialog, IDC_FILTER_ADD_INCLUDED, Text(kStrFilterAddIncluded, L"&Aggiungi"));
   SetDlgItemTextW(dialog, IDC_FILTER_SIZE_CHECK,
                   Text(kStrFilterSizeCheck, L"&Non elaborare file di dimensioni maggiori di (in KB):"));
-  SetDlgItemTextW(dialog, IDOK, Text(kStrOk, L"OK"));
-  SetDlgItemTextW(dialog, IDCANCEL, Text(kStrCancel, L"Annulla"));
+  SetDlgItemTextW(dialog, IDOK, Text(kStrDialogOk, L"OK"));
+  SetDlgItemTextW(dialog, IDCANCEL, Text(kStrDialogCancel, L"Annulla"));
   TCITEMW tab{};
   tab.mask = TCIF_TEXT;
   tab.pszText = const_cast<wchar_t*>(Text(kStrFilterExcludedTab, L"Elementi da escludere"));

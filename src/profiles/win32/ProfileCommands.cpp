@@ -62,24 +62,30 @@ std::wstring AskProfilePath(HWND owner, bool save) {
 }
 
 // A path shortened for a menu with the window system's path ellipsis: the
-// width shrinks until the text is short enough.
+// width shrinks by one pixel until the text is short enough. Drawn into a
+// memory context, so nothing shows on the screen.
 std::wstring ShortenForMenu(const std::wstring& path) {
   HWND window = MainWindowHandle();
-  HDC dc = GetDC(window);
-  HFONT font = reinterpret_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
-  HGDIOBJ old = SelectObject(dc, font);
-  int width = ScaleForDpi(1000, WindowDpi(window));
-  std::wstring text;
-  for (; width > 0; --width) {
-    std::vector<wchar_t> buffer(path.begin(), path.end());
-    buffer.resize(path.size() + 8, L'\0');
+  HDC screen = GetDC(window);
+  HDC dc = CreateCompatibleDC(screen);
+  HBITMAP bitmap = CreateCompatibleBitmap(screen, 1, 1);
+  HGDIOBJ oldBitmap = SelectObject(dc, bitmap);
+  HGDIOBJ oldFont = SelectObject(dc, GetStockObject(DEFAULT_GUI_FONT));
+  std::wstring text = path;
+  std::vector<wchar_t> buffer;
+  for (int width = ScaleForDpi(1000, WindowDpi(window)); width > 0 && text.size() > kRecentProfileMenuChars;
+       --width) {
+    buffer.assign(path.begin(), path.end());
+    buffer.resize(path.size() + 8, L'\0');  // room for the ellipsis
     RECT rect{0, 0, width, 100};
-    DrawTextW(dc, buffer.data(), -1, &rect, DT_PATH_ELLIPSIS | DT_MODIFYSTRING | DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+    DrawTextW(dc, buffer.data(), -1, &rect, DT_PATH_ELLIPSIS | DT_MODIFYSTRING | DT_SINGLELINE | DT_NOPREFIX);
     text = buffer.data();
-    if (text.size() <= kRecentProfileMenuChars) break;
   }
-  SelectObject(dc, old);
-  ReleaseDC(window, dc);
+  SelectObject(dc, oldFont);
+  SelectObject(dc, oldBitmap);
+  DeleteObject(bitmap);
+  DeleteDC(dc);
+  ReleaseDC(window, screen);
   return text;
 }
 
@@ -189,8 +195,8 @@ INT_PTR CALLBACK RecentProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       SetDlgItemTextW(dialog, IDC_RECENT_COUNT_LABEL, Text(kStrRecentCount, L"Numero massimo di profili recenti:"));
       SetDlgItemTextW(dialog, IDC_RECENT_REMOVE_MISSING,
                       Text(kStrRecentRemoveMissing, L"Rimuovi dall'elenco i profili che non esistono più"));
-      SetDlgItemTextW(dialog, IDOK, Text(kStrOk, L"OK"));
-      SetDlgItemTextW(dialog, IDCANCEL, Text(kStrCancel, L"Annulla"));
+      SetDlgItemTextW(dialog, IDOK, Text(kStrDialogOk, L"OK"));
+      SetDlgItemTextW(dialog, IDCANCEL, Text(kStrDialogCancel, L"Annulla"));
       SendDlgItemMessageW(dialog, IDC_RECENT_COUNT_SPIN, UDM_SETRANGE32, 0, kMaxRecentProfilesLimit);
       SetDlgItemTextW(dialog, IDC_RECENT_COUNT, std::to_wstring(gSettings.maxRecentProfiles).c_str());
       CheckDlgButton(dialog, IDC_RECENT_REMOVE_MISSING,
@@ -278,7 +284,7 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
         Text(kStrImportNote,
              L"Fare clic su Aggiungi per aggiungere ai file in elenco i file memorizzati nel profilo. Scegliere "
              L"Sostituisci per sostituire i file in elenco con i file memorizzati nel profilo."),
-        {Text(kStrImportAdd, L"Aggi&ungi"), Text(kStrImportReplace, L"&Sostituisci"), Text(kStrCancel, L"Annulla")},
+        {Text(kStrImportAdd, L"Aggi&ungi"), Text(kStrImportReplace, L"&Sostituisci"), Text(kStrDialogCancel, L"Annulla")},
         2);
     return answer == 0 ? ImportChoice::Add : answer == 1 ? ImportChoice::Replace : ImportChoice::Cancel;
   };
