@@ -113,7 +113,10 @@ void BeginProgress(uint64_t total) {
 
 void EndProgress() {
   if (gProgress.bar) DestroyWindow(gProgress.bar);
-  if (gProgress.status) SendMessageW(gProgress.status, SB_SETICON, 0, 0);
+  if (gProgress.status) {
+    SendMessageW(gProgress.status, SB_SETICON, 0, 0);
+    InvalidateRect(gProgress.status, nullptr, TRUE);
+  }
   gProgress = ImportProgress{};
 }
 
@@ -135,18 +138,23 @@ INT_PTR CALLBACK MissingProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lP
       column.cx = ScaleForDpi(360, dpi);
       column.pszText = const_cast<wchar_t*>(Text(kStrPathColumn, L"Percorso"));
       ListView_InsertColumn(list, 1, &column);
-      int row = 0;
-      for (const MissingItem& item : missing) {
-        LVITEMW entry{};
-        entry.mask = LVIF_TEXT;
-        entry.iItem = row;
-        entry.pszText = const_cast<wchar_t*>(item.kind == L'D' ? Text(kStrKindFolder, L"Cartella")
-                                                               : Text(kStrKindFile, L"File"));
-        ListView_InsertItem(list, &entry);
-        ListView_SetItemText(list, row, 1, const_cast<wchar_t*>(item.path.c_str()));
-        ++row;
-      }
-      ListView_SetColumnWidth(list, 1, LVSCW_AUTOSIZE_USEHEADER);
+      // A list of any length fills at once: the rows are asked for as they
+      // are drawn.
+      SetWindowLongPtrW(dialog, DWLP_USER, lParam);
+      ListView_SetItemCountEx(list, static_cast<int>(missing.size()), 0);
+      ListView_SetColumnWidth(list, 1, ScaleForDpi(600, dpi));
+      return TRUE;
+    }
+    case WM_NOTIFY: {
+      auto* info = reinterpret_cast<NMLVDISPINFOW*>(lParam);
+      if (info->hdr.code != LVN_GETDISPINFOW || !(info->item.mask & LVIF_TEXT)) return FALSE;
+      const auto& missing = *reinterpret_cast<const std::vector<MissingItem>*>(GetWindowLongPtrW(dialog, DWLP_USER));
+      size_t row = static_cast<size_t>(info->item.iItem);
+      if (row >= missing.size()) return FALSE;
+      const wchar_t* text = info->item.iSubItem == 0
+                                ? (missing[row].kind == L'D' ? Text(kStrKindFolder, L"Cartella") : Text(kStrKindFile, L"File"))
+                                : missing[row].path.c_str();
+      lstrcpynW(info->item.pszText, text, info->item.cchTextMax);
       return TRUE;
     }
     case WM_COMMAND:
