@@ -26,6 +26,7 @@ std::wstring WorkFolder(const std::wstring& caseName) {
     return TestDriver::HostPathToWindows(ORDALIS_E2E_WORK_DIR) + L"\\profiles-" + caseName;
 }
 
+// Every start asks for the built-in Italian, whose texts the checks compare.
 std::wstring PrepareProgram(const std::wstring& caseName) {
     TestDriver::ProgramUnderTest program(WorkFolder(caseName) + L"\\program",
                                          TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
@@ -67,7 +68,7 @@ DWORD CloseThroughExitCommand(RunningProgram& program, HWND mainWindow) {
 TEST(ProfileOption, MissingFileUnattendedEndsWithOne) {
     std::wstring exe = PrepareProgram(L"missing-nogui");
     TestDriver::RunResult result =
-        TestDriver::RunProgram(exe, L"/NOGUI /PROF:Z:\\no\\such\\profile.olp", kWaitMs);
+        TestDriver::RunProgram(exe, L"/LANG:IT /NOGUI /PROF:Z:\\no\\such\\profile.olp", kWaitMs);
     ASSERT_TRUE(result.started);
     ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
     EXPECT_EQ(result.exitCode, 1u);
@@ -79,7 +80,7 @@ TEST(ProfileOption, MissingFileUnattendedEndsWithOne) {
 TEST(ProfileOption, MissingFileWithTheWindowSaysSoAndTheExitCodeIsOne) {
     std::wstring exe = PrepareProgram(L"missing-window");
     std::unique_ptr<RunningProgram> program =
-        TestDriver::StartProgram(exe, L"/PROF:Z:\\no\\such\\profile.olp");
+        TestDriver::StartProgram(exe, L"/LANG:IT /PROF:Z:\\no\\such\\profile.olp");
     ASSERT_NE(program, nullptr);
     HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(mainWindow, nullptr);
@@ -101,7 +102,7 @@ TEST(ProfileOption, ProfileFillsTheListAndListsWhatIsMissing) {
     WriteProfileFile(profile, {L"kv70rx", (data / L"uno.txt").wstring(), L">" + (data / L"cartella").wstring(),
                                L">" + (data / L"sparita").wstring(), (data / L"perso.txt").wstring()});
 
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/PROF:" + profile.wstring());
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/LANG:IT /PROF:" + profile.wstring());
     ASSERT_NE(program, nullptr);
     HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(mainWindow, nullptr);
@@ -126,7 +127,7 @@ TEST(ProfileOption, ProfileFillsTheListAndListsWhatIsMissing) {
 
 TEST(FilterDialog, OpensFromItsCommandAndCancelLeavesNoFiles) {
     std::wstring exe = PrepareProgram(L"filter-dialog");
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"");
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/LANG:IT");
     ASSERT_NE(program, nullptr);
     HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(mainWindow, nullptr);
@@ -185,7 +186,7 @@ constexpr int kMaskInput = 4021, kChoiceSecond = 4033, kChoiceThird = 4034;
 TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     std::wstring exe = PrepareProgram(L"filter-edit");
     std::filesystem::path folder = WorkFolder(L"filter-edit") + L"\\program";
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"");
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/LANG:IT");
     ASSERT_NE(program, nullptr);
     HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(mainWindow, nullptr);
