@@ -10,6 +10,7 @@
 
 #include "filters/Filters.h"
 #include "filters/win32/ChoiceDialog.h"
+#include "filters/win32/FileDialogFilter.h"
 #include "filters/win32/MaskEdit.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
@@ -38,15 +39,6 @@ struct FilterDialogState {
   int fileIcon = 0, folderIcon = 0;
 };
 FilterDialogState gFilter;
-
-// Texts with "|" for the string terminators of the file dialogs.
-std::wstring FilterSpec(const wchar_t* text) {
-  std::wstring spec = text;
-  for (wchar_t& c : spec) {
-    if (c == L'|') c = L'\0';
-  }
-  return spec;
-}
 
 int SystemIconIndex(const wchar_t* name, DWORD attributes) {
   SHFILEINFOW info{};
@@ -231,7 +223,7 @@ void AddIncludedMasks() {
 }
 
 void AddFiles() {
-  std::wstring filter = FilterSpec(Text(kStrAllFilesFilter, L"Tutti i file (*.*)|*.*|"));
+  std::wstring filter = FileDialogFilter(Text(kStrAllFilesFilter, L"Tutti i file (*.*)|*.*|"));
   std::vector<wchar_t> names(65536, L'\0');
   OPENFILENAMEW open{};
   open.lStructSize = sizeof open;

@@ -8,6 +8,7 @@
 
 #include "filters/Filters.h"
 #include "filters/win32/ChoiceDialog.h"
+#include "filters/win32/FileDialogFilter.h"
 #include "filters/win32/FilterDialog.h"
 #include "engine/Relocation.h"
 #include "items/ItemList.h"
@@ -30,16 +31,9 @@ constexpr UINT kExcludeSelectedCommand = 9066;
 constexpr UINT kFilterDialogCommand = 9069;
 constexpr UINT kRecentProfilesDialogCommand = 9077;
 
-std::wstring FileDialogFilter() {
-  std::wstring spec = Text(kStrProfileFilter, L"Profilo di Ordalis (*.olp)|*.olp|Tutti i file (*.*)|*.*|");
-  for (wchar_t& c : spec) {
-    if (c == L'|') c = L'\0';
-  }
-  return spec;
-}
-
 std::wstring AskProfilePath(HWND owner, bool save) {
-  std::wstring filter = FileDialogFilter();
+  std::wstring filter =
+      FileDialogFilter(Text(kStrProfileFilter, L"Profilo di Ordalis (*.olp)|*.olp|Tutti i file (*.*)|*.*|"));
   std::vector<wchar_t> name(32768, L'\0');
   OPENFILENAMEW dialog{};
   dialog.lStructSize = sizeof dialog;
