@@ -12,3 +12,12 @@ FileQueries& Fs() {
 }
 
 void SetFileQueries(FileQueries* queries) { gFileQueries = queries; }
+
+uint64_t FileQueries::FileSize(const std::wstring& path) {
+  uint64_t size = kInvalidSize;
+  FindEntries(path, [&size](const DirEntry& entry) {
+    size = entry.size;
+    return false;
+  });
+  return size;
+}

@@ -67,6 +67,11 @@ class FileQueries {
   static constexpr uint64_t kInvalidSize = ~0ull;
   virtual uint64_t GetCompressedSize(const std::wstring& path) = 0;
 
+  // The size of a file in bytes, kInvalidSize when it cannot be read. The
+  // default takes it from the file's directory entry; the Windows seam first
+  // asks the opened file (without access rights) and falls back to that.
+  virtual uint64_t FileSize(const std::wstring& path);
+
   // Sectors per cluster times bytes per sector of the drive whose root is
   // given as a letter, a colon and a backslash; 0 when it cannot be read.
   virtual uint32_t BytesPerCluster(const std::wstring& root) = 0;

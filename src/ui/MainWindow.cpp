@@ -6,6 +6,7 @@
 
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
+#include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
@@ -136,6 +137,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
         DestroyWindow(window);
         return TRUE;
       }
+      if (HandleSelectionCommand(window, LOWORD(wParam))) return TRUE;
       if (gMain.setup.command && gMain.setup.command(window, LOWORD(wParam))) return TRUE;
       return FALSE;
     case WM_CLOSE:

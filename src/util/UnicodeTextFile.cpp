@@ -297,3 +297,11 @@ std::vector<uint8_t> EncodeUnicodeText(const std::vector<std::wstring>& lines) {
   }
   return bytes;
 }
+
+bool DeleteTextFile(const std::wstring& path) {
+#ifdef _WIN32
+  return DeleteFileW(path.c_str()) != 0;
+#else
+  return std::remove(WideToUtf8(path).c_str()) == 0;
+#endif
+}

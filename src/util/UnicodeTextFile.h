@@ -95,3 +95,7 @@ class UnicodeTextWriter {
 // Encodes lines as a complete file image (byte-order mark, each line + CR LF),
 // for tests and for callers that build a file in memory.
 std::vector<uint8_t> EncodeUnicodeText(const std::vector<std::wstring>& lines);
+
+// Deletes a file the program wrote (a list that became empty); false when it
+// was not there or could not be deleted.
+bool DeleteTextFile(const std::wstring& path);

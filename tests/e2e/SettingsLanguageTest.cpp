@@ -41,7 +41,7 @@ std::vector<std::wstring> SettingsLines(const std::wstring& language) {
       L"ItemTextColorEnabled4=1", L"ItemTextColorFullRow=1", L"SplitterPos=200", L"MAXIMIZED=0",
       L"SkipSSDWarning=0", L"SkipSSDChecking=1", L"ShowInfoPanel=0", L"ShowStatusbar=1",
       L"ShowToolbar=0", L"RemoveMissingMRUProfiles=0", L"MaxMRUProfiles=7", L"ShowStateIcons=0",
-      L"ShowSystemIcons=0", L"[Profiles]", L"C:\\uno.prf", L"C:\\due.prf", L"[\\Profiles]",
+      L"ShowSystemIcons=0", L"[Profiles]", L"C:\\due.prf", L"C:\\uno.prf", L"[\\Profiles]",  // the recent list keeps its paths in alphabetical order
   };
 }
 

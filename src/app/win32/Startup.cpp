@@ -14,6 +14,7 @@
 #include "settings/win32/Language.h"
 #include "settings/win32/LoadSaveSettings.h"
 #include "settings/win32/OptionCommands.h"
+#include "profiles/win32/ProfileCommands.h"
 #include "ui/CommandIds.h"
 #include "ui/HelpDialog.h"
 #include "ui/MainWindow.h"
@@ -117,7 +118,8 @@ void RunCommandLine(HWND mainWindow) {
   gSettings.languageInFile = gSettings.language;
   BuildLanguageList();
   LoadSettings();
-  // The exclude and include lists are read here, between the settings and the language.
+  // The exclude and include lists, and the recent profiles the settings named.
+  LoadSelectionState();
   ApplyLanguage(gSettings.language);
 
   if (gApp.runFlags & kRunLanguage) {
@@ -155,5 +157,17 @@ void RunCommandLine(HWND mainWindow) {
       SetWindowPos(mainWindow, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
     }
     ShowMainWindow(gSettings.maximized);
+  }
+  if (gApp.runFlags & kRunProfile) {
+    bool noGui = (gApp.runFlags & kRunNoGui) != 0;
+    if (ImportProfile(mainWindow, choices.profilePath, noGui) == ImportResult::CannotOpen) {
+      gApp.exitCode = 1;
+      if (noGui) {
+        // Unattended, nothing is left to do without the profile's items.
+        ConsoleWriteText(L"The profile specified on the command line does not exist.\r\n");
+        RequestExit(1);
+        return;
+      }
+    }
   }
 }

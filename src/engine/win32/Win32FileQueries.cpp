@@ -71,6 +71,20 @@ uint64_t Win32FileQueries::GetCompressedSize(const std::wstring& path) {
   return (static_cast<uint64_t>(high) << 32) | low;
 }
 
+uint64_t Win32FileQueries::FileSize(const std::wstring& path) {
+  // No access rights are needed to ask a file its size, so files that are in
+  // use or locked still answer.
+  HANDLE file = CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                            nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file != INVALID_HANDLE_VALUE) {
+    LARGE_INTEGER size{};
+    BOOL read = GetFileSizeEx(file, &size);
+    CloseHandle(file);
+    if (read) return static_cast<uint64_t>(size.QuadPart);
+  }
+  return FileQueries::FileSize(path);
+}
+
 uint32_t Win32FileQueries::BytesPerCluster(const std::wstring& root) {
   DWORD sectorsPerCluster = 0, bytesPerSector = 0, freeClusters = 0, totalClusters = 0;
   if (!GetDiskFreeSpaceW(root.c_str(), &sectorsPerCluster, &bytesPerSector, &freeClusters,

@@ -8,6 +8,7 @@ class Win32FileQueries final : public FileQueries {
                        const std::function<bool(const DirEntry&)>& visit) override;
   uint32_t GetAttributes(const std::wstring& path) override;
   uint64_t GetCompressedSize(const std::wstring& path) override;
+  uint64_t FileSize(const std::wstring& path) override;
   uint32_t BytesPerCluster(const std::wstring& root) override;
   DriveKind GetDriveKind(const std::wstring& root) override;
   std::wstring FullPath(const std::wstring& path, size_t maxCount) override;

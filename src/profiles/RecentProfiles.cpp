@@ -1,0 +1,120 @@
+#include "profiles/RecentProfiles.h"
+
+#include <new>
+#include <vector>
+
+#include "engine/FileQueries.h"
+#include "settings/Settings.h"
+#include "util/WideString.h"
+
+RecentProfileList gRecentProfiles;
+
+namespace {
+
+std::wstring CutPath(const std::wstring& path) {
+  if (path.size() <= kRecentProfileMenuChars) return path;
+  return L"..." + path.substr(path.size() - (kRecentProfileMenuChars - 3));
+}
+
+RecentProfile* Merge(RecentProfile* a, RecentProfile* b) {
+  RecentProfile head;
+  RecentProfile* tail = &head;
+  while (a && b) {
+    if (CompareNoCase(b->pathKey, a->pathKey) < 0) {
+      tail->next = b;
+      b = b->next;
+    } else {
+      tail->next = a;
+      a = a->next;
+    }
+    tail = tail->next;
+  }
+  tail->next = a ? a : b;
+  return head.next;
+}
+
+RecentProfile* Sort(RecentProfile* first, uint64_t count) {
+  if (count < 2) return first;
+  RecentProfile* middle = first;
+  for (uint64_t i = 1; i < count / 2; ++i) middle = middle->next;
+  RecentProfile* second = middle->next;
+  middle->next = nullptr;
+  return Merge(Sort(first, count / 2), Sort(second, count - count / 2));
+}
+
+void Unlink(RecentProfile** link) {
+  RecentProfile* gone = *link;
+  *link = gone->next;
+  delete gone;
+  --gRecentProfiles.count;
+}
+
+void RemoveOldest() {
+  RecentProfile** oldest = nullptr;
+  for (RecentProfile** link = &gRecentProfiles.head; *link; link = &(*link)->next) {
+    if (!oldest || (*link)->menuId < (*oldest)->menuId) oldest = link;
+  }
+  if (oldest) Unlink(oldest);
+}
+
+void MirrorToSettings() {
+  gSettings.recentProfiles.clear();
+  for (const RecentProfile* entry = gRecentProfiles.head; entry; entry = entry->next) {
+    gSettings.recentProfiles.push_back(entry->path);
+  }
+}
+
+}  // namespace
+
+std::function<std::wstring(const std::wstring& path)> gShortenProfilePath;
+
+void AddRecentProfile(const std::wstring& path) {
+  auto* entry = new (std::nothrow) RecentProfile;
+  if (!entry) return;
+  entry->path = path;
+  entry->menuText = gShortenProfilePath ? gShortenProfilePath(path) : CutPath(path);
+  entry->pathKey = path;
+  entry->menuId = kFirstRecentProfileId + gRecentProfiles.counter++;
+  entry->next = gRecentProfiles.head;
+  gRecentProfiles.head = entry;
+  ++gRecentProfiles.count;
+  // The sort is stable and the new entry stood first, so of two equal
+  // neighbours the second is the older one.
+  gRecentProfiles.head = Sort(gRecentProfiles.head, gRecentProfiles.count);
+  for (RecentProfile* node = gRecentProfiles.head; node && node->next;) {
+    if (EqualNoCase(node->pathKey, node->next->pathKey)) {
+      Unlink(&node->next);
+    } else {
+      node = node->next;
+    }
+  }
+  if (static_cast<int64_t>(gRecentProfiles.count) > gSettings.maxRecentProfiles) RemoveOldest();
+  MirrorToSettings();
+}
+
+void TrimRecentProfiles(uint64_t n) {
+  for (uint64_t i = 0; i < n && gRecentProfiles.count > 0; ++i) RemoveOldest();
+  MirrorToSettings();
+}
+
+const RecentProfile* RecentProfileById(uint32_t menuId) {
+  for (const RecentProfile* entry = gRecentProfiles.head; entry; entry = entry->next) {
+    if (entry->menuId == menuId) return entry;
+  }
+  return nullptr;
+}
+
+void ClearRecentProfiles() {
+  while (gRecentProfiles.head) Unlink(&gRecentProfiles.head);
+  gRecentProfiles = RecentProfileList{};
+}
+
+void LoadRecentProfilesFromSettings() {
+  std::vector<std::wstring> paths = gSettings.recentProfiles;
+  ClearRecentProfiles();
+  for (const std::wstring& path : paths) {
+    if (gSettings.removeMissingRecentProfiles && Fs().GetAttributes(path) == kInvalidAttributes) continue;
+    AddRecentProfile(path);
+  }
+  MirrorToSettings();
+}

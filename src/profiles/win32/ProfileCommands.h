@@ -1,0 +1,22 @@
+#pragma once
+// The profile commands of the "Profili" menu, the recent-profiles menu and
+// its options dialog, and the commands of the filters, for the main window.
+#include <windows.h>
+
+#include <string>
+
+#include "profiles/Profile.h"
+
+void SaveProfileCommand(HWND owner);
+// Imports `path`, or asks for one when it is empty. In unattended mode
+// (noGui) nothing is shown: the failure goes to the console.
+ImportResult ImportProfile(HWND owner, const std::wstring& path, bool noGui);
+void ShowRecentProfilesDialog(HWND owner);
+// Replaces the recent-profile entries of a menu (everything from the first
+// id of the recent range on) with the current list, or with the greyed
+// "<vuoto>" placeholder.
+void FillRecentProfilesMenu(HMENU menu);
+// Handles the commands of filters and profiles; false for any other.
+bool HandleSelectionCommand(HWND owner, UINT command);
+// At start-up, after the settings: the lists of filters and recent profiles.
+void LoadSelectionState();

@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <cstring>
+#include <iterator>
+
+#include "FilterTestSupport.h"
+#include "util/PathText.h"
+#include "util/ProgramFolder.h"
+#include "util/UnicodeTextFile.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using Lines = std::vector<std::wstring>;
+namespace fs = std::filesystem;
+
+class FilterFilesTest : public FilterTest {
+ protected:
+  void SetUp() override {
+    FilterTest::SetUp();
+    folder_ = fs::temp_directory_path() /
+              ("ordalis-filters-" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    savedFolder_ = gProgramFolder;
+    gProgramFolder = folder_.wstring();
+    RemoveFiles();
+    fs::create_directories(folder_);
+  }
+  void TearDown() override {
+    RemoveFiles();
+    gProgramFolder = savedFolder_;
+    FilterTest::TearDown();
+  }
+  // Where the program puts the file: joined with a backslash, which in the
+  // native build makes one odd name beside the folder rather than a file in it.
+  fs::path File(const char* name) const {
+    return fs::path(JoinPath(gProgramFolder, std::wstring(name, name + std::strlen(name))));
+  }
+  Bytes Read(const char* name) const {
+    std::ifstream in(File(name), std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+  }
+  void Write(const char* name, const Bytes& bytes) const {
+    std::ofstream out(File(name), std::ios::binary);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  }
+
+  void RemoveFiles() const {
+    fs::remove(File("Exclude.ini"));
+    fs::remove(File("Include.ini"));
+    fs::remove_all(folder_);
+  }
+
+  fs::path folder_;
+  std::wstring savedFolder_;
+};
+
+TEST_F(FilterFilesTest, SavedListsHoldTheStoredLinesWithoutBuiltInMasks) {
+  LoadFilterLists();
+  EXPECT_EQ(gExclusions.count, 17u) << "built-in masks only";
+  EXPECT_EQ(gInclusions.count, 0u);
+  AddExclusion(L'W', L"*.tmp");
+  AddExclusion(L'F', L"C:\\dati\\a.dat");
+  AddExclusion(L'D', L"C:\\temp");
+  AddInclusion(L"*.exe");
+  SaveExclusionList();
+  SaveInclusionList();
+  EXPECT_EQ(Read("Exclude.ini"), EncodeUnicodeText({L"DC:\\temp", L"FC:\\dati\\a.dat", L"W*.tmp"}));
+  EXPECT_EQ(Read("Include.ini"), EncodeUnicodeText({L"W*.exe"}));
+  // Byte for byte: a mark, then UTF-16LE lines ended by CR LF.
+  EXPECT_EQ(Read("Include.ini"), (Bytes{0xFF, 0xFE, 'W', 0, '*', 0, '.', 0, 'e', 0, 'x', 0, 'e', 0, 0x0D, 0, 0x0A, 0}));
+
+  Lines exclusions = StoredLines(gExclusions);
+  LoadFilterLists();
+  EXPECT_EQ(StoredLines(gExclusions), exclusions);
+  EXPECT_EQ(StoredLines(gInclusions), (Lines{L"W*.exe"}));
+}
+
+TEST_F(FilterFilesTest, EmptiedListsDeleteTheirFilesAndTheBuiltInMasksComeBack) {
+  Write("Exclude.ini", EncodeUnicodeText({L"W*.tmp"}));
+  Write("Include.ini", EncodeUnicodeText({L"W*.exe"}));
+  LoadFilterLists();
+  for (const FilterEntry* entry = gExclusions.head; entry; entry = entry->next) {
+    if (entry->kind == FilterKind::UserMask) {
+      RemoveFilterEntry(gExclusions, entry);
+      break;
+    }
+  }
+  ClearFilterList(gInclusions);
+  SaveExclusionList();
+  SaveInclusionList();
+  EXPECT_FALSE(fs::exists(File("Exclude.ini")));
+  EXPECT_FALSE(fs::exists(File("Include.ini")));
+  LoadFilterLists();
+  EXPECT_EQ(gExclusions.count, 17u);
+}
+
+TEST_F(FilterFilesTest, HandEditedFilesAreReadAsTheProgramWouldHaveWrittenThem) {
+  // Empty lines are skipped, duplicates dropped, the order restored; a last
+  // line without CR LF is lost; the inclusion file's first letter is not
+  // looked at.
+  Bytes exclude = EncodeUnicodeText({L"W*.tmp", L"", L"FC:\\b", L"Fc:\\B", L"X*.sys", L"?odd"});
+  for (wchar_t c : std::wstring(L"W*.lost")) {
+    exclude.push_back(static_cast<uint8_t>(c));
+    exclude.push_back(0);
+  }
+  Write("Exclude.ini", exclude);
+  Write("Include.ini", EncodeUnicodeText({L"Q*.dll", L"W*.exe"}));
+  LoadFilterLists();
+  Lines lines = StoredLines(gExclusions);
+  EXPECT_EQ(lines.size(), 17u + 4u);
+  EXPECT_EQ(lines[0], L"?odd");
+  EXPECT_NE(std::find(lines.begin(), lines.end(), L"FC:\\b"), lines.end());
+  EXPECT_NE(std::find(lines.begin(), lines.end(), L"X*.sys"), lines.end());
+  EXPECT_EQ(std::find(lines.begin(), lines.end(), L"W*.lost"), lines.end());
+  EXPECT_EQ(StoredLines(gInclusions), (Lines{L"W*.dll", L"W*.exe"}));
+
+  // A hand-added X line is a mask like the built-in ones and is not saved.
+  SaveExclusionList();
+  EXPECT_EQ(Read("Exclude.ini"), EncodeUnicodeText({L"?odd", L"FC:\\b", L"W*.tmp"}));
+}
+
+}  // namespace
