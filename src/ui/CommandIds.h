@@ -37,3 +37,23 @@ constexpr uint32_t kCmdDefragSelected = 9076;
 constexpr uint32_t kCmdOpenFromKeyboard = 8000;
 constexpr uint32_t kCmdToggleDefragMark = 8001;
 
+
+// Column menus of the two lists: one command per column of the item list,
+// the fragmented-file list sharing those of its columns; then the default set.
+constexpr uint32_t kCmdColumnName = 9034;
+constexpr uint32_t kCmdColumnState = 9035;
+constexpr uint32_t kCmdColumnFragments = 9036;
+constexpr uint32_t kCmdColumnClusters = 9037;
+constexpr uint32_t kCmdColumnSize = 9038;
+constexpr uint32_t kCmdColumnType = 9039;
+constexpr uint32_t kCmdColumnSizeOnDisk = 9040;
+constexpr uint32_t kCmdColumnPercentOnDisk = 9041;
+constexpr uint32_t kCmdColumnModified = 9042;
+constexpr uint32_t kCmdColumnAttributes = 9043;
+constexpr uint32_t kCmdColumnsDefault = 9044;
+// Drop-downs of the toolbar's defragment button.
+constexpr uint32_t kCmdDefragAllFiles = 9061;
+constexpr uint32_t kCmdDefragSelectedFiles = 9062;
+// Bottom tabs.
+constexpr uint32_t kCmdTabFragmented = 5001;
+constexpr uint32_t kCmdTabSummary = 5002;
