@@ -55,8 +55,19 @@ void Paint(HWND window, const ButtonState& state) {
   int shift = state.pressed == 1 && state.hot ? 1 : 0;
   int iconTop = (client.bottom - iconSize) / 2 + shift;
   if (state.icon) {
-    DrawState(dc, nullptr, nullptr, reinterpret_cast<LPARAM>(state.icon), 0, pad + shift, iconTop, iconSize,
-              iconSize, DST_ICON | (enabled ? DSS_NORMAL : DSS_DISABLED));
+    DrawIconEx(dc, pad + shift, iconTop, state.icon, iconSize, iconSize, 0, nullptr, DI_NORMAL);
+    if (!enabled) {
+      // A disabled command keeps its picture, faded into the face colour.
+      HDC face = CreateCompatibleDC(dc);
+      HBITMAP pixel = CreateCompatibleBitmap(dc, 1, 1);
+      HGDIOBJ previous = SelectObject(face, pixel);
+      SetPixel(face, 0, 0, Theme::kFace);
+      BLENDFUNCTION blend{AC_SRC_OVER, 0, 170, 0};
+      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face, 0, 0, 1, 1, blend);
+      SelectObject(face, previous);
+      DeleteObject(pixel);
+      DeleteDC(face);
+    }
   }
   wchar_t text[128] = {};
   GetWindowTextW(window, text, 128);
