@@ -149,6 +149,13 @@ LRESULT OnNotify(NMHDR* header) {
     if ((header->code == NM_CLICK || header->code == LVN_ITEMCHANGED) && !gMain.running) RefreshCommandStates();
   } else if (header->hwndFrom == gMain.resultList) {
     if (OnResultListNotify(gMain.resultList, header, result)) return result;
+  } else if (header->code == HDN_BEGINTRACKW || header->code == HDN_BEGINTRACKA) {
+    // A hidden column stays hidden: its divider cannot be dragged open.
+    int column = reinterpret_cast<NMHEADERW*>(header)->iItem;
+    if (header->hwndFrom == ListView_GetHeader(gMain.list)) return ColumnHidden(gSettings.itemColumnVisible, column);
+    if (header->hwndFrom == ListView_GetHeader(gMain.resultList)) {
+      return ColumnHidden(gSettings.resultColumnVisible, column);
+    }
   }
   return 0;
 }
