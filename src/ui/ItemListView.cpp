@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr ColumnSpec kItemColumns[] = {
+constexpr ColumnLayout kItemColumns[] = {
     {kStrColumnName, L"Nome", 400, LVCFMT_LEFT, kCmdColumnName},
     {kStrColumnState, L"Stato", 118, LVCFMT_LEFT, kCmdColumnState},
     {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},

@@ -14,11 +14,11 @@ void EnsureSize(std::vector<uint8_t>& visible, int count) {
   if (static_cast<int>(visible.size()) < count) visible.resize(count, 1);
 }
 
-int DefaultWidth(HWND list, const ColumnSpec& spec) { return ScaleForDpi(spec.width96, WindowDpi(list)); }
+int DefaultWidth(HWND list, const ColumnLayout& layout) { return ScaleForDpi(layout.width96, WindowDpi(list)); }
 
 // The menu shows the header's words without the blanks some headers carry.
-std::wstring MenuText(const ColumnSpec& spec) {
-  std::wstring text = Text(spec.textId, spec.italian);
+std::wstring MenuText(const ColumnLayout& layout) {
+  std::wstring text = Text(layout.textId, layout.italian);
   size_t first = text.find_first_not_of(L' ');
   return first == std::wstring::npos ? text : text.substr(first);
 }
@@ -31,12 +31,12 @@ bool ColumnHidden(const std::vector<uint8_t>& visible, int column) {
 
 void BuildListColumns(HWND list, const ColumnTable& table) {
   for (int index = 0; index < table.count; ++index) {
-    const ColumnSpec& spec = table.specs[index];
+    const ColumnLayout& layout = table.columns[index];
     LVCOLUMNW column{};
     column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT | LVCF_SUBITEM;
-    column.fmt = spec.format;
-    column.cx = DefaultWidth(list, spec);
-    column.pszText = const_cast<wchar_t*>(Text(spec.textId, spec.italian));
+    column.fmt = layout.format;
+    column.cx = DefaultWidth(list, layout);
+    column.pszText = const_cast<wchar_t*>(Text(layout.textId, layout.italian));
     column.iSubItem = index;
     ListView_InsertColumn(list, index, &column);
   }
@@ -54,17 +54,17 @@ bool ApplyColumnCommand(HWND list, const ColumnTable& table, std::vector<uint8_t
     std::vector<int> order(table.count);
     for (int index = 0; index < table.count; ++index) {
       order[index] = index;
-      ListView_SetColumnWidth(list, index, DefaultWidth(list, table.specs[index]));
+      ListView_SetColumnWidth(list, index, DefaultWidth(list, table.columns[index]));
     }
     ListView_SetColumnOrderArray(list, table.count, order.data());
     InvalidateRect(list, nullptr, TRUE);
     return true;
   }
   for (int index = 0; index < table.count; ++index) {
-    if (table.specs[index].command != command) continue;
+    if (table.columns[index].command != command) continue;
     EnsureSize(visible, table.count);
     visible[index] = visible[index] ? 0 : 1;
-    ListView_SetColumnWidth(list, index, visible[index] ? DefaultWidth(list, table.specs[index]) : 0);
+    ListView_SetColumnWidth(list, index, visible[index] ? DefaultWidth(list, table.columns[index]) : 0);
     return true;
   }
   return false;
@@ -74,11 +74,11 @@ void RunColumnMenu(HWND owner, HWND list, const ColumnTable& table, std::vector<
   HMENU menu = CreatePopupMenu();
   if (!menu) return;
   for (int index = 0; index < table.count; ++index) {
-    const ColumnSpec& spec = table.specs[index];
+    const ColumnLayout& layout = table.columns[index];
     UINT flags = MF_STRING | (ColumnHidden(visible, index) ? MF_UNCHECKED : MF_CHECKED);
     // The name column carries the row's picture and selection: it always stays.
     if (index == 0) flags |= MF_GRAYED;
-    AppendMenuW(menu, flags, spec.command, MenuText(spec).c_str());
+    AppendMenuW(menu, flags, layout.command, MenuText(layout).c_str());
   }
   AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
   AppendMenuW(menu, MF_STRING, 9044, Text(kStrColumnsDefault, L"Predefinito"));

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-struct ColumnSpec {
+struct ColumnLayout {
   uint32_t textId;
   const wchar_t* italian;
   int width96;
@@ -16,7 +16,7 @@ struct ColumnSpec {
 };
 
 struct ColumnTable {
-  const ColumnSpec* specs;
+  const ColumnLayout* columns;
   int count;
 };
 

@@ -14,7 +14,7 @@ namespace {
 
 enum ResultColumn { kName, kFragments, kClusters, kSize, kSizeOnDisk, kPercent, kModified, kAttributes };
 
-constexpr ColumnSpec kResultColumns[] = {
+constexpr ColumnLayout kResultColumns[] = {
     {kStrResultColumnName, L"      Nome", 400, LVCFMT_LEFT, kCmdColumnName},
     {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
     {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},

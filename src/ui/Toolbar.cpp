@@ -10,7 +10,7 @@
 
 namespace {
 
-struct ToolSpec {
+struct ToolButtonLayout {
   uint32_t command;
   int icon;
   uint32_t textId;
@@ -20,7 +20,7 @@ struct ToolSpec {
   bool dropDown;
 };
 
-constexpr ToolSpec kTools[] = {
+constexpr ToolButtonLayout kTools[] = {
     {kCmdAddFiles, IDI_TOOL_ADD, kStrToolAdd, L"Aggiungi", kStrTipAdd,
      L"Consente di aggiungere in elenco gli elementi che devono essere analizzati o deframmentati.", true},
     {kCmdRemove, IDI_TOOL_REMOVE, kStrToolRemove, L"Rimuovi", kStrTipRemove,
@@ -42,7 +42,7 @@ HWND gButtons[kToolCount] = {};
 void CreateToolbar(HWND mainWindow) {
   UINT dpi = WindowDpi(mainWindow);
   for (int i = 0; i < kToolCount; ++i) {
-    const ToolSpec& tool = kTools[i];
+    const ToolButtonLayout& tool = kTools[i];
     gButtons[i] = CreateToolbarButton(mainWindow, static_cast<int>(tool.command), Text(tool.textId, tool.italian),
                                       LoadToolbarIcon(tool.icon, dpi), tool.dropDown);
     SendMessageW(gButtons[i], WM_SETFONT, SendMessageW(mainWindow, WM_GETFONT, 0, 0), FALSE);

@@ -14,22 +14,22 @@ namespace {
 constexpr int kTextControlId = 100;
 constexpr int kIconControlId = 101;
 
-struct ButtonSpec {
+struct ButtonChoice {
   int result;
   const wchar_t* italian;
   const wchar_t* english;
 };
 
-constexpr ButtonSpec kContinueQuit[] = {{kMsgResultContinue, L"&Continua", L"&Continue"},
+constexpr ButtonChoice kContinueQuit[] = {{kMsgResultContinue, L"&Continua", L"&Continue"},
                                         {kMsgResultQuit, L"&Esci", L"&Quit"}};
-constexpr ButtonSpec kYesNoCancel[] = {{kMsgResultYes, L"&Sì", L"&Yes"},
+constexpr ButtonChoice kYesNoCancel[] = {{kMsgResultYes, L"&Sì", L"&Yes"},
                                        {kMsgResultNo, L"&No", L"&No"},
                                        {kMsgResultCancel, L"Annulla", L"Cancel"}};
-constexpr ButtonSpec kOkCancel[] = {{kMsgResultOk, L"OK", L"OK"}, {kMsgResultCancel, L"Annulla", L"Cancel"}};
-constexpr ButtonSpec kOkOnly[] = {{kMsgResultOk, L"OK", L"OK"}};
+constexpr ButtonChoice kOkCancel[] = {{kMsgResultOk, L"OK", L"OK"}, {kMsgResultCancel, L"Annulla", L"Cancel"}};
+constexpr ButtonChoice kOkOnly[] = {{kMsgResultOk, L"OK", L"OK"}};
 
 struct ButtonSet {
-  const ButtonSpec* buttons;
+  const ButtonChoice* buttons;
   size_t count;
   // What Escape and the close button end the box with; 0 refuses them.
   int escapeResult;
@@ -199,10 +199,10 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   int y = state.bandTop + (bandHeight - buttonHeight) / 2;
   HWND first = nullptr;
   for (size_t i = 0; i < state.buttons.count; ++i) {
-    const ButtonSpec& spec = state.buttons.buttons[i];
+    const ButtonChoice& choice = state.buttons.buttons[i];
     DWORD style = WS_CHILD | WS_VISIBLE | WS_TABSTOP | (i == 0 ? BS_DEFPUSHBUTTON | WS_GROUP : BS_PUSHBUTTON);
-    HWND button = CreateWindowExW(0, L"BUTTON", english ? spec.english : spec.italian, style, x, y, buttonWidth,
-                                  buttonHeight, dialog, reinterpret_cast<HMENU>(static_cast<INT_PTR>(spec.result)),
+    HWND button = CreateWindowExW(0, L"BUTTON", english ? choice.english : choice.italian, style, x, y, buttonWidth,
+                                  buttonHeight, dialog, reinterpret_cast<HMENU>(static_cast<INT_PTR>(choice.result)),
                                   instance, nullptr);
     SendMessageW(button, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
     if (i == 0) first = button;
