@@ -69,16 +69,20 @@ void LayoutSummaryPanel(const RECT& inside) {
   if (!gSummary.body) return;
   UINT dpi = WindowDpi(gSummary.body);
   auto scaled = [dpi](int size) { return ScaleForDpi(size, dpi); };
-  int x = inside.left + scaled(14);
-  int y = inside.top + scaled(10);
-  int line = scaled(20);
-  MoveWindow(gSummary.notice, x, y, inside.right - x - scaled(14), line, FALSE);
-  y += line + scaled(6);
+  // The counters in two columns of two, the notice under them.
+  const int line = scaled(18);
+  const int labelWidth = scaled(150);
+  const int valueWidth = scaled(80);
+  const int columnWidth = labelWidth + valueWidth + scaled(40);
+  const int left = inside.left + scaled(14);
+  const int top = inside.top + scaled(6);
   for (int i = 0; i < kCounterCount; ++i) {
-    MoveWindow(gSummary.labels[i], x, y, scaled(170), line, FALSE);
-    MoveWindow(gSummary.values[i], x + scaled(170), y, scaled(90), line, FALSE);
-    y += line;
+    int x = left + (i / 2) * columnWidth;
+    int y = top + (i % 2) * line;
+    MoveWindow(gSummary.labels[i], x, y, labelWidth, line, FALSE);
+    MoveWindow(gSummary.values[i], x + labelWidth, y, valueWidth, line, FALSE);
   }
+  MoveWindow(gSummary.notice, left, top + 2 * line + scaled(2), inside.right - left - scaled(14), line, FALSE);
   InvalidateRect(gSummary.body, nullptr, FALSE);
 }
 
