@@ -51,6 +51,7 @@ struct Settings {
   std::vector<std::wstring> recentProfiles;  // most recent first
 
   bool showSystemIcons = true;
+  bool showStateIcons = true;  // state pictures beside the names when system icons are off
 
   // Visibility of each column of the item list and of the fragmented-file
   // list, by column index; empty means all visible.

@@ -91,3 +91,19 @@ constexpr uint32_t kMenuLanguage = 9312;
 constexpr uint32_t kMenuSolidState = 9313;
 constexpr uint32_t kMenuColumns = 9314;
 constexpr uint32_t kMenuRecentProfiles = 9315;
+
+// Column menus of the two lists: one command per column of the item list,
+// the fragmented-file list sharing those of its columns.
+constexpr uint32_t kCmdColumnName = 9034;
+constexpr uint32_t kCmdColumnState = 9035;
+constexpr uint32_t kCmdColumnFragments = 9036;
+constexpr uint32_t kCmdColumnClusters = 9037;
+constexpr uint32_t kCmdColumnSize = 9038;
+constexpr uint32_t kCmdColumnType = 9039;
+constexpr uint32_t kCmdColumnSizeOnDisk = 9040;
+constexpr uint32_t kCmdColumnPercentOnDisk = 9041;
+constexpr uint32_t kCmdColumnModified = 9042;
+constexpr uint32_t kCmdColumnAttributes = 9043;
+// Bottom tabs.
+constexpr uint32_t kCmdTabFragmented = 5001;
+constexpr uint32_t kCmdTabSummary = 5002;

@@ -4,101 +4,253 @@
 
 #include <string>
 
-#include "items/ItemCells.h"
+#include "engine/EngineHooks.h"
 #include "items/ItemList.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
+#include "runs/RunResults.h"
+#include "settings/Settings.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/ItemListView.h"
+#include "ui/ResultListView.h"
+#include "ui/StatusBars.h"
+#include "ui/SummaryPanel.h"
+#include "ui/Toolbar.h"
+#include "ui/controls/Controls.h"
+#include "ui/controls/Theme.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
 namespace {
 
-struct ColumnLayout {
-  uint32_t textId;
-  const wchar_t* italian;
-  int width96;
-  int format;
-};
-
-// The ten columns of the item list, in their default order.
-constexpr ColumnLayout kItemColumns[] = {
-    {kStrColumnName, L"Nome", 400, LVCFMT_LEFT},
-    {kStrColumnState, L"Stato", 118, LVCFMT_LEFT},
-    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT},
-    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT},
-    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT},
-    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT},
-    {kStrColumnType, L"Tipo", 300, LVCFMT_LEFT},
-    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT},
-    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT},
-    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT},
-};
+// Geometry at 96 dots per inch.
+constexpr int kToolbarMargin = 4;
+constexpr int kSplitterHeight = 7;
+constexpr int kTabsHeight = 26;
+constexpr int kStatusHeight = 22;
+constexpr int kProgressWidth = 220;
+constexpr int kMinListHeight = 60;
+constexpr int kMinPanelHeight = 70;
 
 struct MainWindowState {
   HWND window = nullptr;
   HWND list = nullptr;
   HWND statusUpper = nullptr;
   HWND statusLower = nullptr;
+  HWND splitter = nullptr;
+  HWND tabs = nullptr;
+  HWND body = nullptr;
+  HWND resultList = nullptr;
+  HWND progress = nullptr;
+  bool showToolbar = true;
+  bool showPanel = true;
+  bool showStatus = true;
+  bool running = false;
+  uint32_t bottomTab = kCmdTabFragmented;
   MainWindowSetup setup;
-  std::wstring cellBuffer;  // the text handed to the list view lives here until the next request
 };
 MainWindowState gMain;
 
-void BuildColumns() {
-  UINT dpi = WindowDpi(gMain.window);
-  int index = 0;
-  for (const ColumnLayout& layout : kItemColumns) {
-    LVCOLUMNW column{};
-    column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT | LVCF_SUBITEM;
-    column.fmt = layout.format;
-    column.cx = ScaleForDpi(layout.width96, dpi);
-    column.pszText = const_cast<wchar_t*>(Text(layout.textId, layout.italian));
-    column.iSubItem = index;
-    ListView_InsertColumn(gMain.list, index, &column);
-    ++index;
-  }
+int Scaled(int size96) { return ScaleForDpi(size96, WindowDpi(gMain.window)); }
+
+void ShowBottomTabContent() {
+  if (!gMain.body) return;
+  bool fragmentedTab = gMain.bottomTab == kCmdTabFragmented;
+  bool listEmpty = gRun.fragmented.empty();
+  ShowWindow(gMain.resultList, fragmentedTab && !listEmpty ? SW_SHOW : SW_HIDE);
+  ShowSummaryPanel(!fragmentedTab);
+  SendMessageW(gMain.body, kBodySetNotice, 0,
+               fragmentedTab && listEmpty ? reinterpret_cast<LPARAM>(Text(kStrNoFiles, L"Nessun file")) : 0);
 }
 
 void LayoutChildren() {
+  if (!gMain.list) return;
   RECT client{};
   GetClientRect(gMain.window, &client);
-  UINT dpi = WindowDpi(gMain.window);
-  int statusHeight = ScaleForDpi(22, dpi);
-  int width = client.right - client.left;
+  const int width = client.right;
+  int top = 0;
+  if (gMain.showToolbar) {
+    top = Scaled(kToolbarMargin) + LayoutToolbar(Scaled(kToolbarMargin), Scaled(kToolbarMargin)) +
+          Scaled(kToolbarMargin);
+  }
   int bottom = client.bottom;
-  MoveWindow(gMain.statusLower, 0, bottom - statusHeight, width, statusHeight, TRUE);
-  MoveWindow(gMain.statusUpper, 0, bottom - 2 * statusHeight, width, statusHeight, TRUE);
-  int upperParts[] = {width - ScaleForDpi(260, dpi), -1};
-  SendMessageW(gMain.statusUpper, SB_SETPARTS, 2, reinterpret_cast<LPARAM>(upperParts));
-  MoveWindow(gMain.list, 0, 0, width, bottom - 2 * statusHeight, TRUE);
+  if (gMain.showStatus) {
+    int statusHeight = Scaled(kStatusHeight);
+    MoveWindow(gMain.statusLower, 0, bottom - statusHeight, width, statusHeight, TRUE);
+    MoveWindow(gMain.statusUpper, 0, bottom - 2 * statusHeight, width, statusHeight, TRUE);
+    int upperParts[] = {width - Scaled(260), -1};
+    SendMessageW(gMain.statusUpper, SB_SETPARTS, 2, reinterpret_cast<LPARAM>(upperParts));
+    int progressWidth = Scaled(kProgressWidth);
+    MoveWindow(gMain.progress, width - progressWidth - Scaled(22), Scaled(4), progressWidth,
+               statusHeight - Scaled(8), TRUE);
+    bottom -= 2 * statusHeight;
+  }
+  if (!gMain.showPanel) {
+    MoveWindow(gMain.list, 0, top, width, bottom - top, TRUE);
+    return;
+  }
+  int splitterHeight = Scaled(kSplitterHeight);
+  int lowest = bottom - Scaled(kMinPanelHeight) - splitterHeight;
+  int highest = top + Scaled(kMinListHeight);
+  int splitterTop = gSettings.splitterPosition >= 0 ? gSettings.splitterPosition
+                                                    : top + (bottom - top) * 3 / 5;
+  if (splitterTop > lowest) splitterTop = lowest;
+  if (splitterTop < highest) splitterTop = highest;
+  MoveWindow(gMain.list, 0, top, width, splitterTop - top, TRUE);
+  MoveWindow(gMain.splitter, 0, splitterTop, width, splitterHeight, TRUE);
+  int tabsTop = splitterTop + splitterHeight;
+  int tabsHeight = Scaled(kTabsHeight);
+  MoveWindow(gMain.tabs, 0, tabsTop, width, tabsHeight, TRUE);
+  MoveWindow(gMain.body, 0, tabsTop + tabsHeight, width, bottom - tabsTop - tabsHeight, TRUE);
+  RECT inside{};
+  SendMessageW(gMain.body, kBodyInnerRect, 0, reinterpret_cast<LPARAM>(&inside));
+  MoveWindow(gMain.resultList, inside.left, inside.top, inside.right - inside.left, inside.bottom - inside.top, TRUE);
+  LayoutSummaryPanel(inside);
 }
 
-// The list view asks for the cells it paints; the rows are the item list's
-// records in list order, found through its row index.
-void AnswerCellRequest(NMLVDISPINFOW* info) {
-  LVITEMW& item = info->item;
-  if (item.iItem < 0 || static_cast<uint64_t>(item.iItem) >= ItemCount()) return;
-  const ItemRecord* record = ItemAtRow(static_cast<size_t>(item.iItem));
-  if (!record) return;
-  if (item.mask & LVIF_TEXT) {
-    gMain.cellBuffer = ItemCellText(*record, static_cast<ItemColumn>(item.iSubItem));
-    lstrcpynW(item.pszText, gMain.cellBuffer.c_str(), item.cchTextMax);
+void OnSplitterMoved() {
+  gSettings.splitterPosition = static_cast<int>(SendMessageW(gMain.splitter, kSplitterGetPosition, 0, 0));
+  LayoutChildren();
+  // The clamped position is what is kept.
+  RECT bounds{};
+  GetWindowRect(gMain.splitter, &bounds);
+  MapWindowPoints(nullptr, gMain.window, reinterpret_cast<POINT*>(&bounds), 2);
+  gSettings.splitterPosition = bounds.top;
+}
+
+bool PointInHeader(HWND list, POINT screen) {
+  HWND header = ListView_GetHeader(list);
+  RECT bounds{};
+  return header && IsWindowVisible(header) && GetWindowRect(header, &bounds) && PtInRect(&bounds, screen);
+}
+
+void OnContextMenu(HWND target, POINT at) {
+  for (HWND list : {gMain.list, gMain.resultList}) {
+    if (target != list && GetParent(target) != list) continue;
+    if (at.x == -1 && at.y == -1) {
+      RECT bounds{};
+      GetWindowRect(list, &bounds);
+      at = {bounds.left + 8, bounds.top + 8};
+    } else if (PointInHeader(list, at)) {
+      bool items = list == gMain.list;
+      RunColumnMenu(gMain.window, list, items ? kItemColumnTable : kResultColumnTable,
+                    items ? gSettings.itemColumnVisible : gSettings.resultColumnVisible, at);
+      return;
+    }
+    if (gMain.setup.contextMenu) gMain.setup.contextMenu(gMain.window, list, at);
+    return;
   }
 }
 
-INT_PTR OnNotify(NMHDR* header) {
+LRESULT OnNotify(NMHDR* header) {
+  LRESULT result = 0;
   if (header->hwndFrom == gMain.list) {
-    switch (header->code) {
-      case LVN_GETDISPINFOW:
-        AnswerCellRequest(reinterpret_cast<NMLVDISPINFOW*>(header));
-        return TRUE;
-      case LVN_BEGINDRAG:
-        return TRUE;
+    if (OnItemListNotify(gMain.list, header, result)) return result;
+    if ((header->code == NM_CLICK || header->code == LVN_ITEMCHANGED) && !gMain.running) RefreshCommandStates();
+  } else if (header->hwndFrom == gMain.resultList) {
+    if (OnResultListNotify(gMain.resultList, header, result)) return result;
+  } else if (header->code == HDN_BEGINTRACKW || header->code == HDN_BEGINTRACKA) {
+    // A hidden column stays hidden: its divider cannot be dragged open.
+    int column = reinterpret_cast<NMHEADERW*>(header)->iItem;
+    if (header->hwndFrom == ListView_GetHeader(gMain.list)) return ColumnHidden(gSettings.itemColumnVisible, column);
+    if (header->hwndFrom == ListView_GetHeader(gMain.resultList)) {
+      return ColumnHidden(gSettings.resultColumnVisible, column);
     }
   }
-  return FALSE;
+  return 0;
+}
+
+bool OnCommand(WPARAM wParam, LPARAM lParam) {
+  const uint32_t command = LOWORD(wParam);
+  const WORD code = HIWORD(wParam);
+  if (command == IDC_SPLITTER && code == kSplitterMovedCode) {
+    OnSplitterMoved();
+    return true;
+  }
+  if (code == kToolbarDropDownCode) {
+    RunToolbarDropDown(gMain.window, reinterpret_cast<HWND>(lParam));
+    return true;
+  }
+  switch (command) {
+    case kCmdTabFragmented:
+    case kCmdTabSummary:
+      SelectBottomTab(command);
+      return true;
+    case kCmdExit:
+      DestroyWindow(gMain.window);
+      return true;
+  }
+  if (command >= kCmdColumnName && command <= kCmdDefaultColumns) {
+    return ApplyColumnCommand(gMain.list, kItemColumnTable, gSettings.itemColumnVisible, command);
+  }
+  if (HandleSelectionCommand(gMain.window, command)) return true;
+  return gMain.setup.command && gMain.setup.command(gMain.window, command);
+}
+
+// Removes and dispatches the queued messages; false when a quit message came.
+bool PumpWindowMessages() {
+  MSG message{};
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      PostQuitMessage(static_cast<int>(message.wParam));
+      return false;
+    }
+    if (!gMain.window || !IsDialogMessageW(gMain.window, &message)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+  return true;
+}
+
+// What the engine needs of the window, unless a caller set its own first.
+void FillEngineHooks() {
+  EngineHooks& hooks = gEngineHooks;
+  if (!hooks.pumpMessages) hooks.pumpMessages = PumpWindowMessages;
+  if (!hooks.text) hooks.text = [](uint32_t id, const wchar_t* literal) { return std::wstring(Text(id, literal)); };
+  if (!hooks.setStatusText) hooks.setStatusText = SetUpperStatusPart;
+  if (!hooks.setWorkingIcon) hooks.setWorkingIcon = SetLowerStatusIcon;
+  if (!hooks.showProgress) {
+    hooks.showProgress = [](uint64_t last) {
+      SendMessageW(gMain.progress, kProgressSetRange, 0, static_cast<LPARAM>(last));
+      ShowWindow(gMain.progress, SW_SHOW);
+    };
+  }
+  if (!hooks.setProgress) {
+    // Called from the move thread: only post.
+    hooks.setProgress = [](uint64_t position) {
+      PostMessageW(gMain.progress, kProgressSetPosition, 0, static_cast<LPARAM>(position));
+    };
+  }
+  if (!hooks.hideProgress) hooks.hideProgress = [] { ShowWindow(gMain.progress, SW_HIDE); };
+  if (!hooks.redrawList) {
+    hooks.redrawList = [] {
+      if (gMain.list) RefreshItemRows(gMain.list);
+    };
+  }
+}
+
+void CreatePanels(HWND window) {
+  CreateToolbar(window);
+  gMain.splitter = CreateSplitter(window, IDC_SPLITTER);
+  gMain.tabs = CreateBottomTabs(window, IDC_BOTTOM_TABS);
+  gMain.body = CreateBottomTabBody(window, IDC_TAB_BODY);
+  SendMessageW(gMain.tabs, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
+  SendMessageW(gMain.body, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
+  SendMessageW(gMain.tabs, kTabsAdd, kCmdTabFragmented,
+               reinterpret_cast<LPARAM>(Text(kStrTabFragmented, L"File frammentati")));
+  SendMessageW(gMain.tabs, kTabsAdd, kCmdTabSummary, reinterpret_cast<LPARAM>(Text(kStrTabSummary, L"Riepilogo")));
+  gMain.resultList = CreateWindowExW(0, WC_LISTVIEWW, L"",
+                                     WS_CHILD | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS |
+                                         LVS_SHAREIMAGELISTS,
+                                     0, 0, 10, 10, gMain.body,
+                                     reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_RESULT_LIST)),
+                                     GetModuleHandleW(nullptr), nullptr);
+  SendMessageW(gMain.resultList, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
+  InitResultListView(gMain.resultList);
+  CreateSummaryPanel(gMain.body);
+  gMain.progress = CreateProgressBar(gMain.statusLower, IDC_PROGRESS);
 }
 
 void OnInitDialog(HWND window) {
@@ -106,12 +258,29 @@ void OnInitDialog(HWND window) {
   gMain.list = GetDlgItem(window, IDC_ITEM_LIST);
   gMain.statusUpper = GetDlgItem(window, IDC_STATUS_UPPER);
   gMain.statusLower = GetDlgItem(window, IDC_STATUS_LOWER);
-  ListView_SetExtendedListViewStyle(gMain.list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP |
-                                                    LVS_EX_LABELTIP);
+  // The default window size, before the settings may replace it.
+  UINT dpi = WindowDpi(window);
+  gSettings.mainWidth = ScaleForDpi(600, dpi);
+  gSettings.mainHeight = ScaleForDpi(360, dpi);
+  CreatePanels(window);
+  InitStatusBars(gMain.statusUpper, gMain.statusLower);
   LayoutChildren();
   if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
-  BuildColumns();
+  InitItemListView(gMain.list);
+  FillEngineHooks();
+  UpdateMainStatus(kStatusItemCount | kStatusIdle);
+  ShowBottomTabContent();
+  RefreshCommandStates();
   if (gMain.setup.afterLayout) gMain.setup.afterLayout(window);
+}
+
+void RememberWindowSize() {
+  WINDOWPLACEMENT placement{sizeof placement};
+  if (GetWindowPlacement(gMain.window, &placement)) {
+    gSettings.mainWidth = placement.rcNormalPosition.right - placement.rcNormalPosition.left;
+    gSettings.mainHeight = placement.rcNormalPosition.bottom - placement.rcNormalPosition.top;
+  }
+  gSettings.maximized = IsZoomed(gMain.window) != FALSE;
 }
 
 INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -120,35 +289,39 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       OnInitDialog(window);
       return TRUE;
     case WM_SIZE:
-      if (gMain.list) LayoutChildren();
+      LayoutChildren();
       return TRUE;
     case WM_GETMINMAXINFO: {
       auto* limits = reinterpret_cast<MINMAXINFO*>(lParam);
       UINT dpi = WindowDpi(window);
       limits->ptMinTrackSize.x = ScaleForDpi(480, dpi);
-      limits->ptMinTrackSize.y = ScaleForDpi(300, dpi);
+      limits->ptMinTrackSize.y = ScaleForDpi(320, dpi);
       return TRUE;
     }
     case WM_NOTIFY:
       SetWindowLongPtrW(window, DWLP_MSGRESULT, OnNotify(reinterpret_cast<NMHDR*>(lParam)));
       return TRUE;
+    case WM_CONTEXTMENU:
+      OnContextMenu(reinterpret_cast<HWND>(wParam),
+                    POINT{static_cast<short>(LOWORD(lParam)), static_cast<short>(HIWORD(lParam))});
+      return TRUE;
     case WM_COMMAND:
-      if (LOWORD(wParam) == kCmdExit) {
-        DestroyWindow(window);
-        return TRUE;
-      }
-      if (HandleSelectionCommand(window, LOWORD(wParam))) return TRUE;
-      if (gMain.setup.command && gMain.setup.command(window, LOWORD(wParam))) return TRUE;
-      return FALSE;
+      return OnCommand(wParam, lParam) ? TRUE : FALSE;
+    case WM_CTLCOLORDLG: {
+      // The window's face matches the program's own controls.
+      static HBRUSH face = CreateSolidBrush(Theme::kFace);
+      return reinterpret_cast<INT_PTR>(face);
+    }
     case WM_CLOSE:
       DestroyWindow(window);
       return TRUE;
     case WM_DESTROY:
+      RememberWindowSize();
       if (gMain.setup.beforeDestroy) gMain.setup.beforeDestroy(window);
       PostQuitMessage(gMain.setup.exitCode ? gMain.setup.exitCode() : 0);
       return TRUE;
     case WM_NCDESTROY:
-      gMain.window = gMain.list = gMain.statusUpper = gMain.statusLower = nullptr;
+      gMain = MainWindowState{};
       return FALSE;
   }
   return FALSE;
@@ -163,45 +336,91 @@ HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup) {
 }
 
 HWND MainWindowHandle() { return gMain.window; }
+HWND MainItemListView() { return gMain.list; }
+HWND MainResultListView() { return gMain.resultList; }
 
 void ShowMainWindow(bool maximized) {
   if (!gMain.window) return;
+  int width = gSettings.mainWidth;
+  int height = gSettings.mainHeight;
+  int screenWidth = GetSystemMetrics(SM_CXSCREEN);
+  int screenHeight = GetSystemMetrics(SM_CYSCREEN);
+  if (width > screenWidth) {
+    width = screenWidth - 100;
+    height = screenHeight - 200;
+  }
+  if (width > 0 && height > 0) {
+    SetWindowPos(gMain.window, nullptr, (screenWidth - width) / 2, (screenHeight - height) / 2, width, height,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+  }
   ShowWindow(gMain.window, maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
   UpdateWindow(gMain.window);
 }
 
 void RefreshItemList() {
   if (!gMain.list) return;
-  ListView_SetItemCountEx(gMain.list, static_cast<int>(ItemCount()),
-                          LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
-  InvalidateRect(gMain.list, nullptr, FALSE);
+  RefreshItemRows(gMain.list);
+  UpdateMainStatus(kStatusItemCount);
+  RefreshCounters();
+  if (!gMain.running) RefreshCommandStates();
 }
+
+void RefreshResultList() {
+  if (!gMain.resultList) return;
+  RefreshResultRows(gMain.resultList);
+  ShowBottomTabContent();
+}
+
+void RefreshCounters() { UpdateSummaryPanel(); }
+
+void UpdateMainStatus(uint32_t flags, const std::wstring& text) { UpdateStatus(flags, text); }
+
+void SetRunInProgress(bool running) {
+  gMain.running = running;
+  SetItemListRunning(running);
+  RefreshCommandStates();
+}
+
+void RefreshCommandStates() { EnableToolbarCommands(ItemCount() > 0, gMain.running); }
 
 void SetFullRowSelect(bool fullRow) {
-  if (!gMain.list) return;
-  ListView_SetExtendedListViewStyleEx(gMain.list, LVS_EX_FULLROWSELECT,
-                                      fullRow ? LVS_EX_FULLROWSELECT : 0);
+  for (HWND list : {gMain.list, gMain.resultList}) {
+    if (list) ListView_SetExtendedListViewStyleEx(list, LVS_EX_FULLROWSELECT, fullRow ? LVS_EX_FULLROWSELECT : 0);
+  }
 }
 
-HWND MainItemListView() { return gMain.list; }
+void ShowMainPanels(bool toolbar, bool infoPanel, bool statusBars) {
+  if (!gMain.window) return;
+  gMain.showToolbar = toolbar;
+  gMain.showPanel = infoPanel;
+  gMain.showStatus = statusBars;
+  ShowToolbar(toolbar);
+  for (HWND panel : {gMain.splitter, gMain.tabs, gMain.body}) ShowWindow(panel, infoPanel ? SW_SHOW : SW_HIDE);
+  for (HWND bar : {gMain.statusUpper, gMain.statusLower}) ShowWindow(bar, statusBars ? SW_SHOW : SW_HIDE);
+  LayoutChildren();
+  InvalidateRect(gMain.window, nullptr, TRUE);
+}
 
-// The result list comes with the bottom panel, which this window does not
-// have yet.
-HWND MainResultListView() { return nullptr; }
+void SelectBottomTab(uint32_t command) {
+  if (!gMain.tabs) return;
+  gMain.bottomTab = command == kCmdTabSummary ? kCmdTabSummary : kCmdTabFragmented;
+  SendMessageW(gMain.tabs, kTabsSelect, gMain.bottomTab == kCmdTabSummary ? 1 : 0, 0);
+  ShowBottomTabContent();
+}
 
 void SetStateIconsShown(bool shown) {
-  // The item list has no state image list yet: nothing to attach or detach.
-  (void)shown;
+  gSettings.showStateIcons = shown;
+  if (gMain.list) RefreshItemRows(gMain.list);
 }
 
 void RetextMainWindow() {
-  if (!gMain.list) return;
-  int index = 0;
-  for (const ColumnLayout& layout : kItemColumns) {
-    LVCOLUMNW column{};
-    column.mask = LVCF_TEXT;
-    column.pszText = const_cast<wchar_t*>(Text(layout.textId, layout.italian));
-    ListView_SetColumn(gMain.list, index, &column);
-    ++index;
-  }
+  if (!gMain.window) return;
+  RetextListColumns(gMain.list, kItemColumnTable);
+  RetextListColumns(gMain.resultList, kResultColumnTable);
+  SendMessageW(gMain.tabs, kTabsSetText, 0, reinterpret_cast<LPARAM>(Text(kStrTabFragmented, L"File frammentati")));
+  SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabSummary, L"Riepilogo")));
+  RetextToolbar();
+  RefreshCounters();
+  UpdateMainStatus(kStatusItemCount);
+  RefreshResultList();
 }

@@ -1,10 +1,14 @@
 #pragma once
-// The main window: a modeless dialog holding the item list view and the two
-// status bars. The application shell hands in the steps of its start-up that
-// must run inside the window's initialisation.
+// The main window: a modeless dialog holding the toolbar, the item list view,
+// the splitter, the bottom panel (fragmented files, summary), the two status
+// bars and the progress bar. The application shell hands in the steps of its
+// start-up that must run inside the window's initialisation, and the
+// handlers of the commands the window does not carry out itself.
 #include <windows.h>
 
+#include <cstdint>
 #include <functional>
+#include <string>
 
 struct MainWindowSetup {
   // The checks that the platform offers what the program needs; they end the
@@ -16,22 +20,39 @@ struct MainWindowSetup {
   std::function<void(HWND)> beforeDestroy;
   // The code the message loop ends with.
   std::function<int()> exitCode;
-  // Commands the window does not handle itself (options, languages); true
-  // when the command was taken.
-  std::function<bool(HWND, unsigned command)> command;
+  // A command from the menu, the toolbar, an accelerator or a context menu
+  // that the window does not handle itself; true when it was handled.
+  std::function<bool(HWND window, uint32_t command)> command;
+  // A right click on one of the lists outside its header (the header shows
+  // the column menu): the list and the screen point.
+  std::function<void(HWND window, HWND list, POINT at)> contextMenu;
 };
 
 // Creates the main dialog (hidden). Returns null when it could not be created
 // or when it was closed during its own initialisation.
 HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup);
 HWND MainWindowHandle();
+// The item list view and the fragmented-file list of the bottom panel.
+HWND MainItemListView();
+HWND MainResultListView();
 
-// Shows the window (maximised when asked).
+// Shows the window at the size the settings hold (maximised when asked).
 void ShowMainWindow(bool maximized);
 
 // Makes the list view show the item list again after items were added or
-// removed, and re-sorts it on the current sort column.
+// removed or their records changed: the row count is set again without
+// scrolling and the rows repaint. The status bar's item count follows.
 void RefreshItemList();
+// The fragmented-file list after the run's records changed.
+void RefreshResultList();
+// The summary panel's counters and notice from the run's totals.
+void RefreshCounters();
+// Status bar update by flags (ui/StatusBars.h: 0x02, 0x04, 0x08, 0x10, 0x20, 0x40).
+void UpdateMainStatus(uint32_t flags, const std::wstring& text = std::wstring());
+// A run starts or ends: sorting and command enabling are suspended meanwhile.
+void SetRunInProgress(bool running);
+// Enables the toolbar's commands for the list's current state.
+void RefreshCommandStates();
 
 // Selection and highlighting of whole rows in the lists.
 void SetFullRowSelect(bool fullRow);
@@ -46,3 +67,7 @@ void SetStateIconsShown(bool shown);
 
 // Sets the texts of the window's controls again after the language changed.
 void RetextMainWindow();
+// Shows or hides the toolbar, the bottom panel and the status bars.
+void ShowMainPanels(bool toolbar, bool infoPanel, bool statusBars);
+// Shows the bottom tab of command 5001 (fragmented files) or 5002 (summary).
+void SelectBottomTab(uint32_t command);

@@ -62,17 +62,10 @@ bool SaveBmp(const BITMAPINFOHEADER& header, const void* bits, const std::wstrin
            written == header.biSizeImage;
 }
 
-}  // namespace
-
-std::wstring SaveScreenshot(const std::wstring& name) {
+std::wstring SaveScreenArea(int left, int top, int width, int height, const std::wstring& name) {
     std::wstring folder = HostPathToWindows(ORDALIS_SCREENSHOT_DIR);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-
-    int left = GetSystemMetrics(SM_XVIRTUALSCREEN);
-    int top = GetSystemMetrics(SM_YVIRTUALSCREEN);
-    int width = GetSystemMetrics(SM_CXVIRTUALSCREEN);
-    int height = GetSystemMetrics(SM_CYVIRTUALSCREEN);
     if (width <= 0 || height <= 0) {
         return {};
     }
@@ -110,6 +103,23 @@ std::wstring SaveScreenshot(const std::wstring& name) {
     }
     path = folder + L"\\" + name + L".bmp";
     return SaveBmp(header, bits, path) ? path : std::wstring{};
+}
+
+}  // namespace
+
+std::wstring SaveScreenshot(const std::wstring& name) {
+    return SaveScreenArea(GetSystemMetrics(SM_XVIRTUALSCREEN), GetSystemMetrics(SM_YVIRTUALSCREEN),
+                          GetSystemMetrics(SM_CXVIRTUALSCREEN), GetSystemMetrics(SM_CYVIRTUALSCREEN),
+                          name);
+}
+
+std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name) {
+    RECT bounds{};
+    if (!GetWindowRect(window, &bounds)) {
+        return {};
+    }
+    return SaveScreenArea(bounds.left, bounds.top, bounds.right - bounds.left,
+                          bounds.bottom - bounds.top, name);
 }
 
 }  // namespace TestDriver

@@ -149,6 +149,40 @@ std::wstring ListViewColumnHeader(HWND listView, int column);
 HWND FindListViewByHeader(HWND parent, std::wstring_view header);
 std::vector<std::wstring> StatusBarTexts(HWND statusBar);
 
+// Columns of a list view: display order (column indexes, left to right),
+// widths, and the header's sort arrow (+1 up, -1 down, 0 none).
+std::vector<int> ListViewColumnOrder(HWND listView);
+int ListViewColumnWidth(HWND listView, int column);
+int ListViewSortArrow(HWND listView, int column);
+// Clicks a column's header as the mouse would (button down and up in its middle).
+bool ClickListViewHeader(HWND listView, int column);
+std::vector<int> ListViewSelectedRows(HWND listView);
+// Selects exactly these rows.
+bool SelectListViewRows(HWND listView, const std::vector<int>& rows);
+// The column texts of every row, top to bottom.
+std::vector<std::wstring> ListViewColumnTexts(HWND listView, int column);
+
+// The check mark of a menu bar command: 1 checked, 0 unchecked, -1 no such item.
+int MenuItemChecked(HWND window, int commandId);
+
+// A dialog's buttons left to right (their texts and control ids), and the
+// texts of its other controls (the message of a message box).
+struct DialogButton {
+    std::wstring text;
+    int id = 0;
+};
+std::vector<DialogButton> DialogButtons(HWND dialog);
+std::wstring MessageBoxMessage(HWND dialog);
+
+// Keys and clicks, posted to the window with the keyboard focus in the
+// window's thread (or to the window itself when it has none).
+bool PressKey(HWND window, UINT virtualKey);
+bool ClickAt(HWND window, POINT client);
+// Picture of one window (its screen area), as <name>.png under build/screenshots/.
+std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name);
+// The colour of one pixel of the screen.
+COLORREF ScreenPixel(POINT screen);
+
 HWND ForegroundWindow();
 bool IsMinimised(HWND window);
 

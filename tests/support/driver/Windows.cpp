@@ -5,6 +5,8 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
+
 namespace TestDriver {
 namespace {
 
@@ -318,6 +320,189 @@ std::vector<std::wstring> StatusBarTexts(HWND statusBar) {
         texts.push_back(memory.ReadText(0, kTextCount));
     }
     return texts;
+}
+
+std::vector<int> ListViewColumnOrder(HWND listView) {
+    HWND header = nullptr;
+    DWORD_PTR answer = 0;
+    if (SendWithTimeout(listView, LVM_GETHEADER, 0, 0, &answer)) header = reinterpret_cast<HWND>(answer);
+    DWORD_PTR count = 0;
+    if (!header || !SendWithTimeout(header, HDM_GETITEMCOUNT, 0, 0, &count) || count == 0 || count > 64) {
+        return {};
+    }
+    RemoteMemory memory(listView, count * sizeof(int));
+    std::vector<int> order(count);
+    DWORD_PTR ok = 0;
+    if (!memory.Valid() ||
+        !SendWithTimeout(listView, LVM_GETCOLUMNORDERARRAY, count,
+                         reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
+        !ok || !memory.Read(0, order.data(), count * sizeof(int))) {
+        return {};
+    }
+    return order;
+}
+
+int ListViewColumnWidth(HWND listView, int column) {
+    DWORD_PTR width = 0;
+    return SendWithTimeout(listView, LVM_GETCOLUMNWIDTH, column, 0, &width) ? static_cast<int>(width)
+                                                                           : -1;
+}
+
+namespace {
+HWND HeaderOf(HWND listView) {
+    DWORD_PTR answer = 0;
+    return SendWithTimeout(listView, LVM_GETHEADER, 0, 0, &answer) ? reinterpret_cast<HWND>(answer)
+                                                                  : nullptr;
+}
+}  // namespace
+
+int ListViewSortArrow(HWND listView, int column) {
+    HWND header = HeaderOf(listView);
+    RemoteMemory memory(listView, sizeof(HDITEMW));
+    HDITEMW item{};
+    item.mask = HDI_FORMAT;
+    DWORD_PTR ok = 0;
+    if (!header || !memory.Valid() || !memory.Write(0, &item, sizeof item) ||
+        !SendWithTimeout(header, HDM_GETITEMW, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
+        !ok || !memory.Read(0, &item, sizeof item)) {
+        return 0;
+    }
+    return (item.fmt & HDF_SORTUP) ? 1 : (item.fmt & HDF_SORTDOWN) ? -1 : 0;
+}
+
+bool ClickListViewHeader(HWND listView, int column) {
+    HWND header = HeaderOf(listView);
+    RemoteMemory memory(listView, sizeof(RECT));
+    RECT bounds{};
+    DWORD_PTR ok = 0;
+    if (!header || !memory.Valid() ||
+        !SendWithTimeout(header, HDM_GETITEMRECT, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
+        !ok || !memory.Read(0, &bounds, sizeof bounds)) {
+        return false;
+    }
+    // A user clicks the part of the header that shows; a column reaching past
+    // the list's right edge is scrolled into view first.
+    RECT client{};
+    GetClientRect(header, &client);
+    DWORD_PTR ignored = 0;
+    if (bounds.left + 4 >= client.right) {
+        int shift = bounds.left - client.right / 2;
+        SendWithTimeout(listView, LVM_SCROLL, shift, 0, &ignored);
+        if (!SendWithTimeout(header, HDM_GETITEMRECT, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
+            !ok || !memory.Read(0, &bounds, sizeof bounds)) {
+            return false;
+        }
+        GetClientRect(header, &client);
+    }
+    const LONG right = bounds.right < client.right ? bounds.right : client.right;
+    LPARAM point = MAKELPARAM((bounds.left + right) / 2, (bounds.top + bounds.bottom) / 2);
+    SendWithTimeout(header, WM_MOUSEMOVE, 0, point, &ignored);
+    SendWithTimeout(header, WM_LBUTTONDOWN, MK_LBUTTON, point, &ignored);
+    return SendWithTimeout(header, WM_LBUTTONUP, 0, point, &ignored);
+}
+
+std::vector<int> ListViewSelectedRows(HWND listView) {
+    std::vector<int> rows;
+    DWORD_PTR row = static_cast<DWORD_PTR>(-1);
+    for (;;) {
+        if (!SendWithTimeout(listView, LVM_GETNEXTITEM, row, LVNI_SELECTED, &row) ||
+            static_cast<int>(row) < 0) {
+            return rows;
+        }
+        rows.push_back(static_cast<int>(row));
+    }
+}
+
+bool SelectListViewRows(HWND listView, const std::vector<int>& rows) {
+    RemoteMemory memory(listView, sizeof(LVITEMW));
+    if (!memory.Valid()) return false;
+    LVITEMW item{};
+    item.stateMask = LVIS_SELECTED;
+    item.state = 0;
+    DWORD_PTR ok = 0;
+    if (!memory.Write(0, &item, sizeof item) ||
+        !SendWithTimeout(listView, LVM_SETITEMSTATE, static_cast<WPARAM>(-1),
+                         reinterpret_cast<LPARAM>(memory.At(0)), &ok)) {
+        return false;
+    }
+    item.state = LVIS_SELECTED;
+    for (int row : rows) {
+        if (!memory.Write(0, &item, sizeof item) ||
+            !SendWithTimeout(listView, LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(memory.At(0)),
+                             &ok)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::vector<std::wstring> ListViewColumnTexts(HWND listView, int column) {
+    std::vector<std::wstring> texts;
+    int count = ListViewRowCount(listView);
+    for (int row = 0; row < count; ++row) {
+        texts.push_back(ListViewCellText(listView, row, column));
+    }
+    return texts;
+}
+
+int MenuItemChecked(HWND window, int commandId) {
+    HMENU menu = GetMenu(window);
+    if (!menu) return -1;
+    UINT state = GetMenuState(menu, commandId, MF_BYCOMMAND);
+    if (state == static_cast<UINT>(-1)) return -1;
+    return (state & MF_CHECKED) ? 1 : 0;
+}
+
+std::vector<DialogButton> DialogButtons(HWND dialog) {
+    std::vector<std::pair<LONG, DialogButton>> found;
+    for (HWND child : ChildWindows(dialog, L"Button")) {
+        RECT bounds{};
+        GetWindowRect(child, &bounds);
+        found.push_back({bounds.left, {WindowText(child), GetDlgCtrlID(child)}});
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<DialogButton> buttons;
+    for (auto& entry : found) buttons.push_back(entry.second);
+    return buttons;
+}
+
+std::wstring MessageBoxMessage(HWND dialog) {
+    std::wstring message;
+    for (HWND child : ChildWindows(dialog)) {
+        std::wstring name = WindowClass(child);
+        if (_wcsicmp(name.c_str(), L"Button") == 0) continue;
+        std::wstring text = WindowText(child);
+        if (text.empty()) continue;
+        if (!message.empty()) message += L"\n";
+        message += text;
+    }
+    return message;
+}
+
+bool PressKey(HWND window, UINT virtualKey) {
+    GUITHREADINFO info{sizeof info};
+    HWND target = window;
+    if (GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info) && info.hwndFocus) {
+        target = info.hwndFocus;
+    }
+    UINT scan = MapVirtualKeyW(virtualKey, MAPVK_VK_TO_VSC);
+    return PostMessageW(target, WM_KEYDOWN, virtualKey, 1 | (scan << 16)) &&
+           PostMessageW(target, WM_KEYUP, virtualKey, 1 | (scan << 16) | 0xC0000000u);
+}
+
+bool ClickAt(HWND window, POINT client) {
+    LPARAM point = MAKELPARAM(client.x, client.y);
+    return PostMessageW(window, WM_MOUSEMOVE, 0, point) &&
+           PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, point) &&
+           PostMessageW(window, WM_LBUTTONUP, 0, point);
+}
+
+COLORREF ScreenPixel(POINT screen) {
+    HDC dc = GetDC(nullptr);
+    COLORREF colour = GetPixel(dc, screen.x, screen.y);
+    ReleaseDC(nullptr, dc);
+    return colour;
 }
 
 HWND ForegroundWindow() {

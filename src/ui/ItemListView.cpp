@@ -1,0 +1,159 @@
+#include "ui/ItemListView.h"
+
+#include <uxtheme.h>
+
+#include <string>
+
+#include "items/ItemCells.h"
+#include "items/ItemColours.h"
+#include "items/ItemList.h"
+#include "settings/Settings.h"
+#include "ui/Artwork.h"
+#include "ui/CommandIds.h"
+#include "ui/Dpi.h"
+#include "util/StringIds.h"
+
+namespace {
+
+constexpr ColumnLayout kItemColumns[] = {
+    {kStrColumnName, L"Nome", 400, LVCFMT_LEFT, kCmdColumnName},
+    {kStrColumnState, L"Stato", 118, LVCFMT_LEFT, kCmdColumnState},
+    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},
+    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT, kCmdColumnSizeOnDisk},
+    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
+    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},
+    {kStrColumnType, L"Tipo", 300, LVCFMT_LEFT, kCmdColumnType},
+    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT, kCmdColumnPercentOnDisk},
+    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT, kCmdColumnModified},
+    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes},
+};
+
+struct ItemViewState {
+  int sortColumn = -1;
+  int sortDirection = 1;
+  bool running = false;
+  std::wstring cellBuffer;  // the text handed to the list lives here until the next request
+  RowColours rowColours;    // of the row being painted
+};
+ItemViewState gView;
+
+// Columns 1 to 9 read quieter than the name: a fixed grey with the themed
+// look of the newer systems, black with the older themed look, and the
+// system's window-text colour without themes.
+COLORREF DetailTextColour() {
+  if (!IsAppThemed()) return GetSysColor(COLOR_WINDOWTEXT);
+  static const bool newerSystem =
+      GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetTickCount64") != nullptr;
+  return newerSystem ? RGB(110, 110, 110) : RGB(0, 0, 0);
+}
+
+void AnswerCell(NMLVDISPINFOW* info) {
+  LVITEMW& item = info->item;
+  if (item.iItem < 0 || static_cast<uint64_t>(item.iItem) >= ItemCount()) return;
+  const ItemRecord* record = ItemAtRow(static_cast<uint64_t>(item.iItem));
+  if (!record) return;
+  if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
+    gView.cellBuffer = ItemCellText(*record, static_cast<ItemColumn>(item.iSubItem));
+    lstrcpynW(item.pszText, gView.cellBuffer.c_str(), item.cchTextMax);
+  }
+  if ((item.mask & LVIF_IMAGE) && item.iSubItem == 0) {
+    if (gSettings.showSystemIcons) {
+      item.iImage = ShellImageIndex(record->path, (record->flags & ItemFlags::kFolder) != 0);
+    } else if (gSettings.showStateIcons) {
+      item.iImage = StateImageIndex(record->stateImage);
+    } else {
+      item.iImage = I_IMAGENONE;
+    }
+  }
+}
+
+LRESULT CustomDraw(NMLVCUSTOMDRAW* draw) {
+  switch (draw->nmcd.dwDrawStage) {
+    case CDDS_PREPAINT:
+      return CDRF_NOTIFYITEMDRAW;
+    case CDDS_ITEMPREPAINT: {
+      const ItemRecord* record = ItemAtRow(static_cast<uint64_t>(draw->nmcd.dwItemSpec));
+      HighlightChoice choice{gSettings.itemTextColour, gSettings.itemTextColourEnabled,
+                             gSettings.itemTextColourFullRow};
+      gView.rowColours = ItemRowColours(record ? record->flags : 0, choice, DetailTextColour());
+      return CDRF_NOTIFYSUBITEMDRAW;
+    }
+    case CDDS_ITEMPREPAINT | CDDS_SUBITEM: {
+      uint32_t colour = draw->iSubItem == 0 ? gView.rowColours.name : gView.rowColours.details;
+      draw->clrText = colour == kListDefaultColour ? GetSysColor(COLOR_WINDOWTEXT) : colour;
+      return CDRF_DODEFAULT;
+    }
+  }
+  return CDRF_DODEFAULT;
+}
+
+}  // namespace
+
+const ColumnTable kItemColumnTable{kItemColumns, static_cast<int>(std::size(kItemColumns))};
+
+void InitItemListView(HWND list) {
+  ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);
+  UINT dpi = WindowDpi(list);
+  ListView_SetImageList(list, ItemImageList(dpi), LVSIL_SMALL);
+  BuildListColumns(list, kItemColumnTable);
+  ApplyColumnVisibility(list, kItemColumnTable, gSettings.itemColumnVisible);
+}
+
+void SetItemListRunning(bool running) { gView.running = running; }
+bool ItemListRunning() { return gView.running; }
+
+void RefreshItemRows(HWND list) {
+  ListView_SetItemCountEx(list, static_cast<int>(ItemCount()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+  InvalidateRect(list, nullptr, FALSE);
+}
+
+void SortItemsOnColumnClick(HWND list, int column) {
+  if (ItemCount() == 0 || gView.running || column < 0 || column >= kItemColumnCount) return;
+  gView.sortDirection = column == gView.sortColumn ? -gView.sortDirection : 1;
+  gView.sortColumn = column;
+
+  // The selection travels with the items: mark them, sort, select them again.
+  for (int row = ListView_GetNextItem(list, -1, LVNI_SELECTED); row >= 0;
+       row = ListView_GetNextItem(list, row, LVNI_SELECTED)) {
+    if (ItemRecord* record = ItemAtRow(static_cast<uint64_t>(row))) record->flags |= ItemFlags::kSelected;
+  }
+  HCURSOR previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+  BuildSortKeys(static_cast<ItemColumn>(column));
+  SortItemList(gView.sortDirection);
+  ListView_SetItemState(list, -1, 0, LVIS_SELECTED);
+  int row = 0;
+  for (ItemNode* node = ItemListHead(); node; node = node->next, ++row) {
+    if (node->record.flags & ItemFlags::kSelected) {
+      node->record.flags &= ~ItemFlags::kSelected;
+      ListView_SetItemState(list, row, LVIS_SELECTED, LVIS_SELECTED);
+    }
+    // The keys are only needed by the sort; their memory is given back.
+    std::wstring().swap(node->record.sortKey);
+  }
+  SetCursor(previous);
+  SetSortArrow(list, column, gView.sortDirection);
+  RefreshItemRows(list);
+}
+
+bool OnItemListNotify(HWND list, NMHDR* header, LRESULT& result) {
+  switch (header->code) {
+    case LVN_GETDISPINFOW:
+      AnswerCell(reinterpret_cast<NMLVDISPINFOW*>(header));
+      result = TRUE;
+      return true;
+    case NM_CUSTOMDRAW:
+      result = CustomDraw(reinterpret_cast<NMLVCUSTOMDRAW*>(header));
+      return true;
+    case LVN_COLUMNCLICK:
+      SortItemsOnColumnClick(list, reinterpret_cast<NMLISTVIEW*>(header)->iSubItem);
+      result = 0;
+      return true;
+    case LVN_MARQUEEBEGIN:
+      result = 1;  // no rubber-band selection
+      return true;
+    case LVN_BEGINDRAG:
+      result = TRUE;
+      return true;
+  }
+  return false;
+}

@@ -1,0 +1,22 @@
+#pragma once
+// The item list view: a virtual list whose row i is the item list's i-th
+// record. It answers cell requests, colours the cells, sorts on a header
+// click and refuses rubber-band selection.
+#include <windows.h>
+#include <commctrl.h>
+
+#include "ui/ListColumns.h"
+
+extern const ColumnTable kItemColumnTable;
+
+void InitItemListView(HWND list);
+// Handles the list's notifications; true when handled, with the result.
+bool OnItemListNotify(HWND list, NMHDR* header, LRESULT& result);
+// A header click: the same column again reverses, another sorts ascending.
+// Nothing happens with an empty list or during a run.
+void SortItemsOnColumnClick(HWND list, int column);
+// Sets the row count again without scrolling and repaints the rows.
+void RefreshItemRows(HWND list);
+// Sorting and command refresh are suspended while a run goes on.
+void SetItemListRunning(bool running);
+bool ItemListRunning();

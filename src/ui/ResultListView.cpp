@@ -1,0 +1,89 @@
+#include "ui/ResultListView.h"
+
+#include <string>
+
+#include "items/ItemCells.h"
+#include "runs/RunResults.h"
+#include "settings/Settings.h"
+#include "ui/Artwork.h"
+#include "ui/CommandIds.h"
+#include "ui/Dpi.h"
+#include "util/StringIds.h"
+
+namespace {
+
+enum ResultColumn { kName, kFragments, kClusters, kSize, kSizeOnDisk, kPercent, kModified, kAttributes };
+
+constexpr ColumnLayout kResultColumns[] = {
+    {kStrResultColumnName, L"      Nome", 400, LVCFMT_LEFT, kCmdColumnName},
+    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
+    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},
+    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},
+    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT, kCmdColumnSizeOnDisk},
+    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT, kCmdColumnPercentOnDisk},
+    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT, kCmdColumnModified},
+    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes},
+};
+
+std::wstring gResultCellBuffer;
+
+std::wstring ResultCellText(const FragmentedFileRecord& record, int column) {
+  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+  switch (column) {
+    case kName: return record.path;
+    case kFragments: return numbers.groupDigits(static_cast<int64_t>(record.fragments));
+    case kClusters: return numbers.groupDigits(static_cast<int64_t>(record.clusters));
+    case kSize: return numbers.kbSize(record.size);
+    case kSizeOnDisk: return numbers.kbSize(record.sizeOnDisk);
+    case kPercent: return numbers.percent(record.percentOnDisk);
+    case kModified:
+      return record.modifiedTime.empty() ? record.modifiedDate : record.modifiedDate + L" " + record.modifiedTime;
+    case kAttributes: return record.attributes;
+  }
+  return std::wstring();
+}
+
+void AnswerCell(NMLVDISPINFOW* info) {
+  LVITEMW& item = info->item;
+  if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= gRun.fragmented.size()) return;
+  const FragmentedFileRecord& record = gRun.fragmented[static_cast<size_t>(item.iItem)];
+  if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
+    gResultCellBuffer = ResultCellText(record, item.iSubItem);
+    lstrcpynW(item.pszText, gResultCellBuffer.c_str(), item.cchTextMax);
+  }
+  if ((item.mask & LVIF_IMAGE) && item.iSubItem == 0) {
+    item.iImage = gSettings.showSystemIcons ? ShellImageIndex(record.path, false) : StateImageIndex(2);
+  }
+}
+
+}  // namespace
+
+const ColumnTable kResultColumnTable{kResultColumns, static_cast<int>(std::size(kResultColumns))};
+
+void InitResultListView(HWND list) {
+  ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);
+  ListView_SetImageList(list, ItemImageList(WindowDpi(list)), LVSIL_SMALL);
+  BuildListColumns(list, kResultColumnTable);
+  ApplyColumnVisibility(list, kResultColumnTable, gSettings.resultColumnVisible);
+}
+
+void RefreshResultRows(HWND list) {
+  ListView_SetItemCountEx(list, static_cast<int>(gRun.fragmented.size()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+  InvalidateRect(list, nullptr, FALSE);
+}
+
+bool OnResultListNotify(HWND, NMHDR* header, LRESULT& result) {
+  switch (header->code) {
+    case LVN_GETDISPINFOW:
+      AnswerCell(reinterpret_cast<NMLVDISPINFOW*>(header));
+      result = TRUE;
+      return true;
+    case LVN_MARQUEEBEGIN:
+      result = 1;
+      return true;
+    case LVN_BEGINDRAG:
+      result = TRUE;
+      return true;
+  }
+  return false;
+}

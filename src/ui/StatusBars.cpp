@@ -1,0 +1,73 @@
+#include "ui/StatusBars.h"
+
+#include <commctrl.h>
+
+#include "items/ItemCells.h"
+#include "items/ItemList.h"
+#include "runs/RunResults.h"
+#include "ui/Artwork.h"
+#include "ui/Dpi.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+namespace {
+
+struct StatusBarsState {
+  HWND upper = nullptr;
+  HWND lower = nullptr;
+  HICON workingIcon = nullptr;
+};
+StatusBarsState gStatus;
+
+// With the locale's digit grouping, as the list's cells.
+std::wstring Grouped(uint64_t value) { return gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(value)); }
+
+void SetLower(const std::wstring& text) {
+  SendMessageW(gStatus.lower, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+}  // namespace
+
+void InitStatusBars(HWND upper, HWND lower) {
+  gStatus.upper = upper;
+  gStatus.lower = lower;
+  if (gStatus.workingIcon) DestroyIcon(gStatus.workingIcon);
+  gStatus.workingIcon = LoadStateIcon(1, WindowDpi(upper));
+}
+
+void SetUpperStatusPart(int part, const std::wstring& text) {
+  if (!gStatus.upper) return;
+  SendMessageW(gStatus.upper, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+void SetLowerStatusIcon(bool working) {
+  if (!gStatus.lower) return;
+  SendMessageW(gStatus.lower, SB_SETICON, 0, reinterpret_cast<LPARAM>(working ? gStatus.workingIcon : nullptr));
+}
+
+void UpdateStatus(uint32_t flags, const std::wstring& text) {
+  if (!gStatus.upper) return;
+  if (flags & kStatusRunStarting) {
+    SetUpperStatusPart(0, Text(kStrAnalysing, L"Analisi in corso..."));
+    SetLowerStatusIcon(true);
+    SetLower(Text(kStrProcessing, L"In elaborazione..."));
+    return;
+  }
+  if (flags & kStatusText) {
+    SetUpperStatusPart(1, text);
+    return;
+  }
+  if (flags & kStatusItemCount) {
+    SetUpperStatusPart(0, Text(kStrItemsInList, L"Oggetti totali in elenco: ") + Grouped(ItemCount()));
+  }
+  if (flags & kStatusIdle) {
+    SetLowerStatusIcon(false);
+    SetLower(Text(kStrWaiting, L"In attesa"));
+  }
+  if (flags & kStatusProcessed) {
+    SetUpperStatusPart(1, Text(kStrFilesProcessed, L"Totale file elaborati: ") + Grouped(gRun.counters.filesSeen));
+  }
+  if (flags & kStatusWaitForStop) {
+    SetLower(Text(kStrWaitForStop, L"Attendere che l'operazione in corso sia terminata..."));
+  }
+}

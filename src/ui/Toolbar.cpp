@@ -1,0 +1,113 @@
+#include "ui/Toolbar.h"
+
+#include "res/ResourceIds.h"
+#include "ui/Artwork.h"
+#include "ui/CommandIds.h"
+#include "ui/Dpi.h"
+#include "ui/controls/Controls.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+namespace {
+
+struct ToolButtonLayout {
+  uint32_t command;
+  int icon;
+  uint32_t textId;
+  const wchar_t* italian;
+  uint32_t tipId;
+  const wchar_t* tipItalian;
+  bool dropDown;
+};
+
+constexpr ToolButtonLayout kTools[] = {
+    {kCmdAddFiles, IDI_TOOL_ADD, kStrToolAdd, L"Aggiungi", kStrTipAdd,
+     L"Consente di aggiungere in elenco gli elementi che devono essere analizzati o deframmentati.", true},
+    {kCmdRemove, IDI_TOOL_REMOVE, kStrToolRemove, L"Rimuovi", kStrTipRemove,
+     L"Rimuove dall'elenco gli oggetti selezionati.", false},
+    {kCmdAnalyzeAll, IDI_TOOL_ANALYSE, kStrToolAnalyse, L"Analizza", kStrTipAnalyse,
+     L"Analizza la frammentazione degli oggetti in elenco.", false},
+    {kCmdDefragAll, IDI_TOOL_DEFRAG, kStrToolDefragment, L"Deframmenta", kStrTipDefragment,
+     L"Consolida i file frammentati per migliorare le prestazioni del sistema. Fare clic sulla freccia per "
+     L"deframmentare solamente i file frammentati selezionati nel pannello inferiore.",
+     true},
+    {kCmdStop, IDI_TOOL_STOP, kStrToolStop, L"Arresta", kStrTipStop, L"Arresta l'operazione in corso.", false},
+};
+constexpr int kToolCount = static_cast<int>(std::size(kTools));
+
+HWND gButtons[kToolCount] = {};
+
+}  // namespace
+
+void CreateToolbar(HWND mainWindow) {
+  UINT dpi = WindowDpi(mainWindow);
+  for (int i = 0; i < kToolCount; ++i) {
+    const ToolButtonLayout& tool = kTools[i];
+    gButtons[i] = CreateToolbarButton(mainWindow, static_cast<int>(tool.command), Text(tool.textId, tool.italian),
+                                      LoadToolbarIcon(tool.icon, dpi), tool.dropDown);
+    SendMessageW(gButtons[i], WM_SETFONT, SendMessageW(mainWindow, WM_GETFONT, 0, 0), FALSE);
+    SendMessageW(gButtons[i], kToolbarSetTip, 0, reinterpret_cast<LPARAM>(Text(tool.tipId, tool.tipItalian)));
+  }
+}
+
+void RetextToolbar() {
+  for (int i = 0; i < kToolCount; ++i) {
+    if (!gButtons[i]) continue;
+    const ToolButtonLayout& tool = kTools[i];
+    SetWindowTextW(gButtons[i], Text(tool.textId, tool.italian));
+    SendMessageW(gButtons[i], kToolbarSetTip, 0, reinterpret_cast<LPARAM>(Text(tool.tipId, tool.tipItalian)));
+    InvalidateRect(gButtons[i], nullptr, TRUE);
+  }
+}
+
+int LayoutToolbar(int left, int top) {
+  if (!gButtons[0]) return 0;
+  UINT dpi = WindowDpi(gButtons[0]);
+  int height = ScaleForDpi(34, dpi);
+  int gap = ScaleForDpi(2, dpi);
+  int x = left;
+  for (int i = 0; i < kToolCount; ++i) {
+    // A wider gap before stop sets it apart from the commands that start work.
+    if (kTools[i].command == kCmdStop) x += ScaleForDpi(10, dpi);
+    int width = ToolbarButtonWidth(gButtons[i]);
+    MoveWindow(gButtons[i], x, top, width, height, TRUE);
+    x += width + gap;
+  }
+  return height;
+}
+
+void ShowToolbar(bool show) {
+  for (HWND button : gButtons) ShowWindow(button, show ? SW_SHOW : SW_HIDE);
+}
+
+void RunToolbarDropDown(HWND mainWindow, HWND button) {
+  HMENU menu = CreatePopupMenu();
+  if (!menu) return;
+  if (GetDlgCtrlID(button) == static_cast<int>(kCmdAddFiles)) {
+    AppendMenuW(menu, MF_STRING, kCmdAddFiles, Text(kStrMenuAddFilesLong, L"Aggiungi &file...\tCTRL+O"));
+    AppendMenuW(menu, MF_STRING, kCmdAddFolder, Text(kStrMenuAddFolderLong, L"Aggiungi &cartella...\tCTRL+D"));
+  } else {
+    AppendMenuW(menu, MF_STRING, kCmdDefragAllFiles, Text(kStrMenuDefragAllFiles, L"Deframmenta tutti i file"));
+    AppendMenuW(menu, MF_STRING, kCmdDefragSelectedFiles,
+                Text(kStrMenuDefragSelectedFiles, L"Deframmenta solamente i file selezionati"));
+  }
+  RECT bounds{};
+  GetWindowRect(button, &bounds);
+  UINT chosen = static_cast<UINT>(
+      TrackPopupMenu(menu, TPM_RETURNCMD | TPM_LEFTALIGN | TPM_TOPALIGN, bounds.left, bounds.bottom, 0, mainWindow,
+                     nullptr));
+  DestroyMenu(menu);
+  if (chosen) PostMessageW(mainWindow, WM_COMMAND, MAKEWPARAM(chosen, 0), 0);
+}
+
+void EnableToolbarCommands(bool listHasItems, bool running) {
+  for (int i = 0; i < kToolCount; ++i) {
+    bool enabled = true;
+    switch (kTools[i].command) {
+      case kCmdAddFiles: enabled = !running; break;
+      case kCmdStop: enabled = running; break;
+      default: enabled = listHasItems && !running; break;
+    }
+    EnableWindow(gButtons[i], enabled);
+  }
+}

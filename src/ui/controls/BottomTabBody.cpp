@@ -1,0 +1,76 @@
+#include <string>
+
+#include "ui/Dpi.h"
+#include "ui/controls/Controls.h"
+#include "ui/controls/Theme.h"
+
+namespace {
+
+struct BodyState {
+  std::wstring notice;
+};
+
+void Paint(HWND window, const BodyState& state) {
+  Theme::BufferedPaint paint(window);
+  HDC dc = paint.Dc();
+  RECT client = paint.Client();
+  Theme::FillSolid(dc, client, RGB(255, 255, 255));
+  Theme::FillSolid(dc, {0, 0, 1, client.bottom}, Theme::kBorder);
+  Theme::FillSolid(dc, {client.right - 1, 0, client.right, client.bottom}, Theme::kBorder);
+  Theme::FillSolid(dc, {0, client.bottom - 1, client.right, client.bottom}, Theme::kBorder);
+  if (!state.notice.empty()) {
+    SetTextColor(dc, RGB(110, 118, 128));
+    RECT text = client;
+    InflateRect(&text, -ScaleForDpi(8, WindowDpi(window)), -ScaleForDpi(8, WindowDpi(window)));
+    DrawTextW(dc, state.notice.c_str(), -1, &text, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS);
+  }
+}
+
+LRESULT CALLBACK BodyProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  auto* state = reinterpret_cast<BodyState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  switch (message) {
+    case WM_NCCREATE:
+      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new BodyState));
+      break;
+    case WM_NCDESTROY:
+      delete state;
+      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+      break;
+    case kBodySetNotice:
+      state->notice = lParam ? reinterpret_cast<const wchar_t*>(lParam) : L"";
+      InvalidateRect(window, nullptr, FALSE);
+      return 0;
+    case kBodyInnerRect: {
+      auto* inner = reinterpret_cast<RECT*>(lParam);
+      GetClientRect(window, inner);
+      inner->left += 1;
+      inner->right -= 1;
+      inner->bottom -= 1;
+      return 0;
+    }
+    // The hosted lists report to the main window as if they were its own.
+    case WM_NOTIFY:
+    case WM_COMMAND:
+    case WM_CONTEXTMENU:
+      return SendMessageW(GetParent(window), message, wParam, lParam);
+    case WM_CTLCOLORSTATIC:
+      SetBkColor(reinterpret_cast<HDC>(wParam), RGB(255, 255, 255));
+      SetTextColor(reinterpret_cast<HDC>(wParam), Theme::kText);
+      return reinterpret_cast<LRESULT>(GetStockObject(WHITE_BRUSH));
+    case WM_ERASEBKGND:
+      return 1;
+    case WM_PAINT:
+      Paint(window, *state);
+      return 0;
+  }
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+}  // namespace
+
+HWND CreateBottomTabBody(HWND parent, int id) {
+  if (!Theme::RegisterControlClass(kBottomTabBodyClass, BodyProc)) return nullptr;
+  return CreateWindowExW(WS_EX_CONTROLPARENT, kBottomTabBodyClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN,
+                         0, 0, 10, 10, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                         GetModuleHandleW(nullptr), nullptr);
+}

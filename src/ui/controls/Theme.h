@@ -1,0 +1,51 @@
+#pragma once
+// The look shared by the program's own controls: one palette, vertical
+// gradients, and registration of a window class on its first use.
+#include <windows.h>
+
+namespace Theme {
+
+// Palette (0x00BBGGRR).
+constexpr COLORREF kFace = RGB(246, 248, 251);        // panel background
+constexpr COLORREF kFaceTop = RGB(255, 255, 255);     // resting gradient, top
+constexpr COLORREF kFaceBottom = RGB(233, 237, 243);  // resting gradient, bottom
+constexpr COLORREF kHotTop = RGB(236, 245, 255);
+constexpr COLORREF kHotBottom = RGB(206, 226, 250);
+constexpr COLORREF kPressedTop = RGB(190, 214, 244);
+constexpr COLORREF kPressedBottom = RGB(216, 232, 252);
+constexpr COLORREF kBorder = RGB(173, 184, 199);
+constexpr COLORREF kHotBorder = RGB(88, 146, 222);
+constexpr COLORREF kAccent = RGB(38, 110, 205);
+constexpr COLORREF kAccentLight = RGB(94, 168, 240);
+constexpr COLORREF kText = RGB(32, 38, 46);
+constexpr COLORREF kDisabledText = RGB(150, 156, 164);
+
+void FillGradient(HDC dc, const RECT& rect, COLORREF top, COLORREF bottom);
+// A one-pixel frame with the corners cut, which reads as slightly rounded.
+void DrawSoftFrame(HDC dc, const RECT& rect, COLORREF colour);
+void FillSolid(HDC dc, const RECT& rect, COLORREF colour);
+// The window's font (the dialog's), or the GUI font when it has none.
+HFONT WindowFont(HWND window);
+
+// Registers the class once per process; false when registration failed.
+bool RegisterControlClass(const wchar_t* className, WNDPROC procedure, UINT style = CS_HREDRAW | CS_VREDRAW);
+
+// Paints through a memory bitmap so that a control never flickers.
+class BufferedPaint {
+public:
+  explicit BufferedPaint(HWND window);
+  ~BufferedPaint();
+  HDC Dc() const { return memory_; }
+  const RECT& Client() const { return client_; }
+
+private:
+  HWND window_;
+  PAINTSTRUCT paint_{};
+  HDC screen_ = nullptr;
+  HDC memory_ = nullptr;
+  HBITMAP bitmap_ = nullptr;
+  HGDIOBJ previous_ = nullptr;
+  RECT client_{};
+};
+
+}  // namespace Theme

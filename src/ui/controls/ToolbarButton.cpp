@@ -1,0 +1,220 @@
+#include <windows.h>
+#include <commctrl.h>
+
+#include <string>
+
+#include "ui/Dpi.h"
+#include "ui/controls/Controls.h"
+#include "ui/controls/Theme.h"
+
+namespace {
+
+struct ButtonState {
+  HICON icon = nullptr;
+  bool dropDown = false;
+  bool hot = false;
+  bool hotArrow = false;
+  int pressed = 0;  // 1 body, 2 arrow
+  HWND tip = nullptr;
+  std::wstring tipText;
+};
+
+int ArrowWidth(HWND window) { return ScaleForDpi(16, WindowDpi(window)); }
+int IconSize(HWND window) { return ScaleForDpi(24, WindowDpi(window)); }
+
+bool InArrow(HWND window, const ButtonState& state, POINT point) {
+  RECT client{};
+  GetClientRect(window, &client);
+  return state.dropDown && point.x >= client.right - ArrowWidth(window);
+}
+
+void Paint(HWND window, const ButtonState& state) {
+  Theme::BufferedPaint paint(window);
+  HDC dc = paint.Dc();
+  RECT client = paint.Client();
+  bool enabled = IsWindowEnabled(window);
+  Theme::FillSolid(dc, client, Theme::kFace);
+  if (enabled && (state.hot || state.pressed)) {
+    bool pressedHere = state.pressed != 0 && state.hot;
+    Theme::FillGradient(dc, client, pressedHere ? Theme::kPressedTop : Theme::kHotTop,
+                        pressedHere ? Theme::kPressedBottom : Theme::kHotBottom);
+    Theme::DrawSoftFrame(dc, client, Theme::kHotBorder);
+    if (state.dropDown) {
+      int x = client.right - ArrowWidth(window);
+      Theme::FillSolid(dc, {x, client.top + 3, x + 1, client.bottom - 3}, Theme::kHotBorder);
+      if (state.pressed == 2 || (state.hotArrow && !state.pressed)) {
+        RECT arrowPart{x + 1, client.top + 1, client.right - 1, client.bottom - 1};
+        Theme::FillGradient(dc, arrowPart, state.pressed == 2 ? Theme::kPressedTop : Theme::kHotBottom,
+                            state.pressed == 2 ? Theme::kPressedBottom : Theme::kHotTop);
+      }
+    }
+  }
+  UINT dpi = WindowDpi(window);
+  int pad = ScaleForDpi(6, dpi);
+  int iconSize = IconSize(window);
+  int shift = state.pressed == 1 && state.hot ? 1 : 0;
+  int iconTop = (client.bottom - iconSize) / 2 + shift;
+  if (state.icon) {
+    DrawIconEx(dc, pad + shift, iconTop, state.icon, iconSize, iconSize, 0, nullptr, DI_NORMAL);
+    if (!enabled) {
+      // A disabled command keeps its picture, faded into the face colour.
+      HDC face = CreateCompatibleDC(dc);
+      HBITMAP pixel = CreateCompatibleBitmap(dc, 1, 1);
+      HGDIOBJ previous = SelectObject(face, pixel);
+      SetPixel(face, 0, 0, Theme::kFace);
+      BLENDFUNCTION blend{AC_SRC_OVER, 0, 170, 0};
+      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face, 0, 0, 1, 1, blend);
+      SelectObject(face, previous);
+      DeleteObject(pixel);
+      DeleteDC(face);
+    }
+  }
+  wchar_t text[128] = {};
+  GetWindowTextW(window, text, 128);
+  RECT label{pad + iconSize + pad / 2 + shift, shift,
+             client.right - (state.dropDown ? ArrowWidth(window) : 0) - pad / 2, client.bottom + shift};
+  SetTextColor(dc, enabled ? Theme::kText : Theme::kDisabledText);
+  DrawTextW(dc, text, -1, &label, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_HIDEPREFIX);
+  if (state.dropDown) {
+    // A small solid triangle pointing down.
+    int middleX = client.right - ArrowWidth(window) / 2;
+    int middleY = client.bottom / 2;
+    int half = ScaleForDpi(3, dpi);
+    for (int row = 0; row <= half; ++row) {
+      Theme::FillSolid(dc, {middleX - half + row, middleY - half / 2 + row, middleX + half - row + 1,
+                            middleY - half / 2 + row + 1},
+                       enabled ? Theme::kText : Theme::kDisabledText);
+    }
+  }
+}
+
+void Notify(HWND window, WORD code) {
+  SendMessageW(GetParent(window), WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(window), code),
+               reinterpret_cast<LPARAM>(window));
+}
+
+LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  POINT point{static_cast<short>(LOWORD(lParam)), static_cast<short>(HIWORD(lParam))};
+  switch (message) {
+    case WM_NCCREATE:
+      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new ButtonState));
+      break;
+    case WM_NCDESTROY:
+      if (state->icon) DestroyIcon(state->icon);
+      delete state;
+      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+      break;
+    case kToolbarSetTip: {
+      state->tipText = lParam ? reinterpret_cast<const wchar_t*>(lParam) : L"";
+      if (!state->tip) {
+        state->tip = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP,
+                                     CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window,
+                                     nullptr, GetModuleHandleW(nullptr), nullptr);
+        SendMessageW(state->tip, TTM_SETMAXTIPWIDTH, 0, ScaleForDpi(320, WindowDpi(window)));
+        TTTOOLINFOW tool{sizeof tool};
+        tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+        tool.hwnd = window;
+        tool.uId = reinterpret_cast<UINT_PTR>(window);
+        tool.lpszText = state->tipText.data();
+        SendMessageW(state->tip, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+      } else {
+        TTTOOLINFOW tool{sizeof tool};
+        tool.hwnd = window;
+        tool.uId = reinterpret_cast<UINT_PTR>(window);
+        tool.lpszText = state->tipText.data();
+        SendMessageW(state->tip, TTM_UPDATETIPTEXTW, 0, reinterpret_cast<LPARAM>(&tool));
+      }
+      return 0;
+    }
+    case WM_ENABLE:
+    case WM_SETTEXT: {
+      LRESULT result = DefWindowProcW(window, message, wParam, lParam);
+      InvalidateRect(window, nullptr, FALSE);
+      return result;
+    }
+    case WM_MOUSEMOVE: {
+      bool arrow = InArrow(window, *state, point);
+      RECT client{};
+      GetClientRect(window, &client);
+      bool inside = PtInRect(&client, point) != FALSE;
+      if (!state->hot && inside) {
+        TRACKMOUSEEVENT track{sizeof track, TME_LEAVE, window, 0};
+        TrackMouseEvent(&track);
+      }
+      if (inside != state->hot || arrow != state->hotArrow) {
+        state->hot = inside;
+        state->hotArrow = arrow;
+        InvalidateRect(window, nullptr, FALSE);
+      }
+      return 0;
+    }
+    case WM_MOUSELEAVE:
+      state->hot = state->hotArrow = false;
+      InvalidateRect(window, nullptr, FALSE);
+      return 0;
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONDBLCLK:
+      if (InArrow(window, *state, point)) {
+        // The drop-down menu runs its own loop: show the pressed arrow meanwhile.
+        state->pressed = 2;
+        InvalidateRect(window, nullptr, FALSE);
+        UpdateWindow(window);
+        Notify(window, kToolbarDropDownCode);
+        state->pressed = 0;
+        state->hot = state->hotArrow = false;
+        InvalidateRect(window, nullptr, FALSE);
+        return 0;
+      }
+      state->pressed = 1;
+      SetCapture(window);
+      InvalidateRect(window, nullptr, FALSE);
+      return 0;
+    case WM_LBUTTONUP: {
+      bool clicked = state->pressed == 1 && state->hot;
+      state->pressed = 0;
+      ReleaseCapture();
+      InvalidateRect(window, nullptr, FALSE);
+      if (clicked) Notify(window, BN_CLICKED);
+      return 0;
+    }
+    case WM_ERASEBKGND:
+      return 1;
+    case WM_PAINT:
+      Paint(window, *state);
+      return 0;
+  }
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+}  // namespace
+
+HWND CreateToolbarButton(HWND parent, int id, const wchar_t* text, HICON icon, bool dropDown) {
+  if (!Theme::RegisterControlClass(kToolbarButtonClass, ButtonProc, CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS)) {
+    return nullptr;
+  }
+  HWND button = CreateWindowExW(0, kToolbarButtonClass, text, WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, parent,
+                                reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr),
+                                nullptr);
+  if (!button) return nullptr;
+  auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
+  state->icon = icon;
+  state->dropDown = dropDown;
+  return button;
+}
+
+int ToolbarButtonWidth(HWND button) {
+  auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
+  wchar_t text[128] = {};
+  GetWindowTextW(button, text, 128);
+  HDC dc = GetDC(button);
+  HGDIOBJ previous = SelectObject(dc, Theme::WindowFont(button));
+  RECT extent{};
+  DrawTextW(dc, text, -1, &extent, DT_CALCRECT | DT_SINGLELINE | DT_HIDEPREFIX);
+  SelectObject(dc, previous);
+  ReleaseDC(button, dc);
+  UINT dpi = WindowDpi(button);
+  int pad = ScaleForDpi(6, dpi);
+  return pad + IconSize(button) + pad / 2 + extent.right + pad +
+         (state && state->dropDown ? ArrowWidth(button) : 0);
+}
