@@ -136,6 +136,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
         DestroyWindow(window);
         return TRUE;
       }
+      if (gMain.setup.command && gMain.setup.command(window, LOWORD(wParam))) return TRUE;
       return FALSE;
     case WM_CLOSE:
       DestroyWindow(window);

@@ -14,6 +14,8 @@ struct MainWindowSetup {
   std::function<void(HWND)> afterLayout;
   // Last words before the window goes: restore what start-up changed.
   std::function<void(HWND)> beforeDestroy;
+  // Commands handled outside the window (the runs); true when handled.
+  std::function<bool(HWND, UINT command)> command;
   // The code the message loop ends with.
   std::function<int()> exitCode;
 };

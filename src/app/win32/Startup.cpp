@@ -10,6 +10,7 @@
 #include "app/win32/Console.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
+#include "runs/win32/RunWindow.h"
 #include "ui/CommandIds.h"
 #include "ui/HelpDialog.h"
 #include "ui/MainWindow.h"
@@ -140,4 +141,6 @@ void RunCommandLine(HWND mainWindow) {
     }
     ShowMainWindow(false);
   }
+  // "/ANALYZE" first, then "/DEFRAG"; the unattended mode ends after them.
+  RunCommandLineRuns(mainWindow);
 }
