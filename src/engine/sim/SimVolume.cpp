@@ -119,11 +119,13 @@ bool SimVolume::AddFile(const SimFile& file, std::string& error) {
     error = "size larger than the allocation of " + Utf8FromWide(file.path);
     return false;
   }
-  vcnStarts_.clear();
+  // The run starts kept per file stay valid: files are only appended, and a
+  // new file's entry is made when it is first asked for.
   fileIndex_[Key(file.path)] = int(files_.size());
   files_.push_back(file);
   files_.back().path = StripLongPrefix(file.path);
   if (!Allocate(uint32_t(files_.size()), error)) {
+    fileIndex_.erase(Key(file.path));
     files_.pop_back();
     return false;
   }
