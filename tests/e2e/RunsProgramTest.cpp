@@ -194,6 +194,34 @@ TEST_F(RunsProgramTest, ADefragmentationAloneEndsByItselfWithItsSummary) {
     EXPECT_NE(EndState().find("a.bin\" size=16384 runs=0:4\ncheck ok\n"), std::string::npos) << EndState();
 }
 
+// "/SHOWREPORT" shows the summary after the defragmentation and the program
+// ends when it is closed; "/SHUTDOWN" then powers off (into a log here).
+TEST_F(RunsProgramTest, TheSummaryAndThePowerOffFollowAFinishedUnattendedDefragmentation) {
+    Prepare("follow-ups");
+    MakeFile("data/a.bin", 16384);
+    MakeFile("data/b.bin", 4096);
+    Describe(kVolume, {{"data\\a.bin", "size=16384 runs=100:2,110:2"}, {"data\\b.bin", "size=4096 runs=200:1"}});
+    const fs::path log = host_ / "poweroff.log";
+    SetEnvironmentVariableW(L"ORDALIS_POWEROFF_LOG", TestDriver::HostPathToWindows(log.string()).c_str());
+
+    std::unique_ptr<TestDriver::RunningProgram> program = TestDriver::StartProgram(
+        exe_, L"/NOGUI /DEFRAG /SHOWREPORT /SHUTDOWN " + TestDriver::HostPathToWindows((host_ / "data").string()));
+    ASSERT_TRUE(program);
+    HWND summary = TestDriver::WaitForWindow(kDialogClass, L"Riepilogo", program->ProcessId(), kWaitMs);
+    ASSERT_NE(summary, nullptr);
+    EXPECT_FALSE(fs::exists(log));  // nothing is powered off while the summary is open
+    EXPECT_EQ(TestDriver::ChildTexts(summary),
+              (std::vector<std::wstring>{L"File elaborati:", L"2", L"File frammentati:", L"0",
+                                         L"File non frammentati:", L"1", L"File deframmentati:", L"1",
+                                         L"Errori:", L"0", L"OK"}));
+    TestDriver::PressButton(summary, IDOK);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs));
+    SetEnvironmentVariableW(L"ORDALIS_POWEROFF_LOG", nullptr);
+    EXPECT_EQ(program->ExitCode(), 0u);
+    EXPECT_EQ(ReadWhole(log), "power off 13 ffffffff\r\n");
+    EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+}
+
 // A link inside the tree that leads back to its own folder is followed until
 // the system refuses the growing path; the walk then ends normally.
 TEST_F(RunsProgramTest, ALinkBackUpTheTreeEndsTheWalkCleanly) {
