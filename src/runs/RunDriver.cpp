@@ -73,7 +73,7 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
 }
 
 // The steps before a defragmentation; false when one of them ends the run.
-bool PrepareDefragmentation(RunMode mode, uint64_t considered, uint64_t filterSkipped) {
+bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
   const bool skipSolidState = (gSettings.solidStateFlags & kSolidStateSkip) != 0;
   bool detected = false;
   uint64_t onSolidState = 0;
@@ -342,7 +342,7 @@ void StartRun(RunMode mode) {
   uint64_t skipped = 0;
   SelectItems(mode, considered, skipped);
   const bool defragmenting = IsDefragmentation(mode);
-  if (defragmenting && !PrepareDefragmentation(mode, considered, skipped)) return;
+  if (defragmenting && !PrepareDefragmentation(considered, skipped)) return;
 
   gRunState.running = true;
   ClearRunResults();

@@ -148,12 +148,16 @@ TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
 // and cleanup choices unless its command line gave them.
 TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   int summaries = 0;
+  int shutdowns = 0;
   std::vector<uint32_t> exits;
   gRunHooks.showSummary = [&] { ++summaries; };
+  gRunHooks.shutdownDialog = [&] { ++shutdowns; };
   gRunHooks.requestExit = [&](uint32_t code) { exits.push_back(code); };
-  gRunHooks.optionChecked = [](uint32_t command) { return command == 9015; };  // close after
+  // Close and shut down after defragmenting are both on.
+  gRunHooks.optionChecked = [](uint32_t command) { return command == 9015 || command == 9016; };
   StartRun(RunMode::DefragmentAll);
-  EXPECT_EQ(summaries, 0);  // closing is on: no summary, and no exit for a finished run
+  EXPECT_EQ(summaries, 0);  // closing is on: no summary, and nothing follows a finished run
+  EXPECT_EQ(shutdowns, 0);
   EXPECT_TRUE(exits.empty());
 
   Volume(kTree);
@@ -163,6 +167,14 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   };
   StartRun(RunMode::DefragmentAll);
   EXPECT_EQ(exits, std::vector<uint32_t>{3});  // stopped, with the locked file's error
+  EXPECT_EQ(shutdowns, 1);
+
+  Volume(kTree);
+  gApp.runFlags = kRunAllowAbort;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(exits.size(), 1u);  // a stop is allowed to end a run and nothing else
+  EXPECT_EQ(shutdowns, 1);
+  gApp.runFlags = 0;
 
   gRunHooks.optionChecked = {};
   gRunFilters.fileExcluded = {};
