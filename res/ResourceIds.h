@@ -92,3 +92,20 @@
 
 // State pictures beside the item names, in ItemStateImage order.
 #define IDI_STATE_FIRST 12610
+
+// Runs: the summary after a defragmentation and the countdown before the
+// machine is powered off.
+#define IDD_RUN_SUMMARY 18
+#define IDD_SHUTDOWN 19
+#define IDC_SUMMARY_PROCESSED_LABEL 1801
+#define IDC_SUMMARY_FRAGMENTED_LABEL 1802
+#define IDC_SUMMARY_NOT_FRAGMENTED_LABEL 1803
+#define IDC_SUMMARY_DEFRAGMENTED_LABEL 1804
+#define IDC_SUMMARY_ERRORS_LABEL 1805
+#define IDC_SUMMARY_PROCESSED 1811
+#define IDC_SUMMARY_FRAGMENTED 1812
+#define IDC_SUMMARY_NOT_FRAGMENTED 1813
+#define IDC_SUMMARY_DEFRAGMENTED 1814
+#define IDC_SUMMARY_ERRORS 1815
+#define IDC_SHUTDOWN_TEXT 1901
+#define IDC_SHUTDOWN_PROGRESS 1902

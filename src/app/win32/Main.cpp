@@ -4,6 +4,8 @@
 #include <objbase.h>
 
 #include "app/RunFlags.h"
+#include "app/win32/Console.h"
+#include "app/win32/ProcessControl.h"
 #include "app/win32/SingleInstance.h"
 #include "app/win32/Startup.h"
 #include "engine/win32/Win32FileQueries.h"
@@ -15,6 +17,7 @@
 #include "settings/win32/LoadSaveSettings.h"
 #include "settings/win32/OptionCommands.h"
 #include "res/ResourceIds.h"
+#include "runs/win32/RunWindow.h"
 #include "ui/MainWindow.h"
 #include "util/SharedLock.h"
 #include "util/Text.h"
@@ -47,8 +50,18 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   setup.startupChecks = RunStartupChecks;
   // Between the window's layout and the command line come, in this order, the
   // settings file, the exclude and include lists and the language.
-  setup.afterLayout = RunCommandLine;
-  setup.command = HandleOptionCommand;
+  setup.afterLayout = [](HWND window) {
+    RunWindowSetup runs;
+    runs.requestExit = RequestExit;
+    runs.powerOff = ShutdownMachine;
+    runs.setPriority = [](uint32_t command) { SetProcessPriority(command); };
+    runs.consoleWrite = ConsoleWriteText;
+    InstallRunWindow(window, runs);
+    RunCommandLine(window);
+  };
+  setup.command = [](HWND window, uint32_t command) {
+    return HandleOptionCommand(window, command) || HandleRunCommand(window, command);
+  };
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
     if (!(gApp.runFlags & kRunNoGui)) SaveSettings();

@@ -61,6 +61,7 @@ bool SimVolume::Create(const SimSettings& settings, std::string& error) {
   settings_.letter = wchar_t(std::towupper(std::wint_t(settings.letter)));
   bitmap_.assign((settings.clusters + 63) / 64, 0);
   files_.clear();
+  fileIndex_.clear();
   vcnStarts_.clear();
   reserved_.clear();
   held_.clear();
@@ -115,10 +116,13 @@ bool SimVolume::AddFile(const SimFile& file, std::string& error) {
     error = "size larger than the allocation of " + Utf8FromWide(file.path);
     return false;
   }
-  vcnStarts_.clear();
+  // The run starts kept per file stay valid: files are only appended, and a
+  // new file's entry is made when it is first asked for.
+  fileIndex_[Key(file.path)] = int(files_.size());
   files_.push_back(file);
   files_.back().path = StripLongPrefix(file.path);
   if (!Allocate(uint32_t(files_.size()), error)) {
+    fileIndex_.erase(Key(file.path));
     files_.pop_back();
     return false;
   }
@@ -199,11 +203,8 @@ const SimFile* SimVolume::FindFile(const std::wstring& path) const {
 }
 
 int SimVolume::FindFileLocked(const std::wstring& path) const {
-  const std::wstring key = Key(path);
-  for (size_t i = 0; i < files_.size(); ++i) {
-    if (Key(files_[i].path) == key) return int(i);
-  }
-  return -1;
+  const auto found = fileIndex_.find(Key(path));
+  return found == fileIndex_.end() ? -1 : found->second;
 }
 
 std::vector<SimRun> SimVolume::Reserved() const {

@@ -11,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/VolumeAccess.h"
@@ -196,6 +197,8 @@ class SimVolume : public VolumeAccess {
   SimSettings settings_;
   std::vector<uint64_t> bitmap_;
   std::vector<SimFile> files_;
+  // Case-folded path to index into files_: large trees stay fast to open.
+  std::unordered_map<std::wstring, int> fileIndex_;
   mutable std::vector<std::vector<int64_t>> vcnStarts_;
   std::map<int64_t, uint64_t> reserved_;
   std::map<int64_t, uint64_t> held_;

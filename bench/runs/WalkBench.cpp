@@ -1,0 +1,85 @@
+// The analysis and the defragmentation of one folder tree on a simulated
+// volume, at growing sizes: the time per file should stay flat.
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "FakeFileQueries.h"
+#include "engine/EngineHooks.h"
+#include "engine/Relocation.h"
+#include "engine/sim/SimVolume.h"
+#include "items/ItemList.h"
+#include "runs/RunDriver.h"
+#include "runs/RunResults.h"
+#include "util/SharedLock.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
+
+// 100 folders; every 10th file is in two pieces, the others in one.
+void Run(uint64_t count) {
+  FakeFileQueries fake;
+  fake.AddDrive(L'Z', 4096);
+  SimVolume volume;
+  SimSettings settings;
+  settings.clusters = count * 3 + 1000;
+  std::string error;
+  volume.Create(settings, error);
+  int64_t lcn = 0;
+  for (uint64_t i = 0; i < count; ++i) {
+    const std::wstring path = L"Z:\\tree\\d" + std::to_wstring(i % 100) + L"\\f" + std::to_wstring(i) + L".bin";
+    fake.AddFile(path, 8192);
+    SimFile file;
+    file.path = path;
+    file.size = 8192;
+    if (i % 10 == 0) {
+      file.runs = {{lcn, 1}, {lcn + 2, 1}};
+      lcn += 3;
+    } else {
+      file.runs = {{lcn, 2}};
+      lcn += 3;
+    }
+    if (!volume.AddFile(file, error)) {
+      std::fprintf(stderr, "%s\n", error.c_str());
+      return;
+    }
+  }
+  SetFileQueries(&fake);
+  SetVolumeAccess(&volume);
+  gItemSettings.hooks = PortableItemHooks();
+  gEngineHooks.pumpMessages = [] {
+    std::this_thread::yield();
+    return true;
+  };
+  ClearItemList();
+  AddItem(true, L"Z:\\tree");
+
+  auto start = Clock::now();
+  StartRun(RunMode::AnalyseAll);
+  const double analysis = Seconds(start);
+  const size_t fragmented = gRun.fragmented.size();
+  start = Clock::now();
+  StartRun(RunMode::DefragmentAll);
+  const double defrag = Seconds(start);
+  std::printf("%8llu files: analysis %.3f s (%.2f us/file, %zu fragmented), "
+              "defragmentation %.3f s (%.2f us/file, %llu moved), check %s\n",
+              static_cast<unsigned long long>(count), analysis, analysis * 1e6 / double(count), fragmented,
+              defrag, defrag * 1e6 / double(count), static_cast<unsigned long long>(gRun.counters.filesMoved),
+              volume.Check().empty() ? "ok" : "FAILED");
+  ResetEngineState();
+  SetVolumeAccess(nullptr);
+  SetFileQueries(nullptr);
+  ClearItemList();
+}
+
+}  // namespace
+
+int main() {
+  CreateSharedLock();
+  for (uint64_t count : {10000ull, 30000ull, 100000ull}) Run(count);
+  return 0;
+}

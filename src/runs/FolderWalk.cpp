@@ -1,0 +1,209 @@
+#include "runs/FolderWalk.h"
+
+#include <mutex>
+#include <vector>
+
+#include "engine/EngineHooks.h"
+#include "engine/Relocation.h"
+#include "runs/RunFilters.h"
+#include "runs/RunHooks.h"
+#include "util/PathText.h"
+#include "util/SharedLock.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+uint32_t gCurrentClusterSize = 0;
+
+namespace {
+
+// Above this many hundredths (500 %) a file is looked at again: one kept
+// inside its directory record has no cluster of its own.
+constexpr uint32_t kSuspiciousPercent = 50000;
+
+// One folder of the walk: its entries as the file system returned them, and
+// how far the walk has got through them.
+struct WalkFrame {
+  std::wstring folder;
+  std::vector<DirEntry> entries;
+  size_t next = 0;
+};
+
+WalkFrame OpenFrame(const std::wstring& folder) {
+  WalkFrame frame;
+  frame.folder = folder;
+  // A folder that cannot be listed is left silently: no entries.
+  Fs().FindEntries(folder + L"\\*", [&frame](const DirEntry& entry) {
+    frame.entries.push_back(entry);
+    return true;
+  });
+  return frame;
+}
+
+bool IsDotEntry(const std::wstring& name) { return name == L"." || name == L".."; }
+
+void AnalyseWalkedFile(const std::wstring& path, const DirEntry& entry) {
+  FileAnalysis analysis;
+  AnalyseFile(path, analysis);
+  if (!analysis.outcome.empty()) {
+    ErrorEntry error = MakeErrorEntry(path, analysis.outcome);
+    std::lock_guard lock(SharedLock());
+    gRun.pendingErrors.push_back(std::move(error));
+  } else if (analysis.fragments < 2) {
+    std::lock_guard lock(SharedLock());
+    ++gRun.counters.notFragmented;
+  } else {
+    FragmentedFileRecord record = MakeFragmentedRecord(path, entry, analysis, gCurrentClusterSize);
+    std::lock_guard lock(SharedLock());
+    gRun.pendingFragmented.push_back(std::move(record));
+  }
+}
+
+void RefreshCounters() {
+  if (gRunHooks.refreshCounters) gRunHooks.refreshCounters();
+}
+
+void RefreshErrors() {
+  if (gRunHooks.refreshErrors) gRunHooks.refreshErrors();
+}
+
+void DefragmentWalkedFile(const std::wstring& path) {
+  // Opened without the long prefix, so a path beyond the ordinary limit
+  // fails here with the system's text.
+  DefragmentFile(std::wstring(DisplayPath(path)), nullptr);
+  const std::wstring& code = gEngine.moveResultCode;
+  if (code.empty()) {
+    ++gRun.counters.filesMoved;
+    RefreshCounters();
+  } else if (code == kMoveAlreadyContiguous) {
+    ++gRun.counters.notFragmented;
+  } else if (code != kMoveStopped) {
+    // This walk runs alone on the run's thread: no lock.
+    gRun.errors.push_back(MakeErrorEntry(path, code));
+    RefreshErrors();
+  }
+}
+
+void CountSeen(WalkKind kind) {
+  if (kind == WalkKind::Analysis) {
+    std::lock_guard lock(SharedLock());
+    ++gRun.counters.filesSeen;
+  } else {
+    ++gRun.counters.filesSeen;
+  }
+}
+
+}  // namespace
+
+bool StopRequested() { return (gEngine.flags.load() & kStopRequested) != 0; }
+
+void RequestStop() {
+  std::lock_guard lock(SharedLock());
+  gEngine.flags.fetch_or(kStopRequested);
+}
+
+std::wstring ErrorMessageFor(const std::wstring& code) {
+  if (code == kMoveNoFreeRun || code == kMoveNoFreeRunOld) {
+    return Text(kStrNoContiguousRun,
+                L"Non esistono cluster contigui sufficienti per deframmentare completamente il file.");
+  }
+  if (code == kOutcomeNoResources) {
+    return Text(kStrNoResources, L"Risorse di sistema insufficienti per deframmentare il file.  ");
+  }
+  // A system text ends in its line end.
+  return code.size() >= 2 ? code.substr(0, code.size() - 2) : std::wstring();
+}
+
+ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code) {
+  ErrorEntry entry;
+  entry.path = path;
+  entry.displayPath = std::wstring(DisplayPath(path));
+  entry.message = ErrorMessageFor(code);
+  return entry;
+}
+
+FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEntry& entry,
+                                          const FileAnalysis& analysis, uint32_t clusterSize) {
+  FragmentedFileRecord record;
+  record.path = std::wstring(DisplayPath(path));
+  record.size = entry.size;
+  uint64_t compressed = 0;
+  if (entry.attributes & kAttrCompressed) compressed = Fs().GetCompressedSize(path);
+  record.sizeOnDisk = SizeOnDisk(entry.attributes, entry.size, compressed, clusterSize);
+  record.percentOnDisk = PercentOnDisk(std::wstring(), record.sizeOnDisk, entry.size);
+  if (record.percentOnDisk > kSuspiciousPercent) {
+    FileAnalysis again;
+    AnalyseFile(path, again);
+    if (again.outcome.empty() && again.clusters == 0) record.percentOnDisk = 0;
+  }
+  record.fragments = analysis.fragments;
+  record.clusters = analysis.clusters;
+  record.clusterSize = clusterSize;
+  if (gRunHooks.dateTexts) gRunHooks.dateTexts(entry.lastWriteTime, record.modifiedDate, record.modifiedTime);
+  record.attributes = AttributeLetters(entry.attributes);
+  return record;
+}
+
+void WalkFolder(const std::wstring& folder, WalkKind kind) {
+  std::vector<WalkFrame> frames;
+  frames.push_back(OpenFrame(folder));
+  while (!frames.empty()) {
+    WalkFrame& frame = frames.back();
+    if (frame.next == frame.entries.size()) {
+      frames.pop_back();
+      continue;
+    }
+    const DirEntry entry = std::move(frame.entries[frame.next++]);
+    if (IsDotEntry(entry.name)) continue;
+    // A stop ends this level at its next entry, and so every level above.
+    if (StopRequested()) {
+      frames.pop_back();
+      continue;
+    }
+    std::wstring path = frame.folder + L"\\" + entry.name;
+    if (entry.attributes & kAttrDirectory) {
+      // Hidden, system and reparse-point folders are entered like any other.
+      if (!FolderLeftOut(path)) frames.push_back(OpenFrame(path));
+      continue;
+    }
+    if (!FileLeftOut(std::wstring(DisplayPath(path)))) {
+      if (kind == WalkKind::Analysis) {
+        AnalyseWalkedFile(path, entry);
+      } else {
+        DefragmentWalkedFile(path);
+      }
+    }
+    CountSeen(kind);
+    if (kind == WalkKind::Defragmentation && gRun.counters.filesSeen % 32 == 0) {
+      RefreshErrors();
+      RefreshCounters();
+      if (gRun.counters.filesSeen % 64 == 0) PumpMessages();
+    }
+  }
+}
+
+void AnalyseFolderWorker(void* folder) {
+  WalkFolder(*static_cast<const std::wstring*>(folder), WalkKind::Analysis);
+  gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
+}
+
+void AnalyseListedFile(ItemRecord& record) {
+  FileAnalysis analysis;
+  AnalyseFile(record.longPath, analysis);
+  if (!analysis.outcome.empty()) {
+    ApplyFileAnalysis(record, false, record.fragments, record.clusters);
+    gRun.errors.push_back(MakeErrorEntry(record.longPath, analysis.outcome));
+    return;
+  }
+  const int64_t fragments = static_cast<int64_t>(analysis.fragments);
+  ApplyFileAnalysis(record, true, fragments, static_cast<int64_t>(analysis.clusters));
+  if (fragments < 2) {
+    ++gRun.counters.notFragmented;
+    return;
+  }
+  DirEntry entry;
+  Fs().FindEntries(record.longPath, [&entry](const DirEntry& found) {
+    entry = found;
+    return false;
+  });
+  gRun.fragmented.push_back(MakeFragmentedRecord(record.longPath, entry, analysis, gCurrentClusterSize));
+}

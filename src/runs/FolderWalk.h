@@ -1,0 +1,44 @@
+#pragma once
+// The folder walk: every file beneath a folder, depth-first in the order the
+// file system returns the entries, handed to the analysis (on the folder
+// worker) or to the relocation (on the run's thread), with the filters asked
+// about each file and sub-folder first. Also the bookkeeping of one file:
+// its fragmented-file record and its error entry.
+//
+// The walk keeps its folders on a list of its own rather than on the call
+// stack: a junction leading back up the tree makes the path grow until the
+// system refuses it, far deeper than a worker's small stack would allow.
+#include <cstdint>
+#include <string>
+
+#include "engine/Analysis.h"
+#include "engine/FileQueries.h"
+#include "items/ItemList.h"
+#include "runs/RunResults.h"
+
+enum class WalkKind { Analysis, Defragmentation };
+
+// Walks the folder (its long path) and everything below it.
+void WalkFolder(const std::wstring& folder, WalkKind kind);
+
+// The folder worker: `folder` points to a std::wstring that stays alive until
+// the worker has set DoneFlags slot 0, which is its last act.
+void AnalyseFolderWorker(void* folder);
+
+// A file item of an analysis run: analyses it and sets its state; a
+// fragmented file or an error goes straight into the run's lists.
+void AnalyseListedFile(ItemRecord& record);
+
+// The shown text of a failed file from its outcome code.
+std::wstring ErrorMessageFor(const std::wstring& code);
+ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code);
+
+// The record of a fragmented file, from its directory entry and analysis.
+FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEntry& entry,
+                                          const FileAnalysis& analysis, uint32_t clusterSize);
+
+// The cluster size of the volume of the item being processed.
+extern uint32_t gCurrentClusterSize;
+
+bool StopRequested();
+void RequestStop();

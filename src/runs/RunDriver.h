@@ -1,0 +1,42 @@
+#pragma once
+// The analysis and defragmentation runs over the item list, driven from the
+// window thread: the reset and selection, the steps before a
+// defragmentation, the items one by one (a folder analysed by the folder
+// worker while this thread keeps the window alive), the result lists and
+// the follow-ups.
+#include <cstdint>
+
+enum class RunMode : uint32_t {
+  DefragmentAll = 0,
+  AnalyseAll = 1,
+  DefragmentSelected = 2,
+  AnalyseSelected = 4,
+};
+
+// How a run ended, for the unattended mode that decides the exit itself.
+enum class RunEnd : uint32_t {
+  NotStarted,  // every item skipped, or a step before it said stop
+  Completed,
+  Stopped,
+};
+
+struct RunState {
+  bool running = false;
+  RunEnd lastEnd = RunEnd::NotStarted;
+  // A priority command asked during the run, or all ones.
+  uint32_t pendingPriority = 0xFFFFFFFF;
+};
+extern RunState gRunState;
+
+// The only entry: returns when the run and its follow-ups are over.
+void StartRun(RunMode mode);
+
+// Moves the folder worker's staged results into the run's lists.
+void FlushPending();
+
+// Sorts both result lists by path and keeps only the first of equal paths.
+void SortAndDeduplicateResults();
+
+// Whether a status refresh is due at this processed-files count while a
+// folder is walked: thinner as the count grows.
+bool StatusRefreshDue(uint64_t count);

@@ -1,0 +1,41 @@
+#pragma once
+// What a run leaves for the user to keep: the analysis report (lines of a
+// Unicode text file) and the English summary of the unattended mode.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+struct ReportFormat {
+  // A whole number grouped by the user's locale.
+  std::function<std::wstring(int64_t value)> groupDigits;
+  // A number with two decimals ("12.34") in the locale's form.
+  std::function<std::wstring(const std::wstring& twoDecimals)> decimal;
+  // The current local date (short form) and time without seconds.
+  std::function<std::wstring()> date;
+  std::function<std::wstring()> time;
+};
+// Fixed formats ("1,234", "12.34"); the clock's date and time in UTC.
+ReportFormat PortableReportFormat();
+
+// Bytes as kilobytes for the report: a remainder of 500 or more rounds up,
+// a non-zero size never shows as 0.
+std::wstring ReportKBSize(uint64_t bytes, const ReportFormat& format);
+
+// The text right-aligned in a field of 16, never cut.
+std::wstring RightAligned16(const std::wstring& text);
+
+// Every line of the report of the last analysis, without line ends. `eachLine`
+// is called after each line of the fragmented-file list.
+std::vector<std::wstring> AnalysisReportLines(const ReportFormat& format,
+                                              const std::function<void()>& eachLine = {});
+
+// Writes the report (".txt" appended when missing). False when the file could
+// not be created.
+bool SaveAnalysisReport(std::wstring path, const ReportFormat& format);
+
+// The console summary, as the texts to write one after another (each short
+// enough for one console write), for the analysis of every item and for the
+// defragmentation.
+std::vector<std::wstring> ConsoleAnalysisSection();
+std::vector<std::wstring> ConsoleDefragSection();

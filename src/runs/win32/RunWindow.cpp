@@ -1,0 +1,389 @@
+#include "runs/win32/RunWindow.h"
+
+#include <commctrl.h>
+#include <commdlg.h>
+#include <shobjidl.h>
+
+#include <mutex>
+#include <string>
+
+#include "app/RunFlags.h"
+#include "engine/EngineHooks.h"
+#include "items/ItemCells.h"
+#include "items/ItemList.h"
+#include "res/ResourceIds.h"
+#include "runs/FolderWalk.h"
+#include "runs/RunHooks.h"
+#include "runs/RunReport.h"
+#include "runs/RunResults.h"
+#include "util/SharedLock.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+namespace {
+
+constexpr uint32_t kCmdAnalyzeAll = 9009;
+constexpr uint32_t kCmdDefragAll = 9010;
+constexpr uint32_t kCmdStop = 9011;
+constexpr uint32_t kCmdSaveReport = 9068;
+constexpr uint32_t kCmdAnalyzeSelected = 9075;
+constexpr uint32_t kCmdDefragSelected = 9076;
+
+constexpr UINT_PTR kShutdownTimer = 1;
+constexpr UINT kShutdownStepMs = 250;
+constexpr int kShutdownSteps = 60;
+
+struct RunWindowState {
+  HWND main = nullptr;
+  RunWindowSetup setup;
+  ITaskbarList3* taskbar = nullptr;  // created once and kept
+  bool taskbarTried = false;
+};
+RunWindowState gRunWindow;
+
+HWND Control(int id) { return gRunWindow.main ? GetDlgItem(gRunWindow.main, id) : nullptr; }
+
+std::wstring Grouped(uint64_t value) {
+  if (gItemCellSettings.numbers.groupDigits) {
+    return gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(value));
+  }
+  return std::to_wstring(value);
+}
+
+void SetBarText(int id, int part, const std::wstring& text) {
+  if (HWND bar = Control(id)) {
+    SendMessageW(bar, SB_SETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text.c_str()));
+  }
+}
+
+uint64_t ProcessedCount() {
+  std::lock_guard lock(SharedLock());
+  return gRun.counters.filesSeen;
+}
+
+void UpdateStatus(uint32_t flags) {
+  if (flags & kStatusRunStarting) {
+    SetBarText(IDC_STATUS_UPPER, 0, Text(444, L"Analisi in corso..."));
+    SetBarText(IDC_STATUS_LOWER, 0, Text(kStrProcessing, L"In elaborazione..."));
+    return;
+  }
+  if (flags & kStatusItemCount) {
+    SetBarText(IDC_STATUS_UPPER, 0,
+               std::wstring(Text(kStrItemsInList, L"Oggetti totali in elenco: ")) + Grouped(ItemCount()));
+  }
+  if (flags & kStatusWaiting) SetBarText(IDC_STATUS_LOWER, 0, Text(kStrWaiting, L"In attesa"));
+  if (flags & kStatusProcessedCount) {
+    SetBarText(IDC_STATUS_UPPER, 1,
+               std::wstring(Text(kStrFilesProcessed, L"Totale file elaborati: ")) + Grouped(ProcessedCount()));
+  }
+  if (flags & kStatusPleaseWait) {
+    SetBarText(IDC_STATUS_LOWER, 0,
+               Text(kStrWaitForStop, L"Attendere che l'operazione in corso sia terminata..."));
+  }
+}
+
+bool PumpWindowMessages() {
+  MSG message{};
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      // Left for the message loop, which ends the program with it.
+      PostQuitMessage(static_cast<int>(message.wParam));
+      return false;
+    }
+    if (gRunWindow.main && IsDialogMessageW(gRunWindow.main, &message)) continue;
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+  return true;
+}
+
+void TaskbarProgress(bool busy) {
+  if (!gRunWindow.taskbarTried) {
+    gRunWindow.taskbarTried = true;
+    // Absent before the task bar had progress: then there is nothing to show.
+    if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
+                                reinterpret_cast<void**>(&gRunWindow.taskbar)))) {
+      gRunWindow.taskbar = nullptr;
+    }
+  }
+  if (!gRunWindow.taskbar || !gRunWindow.main) return;
+  gRunWindow.taskbar->SetProgressState(gRunWindow.main, busy ? TBPF_INDETERMINATE : TBPF_NOPROGRESS);
+}
+
+void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
+  FILETIME utc{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  FILETIME local{};
+  SYSTEMTIME system{};
+  FileTimeToLocalFileTime(&utc, &local);
+  FileTimeToSystemTime(&local, &system);
+  wchar_t buffer[128];
+  date = GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, &system, nullptr, buffer, 128) ? buffer : L"";
+  time = GetTimeFormatW(LOCALE_USER_DEFAULT, 0, &system, nullptr, buffer, 128) ? buffer : L"";
+}
+
+HWND ItemListView() { return Control(IDC_ITEM_LIST); }
+
+void SaveReportCommand(HWND owner) {
+  wchar_t name[MAX_PATH * 2] = L"";
+  std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L'\0' +
+                        L"*.txt" + L'\0' + L'\0';
+  OPENFILENAMEW dialog{};
+  dialog.lStructSize = sizeof dialog;
+  dialog.hwndOwner = owner;
+  dialog.lpstrFilter = filter.c_str();
+  dialog.lpstrFile = name;
+  dialog.nMaxFile = ARRAYSIZE(name);
+  dialog.lpstrDefExt = nullptr;
+  dialog.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
+  if (!GetSaveFileNameW(&dialog)) return;
+  if (!SaveAnalysisReport(name, PlatformReportFormat())) return;
+  MessageBoxW(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
+              MB_OK | MB_ICONINFORMATION);
+}
+
+INT_PTR CALLBACK SummaryProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+  switch (message) {
+    case WM_INITDIALOG: {
+      SetWindowTextW(dialog, Text(kStrSummaryTitle, L"Riepilogo"));
+      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED_LABEL, Text(kStrSummaryProcessed, L"File elaborati:"));
+      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED_LABEL, Text(kStrSummaryFragmented, L"File frammentati:"));
+      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED_LABEL,
+                      Text(kStrSummaryNotFragmented, L"File non frammentati:"));
+      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED_LABEL,
+                      Text(kStrSummaryDefragmented, L"File deframmentati:"));
+      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS_LABEL, Text(kStrSummaryErrors, L"Errori:"));
+      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, Grouped(gRun.counters.filesSeen).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, Grouped(gRun.fragmented.size()).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, Grouped(gRun.counters.notFragmented).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, Grouped(gRun.counters.filesMoved).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, Grouped(gRun.errors.size()).c_str());
+      return TRUE;
+    }
+    case WM_COMMAND:
+      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) {
+        EndDialog(dialog, LOWORD(wParam));
+        return TRUE;
+      }
+      break;
+  }
+  return FALSE;
+}
+
+INT_PTR CALLBACK ShutdownProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+  switch (message) {
+    case WM_INITDIALOG: {
+      SetWindowTextW(dialog, Text(kStrShutdownTitle, L"Arresto del sistema"));
+      SetDlgItemTextW(dialog, IDC_SHUTDOWN_TEXT,
+                      Text(kStrShutdownText, L"Il computer verrà spento tra pochi secondi."));
+      SetDlgItemTextW(dialog, IDCANCEL, Text(kStrCancel, L"Annulla"));
+      HWND bar = GetDlgItem(dialog, IDC_SHUTDOWN_PROGRESS);
+      SendMessageW(bar, PBM_SETRANGE32, 0, kShutdownSteps);
+      SendMessageW(bar, PBM_SETSTEP, 1, 0);
+      SetTimer(dialog, kShutdownTimer, kShutdownStepMs, nullptr);
+      return TRUE;
+    }
+    case WM_TIMER: {
+      HWND bar = GetDlgItem(dialog, IDC_SHUTDOWN_PROGRESS);
+      SendMessageW(bar, PBM_STEPIT, 0, 0);
+      if (SendMessageW(bar, PBM_GETPOS, 0, 0) >= kShutdownSteps) {
+        KillTimer(dialog, kShutdownTimer);
+        EndDialog(dialog, IDOK);
+      }
+      return TRUE;
+    }
+    case WM_COMMAND:
+      if (LOWORD(wParam) == IDCANCEL) {
+        KillTimer(dialog, kShutdownTimer);
+        EndDialog(dialog, IDCANCEL);
+        return TRUE;
+      }
+      break;
+  }
+  return FALSE;
+}
+
+void PowerOff() {
+  if (gRunWindow.setup.powerOff) gRunWindow.setup.powerOff();
+}
+
+void RequestExitCode(uint32_t code) {
+  if (gRunWindow.setup.requestExit) gRunWindow.setup.requestExit(code);
+}
+
+bool RowSelected(uint64_t row) {
+  HWND list = ItemListView();
+  return list && (ListView_GetItemState(list, static_cast<int>(row), LVIS_SELECTED) & LVIS_SELECTED);
+}
+
+void WriteConsole(const std::vector<std::wstring>& texts) {
+  if (!gRunWindow.setup.consoleWrite) return;
+  for (const std::wstring& text : texts) gRunWindow.setup.consoleWrite(text);
+}
+
+// The exit code of the unattended mode once its runs are over: 2 when the
+// disk check stopped the defragmentation for errors, 3 for a stopped
+// defragmentation that closes with errors, else 4 when any run left errors.
+uint32_t UnattendedExitCode(bool diskErrors, bool stoppedWithErrors, bool anyErrors) {
+  if (diskErrors) return 2;
+  if (stoppedWithErrors) return 3;
+  return anyErrors ? 4 : 0;
+}
+
+}  // namespace
+
+void ShowRunSummary(HWND owner) {
+  DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_RUN_SUMMARY), owner, SummaryProc, 0);
+}
+
+bool RunShutdownCountdown(HWND owner) {
+  if (DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_SHUTDOWN), owner, ShutdownProc, 0) !=
+      IDOK) {
+    return false;
+  }
+  PowerOff();
+  return true;
+}
+
+ReportFormat PlatformReportFormat() {
+  ReportFormat format = PortableReportFormat();
+  format.groupDigits = [](int64_t value) { return Grouped(static_cast<uint64_t>(value)); };
+  format.decimal = [](const std::wstring& twoDecimals) {
+    wchar_t buffer[64];
+    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) {
+      return twoDecimals;
+    }
+    return std::wstring(buffer);
+  };
+  format.date = [] {
+    wchar_t buffer[128];
+    return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, nullptr, nullptr, buffer, 128)
+               ? std::wstring(buffer)
+               : std::wstring();
+  };
+  format.time = [] {
+    wchar_t buffer[128];
+    return GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_NOSECONDS, nullptr, nullptr, buffer, 128)
+               ? std::wstring(buffer)
+               : std::wstring();
+  };
+  return format;
+}
+
+void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
+  gRunWindow.main = mainWindow;
+  gRunWindow.setup = setup;
+  if (!gEngineHooks.pumpMessages) gEngineHooks.pumpMessages = PumpWindowMessages;
+  if (!gEngineHooks.setStatusText) {
+    gEngineHooks.setStatusText = [](int part, const std::wstring& text) {
+      SetBarText(IDC_STATUS_UPPER, part, text);
+    };
+  }
+  if (!gEngineHooks.text) gEngineHooks.text = [](uint32_t id, const wchar_t* literal) {
+    return std::wstring(Text(id, literal));
+  };
+  RunHooks& hooks = gRunHooks;
+  hooks.rowSelected = RowSelected;
+  hooks.scrollToRow = [](uint64_t row) {
+    if (HWND list = ItemListView()) ListView_EnsureVisible(list, static_cast<int>(row), FALSE);
+  };
+  hooks.redrawRow = [](uint64_t row) {
+    if (HWND list = ItemListView()) ListView_RedrawItems(list, static_cast<int>(row), static_cast<int>(row));
+  };
+  hooks.redrawItems = [] {
+    if (HWND list = ItemListView()) InvalidateRect(list, nullptr, FALSE);
+  };
+  hooks.updateStatus = UpdateStatus;
+  hooks.clipChildren = [](bool on) {
+    if (!gRunWindow.main) return;
+    LONG_PTR style = GetWindowLongPtrW(gRunWindow.main, GWL_STYLE);
+    SetWindowLongPtrW(gRunWindow.main, GWL_STYLE, on ? (style | WS_CLIPCHILDREN) : (style & ~WS_CLIPCHILDREN));
+  };
+  hooks.taskbarProgress = TaskbarProgress;
+  hooks.hiddenStatus = [] {
+    wchar_t buffer[16] = L"";
+    if (HWND field = Control(IDC_HIDDEN_STATUS)) GetWindowTextW(field, buffer, 16);
+    return std::wstring(buffer);
+  };
+  hooks.setHiddenStatus = [](const std::wstring& text) {
+    if (HWND field = Control(IDC_HIDDEN_STATUS)) SetWindowTextW(field, text.c_str());
+  };
+  hooks.bringToFront = [] {
+    if (gRunWindow.main) SetForegroundWindow(gRunWindow.main);
+  };
+  hooks.optionChecked = [](uint32_t command) {
+    HMENU menu = gRunWindow.main ? GetMenu(gRunWindow.main) : nullptr;
+    return menu && (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) != 0;
+  };
+  hooks.showSummary = [] { ShowRunSummary(gRunWindow.main); };
+  hooks.shutdownDialog = [] {
+    if (gApp.runFlags & kRunNoGui) {
+      PowerOff();
+    } else {
+      RunShutdownCountdown(gRunWindow.main);
+    }
+  };
+  hooks.requestExit = RequestExitCode;
+  hooks.applyPriority = [](uint32_t command) {
+    if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
+  };
+  hooks.dateTexts = LocalDateTexts;
+}
+
+bool HandleRunCommand(HWND mainWindow, uint32_t command) {
+  switch (command) {
+    case kCmdAnalyzeAll:
+    case kCmdDefragAll:
+    case kCmdAnalyzeSelected:
+    case kCmdDefragSelected: {
+      // A run started during a run would walk the lists under its feet.
+      if (gRunState.running) return true;
+      const RunMode mode = command == kCmdAnalyzeAll        ? RunMode::AnalyseAll
+                           : command == kCmdDefragAll       ? RunMode::DefragmentAll
+                           : command == kCmdAnalyzeSelected ? RunMode::AnalyseSelected
+                                                            : RunMode::DefragmentSelected;
+      StartRun(mode);
+      return true;
+    }
+    case kCmdStop:
+      RequestStop();
+      return true;
+    case kCmdSaveReport:
+      SaveReportCommand(mainWindow);
+      return true;
+  }
+  return false;
+}
+
+void RunCommandLineRuns(HWND mainWindow) {
+  const bool unattended = (gApp.runFlags & kRunNoGui) != 0;
+  const bool analyse = (gApp.runFlags & kRunAnalyze) != 0;
+  const bool defragment = (gApp.runFlags & kRunDefrag) != 0;
+  if (gApp.exitRequested) return;
+  bool anyErrors = false;
+  if (analyse) {
+    StartRun(RunMode::AnalyseAll);
+    anyErrors = !gRun.errors.empty();
+    if (unattended) WriteConsole(ConsoleAnalysisSection());
+  }
+  bool diskErrors = false;
+  bool stoppedWithErrors = false;
+  if (defragment) {
+    StartRun(RunMode::DefragmentAll);
+    anyErrors = anyErrors || !gRun.errors.empty();
+    diskErrors = gRunHooks.hiddenStatus && gRunHooks.hiddenStatus() == kDiskCheckErrorsMarker;
+    if (unattended) WriteConsole(ConsoleDefragSection());
+    const uint32_t flags = gApp.runFlags;
+    stoppedWithErrors = gRunState.lastEnd == RunEnd::Stopped && (flags & kRunClose) &&
+                        !(flags & kRunAllowAbort) && !gRun.errors.empty();
+    if (!unattended && diskErrors) RequestExitCode(2);
+  }
+  if (!unattended) return;
+  if (defragment && gRunState.lastEnd == RunEnd::Completed) {
+    const uint32_t flags = gApp.runFlags;
+    if ((flags & kRunShowReport) || ((flags & kRunCloseIfOk) && !gRun.errors.empty())) {
+      ShowRunSummary(mainWindow);
+    }
+    if (flags & kRunShutdown) PowerOff();
+  }
+  RequestExitCode(UnattendedExitCode(diskErrors, stoppedWithErrors, anyErrors));
+}

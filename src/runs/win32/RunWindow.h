@@ -1,0 +1,41 @@
+#pragma once
+// The window side of the runs: the run hooks filled with the main window's
+// status bars, list view, dialogs and task-bar button, and the run commands.
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "runs/RunDriver.h"
+
+struct RunWindowSetup {
+  std::function<void(uint32_t code)> requestExit;
+  // Powers the machine off (the shell's seam; tests never power off).
+  std::function<uint32_t()> powerOff;
+  std::function<void(uint32_t command)> setPriority;
+  // Writes console text of the unattended mode.
+  std::function<void(const std::wstring& text)> consoleWrite;
+};
+
+// Fills the run hooks for this main window; hooks the window already set in
+// the engine's table are kept.
+void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
+
+// The run commands (analyse, defragment, all or selected; stop; save the
+// report). True when the command was one of them.
+bool HandleRunCommand(HWND mainWindow, uint32_t command);
+
+// The command line's runs, once the items are in the list. In the
+// unattended mode it writes each run's console summary as the run ends and
+// ends the program with its exit code.
+void RunCommandLineRuns(HWND mainWindow);
+
+// The summary dialog (resource 18) and the power-off countdown (resource 19).
+void ShowRunSummary(HWND owner);
+// True when the countdown ran out and the machine was told to power off.
+bool RunShutdownCountdown(HWND owner);
+
+// The report formats of the user's locale.
+struct ReportFormat;
+ReportFormat PlatformReportFormat();

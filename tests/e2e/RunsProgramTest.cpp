@@ -1,0 +1,283 @@
+// Whole runs of the simulating program: the files are real files under the
+// test's work folder, their clusters live on the described volume. Each case
+// compares the console output whole, the exit code, and the volume's end
+// state with its checker's verdict.
+#include "TestDriver.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr DWORD kWaitMs = 60000;
+constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Ordalis developers\r\n\r\n";
+constexpr wchar_t kDialogClass[] = L"#32770";
+constexpr wchar_t kMainTitle[] = L"Ordalis";
+constexpr int kCmdAnalyzeAll = 9009;
+constexpr int kCmdStop = 9011;
+constexpr int kCmdExit = 9003;
+constexpr int kStateColumn = 1;
+
+std::string ReadWhole(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
+
+// One case: its folder on the host, the same folder as the program sees it,
+// the program copied into it, and the volume description beside it.
+class RunsProgramTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", nullptr);
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", nullptr);
+    }
+
+    void Prepare(const std::string& caseName) {
+        host_ = fs::path(ORDALIS_E2E_WORK_DIR) / ("runs-" + caseName);
+        fs::remove_all(host_);
+        fs::create_directories(host_ / "data");
+        TestDriver::ProgramUnderTest program(
+            TestDriver::HostPathToWindows((host_ / "program").string()),
+            TestDriver::HostPathToWindows(ORDALIS_SIM_PROGRAM),
+            TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
+        ASSERT_TRUE(program.Ready()) << fs::path(program.Error()).string();
+        exe_ = program.ExePath();
+    }
+
+    // The path as the program sees it, for a path below the case folder.
+    std::string Win(const std::string& relative) const {
+        std::string path = Narrow(TestDriver::HostPathToWindows(host_.string()));
+        if (!relative.empty()) path += "\\" + relative;
+        for (char& c : path) {
+            if (c == '/') c = '\\';
+        }
+        return path;
+    }
+
+    void MakeFile(const std::string& relative, uintmax_t size) {
+        fs::create_directories((host_ / relative).parent_path());
+        std::ofstream(host_ / relative, std::ios::binary) << std::string(size, 'x');
+    }
+
+    // "volume ..." first line, then one line per file given as relative path
+    // and attributes, then any further lines as they are.
+    void Describe(const std::string& volumeLine,
+                  const std::vector<std::pair<std::string, std::string>>& files,
+                  const std::string& more = "") {
+        description_ = volumeLine + "\n";
+        for (const auto& [relative, attributes] : files) {
+            description_ += "file \"" + Win(relative) + "\" " + attributes + "\n";
+        }
+        description_ += more;
+        std::ofstream(host_ / "volume.txt", std::ios::binary) << description_;
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", TestDriver::HostPathToWindows((host_ / "volume.txt").string()).c_str());
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", TestDriver::HostPathToWindows((host_ / "end.txt").string()).c_str());
+    }
+
+    TestDriver::RunResult Run(const std::string& arguments) {
+        return TestDriver::RunProgram(exe_, std::wstring(arguments.begin(), arguments.end()), kWaitMs);
+    }
+
+    std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
+
+    fs::path host_;
+    std::wstring exe_;
+    std::string description_;
+};
+
+const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
+
+TEST_F(RunsProgramTest, AnAnalysisOfATreeSummarisesEachItemAndChangesNothing) {
+    Prepare("analysis");
+    MakeFile("data/a.bin", 16384);
+    MakeFile("data/sub/b.bin", 16000);
+    MakeFile("data/sub/c.bin", 12288);
+    MakeFile("one.bin", 8192);
+    Describe(kVolume, {{"data\\a.bin", "size=16384 runs=100:2,110:2"},
+                       {"data\\sub\\b.bin", "size=16000 runs=200:4"},
+                       {"data\\sub\\c.bin", "size=12288 runs=300:1,310:1,320:1"},
+                       {"one.bin", "size=8192 runs=400:2"}});
+
+    TestDriver::RunResult run = Run("/NOGUI /ANALYZE " + Win("data") + " " + Win("one.bin"));
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) +
+                              "Analyzed file : " + Win("one.bin") + "\r\nFile is in 1 fragments (Contiguous)\r\n\r\n" +
+                              "Analyzed folder : " + Win("data") + "\r\nFolder is Fragmented\r\n\r\n" +
+                              "\r\nNumber of items processed : 2 \r\n");
+    EXPECT_EQ(run.exitCode, 0u);
+    EXPECT_EQ(EndState().substr(EndState().find('\n') + 1), description_.substr(description_.find('\n') + 1) + "check ok\n");
+}
+
+TEST_F(RunsProgramTest, AnAnalysisWithAFileThatCannotBeOpenedEndsWithCodeFour) {
+    Prepare("analysis-error");
+    MakeFile("data/a.bin", 8192);
+    MakeFile("locked.bin", 8192);
+    Describe(kVolume, {{"data\\a.bin", "size=8192 runs=100:1,110:1"}, {"locked.bin", "size=8192 runs=200:2"}},
+             "fault \"" + Win("locked.bin") + "\" control=open status=0xC0000043\n");
+
+    TestDriver::RunResult run = Run("/NOGUI /ANALYZE " + Win("data") + " " + Win("locked.bin"));
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) +
+                              "Analyzed file : " + Win("locked.bin") + "\r\nAn error was encountered while processing the file\r\n\r\n" +
+                              "Analyzed folder : " + Win("data") + "\r\nFolder is Fragmented\r\n\r\n" +
+                              "\r\nNumber of items processed : 2 \r\n");
+    EXPECT_EQ(run.exitCode, 4u);
+}
+
+// Moved, already contiguous, no free run long enough, a refused extent and a
+// file that cannot be opened, in one folder; the analysis first.
+TEST_F(RunsProgramTest, BothRunsReportInTurnAndLeaveTheMovableFilesInOnePiece) {
+    Prepare("defrag");
+    MakeFile("data/a.bin", 16384);
+    MakeFile("data/b.bin", 16000);
+    MakeFile("data/big.bin", 3686400);
+    MakeFile("data/refused.bin", 8000);
+    MakeFile("data/locked.bin", 8192);
+    Describe("volume letter=Z clusters=2000 clusterSize=4096",
+             {{"data\\a.bin", "size=16384 runs=100:2,110:2"},
+              {"data\\b.bin", "size=16000 runs=200:4"},
+              {"data\\big.bin", "size=3686400 runs=1000:500,1600:400"},
+              {"data\\refused.bin", "size=8000 runs=430:1,440:1"},
+              {"data\\locked.bin", "size=8192 runs=450:1,460:1"}},
+             "fault \"" + Win("data\\refused.bin") + "\" control=move call=1 status=0xC0000022\n" +
+                 "fault \"" + Win("data\\locked.bin") + "\" control=open status=0xC0000043\n");
+
+    TestDriver::RunResult run = Run("/NOGUI /ANALYZE /DEFRAG /QUICK " + Win("data"));  // first fit: predictable places
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) +
+                              "Analyzed folder : " + Win("data") + "\r\nFolder is Fragmented\r\n\r\n" +
+                              "\r\nNumber of items processed : 1 \r\n" +
+                              "Summary:\r\n\r\n"
+                              "Number of processed files : 4\r\n"
+                              "Number of fragmented files : 0\r\n"
+                              "Number of already contiguous files : 1\r\n"
+                              "Number of defragmented files : 1\r\n"
+                              "Number of files that were not defragmented due to processing errors : 3\r\n"
+                              "\r\n");
+    EXPECT_EQ(run.exitCode, 4u);
+    const std::string end = EndState();
+    EXPECT_NE(end.find("data\\a.bin\" size=16384 runs=0:4\n"), std::string::npos) << end;
+    EXPECT_NE(end.find("data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"), std::string::npos) << end;
+    EXPECT_NE(end.find("data\\refused.bin\" size=8000 runs=430:1,440:1\n"), std::string::npos) << end;
+    EXPECT_EQ(end.substr(end.size() - 9), "check ok\n");
+}
+
+TEST_F(RunsProgramTest, ADefragmentationAloneEndsByItselfWithItsSummary) {
+    Prepare("defrag-alone");
+    MakeFile("data/a.bin", 16384);
+    Describe(kVolume, {{"data\\a.bin", "size=16384 runs=100:2,110:2"}});
+
+    TestDriver::RunResult run = Run("/NOGUI /DEFRAG /QUICK " + Win("data"));
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) +
+                              "Summary:\r\n\r\n"
+                              "Number of processed files : 0\r\n"
+                              "Number of fragmented files : 0\r\n"
+                              "Number of already contiguous files : 0\r\n"
+                              "Number of defragmented files : 1\r\n"
+                              "Number of files that were not defragmented due to processing errors : 0\r\n"
+                              "\r\n");
+    EXPECT_EQ(run.exitCode, 0u);
+    EXPECT_NE(EndState().find("a.bin\" size=16384 runs=0:4\ncheck ok\n"), std::string::npos) << EndState();
+}
+
+// "/SHOWREPORT" shows the summary after the defragmentation and the program
+// ends when it is closed; "/SHUTDOWN" then powers off (into a log here).
+TEST_F(RunsProgramTest, TheSummaryAndThePowerOffFollowAFinishedUnattendedDefragmentation) {
+    Prepare("follow-ups");
+    MakeFile("data/a.bin", 16384);
+    MakeFile("data/b.bin", 4096);
+    Describe(kVolume, {{"data\\a.bin", "size=16384 runs=100:2,110:2"}, {"data\\b.bin", "size=4096 runs=200:1"}});
+    const fs::path log = host_ / "poweroff.log";
+    SetEnvironmentVariableW(L"ORDALIS_POWEROFF_LOG", TestDriver::HostPathToWindows(log.string()).c_str());
+
+    std::unique_ptr<TestDriver::RunningProgram> program = TestDriver::StartProgram(
+        exe_, L"/NOGUI /DEFRAG /SHOWREPORT /SHUTDOWN /LANG:IT " + TestDriver::HostPathToWindows((host_ / "data").string()));
+    ASSERT_TRUE(program);
+    HWND summary = TestDriver::WaitForWindow(kDialogClass, L"Riepilogo", program->ProcessId(), kWaitMs);
+    ASSERT_NE(summary, nullptr);
+    EXPECT_FALSE(fs::exists(log));  // nothing is powered off while the summary is open
+    EXPECT_EQ(TestDriver::ChildTexts(summary),
+              (std::vector<std::wstring>{L"File elaborati:", L"2", L"File frammentati:", L"0",
+                                         L"File non frammentati:", L"1", L"File deframmentati:", L"1",
+                                         L"Errori:", L"0", L"OK"}));
+    TestDriver::PressButton(summary, IDOK);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs));
+    SetEnvironmentVariableW(L"ORDALIS_POWEROFF_LOG", nullptr);
+    EXPECT_EQ(program->ExitCode(), 0u);
+    EXPECT_EQ(ReadWhole(log), "power off 13 ffffffff\r\n");
+    EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+}
+
+// A link inside the tree that leads back to its own folder is followed until
+// the system refuses the growing path; the walk then ends normally.
+TEST_F(RunsProgramTest, ALinkBackUpTheTreeEndsTheWalkCleanly) {
+    Prepare("loop");
+    // The link is made when the tests are configured (see CMakeLists.txt).
+    const fs::path fixture = fs::path(ORDALIS_E2E_WORK_DIR) / "link-fixture";
+    std::ofstream(fixture / "data" / "a.bin", std::ios::binary) << std::string(8192, 'x');
+    const std::string data = Narrow(TestDriver::HostPathToWindows((fixture / "data").string()));
+    const std::string description = std::string(kVolume) + "\nfile \"" + data + "\\a.bin\" size=8192 runs=100:1,110:1\n";
+    std::ofstream(host_ / "volume.txt", std::ios::binary) << description;
+    SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", TestDriver::HostPathToWindows((host_ / "volume.txt").string()).c_str());
+    SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", TestDriver::HostPathToWindows((host_ / "end.txt").string()).c_str());
+
+    TestDriver::RunResult run = Run("/NOGUI /ANALYZE " + data);
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) + "Analyzed folder : " + data +
+                              "\r\nFolder is Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n");
+    EXPECT_EQ(run.exitCode, 0u);
+    // The file was met again through the link, level after level.
+    const std::string end = EndState();
+    EXPECT_NE(end.find("\\loop\\loop\\loop\\a.bin\""), std::string::npos) << end;
+    EXPECT_EQ(end.substr(end.size() - 9), "check ok\n");
+}
+
+// The window keeps answering during a long folder analysis, and Stop ends
+// it with the folder marked as interrupted.
+TEST_F(RunsProgramTest, StopDuringALongFolderAnalysisInterruptsTheFolder) {
+    Prepare("stop");
+    constexpr int kFiles = 20000;
+    for (int i = 0; i < kFiles; ++i) MakeFile("data/f" + std::to_string(i) + ".bin", 10);
+    Describe("volume letter=Z clusters=100", {});
+
+    std::unique_ptr<TestDriver::RunningProgram> program =
+        TestDriver::StartProgram(exe_, L"/LANG:IT " + TestDriver::HostPathToWindows((host_ / "data").string()));
+    ASSERT_TRUE(program);
+    HWND main = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
+    ASSERT_NE(main, nullptr);
+    HWND list = TestDriver::FindListViewByHeader(main, L"Nome");
+    ASSERT_NE(list, nullptr);
+    TestDriver::SendCommand(main, kCmdAnalyzeAll);
+    std::wstring state;
+    for (int i = 0; i < 200 && state != L"In elaborazione..."; ++i) {
+        TestDriver::PumpMessages(20);
+        state = TestDriver::ListViewCellText(list, 0, kStateColumn);
+    }
+    ASSERT_EQ(state, L"In elaborazione...");
+    TestDriver::SendCommand(main, kCmdStop);
+    for (int i = 0; i < 500 && state == L"In elaborazione..."; ++i) {
+        TestDriver::PumpMessages(20);
+        state = TestDriver::ListViewCellText(list, 0, kStateColumn);
+    }
+    EXPECT_EQ(state, L"Interrotto");
+    TestDriver::SendCommand(main, kCmdExit);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs));
+    EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+}
+
+}  // namespace

@@ -1,0 +1,109 @@
+// The analysis report: the whole file, byte for byte, after an analysis of
+// a tree; and the size and alignment rules of its columns.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "RunTestSupport.h"
+
+namespace {
+
+const char* kTree =
+    "volume letter=Z clusters=2000 clusterSize=4096\n"
+    "file \"Z:\\single.bin\" size=8192 runs=500:1,510:1\n"
+    "file \"Z:\\data\\a.bin\" size=16384 runs=100:2,110:2\n"
+    "file \"Z:\\data\\sub\\b.bin\" size=16000 runs=200:4\n"
+    "file \"Z:\\data\\sub\\c.bin\" size=12288 runs=300:1,310:1,320:1\n"
+    "file \"Z:\\data\\locked.bin\" size=100 runs=400:1\n"
+    "file \"Z:\\data\\refused.bin\" size=8000 runs=430:1,440:1\n"
+    "file \"Z:\\data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"
+    "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n";
+
+// The file image of these lines: FF FE, then UTF-16LE, each line + CR LF.
+std::string FileImage(const std::vector<std::wstring>& lines) {
+  std::string bytes = "\xFF\xFE";
+  for (const std::wstring& line : lines) {
+    for (wchar_t c : line + L"\r\n") {
+      bytes += char(c & 0xFF);
+      bytes += char((c >> 8) & 0xFF);
+    }
+  }
+  return bytes;
+}
+
+std::string ReadWhole(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+ReportFormat FixedClock() {
+  ReportFormat format = PortableReportFormat();
+  format.date = [] { return std::wstring(L"23/11/2026"); };
+  format.time = [] { return std::wstring(L"12:00"); };
+  return format;
+}
+
+class RunReportTest : public RunFixture {};
+
+TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
+  Volume(kTree);
+  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+  ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
+  StartRun(RunMode::AnalyseAll);
+
+  const std::filesystem::path path = std::filesystem::temp_directory_path() / "ordalis-report-test";
+  std::filesystem::remove(path.string() + ".txt");
+  ASSERT_TRUE(SaveAnalysisReport(path.wstring(), FixedClock()));
+  const std::wstring rule(128, L'-');
+  EXPECT_EQ(ReadWhole(path.string() + ".txt"),
+            FileImage({
+                L"Rapporto di analisi di Ordalis creato il: 23/11/2026 12:00\n\r\n\r",
+                L"Statistiche sui file",
+                L"    File totali analizzati = 7",
+                L"    File frammentati = 5",
+                L"    File contigui = 1",
+                L"    File non analizzati a causa di errori = 1\n\r\n\r\n\r",
+                L"Elenco dei file frammentati:",
+                rule,
+                L"       Frammenti         Cluster      DimensioneDimensione su disco      % su disco  Nome",
+                rule,
+                L"               2               4           16 KB           16 KB          100.00  Z:\\data\\a.bin",
+                L"               2             900        3,600 KB        3,600 KB          100.00  Z:\\data\\big.bin",
+                L"               2               2            8 KB            8 KB          102.40  Z:\\data\\refused.bin",
+                L"               3               3           12 KB           12 KB          100.00  Z:\\data\\sub\\c.bin",
+                L"               2               2            8 KB            8 KB          100.00  Z:\\single.bin",
+                L"",
+                L"Elenco dei file non analizzati:\n\r\n\r",
+                L"File:  Z:\\data\\locked.bin",
+                L"Errore:  The process cannot access the file because it is being used by another "
+                L"process.\n\r\n\r",
+            }));
+  std::filesystem::remove(path.string() + ".txt");
+}
+
+TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
+  Volume("volume letter=Z clusters=100\nfile \"Z:\\one.bin\" size=4096 runs=10:1\n");
+  ASSERT_EQ(AddItem(false, L"Z:\\one.bin"), kAddOk);
+  StartRun(RunMode::AnalyseAll);
+  const std::vector<std::wstring> lines = AnalysisReportLines(FixedClock());
+  EXPECT_EQ(std::vector<std::wstring>(lines.begin() + 6, lines.end()),
+            (std::vector<std::wstring>{L"Elenco dei file frammentati:", L"",
+                                       L"Non sono presenti file frammentati.", L"",
+                                       L"Non sono presenti file non analizzati."}));
+}
+
+TEST(ReportColumnsTest, SizesRoundAtFiveHundredBytesAndLongTextsAreNeverCut) {
+  const ReportFormat format = PortableReportFormat();
+  EXPECT_EQ(ReportKBSize(0, format), L"0 KB");
+  EXPECT_EQ(ReportKBSize(100, format), L"1 KB");
+  EXPECT_EQ(ReportKBSize(1523, format), L"1 KB");
+  EXPECT_EQ(ReportKBSize(1524, format), L"2 KB");
+  EXPECT_EQ(ReportKBSize(2048ull * 1024 * 1024, format), L"2,097,152 KB");
+  EXPECT_EQ(RightAligned16(L"123456789012345678"), L"123456789012345678");
+  EXPECT_EQ(RightAligned16(L"1"), L"               1");
+}
+
+}  // namespace

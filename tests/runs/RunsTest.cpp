@@ -1,0 +1,230 @@
+// Analysis and defragmentation runs over a folder tree on a simulated volume:
+// whole console summaries, item states, the end state of the volume, and the
+// rules for what follows a run.
+#include "RunTestSupport.h"
+#include "runs/FolderWalk.h"
+#include "runs/RunSteps.h"
+
+namespace {
+
+// Listed in the order the folder returns them. "big" needs 900 contiguous
+// clusters and the largest free run is 479; "refused" has its first move
+// refused; "locked" cannot be opened; "skip.tmp" is left out by the filter.
+const char* kTree =
+    "volume letter=Z clusters=2000 clusterSize=4096\n"
+    "file \"Z:\\single.bin\" size=8192 runs=500:1,510:1\n"
+    "file \"Z:\\data\\a.bin\" size=16384 runs=100:2,110:2\n"
+    "file \"Z:\\data\\sub\\b.bin\" size=16000 runs=200:4\n"
+    "file \"Z:\\data\\sub\\c.bin\" size=12288 runs=300:1,310:1,320:1\n"
+    "file \"Z:\\data\\locked.bin\" size=100 runs=400:1\n"
+    "file \"Z:\\data\\skip.tmp\" size=8192 runs=410:1,420:1\n"
+    "file \"Z:\\data\\refused.bin\" size=8000 runs=430:1,440:1\n"
+    "file \"Z:\\data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"
+    "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n"
+    "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000022\n";
+
+class RunsTest : public RunFixture {
+ protected:
+  void SetUp() override {
+    RunFixture::SetUp();
+    Volume(kTree);
+    ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+    ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
+    gRunFilters.fileExcluded = [](const std::wstring& path) {
+      return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
+    };
+  }
+};
+
+TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+
+  EXPECT_EQ(Joined(ConsoleAnalysisSection()),
+            L"Analyzed file : Z:\\single.bin\r\nFile is in 2 fragments\r\n\r\n"
+            L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
+            L"\r\nNumber of items processed : 2 \r\n");
+  EXPECT_EQ(gRun.counters.filesSeen, 8u);  // the filtered file counts as seen
+  EXPECT_EQ(gRun.counters.notFragmented, 1u);
+  std::vector<std::wstring> fragmented;
+  for (const FragmentedFileRecord& record : gRun.fragmented) fragmented.push_back(record.path);
+  EXPECT_EQ(fragmented, (std::vector<std::wstring>{L"Z:\\data\\a.bin", L"Z:\\data\\big.bin",
+                                                   L"Z:\\data\\refused.bin", L"Z:\\data\\sub\\c.bin",
+                                                   L"Z:\\single.bin"}));
+  ASSERT_EQ(gRun.errors.size(), 1u);
+  EXPECT_EQ(gRun.errors[0].path, L"\\\\?\\Z:\\data\\locked.bin");
+  EXPECT_EQ(gRun.errors[0].displayPath, L"Z:\\data\\locked.bin");
+  EXPECT_EQ(gRun.errors[0].message,
+            L"The process cannot access the file because it is being used by another process.");
+  EXPECT_EQ(Check(), "check ok");
+}
+
+TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
+  gApp.runFlags = kRunNoGui | kRunDefrag;
+  StartRun(RunMode::DefragmentAll);
+
+  // The fragmented count is 0 after a defragmentation, so "processed" counts
+  // only the contiguous and the failed files.
+  EXPECT_EQ(Joined(ConsoleDefragSection()),
+            L"Summary:\r\n\r\n"
+            L"Number of processed files : 4\r\n"
+            L"Number of fragmented files : 0\r\n"
+            L"Number of already contiguous files : 1\r\n"
+            L"Number of defragmented files : 3\r\n"
+            L"Number of files that were not defragmented due to processing errors : 3\r\n"
+            L"\r\n");
+  std::vector<std::wstring> messages;
+  for (const ErrorEntry& entry : gRun.errors) messages.push_back(entry.displayPath + L": " + entry.message);
+  EXPECT_EQ(messages,
+            (std::vector<std::wstring>{
+                L"Z:\\data\\locked.bin: The process cannot access the file because it is being used by "
+                L"another process.",
+                L"Z:\\data\\refused.bin: Access is denied.",
+                L"Z:\\data\\big.bin: Non esistono cluster contigui sufficienti per deframmentare "
+                L"completamente il file."}));
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
+  EXPECT_EQ(Fragments(L"Z:\\data\\a.bin"), 1u);
+  EXPECT_EQ(Fragments(L"Z:\\data\\sub\\c.bin"), 1u);
+  EXPECT_EQ(Fragments(L"Z:\\data\\skip.tmp"), 2u);
+  EXPECT_EQ(Fragments(L"Z:\\data\\big.bin"), 2u);
+  EXPECT_EQ(ItemAtRow(0)->state, ItemState::DefragmentedFile);
+  EXPECT_EQ(Check(), "check ok");
+}
+
+TEST_F(RunsTest, BothRunsTogetherReportEachInTurn) {
+  gApp.runFlags = kRunNoGui | kRunAnalyze | kRunDefrag;
+  StartRun(RunMode::AnalyseAll);
+  const std::wstring analysis = Joined(ConsoleAnalysisSection());
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(analysis,
+            L"Analyzed file : Z:\\single.bin\r\nFile is in 2 fragments\r\n\r\n"
+            L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
+            L"\r\nNumber of items processed : 2 \r\n");
+  // The second run starts from nothing: only its own errors are counted.
+  EXPECT_EQ(gRun.errors.size(), 3u);
+  EXPECT_EQ(gRun.counters.filesMoved, 3u);
+  // Two of the folder's files that needed a move could not be moved.
+  EXPECT_EQ(Joined(ConsoleAnalysisSection()),
+            L"Analyzed file : Z:\\single.bin\r\nFile is in 1 fragments (Contiguous)\r\n\r\n"
+            L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
+            L"\r\nNumber of items processed : 2 \r\n");
+}
+
+TEST_F(RunsTest, AStopInsideTheWalkEndsEveryLevelAndAbortsTheFolder) {
+  gRunFilters.fileExcluded = [](const std::wstring& path) {
+    if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
+    return false;
+  };
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+
+  // single.bin, a.bin, b.bin and c.bin; nothing after c.bin in any folder.
+  EXPECT_EQ(gRun.counters.filesSeen, 4u);
+  EXPECT_EQ(ItemAtRow(1)->state, ItemState::Aborted);
+  EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Interrotto");
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::Stopped);
+}
+
+TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
+  gRunHooks.rowSelected = [](uint64_t row) { return row == 1; };
+  gRunFilters.folderExcluded = [](const std::wstring& path) { return path == L"Z:\\data"; };
+  StartRun(RunMode::AnalyseSelected);
+  EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
+  EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Scartato");
+  EXPECT_EQ(gRun.counters.filesSeen, 0u);
+
+  // A defragmentation with every item filtered out does nothing at all.
+  gRunFilters.fileExcluded = [](const std::wstring&) { return true; };
+  bool laidOut = false;
+  gRunHooks.runLayout = [&](bool, bool) { laidOut = true; };
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_FALSE(laidOut);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+}
+
+// Interactive runs close the program or show the summary only as the
+// gating rule says; the unattended mode never takes the stored disk-check
+// and cleanup choices unless its command line gave them.
+TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
+  int summaries = 0;
+  int shutdowns = 0;
+  std::vector<uint32_t> exits;
+  gRunHooks.showSummary = [&] { ++summaries; };
+  gRunHooks.shutdownDialog = [&] { ++shutdowns; };
+  gRunHooks.requestExit = [&](uint32_t code) { exits.push_back(code); };
+  // Close and shut down after defragmenting are both on.
+  gRunHooks.optionChecked = [](uint32_t command) { return command == 9015 || command == 9016; };
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(summaries, 0);  // closing is on: no summary, and nothing follows a finished run
+  EXPECT_EQ(shutdowns, 0);
+  EXPECT_TRUE(exits.empty());
+
+  Volume(kTree);
+  gRunFilters.fileExcluded = [](const std::wstring& path) {
+    if (path == L"Z:\\data\\refused.bin") RequestStop();
+    return false;
+  };
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(exits, std::vector<uint32_t>{3});  // stopped, with the locked file's error
+  EXPECT_EQ(shutdowns, 1);
+
+  Volume(kTree);
+  gApp.runFlags = kRunAllowAbort;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(exits.size(), 1u);  // a stop is allowed to end a run and nothing else
+  EXPECT_EQ(shutdowns, 1);
+  gApp.runFlags = 0;
+
+  gRunHooks.optionChecked = {};
+  gRunFilters.fileExcluded = {};
+  Volume(kTree);
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(summaries, 1);
+
+  int checks = 0;
+  std::wstring hidden;
+  gRunHooks.diskCheckChoice = [] { return kDiskCheckAuto; };
+  gRunHooks.diskCheckDialog = [&] {
+    ++checks;
+    return kDiskCheckErrorsFound;
+  };
+  gRunHooks.setHiddenStatus = [&](const std::wstring& text) { hidden = text; };
+  gApp.runFlags = kRunNoGui | kRunDefrag;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(checks, 0);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
+  gApp.runFlags |= kRunDiskCheckGiven;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(checks, 1);
+  EXPECT_EQ(hidden, L"FQ");
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+  EXPECT_EQ(Check(), "check ok");
+}
+
+TEST(RunResultsTest, ResultListsAreSortedWithoutDuplicatePaths) {
+  gRun = RunResults{};
+  for (const wchar_t* path : {L"Z:\\b", L"Z:\\A", L"z:\\a", L"Z:\\c"}) {
+    FragmentedFileRecord record;
+    record.path = path;
+    record.fragments = gRun.fragmented.size();
+    gRun.fragmented.push_back(record);
+    gRun.errors.push_back(ErrorEntry{path, path, L"x"});
+  }
+  SortAndDeduplicateResults();
+  ASSERT_EQ(gRun.fragmented.size(), 3u);
+  EXPECT_EQ(gRun.fragmented[0].path, L"Z:\\A");  // the first of equal paths stays
+  EXPECT_EQ(gRun.fragmented[1].path, L"Z:\\b");
+  EXPECT_EQ(gRun.errors.size(), 3u);
+  gRun = RunResults{};
+}
+
+TEST(RunResultsTest, StatusRefreshThinsOutAsTheCountGrows) {
+  std::vector<uint64_t> due;
+  for (uint64_t count = 1; count <= 1024; ++count) {
+    if (StatusRefreshDue(count)) due.push_back(count);
+  }
+  EXPECT_EQ(due, (std::vector<uint64_t>{32, 64, 128, 256, 512, 768, 1024}));
+}
+
+}  // namespace
