@@ -7,6 +7,10 @@
 
 ItemCellSettings gItemCellSettings;
 
+std::wstring GroupedCount(uint64_t count) {
+  return gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(count));
+}
+
 namespace {
 
 bool IsFolder(const ItemRecord& record) { return (record.flags & ItemFlags::kFolder) != 0; }

@@ -43,6 +43,9 @@ struct ItemCellSettings {
 };
 extern ItemCellSettings gItemCellSettings;
 
+// A count with the user's digit grouping, as the status bars and summaries show it.
+std::wstring GroupedCount(uint64_t count);
+
 // The text of one cell; an empty text for an empty cell.
 std::wstring ItemCellText(const ItemRecord& record, ItemColumn column);
 // "D" for a folder or "F" for a file, the column's key, the display path.

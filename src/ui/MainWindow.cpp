@@ -268,7 +268,7 @@ void OnInitDialog(HWND window) {
   if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
   InitItemListView(gMain.list);
   FillEngineHooks();
-  UpdateMainStatus(kStatusItemCount | kStatusIdle);
+  UpdateMainStatus(kStatusItemCount | kStatusWaiting);
   ShowBottomTabContent();
   RefreshCommandStates();
   if (gMain.setup.afterLayout) gMain.setup.afterLayout(window);

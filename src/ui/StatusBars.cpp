@@ -20,7 +20,6 @@ struct StatusBarsState {
 StatusBarsState gStatus;
 
 // With the locale's digit grouping, as the list's cells.
-std::wstring Grouped(uint64_t value) { return gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(value)); }
 
 void SetLower(const std::wstring& text) {
   SendMessageW(gStatus.lower, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
@@ -58,16 +57,16 @@ void UpdateStatus(uint32_t flags, const std::wstring& text) {
     return;
   }
   if (flags & kStatusItemCount) {
-    SetUpperStatusPart(0, Text(kStrItemsInList, L"Oggetti totali in elenco: ") + Grouped(ItemCount()));
+    SetUpperStatusPart(0, Text(kStrItemsInList, L"Oggetti totali in elenco: ") + GroupedCount(ItemCount()));
   }
-  if (flags & kStatusIdle) {
+  if (flags & kStatusWaiting) {
     SetLowerStatusIcon(false);
     SetLower(Text(kStrWaiting, L"In attesa"));
   }
-  if (flags & kStatusProcessed) {
-    SetUpperStatusPart(1, Text(kStrFilesProcessed, L"Totale file elaborati: ") + Grouped(gRun.counters.filesSeen));
+  if (flags & kStatusProcessedCount) {
+    SetUpperStatusPart(1, Text(kStrFilesProcessed, L"Totale file elaborati: ") + GroupedCount(gRun.counters.filesSeen));
   }
-  if (flags & kStatusWaitForStop) {
+  if (flags & kStatusPleaseWait) {
     SetLower(Text(kStrWaitForStop, L"Attendere che l'operazione in corso sia terminata..."));
   }
 }

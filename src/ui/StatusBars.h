@@ -6,12 +6,11 @@
 #include <cstdint>
 #include <string>
 
-constexpr uint32_t kStatusItemCount = 0x02;    // upper 0: the number of items in the list
-constexpr uint32_t kStatusIdle = 0x04;         // lower: no icon, "In attesa"
-constexpr uint32_t kStatusProcessed = 0x08;    // upper 1: the number of files processed
-constexpr uint32_t kStatusRunStarting = 0x10;  // upper 0 and lower: a run begins
-constexpr uint32_t kStatusWaitForStop = 0x20;  // lower: the run is being stopped
-constexpr uint32_t kStatusText = 0x40;         // upper 1: the given text
+#include "runs/RunHooks.h"
+
+// The update flags are the runs' (kStatusItemCount, kStatusWaiting,
+// kStatusProcessedCount, kStatusRunStarting, kStatusPleaseWait), and one more:
+constexpr uint32_t kStatusText = 0x40;  // upper 1: the given text
 
 void InitStatusBars(HWND upper, HWND lower);
 void UpdateStatus(uint32_t flags, const std::wstring& text = std::wstring());

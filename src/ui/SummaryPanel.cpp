@@ -103,7 +103,7 @@ void UpdateSummaryPanel() {
   for (int i = 0; i < kCounterCount; ++i) {
     SetWindowTextW(gSummary.labels[i], Text(kCounterLabels[i].textId, kCounterLabels[i].italian));
     SetWindowTextW(gSummary.values[i],
-                   gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(values[i])).c_str());
+                   GroupedCount(values[i]).c_str());
   }
   SetWindowTextW(gSummary.notice, NoticeText());
 }

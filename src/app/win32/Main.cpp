@@ -17,7 +17,7 @@
 #include "settings/win32/LoadSaveSettings.h"
 #include "settings/win32/OptionCommands.h"
 #include "res/ResourceIds.h"
-#include "runs/win32/RunWindow.h"
+#include "ui/RunWindow.h"
 #include "ui/MainWindow.h"
 #include "util/SharedLock.h"
 #include "util/Text.h"

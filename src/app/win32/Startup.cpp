@@ -15,7 +15,7 @@
 #include "settings/win32/LoadSaveSettings.h"
 #include "settings/win32/OptionCommands.h"
 #include "profiles/win32/ProfileCommands.h"
-#include "runs/win32/RunWindow.h"
+#include "ui/RunWindow.h"
 #include "ui/CommandIds.h"
 #include "ui/HelpDialog.h"
 #include "ui/MainWindow.h"

@@ -1,4 +1,4 @@
-#include "runs/win32/RunWindow.h"
+#include "ui/RunWindow.h"
 
 #include <commctrl.h>
 #include <commdlg.h>
@@ -16,18 +16,14 @@
 #include "runs/RunHooks.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
-#include "util/SharedLock.h"
+#include "ui/CommandIds.h"
+#include "ui/MainWindow.h"
+#include "ui/MessageBox.h"
+#include "ui/StatusBars.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
 namespace {
-
-constexpr uint32_t kCmdAnalyzeAll = 9009;
-constexpr uint32_t kCmdDefragAll = 9010;
-constexpr uint32_t kCmdStop = 9011;
-constexpr uint32_t kCmdSaveReport = 9068;
-constexpr uint32_t kCmdAnalyzeSelected = 9075;
-constexpr uint32_t kCmdDefragSelected = 9076;
 
 constexpr UINT_PTR kShutdownTimer = 1;
 constexpr UINT kShutdownStepMs = 250;
@@ -42,60 +38,6 @@ struct RunWindowState {
 RunWindowState gRunWindow;
 
 HWND Control(int id) { return gRunWindow.main ? GetDlgItem(gRunWindow.main, id) : nullptr; }
-
-std::wstring Grouped(uint64_t value) {
-  if (gItemCellSettings.numbers.groupDigits) {
-    return gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(value));
-  }
-  return std::to_wstring(value);
-}
-
-void SetBarText(int id, int part, const std::wstring& text) {
-  if (HWND bar = Control(id)) {
-    SendMessageW(bar, SB_SETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text.c_str()));
-  }
-}
-
-uint64_t ProcessedCount() {
-  std::lock_guard lock(SharedLock());
-  return gRun.counters.filesSeen;
-}
-
-void UpdateStatus(uint32_t flags) {
-  if (flags & kStatusRunStarting) {
-    SetBarText(IDC_STATUS_UPPER, 0, Text(444, L"Analisi in corso..."));
-    SetBarText(IDC_STATUS_LOWER, 0, Text(kStrProcessing, L"In elaborazione..."));
-    return;
-  }
-  if (flags & kStatusItemCount) {
-    SetBarText(IDC_STATUS_UPPER, 0,
-               std::wstring(Text(kStrItemsInList, L"Oggetti totali in elenco: ")) + Grouped(ItemCount()));
-  }
-  if (flags & kStatusWaiting) SetBarText(IDC_STATUS_LOWER, 0, Text(kStrWaiting, L"In attesa"));
-  if (flags & kStatusProcessedCount) {
-    SetBarText(IDC_STATUS_UPPER, 1,
-               std::wstring(Text(kStrFilesProcessed, L"Totale file elaborati: ")) + Grouped(ProcessedCount()));
-  }
-  if (flags & kStatusPleaseWait) {
-    SetBarText(IDC_STATUS_LOWER, 0,
-               Text(kStrWaitForStop, L"Attendere che l'operazione in corso sia terminata..."));
-  }
-}
-
-bool PumpWindowMessages() {
-  MSG message{};
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) {
-      // Left for the message loop, which ends the program with it.
-      PostQuitMessage(static_cast<int>(message.wParam));
-      return false;
-    }
-    if (gRunWindow.main && IsDialogMessageW(gRunWindow.main, &message)) continue;
-    TranslateMessage(&message);
-    DispatchMessageW(&message);
-  }
-  return true;
-}
 
 void TaskbarProgress(bool busy) {
   if (!gRunWindow.taskbarTried) {
@@ -121,7 +63,7 @@ void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
   time = GetTimeFormatW(LOCALE_USER_DEFAULT, 0, &system, nullptr, buffer, 128) ? buffer : L"";
 }
 
-HWND ItemListView() { return Control(IDC_ITEM_LIST); }
+HWND ItemListView() { return MainItemListView(); }
 
 void SaveReportCommand(HWND owner) {
   wchar_t name[MAX_PATH * 2] = L"";
@@ -137,7 +79,7 @@ void SaveReportCommand(HWND owner) {
   dialog.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
   if (!GetSaveFileNameW(&dialog)) return;
   if (!SaveAnalysisReport(name, PlatformReportFormat())) return;
-  MessageBoxW(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
+  ShowMessage(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
               MB_OK | MB_ICONINFORMATION);
 }
 
@@ -152,11 +94,11 @@ INT_PTR CALLBACK SummaryProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED_LABEL,
                       Text(kStrSummaryDefragmented, L"File deframmentati:"));
       SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS_LABEL, Text(kStrSummaryErrors, L"Errori:"));
-      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, Grouped(gRun.counters.filesSeen).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, Grouped(gRun.fragmented.size()).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, Grouped(gRun.counters.notFragmented).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, Grouped(gRun.counters.filesMoved).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, Grouped(gRun.errors.size()).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, GroupedCount(gRun.counters.filesSeen).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(gRun.fragmented.size()).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, GroupedCount(gRun.counters.notFragmented).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, GroupedCount(gRun.counters.filesMoved).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(gRun.errors.size()).c_str());
       return TRUE;
     }
     case WM_COMMAND:
@@ -246,7 +188,7 @@ bool RunShutdownCountdown(HWND owner) {
 
 ReportFormat PlatformReportFormat() {
   ReportFormat format = PortableReportFormat();
-  format.groupDigits = [](int64_t value) { return Grouped(static_cast<uint64_t>(value)); };
+  format.groupDigits = gItemCellSettings.numbers.groupDigits;
   format.decimal = [](const std::wstring& twoDecimals) {
     wchar_t buffer[64];
     if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) {
@@ -272,15 +214,6 @@ ReportFormat PlatformReportFormat() {
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
   gRunWindow.main = mainWindow;
   gRunWindow.setup = setup;
-  if (!gEngineHooks.pumpMessages) gEngineHooks.pumpMessages = PumpWindowMessages;
-  if (!gEngineHooks.setStatusText) {
-    gEngineHooks.setStatusText = [](int part, const std::wstring& text) {
-      SetBarText(IDC_STATUS_UPPER, part, text);
-    };
-  }
-  if (!gEngineHooks.text) gEngineHooks.text = [](uint32_t id, const wchar_t* literal) {
-    return std::wstring(Text(id, literal));
-  };
   RunHooks& hooks = gRunHooks;
   hooks.rowSelected = RowSelected;
   hooks.scrollToRow = [](uint64_t row) {
@@ -292,7 +225,15 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
   hooks.redrawItems = [] {
     if (HWND list = ItemListView()) InvalidateRect(list, nullptr, FALSE);
   };
-  hooks.updateStatus = UpdateStatus;
+  hooks.updateStatus = [](uint32_t flags) { UpdateMainStatus(flags); };
+  // The fragmented files and the counters show in the bottom panel.
+  hooks.refreshCounters = [] {
+    RefreshCounters();
+    RefreshResultList();
+  };
+  hooks.refreshErrors = RefreshCounters;
+  hooks.enableResultTabs = RefreshResultList;
+  hooks.runLayout = [](bool running, bool) { SetRunInProgress(running); };
   hooks.clipChildren = [](bool on) {
     if (!gRunWindow.main) return;
     LONG_PTR style = GetWindowLongPtrW(gRunWindow.main, GWL_STYLE);

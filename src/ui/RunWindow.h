@@ -18,8 +18,7 @@ struct RunWindowSetup {
   std::function<void(const std::wstring& text)> consoleWrite;
 };
 
-// Fills the run hooks for this main window; hooks the window already set in
-// the engine's table are kept.
+// Fills the run hooks with this main window's status bars, lists and dialogs.
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
 
 // The run commands (analyse, defragment, all or selected; stop; save the
