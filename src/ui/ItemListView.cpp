@@ -7,6 +7,7 @@
 #include "items/ItemCells.h"
 #include "items/ItemColours.h"
 #include "items/ItemList.h"
+#include "res/ResourceIds.h"
 #include "settings/Settings.h"
 #include "ui/Artwork.h"
 #include "ui/CommandIds.h"
@@ -89,7 +90,7 @@ LRESULT CustomDraw(NMLVCUSTOMDRAW* draw) {
 
 }  // namespace
 
-const ColumnTable kItemColumnTable{kItemColumns, static_cast<int>(std::size(kItemColumns))};
+const ColumnTable kItemColumnTable{kItemColumns, static_cast<int>(std::size(kItemColumns)), IDR_ITEM_COLUMNS_MENU};
 
 void InitItemListView(HWND list) {
   ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);

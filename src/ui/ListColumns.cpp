@@ -4,8 +4,10 @@
 
 #include <string>
 
+#include "res/ResourceIds.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/MenuTexts.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -17,12 +19,6 @@ void EnsureSize(std::vector<uint8_t>& visible, int count) {
 
 int DefaultWidth(HWND list, const ColumnLayout& layout) { return ScaleForDpi(layout.width96, WindowDpi(list)); }
 
-// The menu shows the header's words without the blanks some headers carry.
-std::wstring MenuText(const ColumnLayout& layout) {
-  std::wstring text = Text(layout.textId, layout.italian);
-  size_t first = text.find_first_not_of(L' ');
-  return first == std::wstring::npos ? text : text.substr(first);
-}
 
 }  // namespace
 
@@ -83,17 +79,14 @@ bool ApplyColumnCommand(HWND list, const ColumnTable& table, std::vector<uint8_t
 }
 
 void RunColumnMenu(HWND owner, HWND list, const ColumnTable& table, std::vector<uint8_t>& visible, POINT at) {
-  HMENU menu = CreatePopupMenu();
+  HMENU menu = LoadPopupMenu(table.menuResource, MenuKind::Columns);
   if (!menu) return;
   for (int index = 0; index < table.count; ++index) {
-    const ColumnLayout& layout = table.columns[index];
-    UINT flags = MF_STRING | (ColumnHidden(visible, index) ? MF_UNCHECKED : MF_CHECKED);
+    const UINT command = table.columns[index].command;
+    CheckMenuItem(menu, command, MF_BYCOMMAND | (ColumnHidden(visible, index) ? MF_UNCHECKED : MF_CHECKED));
     // The name column carries the row's picture and selection: it always stays.
-    if (index == 0) flags |= MF_GRAYED;
-    AppendMenuW(menu, flags, layout.command, MenuText(layout).c_str());
+    if (index == 0) EnableMenuItem(menu, command, MF_BYCOMMAND | MF_GRAYED);
   }
-  AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-  AppendMenuW(menu, MF_STRING, kCmdDefaultColumns, Text(kStrMenuDefaultColumns, L"Predefinito"));
   UINT chosen = static_cast<UINT>(
       TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, at.x, at.y, 0, owner, nullptr));
   DestroyMenu(menu);

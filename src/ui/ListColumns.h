@@ -18,6 +18,7 @@ struct ColumnLayout {
 struct ColumnTable {
   const ColumnLayout* columns;
   int count;
+  int menuResource;  // the column menu, one item per column in table order
 };
 
 void BuildListColumns(HWND list, const ColumnTable& table);

@@ -420,7 +420,11 @@ void RetextMainWindow() {
   SendMessageW(gMain.tabs, kTabsSetText, 0, reinterpret_cast<LPARAM>(Text(kStrTabFragmented, L"File frammentati")));
   SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabSummary, L"Riepilogo")));
   RetextToolbar();
+  // The buttons' widths follow their new words.
+  LayoutChildren();
   RefreshCounters();
-  UpdateMainStatus(kStatusItemCount);
+  // Between runs the lower bar only says the program is waiting; during a
+  // run the run's next update writes it in the new language.
+  UpdateMainStatus(gMain.running ? kStatusItemCount : kStatusItemCount | kStatusWaiting);
   RefreshResultList();
 }

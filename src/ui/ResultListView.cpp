@@ -3,6 +3,7 @@
 #include <string>
 
 #include "items/ItemCells.h"
+#include "res/ResourceIds.h"
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
 #include "ui/Artwork.h"
@@ -58,7 +59,7 @@ void AnswerCell(NMLVDISPINFOW* info) {
 
 }  // namespace
 
-const ColumnTable kResultColumnTable{kResultColumns, static_cast<int>(std::size(kResultColumns))};
+const ColumnTable kResultColumnTable{kResultColumns, static_cast<int>(std::size(kResultColumns)), IDR_FILE_COLUMNS_MENU};
 
 void InitResultListView(HWND list) {
   ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);

@@ -4,6 +4,7 @@
 #include "ui/Artwork.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/MenuTexts.h"
 #include "ui/controls/Controls.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
@@ -81,16 +82,9 @@ void ShowToolbar(bool show) {
 }
 
 void RunToolbarDropDown(HWND mainWindow, HWND button) {
-  HMENU menu = CreatePopupMenu();
+  const bool add = GetDlgCtrlID(button) == static_cast<int>(kCmdAddFiles);
+  HMENU menu = add ? LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList) : LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
   if (!menu) return;
-  if (GetDlgCtrlID(button) == static_cast<int>(kCmdAddFiles)) {
-    AppendMenuW(menu, MF_STRING, kCmdAddFiles, Text(kStrMenuAddFilesLong, L"Aggiungi &file...\tCTRL+O"));
-    AppendMenuW(menu, MF_STRING, kCmdAddFolder, Text(kStrMenuAddFolderLong, L"Aggiungi &cartella...\tCTRL+D"));
-  } else {
-    AppendMenuW(menu, MF_STRING, kCmdDefragAllFiles, Text(kStrMenuDefragAllFiles, L"Deframmenta tutti i file"));
-    AppendMenuW(menu, MF_STRING, kCmdDefragSelectedFiles,
-                Text(kStrMenuDefragSelectedFiles, L"Deframmenta solamente i file selezionati"));
-  }
   RECT bounds{};
   GetWindowRect(button, &bounds);
   UINT chosen = static_cast<UINT>(

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "res/ResourceIds.h"
-#include "settings/win32/MenuTexts.h"
+#include "ui/MenuTexts.h"
 #include "ui/CommandIds.h"
 #include "util/Text.h"
 

@@ -8,7 +8,7 @@
 #include "res/ResourceIds.h"
 #include "settings/LanguageFile.h"
 #include "settings/Settings.h"
-#include "settings/win32/MenuTexts.h"
+#include "ui/MenuTexts.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"

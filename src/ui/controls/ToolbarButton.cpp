@@ -157,10 +157,16 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     case WM_LBUTTONDBLCLK:
       if (InArrow(window, *state, point)) {
         // The drop-down menu runs its own loop: show the pressed arrow meanwhile.
+        // The tip would cover the menu's items: silent until the menu ends.
         state->pressed = 2;
         InvalidateRect(window, nullptr, FALSE);
         UpdateWindow(window);
+        if (state->tip) {
+          SendMessageW(state->tip, TTM_POP, 0, 0);
+          SendMessageW(state->tip, TTM_ACTIVATE, FALSE, 0);
+        }
         Notify(window, kToolbarDropDownCode);
+        if (state->tip) SendMessageW(state->tip, TTM_ACTIVATE, TRUE, 0);
         state->pressed = 0;
         state->hot = state->hotArrow = false;
         InvalidateRect(window, nullptr, FALSE);

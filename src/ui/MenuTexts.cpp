@@ -1,4 +1,4 @@
-#include "settings/win32/MenuTexts.h"
+#include "ui/MenuTexts.h"
 
 #include <cstdint>
 
@@ -100,16 +100,16 @@ constexpr MenuText kFileListTexts[] = {
     {kCmdProperties, kStrMenuFileProperties, L"P&ropriet\u00E0"},
 };
 constexpr MenuText kColumnTexts[] = {
-    {9034, kStrColumnName, L"Nome"},
-    {9035, kStrColumnState, L"Stato"},
-    {9038, kStrColumnSize, L"Dimensione"},
-    {9040, kStrColumnSizeOnDisk, L"Dimensione su disco"},
-    {9036, kStrColumnFragments, L"Frammenti"},
-    {9037, kStrColumnClusters, L"Cluster"},
-    {9039, kStrColumnType, L"Tipo"},
-    {9041, kStrColumnPercentOnDisk, L"% su disco"},
-    {9042, kStrColumnModified, L"Data ultima modifica"},
-    {9043, kStrColumnAttributes, L"Attributi"},
+    {kCmdColumnName, kStrColumnName, L"Nome"},
+    {kCmdColumnState, kStrColumnState, L"Stato"},
+    {kCmdColumnSize, kStrColumnSize, L"Dimensione"},
+    {kCmdColumnSizeOnDisk, kStrColumnSizeOnDisk, L"Dimensione su disco"},
+    {kCmdColumnFragments, kStrColumnFragments, L"Frammenti"},
+    {kCmdColumnClusters, kStrColumnClusters, L"Cluster"},
+    {kCmdColumnType, kStrColumnType, L"Tipo"},
+    {kCmdColumnPercentOnDisk, kStrColumnPercentOnDisk, L"% su disco"},
+    {kCmdColumnModified, kStrColumnModified, L"Data ultima modifica"},
+    {kCmdColumnAttributes, kStrColumnAttributes, L"Attributi"},
     {kCmdDefaultColumns, kStrMenuDefaultColumns, L"Predefinito"},
 };
 
@@ -156,4 +156,15 @@ void RetextMenu(HMENU menu, MenuKind kind) {
     }
     if (info.hSubMenu) RetextMenu(info.hSubMenu, kind);
   }
+}
+
+HMENU LoadPopupMenu(int resourceId, MenuKind kind) {
+  HMENU bar = LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(resourceId));
+  if (!bar) return nullptr;
+  HMENU popup = GetSubMenu(bar, 0);
+  // Detached first, the popup outlives the resource's outer menu.
+  if (popup) RemoveMenu(bar, 0, MF_BYPOSITION);
+  DestroyMenu(bar);
+  if (popup) RetextMenu(popup, kind);
+  return popup;
 }

@@ -14,3 +14,8 @@ enum class MenuKind {
 // Sets the text of every item of menu (and of its sub-menus) that has one in
 // the table of that kind of menu.
 void RetextMenu(HMENU menu, MenuKind kind);
+
+// A context menu or drop-down from its resource (the first sub-menu of it),
+// in the current language; the caller destroys it. Null when it cannot be
+// loaded.
+HMENU LoadPopupMenu(int resourceId, MenuKind kind);
