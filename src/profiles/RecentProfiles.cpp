@@ -1,5 +1,6 @@
 #include "profiles/RecentProfiles.h"
 
+#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -64,6 +65,20 @@ void MirrorToSettings() {
   }
 }
 
+// The ids live between the placeholder's and the first command's. A session
+// that adds thousands of profiles would run past them into the commands, so
+// the entries are numbered again from the first id, oldest first: age is kept,
+// only the numbers change.
+void RenumberWhenIdsRunOut() {
+  if (kFirstRecentProfileId + uint64_t(gRecentProfiles.counter) <= kLastRecentProfileId) return;
+  std::vector<RecentProfile*> byAge;
+  for (RecentProfile* entry = gRecentProfiles.head; entry; entry = entry->next) byAge.push_back(entry);
+  std::sort(byAge.begin(), byAge.end(),
+            [](const RecentProfile* a, const RecentProfile* b) { return a->menuId < b->menuId; });
+  gRecentProfiles.counter = 0;
+  for (RecentProfile* entry : byAge) entry->menuId = kFirstRecentProfileId + gRecentProfiles.counter++;
+}
+
 }  // namespace
 
 std::function<std::wstring(const std::wstring& path)> gShortenProfilePath;
@@ -74,6 +89,7 @@ void AddRecentProfile(const std::wstring& path) {
   entry->path = path;
   entry->menuText = gShortenProfilePath ? gShortenProfilePath(path) : CutPath(path);
   entry->pathKey = path;
+  RenumberWhenIdsRunOut();
   entry->menuId = kFirstRecentProfileId + gRecentProfiles.counter++;
   entry->next = gRecentProfiles.head;
   gRecentProfiles.head = entry;

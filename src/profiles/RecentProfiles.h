@@ -27,7 +27,7 @@ struct RecentProfile {
 struct RecentProfileList {
   RecentProfile* head = nullptr;
   uint64_t count = 0;
-  uint32_t counter = 0;  // never falls
+  uint32_t counter = 0;  // never falls, but when the ids run out
 };
 extern RecentProfileList gRecentProfiles;
 

@@ -17,6 +17,7 @@
 #include "runs/RunResults.h"
 #include "runs/RunSteps.h"
 #include "settings/Settings.h"
+#include "ui/CommandIds.h"
 #include "util/SharedLock.h"
 #include "util/WideString.h"
 
@@ -24,9 +25,6 @@ RunState gRunState;
 
 namespace {
 
-constexpr uint32_t kCmdCloseAfterDefrag = 9015;
-constexpr uint32_t kCmdShutdownAfterDefrag = 9016;
-constexpr uint32_t kCmdFollowItem = 9018;
 constexpr uint32_t kNoPriority = 0xFFFFFFFF;
 // More staged files than this are moved into the run's lists at once.
 constexpr size_t kFlushBatch = 32;

@@ -59,6 +59,25 @@ TEST_F(RecentProfilesTest, TheLimitDropsTheOldestAndTrimmingRemovesTheOldestFirs
   EXPECT_EQ(gRecentProfiles.counter, 6u) << "the counter never falls";
 }
 
+TEST_F(RecentProfilesTest, IdsNeverReachTheCommandsAndKeepTheAgeOrder) {
+  gSettings.maxRecentProfiles = 3;
+  // Enough additions in one session to use every id of the range.
+  const uint32_t additions = kLastRecentProfileId - kFirstRecentProfileId + 2;
+  for (uint32_t i = 0; i < additions; ++i) {
+    AddRecentProfile(L"C:\\" + std::to_wstring(i % 4) + L".olp");
+    for (const RecentProfile* e = gRecentProfiles.head; e; e = e->next) {
+      ASSERT_GE(e->menuId, kFirstRecentProfileId);
+      ASSERT_LE(e->menuId, kLastRecentProfileId) << "after " << i + 1 << " additions";
+    }
+  }
+  // The run-out came at the last addition: the three kept then (1, 2, 3) were
+  // numbered again from the start, oldest first, and the new 0 came after
+  // them and pushed out the oldest.
+  EXPECT_EQ(Entries(), (Lines{L"C:\\0.olp 4503", L"C:\\2.olp 4501", L"C:\\3.olp 4502"}));
+  AddRecentProfile(L"C:\\1.olp");
+  EXPECT_EQ(Entries(), (Lines{L"C:\\0.olp 4503", L"C:\\1.olp 4504", L"C:\\3.olp 4502"}));
+}
+
 TEST_F(RecentProfilesTest, LoadingFromTheSettingsRenumbersInFileOrderAndDropsMissingFiles) {
   ScopedFakeFileQueries fs;
   fs.fake.AddFile(L"C:\\a.olp");

@@ -25,12 +25,6 @@
 
 namespace {
 
-// Commands of the "Profili" and "Strumenti" menus and of the item list's
-// context menu that the shared command table does not name yet.
-constexpr UINT kExcludeSelectedCommand = 9066;
-constexpr UINT kFilterDialogCommand = 9069;
-constexpr UINT kRecentProfilesDialogCommand = 9077;
-
 std::wstring AskProfilePath(HWND owner, bool save) {
   std::wstring filter =
       FileDialogFilter(Text(kStrProfileFilter, L"Profilo di Ordalis (*.olp)|*.olp|Tutti i file (*.*)|*.*|"));
@@ -367,9 +361,9 @@ bool HandleSelectionCommand(HWND owner, UINT command) {
   switch (command) {
     case kCmdImportProfile: ImportProfile(owner, L"", false); return true;
     case kCmdSaveProfile: SaveProfileCommand(owner); return true;
-    case kRecentProfilesDialogCommand: ShowRecentProfilesDialog(owner); return true;
-    case kFilterDialogCommand: ShowFilterDialog(owner); return true;
-    case kExcludeSelectedCommand: {
+    case kCmdRecentProfilesDialog: ShowRecentProfilesDialog(owner); return true;
+    case kCmdFilterDialog: ShowFilterDialog(owner); return true;
+    case kCmdExcludeSelected: {
       HWND focus = GetFocus();
       HWND items = GetDlgItem(owner, IDC_ITEM_LIST);
       if (focus && focus == items) AddSelectedToExclusions(owner, focus, ExcludeSource::ItemList, true);
