@@ -27,15 +27,8 @@ void Paint(HWND window, const BodyState& state) {
 }
 
 LRESULT CALLBACK BodyProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto* state = reinterpret_cast<BodyState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  auto* state = Theme::ControlState<BodyState>(window, message);
   switch (message) {
-    case WM_NCCREATE:
-      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new BodyState));
-      break;
-    case WM_NCDESTROY:
-      delete state;
-      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-      break;
     case kBodySetNotice:
       state->notice = lParam ? reinterpret_cast<const wchar_t*>(lParam) : L"";
       InvalidateRect(window, nullptr, FALSE);

@@ -84,16 +84,9 @@ void Track(HWND window) {
 }
 
 LRESULT CALLBACK TabsProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto* state = reinterpret_cast<TabsState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  auto* state = Theme::ControlState<TabsState>(window, message);
   POINT point{static_cast<short>(LOWORD(lParam)), static_cast<short>(HIWORD(lParam))};
   switch (message) {
-    case WM_NCCREATE:
-      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new TabsState));
-      break;
-    case WM_NCDESTROY:
-      delete state;
-      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-      break;
     case kTabsAdd:
       state->tabs.push_back({reinterpret_cast<const wchar_t*>(lParam), static_cast<WORD>(wParam)});
       InvalidateRect(window, nullptr, FALSE);

@@ -46,15 +46,8 @@ void Clicked(HWND window) {
 }
 
 LRESULT CALLBACK ColourProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto* state = reinterpret_cast<ColourState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  auto* state = Theme::ControlState<ColourState>(window, message);
   switch (message) {
-    case WM_NCCREATE:
-      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new ColourState));
-      break;
-    case WM_NCDESTROY:
-      delete state;
-      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-      break;
     case kColourSet:
       state->colour = static_cast<COLORREF>(wParam);
       InvalidateRect(window, nullptr, FALSE);

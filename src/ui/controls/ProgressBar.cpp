@@ -28,15 +28,8 @@ void Paint(HWND window, const ProgressState& state) {
 }
 
 LRESULT CALLBACK ProgressProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto* state = reinterpret_cast<ProgressState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  auto* state = Theme::ControlState<ProgressState>(window, message);
   switch (message) {
-    case WM_NCCREATE:
-      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new ProgressState));
-      break;
-    case WM_NCDESTROY:
-      delete state;
-      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-      break;
     case kProgressSetRange:
       state->last = static_cast<uint64_t>(lParam);
       state->position = 0;

@@ -27,15 +27,8 @@ void Paint(HWND window, const SplitterState& state) {
 }
 
 LRESULT CALLBACK SplitterProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto* state = reinterpret_cast<SplitterState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  auto* state = Theme::ControlState<SplitterState>(window, message);
   switch (message) {
-    case WM_NCCREATE:
-      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new SplitterState));
-      break;
-    case WM_NCDESTROY:
-      delete state;
-      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-      break;
     case WM_SETCURSOR:
       SetCursor(LoadCursorW(nullptr, IDC_SIZENS));
       return TRUE;

@@ -27,6 +27,20 @@ void FillSolid(HDC dc, const RECT& rect, COLORREF colour);
 // The window's font (the dialog's), or the GUI font when it has none.
 HFONT WindowFont(HWND window);
 
+// A control's state lives behind its window: made as the window is created
+// (WM_NCCREATE), freed as it goes (WM_NCDESTROY). Called first in the window
+// procedure with each message; answers the state, null once it is freed.
+template <typename State>
+State* ControlState(HWND window, UINT message) {
+  if (message == WM_NCCREATE) {
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new State));
+  } else if (message == WM_NCDESTROY) {
+    delete reinterpret_cast<State*>(SetWindowLongPtrW(window, GWLP_USERDATA, 0));
+    return nullptr;
+  }
+  return reinterpret_cast<State*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+}
+
 // Registers the class once per process; false when registration failed.
 bool RegisterControlClass(const wchar_t* className, WNDPROC procedure, UINT style = CS_HREDRAW | CS_VREDRAW);
 

@@ -10,6 +10,9 @@
 namespace {
 
 struct ButtonState {
+  ~ButtonState() {
+    if (icon) DestroyIcon(icon);
+  }
   HICON icon = nullptr;
   bool dropDown = false;
   bool hot = false;
@@ -94,17 +97,9 @@ void Notify(HWND window, WORD code) {
 }
 
 LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+  auto* state = Theme::ControlState<ButtonState>(window, message);
   POINT point{static_cast<short>(LOWORD(lParam)), static_cast<short>(HIWORD(lParam))};
   switch (message) {
-    case WM_NCCREATE:
-      SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new ButtonState));
-      break;
-    case WM_NCDESTROY:
-      if (state->icon) DestroyIcon(state->icon);
-      delete state;
-      SetWindowLongPtrW(window, GWLP_USERDATA, 0);
-      break;
     case kToolbarSetTip: {
       state->tipText = lParam ? reinterpret_cast<const wchar_t*>(lParam) : L"";
       if (!state->tip) {
