@@ -2,9 +2,10 @@
 
 #include <new>
 
-#include "settings/Settings.h"
-
 #include "engine/FileQueries.h"
+#include "settings/Settings.h"
+#include "util/SortLinkedList.h"
+#include "util/WideString.h"
 
 FilterList gExclusions;
 FilterList gInclusions;
@@ -23,38 +24,12 @@ FilterKind KindOfLetter(wchar_t letter, FilterKind unknown) {
   return unknown;
 }
 
-// Stable merge sort of the nodes by stored line, case-insensitive.
-FilterEntry* MergeSorted(FilterEntry* a, FilterEntry* b) {
-  FilterEntry head;
-  FilterEntry* tail = &head;
-  while (a && b) {
-    if (CompareNoCase(b->storedLine, a->storedLine) < 0) {
-      tail->next = b;
-      b = b->next;
-    } else {
-      tail->next = a;
-      a = a->next;
-    }
-    tail = tail->next;
-  }
-  tail->next = a ? a : b;
-  return head.next;
+// By stored line, case-insensitive, equal lines in list order.
+void SortList(FilterList& list) {
+  list.head = SortLinkedList(list.head, [](const FilterEntry& x, const FilterEntry& y) {
+    return CompareNoCase(x.storedLine, y.storedLine) < 0;
+  });
 }
-
-FilterEntry* SortEntries(FilterEntry* first, uint64_t count) {
-  if (count < 2) {
-    if (first) first->next = nullptr;
-    return first;
-  }
-  uint64_t half = count / 2;
-  FilterEntry* middle = first;
-  for (uint64_t i = 1; i < half; ++i) middle = middle->next;
-  FilterEntry* second = middle->next;
-  middle->next = nullptr;
-  return MergeSorted(SortEntries(first, half), SortEntries(second, count - half));
-}
-
-void SortList(FilterList& list) { list.head = SortEntries(list.head, list.count); }
 
 // An unknown letter keeps the kind the node was made with, as the file
 // reader has always done; such a line only comes from a hand-edited file.

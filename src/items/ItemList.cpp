@@ -10,6 +10,7 @@
 #include "engine/FileQueries.h"
 #include "util/DateText.h"
 #include "util/PathText.h"
+#include "util/SortLinkedList.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 #include "util/WideString.h"
@@ -73,37 +74,6 @@ uint32_t StateImageOf(uint32_t outcomeFlag) {
   }
 }
 
-ItemNode* MergeSorted(ItemNode* first, ItemNode* second, int direction) {
-  ItemNode head;
-  ItemNode* tail = &head;
-  while (first != nullptr && second != nullptr) {
-    // The second half's element goes first only when it is strictly before:
-    // equal keys keep their order.
-    if (CompareNoCase(first->record.sortKey, second->record.sortKey) * direction > 0) {
-      tail->next = second;
-      second = second->next;
-    } else {
-      tail->next = first;
-      first = first->next;
-    }
-    tail = tail->next;
-  }
-  tail->next = first != nullptr ? first : second;
-  return head.next;
-}
-
-ItemNode* MergeSort(ItemNode* head, int direction) {
-  if (head == nullptr || head->next == nullptr) return head;
-  ItemNode* slow = head;
-  ItemNode* fast = head->next;
-  while (fast != nullptr && fast->next != nullptr) {
-    slow = slow->next;
-    fast = fast->next->next;
-  }
-  ItemNode* second = slow->next;
-  slow->next = nullptr;
-  return MergeSorted(MergeSort(head, direction), MergeSort(second, direction), direction);
-}
 
 }  // namespace
 
@@ -252,7 +222,9 @@ void ClearItemList() {
 }
 
 void SortItemList(int direction) {
-  gItemList.head = MergeSort(gItemList.head, direction);
+  gItemList.head = SortLinkedList(gItemList.head, [direction](const ItemNode& x, const ItemNode& y) {
+    return CompareNoCase(y.record.sortKey, x.record.sortKey) * direction > 0;
+  });
   RebuildRows();
 }
 

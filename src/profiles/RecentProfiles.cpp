@@ -6,6 +6,7 @@
 
 #include "engine/FileQueries.h"
 #include "settings/Settings.h"
+#include "util/SortLinkedList.h"
 #include "util/WideString.h"
 
 RecentProfileList gRecentProfiles;
@@ -17,31 +18,6 @@ std::wstring CutPath(const std::wstring& path) {
   return L"..." + path.substr(path.size() - (kRecentProfileMenuChars - 3));
 }
 
-RecentProfile* Merge(RecentProfile* a, RecentProfile* b) {
-  RecentProfile head;
-  RecentProfile* tail = &head;
-  while (a && b) {
-    if (CompareNoCase(b->pathKey, a->pathKey) < 0) {
-      tail->next = b;
-      b = b->next;
-    } else {
-      tail->next = a;
-      a = a->next;
-    }
-    tail = tail->next;
-  }
-  tail->next = a ? a : b;
-  return head.next;
-}
-
-RecentProfile* Sort(RecentProfile* first, uint64_t count) {
-  if (count < 2) return first;
-  RecentProfile* middle = first;
-  for (uint64_t i = 1; i < count / 2; ++i) middle = middle->next;
-  RecentProfile* second = middle->next;
-  middle->next = nullptr;
-  return Merge(Sort(first, count / 2), Sort(second, count - count / 2));
-}
 
 void Unlink(RecentProfile** link) {
   RecentProfile* gone = *link;
@@ -96,7 +72,9 @@ void AddRecentProfile(const std::wstring& path) {
   ++gRecentProfiles.count;
   // The sort is stable and the new entry stood first, so of two equal
   // neighbours the second is the older one.
-  gRecentProfiles.head = Sort(gRecentProfiles.head, gRecentProfiles.count);
+  gRecentProfiles.head = SortLinkedList(gRecentProfiles.head, [](const RecentProfile& x, const RecentProfile& y) {
+    return CompareNoCase(x.pathKey, y.pathKey) < 0;
+  });
   for (RecentProfile* node = gRecentProfiles.head; node && node->next;) {
     if (EqualNoCase(node->pathKey, node->next->pathKey)) {
       Unlink(&node->next);
