@@ -207,23 +207,32 @@ void FinishItems(uint64_t lastRow) {
   Call(gRunHooks.redrawItems);
 }
 
-void AnalysisRun() {
+// Each item the run processes, in list order: begun, worked on, redrawn;
+// a stop asked for during an item ends the loop after it.
+template <typename Work>
+void ProcessItems(const Work& work) {
   uint64_t row = 0;
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
     ItemRecord& record = node->record;
     if (!IsProcessed(record)) continue;
     BeginItem(record, row);
+    work(record);
+    Call(gRunHooks.redrawRow, row);
+    if (StopRequested()) break;
+    ApplyPendingPriority();
+  }
+  FinishItems(ItemCount() - 1);
+}
+
+void AnalysisRun() {
+  ProcessItems([](ItemRecord& record) {
     if (record.flags & ItemFlags::kFolder) {
       AnalyseFolderItem(record);
     } else {
       AnalyseListedFile(record);
       ++gRun.counters.filesSeen;
     }
-    Call(gRunHooks.redrawRow, row);
-    if (StopRequested()) break;
-    ApplyPendingPriority();
-  }
-  FinishItems(ItemCount() - 1);
+  });
   SortAndDeduplicateResults();
   RefreshCountersAndStatus();
   Call(gRunHooks.enableSaveReport, true);
@@ -231,21 +240,13 @@ void AnalysisRun() {
 }
 
 void DefragRun() {
-  uint64_t row = 0;
-  for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
-    ItemRecord& record = node->record;
-    if (!IsProcessed(record)) continue;
-    BeginItem(record, row);
+  ProcessItems([](ItemRecord& record) {
     if (record.flags & ItemFlags::kFolder) {
       DefragmentFolderItem(record);
     } else {
       DefragmentFileItem(record);
     }
-    Call(gRunHooks.redrawRow, row);
-    if (StopRequested()) break;
-    ApplyPendingPriority();
-  }
-  FinishItems(ItemCount() - 1);
+  });
   RefreshCountersAndStatus();
   Call(gRunHooks.taskbarProgress, false);
 
