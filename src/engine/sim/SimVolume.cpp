@@ -28,6 +28,19 @@ std::wstring Key(const std::wstring& path) {
   return key;
 }
 
+// A described fault on a read decides whether the call is queued and, unless
+// it names success, answers its status with nothing read.
+void ApplyReadFault(const SimFault* fault, bool& pending, std::function<NtStatus(uintptr_t&)>& work) {
+  if (fault == nullptr) return;
+  pending = fault->pending;
+  if (fault->status == kStatusSuccess) return;
+  const NtStatus status = fault->status;
+  work = [status](uintptr_t& info) {
+    info = 0;
+    return status;
+  };
+}
+
 }  // namespace
 
 uint64_t SimFile::VcnCount() const {
@@ -632,16 +645,7 @@ NtStatus SimVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, co
         return Pointers(index, vcn, scratch, outputLength, info);
       },
       outputLength);
-  if (fault != nullptr) {
-    pending = fault->pending;
-    if (fault->status != kStatusSuccess) {
-      const NtStatus status = fault->status;
-      work = [status](uintptr_t& info) {
-        info = 0;
-        return status;
-      };
-    }
-  }
+  ApplyReadFault(fault, pending, work);
   return Answer(file, 0, block, pending, work);
 }
 
@@ -714,16 +718,7 @@ NtStatus SimVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, const
         return Bitmap(lcn, scratch, outputLength, info);
       },
       outputLength);
-  if (fault != nullptr) {
-    pending = fault->pending;
-    if (fault->status != kStatusSuccess) {
-      const NtStatus status = fault->status;
-      work = [status](uintptr_t& info) {
-        info = 0;
-        return status;
-      };
-    }
-  }
+  ApplyReadFault(fault, pending, work);
   return Answer(volume, 0, block, pending, work);
 }
 
