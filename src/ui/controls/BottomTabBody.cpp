@@ -62,8 +62,6 @@ LRESULT CALLBACK BodyProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
 }  // namespace
 
 HWND CreateBottomTabBody(HWND parent, int id) {
-  if (!Theme::RegisterControlClass(kBottomTabBodyClass, BodyProc)) return nullptr;
-  return CreateWindowExW(WS_EX_CONTROLPARENT, kBottomTabBodyClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN,
-                         0, 0, 10, 10, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
-                         GetModuleHandleW(nullptr), nullptr);
+  return Theme::CreateControl({kBottomTabBodyClass, BodyProc}, parent, id, WS_VISIBLE | WS_CLIPCHILDREN, L"",
+                              WS_EX_CONTROLPARENT);
 }

@@ -147,7 +147,5 @@ LRESULT CALLBACK TabsProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
 }  // namespace
 
 HWND CreateBottomTabs(HWND parent, int id) {
-  if (!Theme::RegisterControlClass(kBottomTabsClass, TabsProc)) return nullptr;
-  return CreateWindowExW(0, kBottomTabsClass, L"", WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, parent,
-                         reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  return Theme::CreateControl({kBottomTabsClass, TabsProc}, parent, id, WS_VISIBLE);
 }

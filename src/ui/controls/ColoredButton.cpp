@@ -108,10 +108,7 @@ LRESULT CALLBACK ColourProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 }  // namespace
 
 HWND CreateColoredButton(HWND parent, int id, const wchar_t* text, COLORREF colour) {
-  if (!Theme::RegisterControlClass(kColoredButtonClass, ColourProc)) return nullptr;
-  HWND button = CreateWindowExW(0, kColoredButtonClass, text, WS_CHILD | WS_VISIBLE | WS_TABSTOP, 0, 0, 10, 10,
-                                parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
-                                GetModuleHandleW(nullptr), nullptr);
+  HWND button = Theme::CreateControl({kColoredButtonClass, ColourProc}, parent, id, WS_VISIBLE | WS_TABSTOP, text);
   if (button) SendMessageW(button, kColourSet, colour, 0);
   return button;
 }

@@ -51,7 +51,5 @@ LRESULT CALLBACK ProgressProc(HWND window, UINT message, WPARAM wParam, LPARAM l
 }  // namespace
 
 HWND CreateProgressBar(HWND parent, int id) {
-  if (!Theme::RegisterControlClass(kProgressBarClass, ProgressProc)) return nullptr;
-  return CreateWindowExW(0, kProgressBarClass, L"", WS_CHILD, 0, 0, 10, 10, parent,
-                         reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  return Theme::CreateControl({kProgressBarClass, ProgressProc}, parent, id, 0);
 }

@@ -79,7 +79,5 @@ LRESULT CALLBACK SplitterProc(HWND window, UINT message, WPARAM wParam, LPARAM l
 }  // namespace
 
 HWND CreateSplitter(HWND parent, int id) {
-  if (!Theme::RegisterControlClass(kSplitterClass, SplitterProc)) return nullptr;
-  return CreateWindowExW(0, kSplitterClass, L"", WS_CHILD | WS_VISIBLE, 0, 0, 10, 6, parent,
-                         reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  return Theme::CreateControl({kSplitterClass, SplitterProc}, parent, id, WS_VISIBLE);
 }

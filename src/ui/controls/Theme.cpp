@@ -67,4 +67,10 @@ BufferedPaint::~BufferedPaint() {
   EndPaint(window_, &paint_);
 }
 
+HWND CreateControl(const ControlClass& kind, HWND parent, int id, DWORD style, const wchar_t* text, DWORD exStyle) {
+  if (!RegisterControlClass(kind.name, kind.procedure, kind.style)) return nullptr;
+  return CreateWindowExW(exStyle, kind.name, text, WS_CHILD | style, 0, 0, 10, 10, parent,
+                         reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+}
+
 }  // namespace Theme

@@ -44,6 +44,16 @@ State* ControlState(HWND window, UINT message) {
 // Registers the class once per process; false when registration failed.
 bool RegisterControlClass(const wchar_t* className, WNDPROC procedure, UINT style = CS_HREDRAW | CS_VREDRAW);
 
+// A child window of one of the program's own classes (registered on first
+// use), placed later by its parent; null when it cannot be made.
+struct ControlClass {
+  const wchar_t* name;
+  WNDPROC procedure;
+  UINT style = CS_HREDRAW | CS_VREDRAW;
+};
+HWND CreateControl(const ControlClass& kind, HWND parent, int id, DWORD style, const wchar_t* text = L"",
+                   DWORD exStyle = 0);
+
 // Paints through a memory bitmap so that a control never flickers.
 class BufferedPaint {
 public:

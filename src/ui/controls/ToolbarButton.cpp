@@ -191,12 +191,8 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 }  // namespace
 
 HWND CreateToolbarButton(HWND parent, int id, const wchar_t* text, HICON icon, bool dropDown) {
-  if (!Theme::RegisterControlClass(kToolbarButtonClass, ButtonProc, CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS)) {
-    return nullptr;
-  }
-  HWND button = CreateWindowExW(0, kToolbarButtonClass, text, WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, parent,
-                                reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr),
-                                nullptr);
+  HWND button = Theme::CreateControl({kToolbarButtonClass, ButtonProc, CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS}, parent,
+                                      id, WS_VISIBLE, text);
   if (!button) return nullptr;
   auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
   state->icon = icon;
