@@ -1,10 +1,13 @@
 #pragma once
 // What the engine needs of the window, as a table of hooks. The main window
 // fills it; unattended runs and tests fill it with their own versions. Any
-// hook left empty does nothing (and the pump reports no quit message).
+// hook left empty does nothing (and the pump reports no quit message); an
+// empty worker wait blocks on the worker alone.
 #include <cstdint>
 #include <functional>
 #include <string>
+
+class WorkerThread;
 
 // Parts of the status bar.
 constexpr int kStatusPartState = 0;  // what the program is doing
@@ -20,6 +23,10 @@ struct EngineHooks {
   // Removes and dispatches queued window messages until the queue is empty;
   // false when a quit message was removed (it is not dispatched).
   std::function<bool()> pumpMessages;
+  // One step of a wait for a worker: blocks until the worker has ended, has
+  // nudged or a window message arrives, then handles the queued messages;
+  // false when a quit message was removed.
+  std::function<bool(WorkerThread& worker)> waitForWorker;
   // The display text for a string id (the language file's, else the literal).
   std::function<std::wstring(uint32_t id, const wchar_t* literal)> text;
   std::function<void(int part, const std::wstring& text)> setStatusText;

@@ -1,13 +1,15 @@
 #include "engine/EngineThread.h"
 
-#include <system_error>
-#include <thread>
+#include "engine/EngineHooks.h"
 
-bool StartDetachedThread(ThreadEntry entry, void* argument) {
-  try {
-    std::thread(entry, argument).detach();
-    return true;
-  } catch (const std::system_error&) {
-    return false;
+bool WaitForWorker(WorkerThread& worker, const std::function<void()>& onWake) {
+  while (worker.Running()) {
+    if (gEngineHooks.waitForWorker) {
+      if (!gEngineHooks.waitForWorker(worker)) return false;
+    } else {
+      worker.WaitEndedOrNudged();
+    }
+    if (onWake) onWake();
   }
+  return true;
 }

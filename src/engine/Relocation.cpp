@@ -1,18 +1,11 @@
 #include "engine/Relocation.h"
 
-#include <thread>
-
 #include "engine/EngineHooks.h"
-#include "engine/EngineThread.h"
 #include "engine/FreeSpace.h"
 
 EngineState gEngine;
 
-void WaitForMoveThread() {
-  while (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
-    std::this_thread::yield();
-  }
-}
+void WaitForMoveThread() { gEngine.moveThread.Join(); }
 
 void ResetEngineState() {
   WaitForMoveThread();
@@ -68,17 +61,26 @@ void MoveThread(void* argument) {
 
 namespace {
 
-// Pumps messages until the move thread is done or a quit message was
-// removed. True when the thread finished.
-bool WaitPumping() {
-  for (;;) {
-    if (!PumpMessages()) {
-      return gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 1;
-    }
-    if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 1) {
-      return true;
-    }
+// Starts the move thread and keeps the window alive until it has ended; the
+// file's outcome code.
+std::wstring MoveOnThread() {
+  gEngine.doneFlags[kDoneMoveThread].store(0, std::memory_order_release);
+  if (!gEngine.moveThread.Start(MoveThread, &gEngine.moveJob)) {
+    gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
+    return kOutcomeNoResources;
   }
+  if (!WaitForWorker(gEngine.moveThread)) {
+    // The program is ending while the thread still moves: the file is in an
+    // unknown, partly moved state, which must not read as moved.
+    return kMoveStopped;
+  }
+  if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
+    // The thread ended without finishing: some extents may have moved, the
+    // file cannot count as moved. No thread runs any more.
+    gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
+    return FailureText(kErrorThreadEnded);
+  }
+  return gEngine.moveJob.threadCode;
 }
 
 void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
@@ -121,17 +123,7 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   }
 
   gEngine.moveJob = MoveJob{target, file, volume, {}};
-  gEngine.doneFlags[kDoneMoveThread].store(0, std::memory_order_release);
-  if (!StartDetachedThread(MoveThread, &gEngine.moveJob)) {
-    gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
-    gEngine.moveResultCode = kOutcomeNoResources;
-  } else if (WaitPumping()) {
-    gEngine.moveResultCode = gEngine.moveJob.threadCode;
-  } else {
-    // The program is ending while the thread still moves: the file is in an
-    // unknown, partly moved state, which must not read as moved.
-    gEngine.moveResultCode = kMoveStopped;
-  }
+  gEngine.moveResultCode = MoveOnThread();
   HideProgress();
   SetWorkingIcon(false);
   SetStatusText(kStatusPartPath, std::wstring());

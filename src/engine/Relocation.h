@@ -8,6 +8,7 @@
 #include <string>
 
 #include "engine/Analysis.h"
+#include "engine/EngineThread.h"
 #include "engine/VolumeAccess.h"
 
 // Outcome codes of a relocation; an empty code means the file was moved, any
@@ -16,6 +17,10 @@ constexpr const wchar_t* kMoveAlreadyContiguous = L"AC";
 constexpr const wchar_t* kMoveNoFreeRun = L"NF";
 constexpr const wchar_t* kMoveNoFreeRunOld = L"PD";  // read like "NF", never produced
 constexpr const wchar_t* kMoveStopped = L"ST";
+
+// The system error whose text a worker gets when its thread ended without
+// finishing its work ("aborted because of a thread exit").
+constexpr uint32_t kErrorThreadEnded = 995;
 
 // EngineFlags bits.
 constexpr uint32_t kStopRequested = 0x1;
@@ -43,6 +48,7 @@ struct EngineState {
   // worker starts and by the worker as its last act.
   std::atomic<uint32_t> doneFlags[2] = {1, 1};
   std::atomic<uint32_t> flags{0};
+  WorkerThread moveThread;
 };
 extern EngineState gEngine;
 
@@ -50,7 +56,8 @@ extern EngineState gEngine;
 // list and the cached volume (after any move thread has finished).
 void ResetEngineState();
 
-// Blocks until no move thread is running any more.
+// Blocks until no move thread is running any more (without handling
+// messages: only after a quit message can one still be running).
 void WaitForMoveThread();
 
 // Relocates the file at `path` (opened as given); the outcome is

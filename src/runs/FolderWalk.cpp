@@ -13,6 +13,7 @@
 #include "util/Text.h"
 
 uint32_t gCurrentClusterSize = 0;
+WorkerThread gFolderWorker;
 
 namespace {
 
@@ -85,8 +86,14 @@ void DefragmentWalkedFile(const std::wstring& path) {
 
 void CountSeen(WalkKind kind) {
   if (kind == WalkKind::Analysis) {
-    std::lock_guard lock(SharedLock());
-    ++gRun.counters.filesSeen;
+    uint64_t seen;
+    {
+      std::lock_guard lock(SharedLock());
+      seen = ++gRun.counters.filesSeen;
+    }
+    // Every point where the count is shown is a multiple of 32, and so is
+    // every batch of staged files worth taking over.
+    if (seen % 32 == 0) gFolderWorker.Nudge();
   } else {
     ++gRun.counters.filesSeen;
   }

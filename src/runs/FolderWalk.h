@@ -12,6 +12,7 @@
 #include <string>
 
 #include "engine/Analysis.h"
+#include "engine/EngineThread.h"
 #include "engine/FileQueries.h"
 #include "items/ItemList.h"
 #include "runs/RunResults.h"
@@ -22,8 +23,11 @@ enum class WalkKind { Analysis, Defragmentation };
 void WalkFolder(const std::wstring& folder, WalkKind kind);
 
 // The folder worker: `folder` points to a std::wstring that stays alive until
-// the worker has set DoneFlags slot 0, which is its last act.
+// the worker has set DoneFlags slot 0, which is its last act. It runs on
+// gFolderWorker, which it nudges every 32 files so that the waiting window
+// thread takes over what was staged and shows the count.
 void AnalyseFolderWorker(void* folder);
+extern WorkerThread gFolderWorker;
 
 // A file item of an analysis run: analyses it and sets its state; a
 // fragmented file or an error goes straight into the run's lists.

@@ -4,7 +4,6 @@
 #include <mutex>
 #include <functional>
 #include <string>
-#include <thread>
 
 #include "app/RunFlags.h"
 #include "engine/EngineHooks.h"
@@ -28,6 +27,7 @@ namespace {
 constexpr uint32_t kNoPriority = 0xFFFFFFFF;
 // More staged files than this are moved into the run's lists at once.
 constexpr size_t kFlushBatch = 32;
+constexpr uint64_t kNothingRefreshed = ~0ull;
 
 template <typename Hook, typename... Args>
 void Call(const Hook& hook, Args&&... args) {
@@ -118,8 +118,18 @@ void BeginItem(ItemRecord& record, uint64_t row) {
   gCurrentClusterSize = record.clusterSize;
 }
 
+// The next count at or after which the status is due, after `count` (none
+// refreshed yet: every count is due).
+uint64_t NextStatusRefresh(uint64_t count) {
+  if (count == kNothingRefreshed) return 0;
+  if (count < 32) return 32;
+  if (count < 64) return 64;
+  if (count < 128) return 128;
+  return (count / 256 + 1) * 256;
+}
+
 // The folder worker runs while this thread keeps the window alive and takes
-// its results over in batches.
+// its results over in batches whenever the worker nudges it.
 void AnalyseFolderItem(ItemRecord& record) {
   Call(gRunHooks.redrawItems);
   {
@@ -131,13 +141,12 @@ void AnalyseFolderItem(ItemRecord& record) {
   static std::wstring workerFolder;  // outlives the worker
   workerFolder = record.longPath;
   gEngine.doneFlags[kDoneFolderWorker].store(0, std::memory_order_release);
-  if (!StartDetachedThread(AnalyseFolderWorker, &workerFolder)) {
+  if (!gFolderWorker.Start(AnalyseFolderWorker, &workerFolder)) {
     gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
   }
-  bool quit = false;
-  uint64_t lastRefreshed = ~0ull;
+  uint64_t lastRefreshed = kNothingRefreshed;
   bool waitShown = false;
-  while (gEngine.doneFlags[kDoneFolderWorker].load(std::memory_order_acquire) == 0) {
+  auto showProgress = [&] {
     size_t staged = 0;
     uint64_t processed = 0;
     {
@@ -146,7 +155,8 @@ void AnalyseFolderItem(ItemRecord& record) {
       processed = gRun.counters.filesSeen;
     }
     if (staged > kFlushBatch) FlushPending();
-    if (processed != lastRefreshed && StatusRefreshDue(processed)) {
+    // The worker may have gone past a refresh point while this thread slept.
+    if (processed != lastRefreshed && processed >= NextStatusRefresh(lastRefreshed)) {
       lastRefreshed = processed;
       Call(gRunHooks.updateStatus, kStatusProcessedCount);
     }
@@ -154,16 +164,23 @@ void AnalyseFolderItem(ItemRecord& record) {
       waitShown = true;
       Call(gRunHooks.updateStatus, kStatusPleaseWait);
     }
-    if (quit) {
-      std::this_thread::yield();
-    } else if (!PumpMessages()) {
-      // The program is ending: the walk must still end before its lists go.
-      quit = true;
-      RequestStop();
-    }
+  };
+  showProgress();
+  if (!WaitForWorker(gFolderWorker, showProgress)) {
+    // The program is ending: the walk must still end before its lists go.
+    RequestStop();
+    gFolderWorker.Join();
   }
   FlushPending();
-  if (StopRequested()) {
+  if (gEngine.doneFlags[kDoneFolderWorker].load(std::memory_order_acquire) == 0) {
+    // The worker's thread ended before its walk did: what it staged is
+    // kept, the folder itself is an error.
+    gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
+    const std::wstring code = FailureText(kErrorThreadEnded);
+    gRun.errors.push_back(MakeErrorEntry(record.longPath, code));
+    Call(gRunHooks.refreshErrors);
+    SetItemOutcome(record, ItemState::Error, ItemFlags::kOutcomeError);
+  } else if (StopRequested()) {
     ApplyFolderAborted(record);
   } else {
     ApplyFolderAnalysis(record, gRun.fragmented.size() > fragmentedBefore);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/EngineHooks.h"
+#include "engine/EngineThread.h"
 #include "items/ItemList.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
@@ -188,26 +189,11 @@ bool OnCommand(WPARAM wParam, LPARAM lParam) {
   return gMain.setup.command && gMain.setup.command(gMain.window, command);
 }
 
-// Removes and dispatches the queued messages; false when a quit message came.
-bool PumpWindowMessages() {
-  MSG message{};
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) {
-      PostQuitMessage(static_cast<int>(message.wParam));
-      return false;
-    }
-    if (!gMain.window || !IsDialogMessageW(gMain.window, &message)) {
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
-    }
-  }
-  return true;
-}
-
 // What the engine needs of the window, unless a caller set its own first.
 void FillEngineHooks() {
   EngineHooks& hooks = gEngineHooks;
   if (!hooks.pumpMessages) hooks.pumpMessages = PumpWindowMessages;
+  if (!hooks.waitForWorker) hooks.waitForWorker = WaitForWorkerWithMessages;
   if (!hooks.text) hooks.text = [](uint32_t id, const wchar_t* literal) { return std::wstring(Text(id, literal)); };
   if (!hooks.setStatusText) hooks.setStatusText = SetUpperStatusPart;
   if (!hooks.setWorkingIcon) hooks.setWorkingIcon = SetLowerStatusIcon;
@@ -328,6 +314,37 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
 }
 
 }  // namespace
+
+// Removes and dispatches the queued messages; false when a quit message came.
+bool PumpWindowMessages() {
+  MSG message{};
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      PostQuitMessage(static_cast<int>(message.wParam));
+      return false;
+    }
+    if (!gMain.window || !IsDialogMessageW(gMain.window, &message)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+  return true;
+}
+
+// Blocks until the worker ends or nudges, or input for this thread arrives
+// (also input already seen but not yet removed), then handles the messages.
+// The window thread sleeps meanwhile, so the worker has the processor.
+bool WaitForWorkerWithMessages(WorkerThread& worker) {
+  const HANDLE handles[] = {worker.EndHandle(), worker.NudgeHandle()};
+  const DWORD count = handles[1] ? 2 : 1;
+  if (MsgWaitForMultipleObjectsEx(count, handles, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE) ==
+      WAIT_FAILED) {
+    // Not expected with handles of our own; blocking without messages still
+    // ends with the worker, where retrying at once would spin.
+    worker.WaitEndedOrNudged();
+  }
+  return PumpWindowMessages();
+}
 
 HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup) {
   gMain.setup = setup;

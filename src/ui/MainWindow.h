@@ -10,6 +10,8 @@
 #include <functional>
 #include <string>
 
+class WorkerThread;
+
 struct MainWindowSetup {
   // The checks that the platform offers what the program needs; they end the
   // process themselves when something is missing.
@@ -35,6 +37,13 @@ HWND MainWindowHandle();
 // The item list view and the fragmented-file list of the bottom panel.
 HWND MainItemListView();
 HWND MainResultListView();
+
+// The window thread's waits, as the engine's hooks: removes and dispatches
+// the queued messages (false when a quit message came, which is posted
+// again for the message loop); one step of a wait for a worker, asleep until
+// the worker ends or nudges or a message arrives.
+bool PumpWindowMessages();
+bool WaitForWorkerWithMessages(WorkerThread& worker);
 
 // Shows the window at the size the settings hold (maximised when asked).
 void ShowMainWindow(bool maximized);

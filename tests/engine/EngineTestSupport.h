@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "engine/EngineHooks.h"
 #include "engine/FreeSpace.h"
@@ -22,12 +21,8 @@ class SimTest : public ::testing::Test {
 
   void ResetAll() {
     if (CurrentVolumeAccess() != nullptr) ResetEngineState();
+    // No window: the waits for workers block on the workers alone.
     gEngineHooks = EngineHooks{};
-    // The move wait spins on the pump; let the move thread have the processor.
-    gEngineHooks.pumpMessages = [] {
-      std::this_thread::yield();
-      return true;
-    };
     ResetExtentAllocator();
   }
 

@@ -1,7 +1,6 @@
 #include "engine/Relocation.h"
 
-#include <atomic>
-#include <thread>
+#include <future>
 
 #include "EngineTestSupport.h"
 
@@ -103,17 +102,20 @@ TEST_F(RelocationTest, PendingMovesAreWaitedOnThroughTheFile) {
 
 TEST_F(RelocationTest, AQuitMessageEndsTheWaitWhileTheThreadStillMoves) {
   Volume(kVolume);
-  std::atomic<bool> release{false};
-  std::atomic<int> pumpsAfterStart{0};
-  gEngineHooks.setProgress = [&](uint64_t position) {
-    while (!release) std::this_thread::yield();
-  };
-  gEngineHooks.pumpMessages = [&] { return ++pumpsAfterStart < 3; };
+  std::promise<void> release;
+  std::shared_future<void> released = release.get_future().share();
+  int waitSteps = 0;
+  gEngineHooks.setProgress = [released](uint64_t) { released.wait(); };
+  // The third step of the wait meets a quit message.
+  gEngineHooks.waitForWorker = [&](WorkerThread&) { return ++waitSteps < 3; };
   DefragmentFile(L"Z:\\four", nullptr);
+  EXPECT_EQ(waitSteps, 3);
   EXPECT_EQ(gEngine.doneFlags[kDoneMoveThread].load(), 0u);
+  EXPECT_TRUE(gEngine.moveThread.Running());
   EXPECT_EQ(gEngine.moveResultCode, L"ST");  // never read as moved
-  release = true;
+  release.set_value();
   WaitForMoveThread();
+  EXPECT_FALSE(gEngine.moveThread.Running());
   // The caller closed the file under the thread: the thread's move fails.
   EXPECT_TRUE(Clean());
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));

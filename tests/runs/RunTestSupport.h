@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "FakeFileQueries.h"
 #include "app/RunFlags.h"
@@ -32,11 +31,8 @@ class RunFixture : public ::testing::Test {
     gItemSettings.suppressMessages = true;
     gRunHooks = PortableRunHooks();
     gRunFilters = RunFilterTests{};
+    // No window: the waits for workers block on the workers alone.
     gEngineHooks = EngineHooks{};
-    gEngineHooks.pumpMessages = [] {
-      std::this_thread::yield();
-      return true;
-    };
     gApp = AppState{};
     gRun = RunResults{};
   }

@@ -5,6 +5,11 @@
 #include "runs/FolderWalk.h"
 #include "runs/RunSteps.h"
 
+#include <chrono>
+#include <future>
+#include <mutex>
+#include <stdexcept>
+
 namespace {
 
 // Listed in the order the folder returns them. "big" needs 900 contiguous
@@ -123,6 +128,64 @@ TEST_F(RunsTest, AStopInsideTheWalkEndsEveryLevelAndAbortsTheFolder) {
   EXPECT_EQ(ItemAtRow(1)->state, ItemState::Aborted);
   EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Interrotto");
   EXPECT_EQ(gRunState.lastEnd, RunEnd::Stopped);
+}
+
+TEST_F(RunsTest, AFolderWorkerThatDiesMakesTheFolderAnErrorAndTheRunEnds) {
+  // The filter is asked on the worker's thread; throwing there ends the
+  // thread without its done flag.
+  gRunFilters.fileExcluded = [](const std::wstring& path) -> bool {
+    if (path == L"Z:\\data\\sub\\c.bin") throw std::runtime_error("out of memory");
+    return false;
+  };
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+
+  EXPECT_EQ(ItemAtRow(1)->state, ItemState::Error);
+  ASSERT_FALSE(gRun.errors.empty());
+  EXPECT_EQ(gRun.errors.back().displayPath, L"Z:\\data");
+  EXPECT_EQ(gRun.errors.back().message,
+            L"The I/O operation has been aborted because of either a thread exit or an application "
+            L"request.");
+  // What the worker staged before it died is kept.
+  ASSERT_FALSE(gRun.fragmented.empty());
+  EXPECT_EQ(gRun.fragmented.front().path, L"Z:\\data\\a.bin");
+  EXPECT_FALSE(gFolderWorker.Running());
+  EXPECT_EQ(gEngine.doneFlags[kDoneFolderWorker].load(), 1u);
+}
+
+class FolderProgressTest : public RunFixture {};
+
+TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
+  std::string tree = "volume letter=Z clusters=2000 clusterSize=4096\n";
+  for (int i = 0; i < 400; ++i) {
+    tree += "file \"Z:\\many\\f" + std::to_string(i) + "\" size=4096 runs=" + std::to_string(i) + ":1\n";
+  }
+  Volume(tree);
+  ASSERT_EQ(AddItem(true, L"Z:\\many"), kAddOk);
+  // The worker holds still at its 300th file until the window side has shown
+  // a count of at least 256: only a wake by the worker itself can show it.
+  std::promise<void> shown;
+  bool shownOnce = false;
+  gRunHooks.updateStatus = [&](uint32_t what) {
+    if (!(what & kStatusProcessedCount) || shownOnce) return;
+    std::lock_guard lock(SharedLock());
+    if (gRun.counters.filesSeen >= 256) {
+      shownOnce = true;
+      shown.set_value();
+    }
+  };
+  std::future<void> shownFuture = shown.get_future();
+  int asked = 0;
+  bool sawCountMidWalk = false;
+  gRunFilters.fileExcluded = [&](const std::wstring&) {
+    if (++asked == 300) sawCountMidWalk = shownFuture.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    return false;
+  };
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+  EXPECT_TRUE(sawCountMidWalk);
+  EXPECT_EQ(gRun.counters.filesSeen, 400u);
+  EXPECT_EQ(ItemAtRow(0)->state, ItemState::NotFragmentedFolder);
 }
 
 TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {

@@ -219,6 +219,9 @@ bool ParseVolume(const std::vector<Token>& tokens, SimSettings& settings, std::s
     } else if (key == "moveChunk") {
       ok = ParseNumber(value, number) && number > 0 && number <= 0x10000000;
       settings.moveChunk = uint32_t(number);
+    } else if (key == "moveDelay") {
+      ok = ParseNumber(value, number) && number <= 60000;
+      settings.moveDelayMs = uint32_t(number);
     } else if (key == "checkpoint") {
       ok = ParseSwitch(value, settings.checkpoint);
     } else if (key == "partialMoves") {
@@ -418,7 +421,8 @@ std::string WriteSimDescription(const SimVolume& volume) {
                     " bitmapAlign=" + std::to_string(s.bitmapAlign) +
                     " inUseStatus=" + StatusText(s.inUseStatus) + " checkpoint=" + onOff(s.checkpoint) +
                     " partialMoves=" + onOff(s.partialMoves) + " pending=" + onOff(s.pending) +
-                    " moveChunk=" + std::to_string(s.moveChunk) + "\n";
+                    " moveChunk=" + std::to_string(s.moveChunk) +
+                    (s.moveDelayMs != 0 ? " moveDelay=" + std::to_string(s.moveDelayMs) : "") + "\n";
   for (const SimRun& run : volume.Reserved()) {
     out += "reserve " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
   }

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cstring>
 #include <cwctype>
+#include <thread>
 
 static_assert(std::endian::native == std::endian::little,
               "the bitmap is handed out as the bytes of its words");
@@ -761,6 +763,9 @@ NtStatus SimVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
 
 NtStatus SimVolume::MoveClusters(FsHandle volume, IoStatusBlock& block, const void* input,
                              uint32_t inputLength) {
+  // The disk's time is spent outside the volume's lock, as the file system
+  // lets other requests through while one move waits for the disk.
+  if (settings_.moveDelayMs != 0) std::this_thread::sleep_for(std::chrono::milliseconds(settings_.moveDelayMs));
   std::lock_guard lock(mutex_);
   ++moveCalls_;
   auto it = handles_.find(volume);
@@ -977,6 +982,9 @@ std::wstring SimVolume::BuiltInText(uint32_t code) {
     case 112: return L"There is not enough space on the disk.\r\n";
     case 122: return L"The data area passed to a system call is too small.\r\n";
     case 234: return L"More data is available.\r\n";
+    case 995:
+      return L"The I/O operation has been aborted because of either a thread exit or an application "
+             L"request.\r\n";
     default: return std::wstring();
   }
 }

@@ -67,6 +67,7 @@ struct SimSettings {
   bool partialMoves = false;  // moves work in chunks, a held target ends one early
   bool pending = false;       // every control answers pending first
   uint32_t moveChunk = 16;    // clusters per chunk of a partial-capable move
+  uint32_t moveDelayMs = 0;   // every move call first takes this long, as a slow disk does
   bool operator==(const SimSettings&) const = default;
 };
 

@@ -1,0 +1,91 @@
+// Workers on Windows are the system's own threads, started through the C
+// runtime and waited on by their handles. They do not go through std::thread:
+// its detached threads are recycled by the runtime's thread layer, and a new
+// detached thread started while the previous one is still on its way out can
+// be lost before it runs its function, leaving a waiter on the done flag
+// waiting for ever.
+#ifdef _WIN32
+#include <windows.h>
+
+#include <process.h>
+
+#include "engine/EngineThread.h"
+
+struct WorkerThread::State {
+  HANDLE thread = nullptr;
+  HANDLE nudge = nullptr;  // auto-reset: a wait takes the nudge it wakes on
+};
+
+namespace {
+
+struct Launch {
+  ThreadEntry entry;
+  void* argument;
+};
+
+unsigned __stdcall WorkerMain(void* raw) {
+  const Launch launch = *static_cast<Launch*>(raw);
+  delete static_cast<Launch*>(raw);
+  try {
+    launch.entry(launch.argument);
+  } catch (...) {
+    // The thread ends without its done flag: its waiter reads that as a
+    // worker that did not finish, never as success.
+    return 1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+WorkerThread::WorkerThread() : state_(std::make_shared<State>()) {
+  state_->nudge = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+}
+
+WorkerThread::~WorkerThread() {
+  if (state_->thread) CloseHandle(state_->thread);
+  if (state_->nudge) CloseHandle(state_->nudge);
+}
+
+bool WorkerThread::Start(ThreadEntry entry, void* argument) {
+  Join();
+  if (state_->thread) {
+    CloseHandle(state_->thread);
+    state_->thread = nullptr;
+  }
+  if (state_->nudge) ResetEvent(state_->nudge);
+  auto* launch = new Launch{entry, argument};
+  const uintptr_t thread = _beginthreadex(nullptr, 0, WorkerMain, launch, 0, nullptr);
+  if (thread == 0) {
+    delete launch;
+    return false;
+  }
+  state_->thread = reinterpret_cast<HANDLE>(thread);
+  return true;
+}
+
+bool WorkerThread::Running() const {
+  return state_->thread && WaitForSingleObject(state_->thread, 0) == WAIT_TIMEOUT;
+}
+
+void WorkerThread::Join() {
+  if (state_->thread) WaitForSingleObject(state_->thread, INFINITE);
+}
+
+void WorkerThread::Nudge() {
+  if (state_->nudge) SetEvent(state_->nudge);
+}
+
+void WorkerThread::WaitEndedOrNudged() {
+  if (!state_->thread) return;
+  if (!state_->nudge) {
+    Join();
+    return;
+  }
+  const HANDLE handles[] = {state_->thread, state_->nudge};
+  WaitForMultipleObjects(2, handles, FALSE, INFINITE);
+}
+
+void* WorkerThread::EndHandle() const { return state_->thread; }
+void* WorkerThread::NudgeHandle() const { return state_->nudge; }
+#endif

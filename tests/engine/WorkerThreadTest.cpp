@@ -1,0 +1,109 @@
+// Waits for workers end with the worker's thread, however it ends, and wake
+// for the worker's nudges; a move thread that dies never reads as moved.
+#include "engine/EngineThread.h"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <stdexcept>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+#include "EngineTestSupport.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+std::atomic<int> gEntered{0};
+
+void CountingEntry(void*) { ++gEntered; }
+
+TEST(WorkerThreadTest, BackToBackWorkersAllRunAndEveryWaitEnds) {
+  // Each worker is started the moment its predecessor reported back, the
+  // pattern of a run over many small fragmented files. A worker lost by the
+  // thread layer would leave the wait below for ever.
+  constexpr int kWorkers = 1000;
+  WorkerThread worker;
+  gEntered = 0;
+  for (int i = 0; i < kWorkers; ++i) {
+    ASSERT_TRUE(worker.Start(CountingEntry, nullptr));
+    ASSERT_TRUE(WaitForWorker(worker));
+    ASSERT_EQ(gEntered.load(), i + 1) << "worker " << i << " ended without running";
+  }
+  EXPECT_FALSE(worker.Running());
+}
+
+struct NudgeScript {
+  WorkerThread* worker = nullptr;
+  std::promise<void> acknowledged;
+  bool wokenBeforeEnd = false;
+};
+
+void NudgingEntry(void* raw) {
+  auto& script = *static_cast<NudgeScript*>(raw);
+  auto acknowledged = script.acknowledged.get_future();
+  script.worker->Nudge();
+  // Alive until the waiter has woken, so the wake cannot have come from the
+  // end of the thread.
+  script.wokenBeforeEnd = acknowledged.wait_for(20s) == std::future_status::ready;
+}
+
+TEST(WorkerThreadTest, ANudgeWakesTheWaiterWhileTheWorkerRuns) {
+  WorkerThread worker;
+  NudgeScript script;
+  script.worker = &worker;
+  int wakes = 0;
+  ASSERT_TRUE(worker.Start(NudgingEntry, &script));
+  EXPECT_TRUE(WaitForWorker(worker, [&] {
+    if (wakes++ == 0) script.acknowledged.set_value();
+  }));
+  EXPECT_TRUE(script.wokenBeforeEnd);
+}
+
+class DyingMoveThreadTest : public SimTest {
+ protected:
+  // One file in two pieces; free space only at 1000..1099.
+  void Build() {
+    Volume("volume letter=Z clusters=2000\n"
+           "reserve 0 1000\n"
+           "file \"Z:\\f\" size=16384 runs=1200:2,1300:2\n"
+           "reserve 1100 100\n"
+           "reserve 1202 98\n"
+           "reserve 1302 698\n");
+  }
+};
+
+TEST_F(DyingMoveThreadTest, AMoveThreadThatThrowsEndsTheWaitWithAnError) {
+  Build();
+  gEngineHooks.setProgress = [](uint64_t position) {
+    if (position == 2) throw std::runtime_error("out of memory");
+  };
+  DefragmentFile(L"Z:\\f", nullptr);
+  EXPECT_EQ(Narrow(gEngine.moveResultCode),
+            "The I/O operation has been aborted because of either a thread exit or an application "
+            "request.\r\n");
+  EXPECT_FALSE(gEngine.moveThread.Running());
+  EXPECT_EQ(gEngine.doneFlags[kDoneMoveThread].load(), 1u);
+  EXPECT_TRUE(Clean());
+  // The first extent moved, the second never did: still two pieces.
+  EXPECT_EQ(volume().FindFile(L"Z:\\f")->runs.size(), 2u);
+}
+
+#ifdef _WIN32
+TEST_F(DyingMoveThreadTest, AMoveThreadEndedFromInsideNeverReadsAsMoved) {
+  // The thread ends without unwinding, the way a lost or killed thread does.
+  Build();
+  gEngineHooks.setProgress = [](uint64_t) { ExitThread(7); };
+  DefragmentFile(L"Z:\\f", nullptr);
+  EXPECT_FALSE(gEngine.moveResultCode.empty());
+  EXPECT_NE(gEngine.moveResultCode, L"ST");
+  EXPECT_FALSE(gEngine.moveThread.Running());
+  EXPECT_TRUE(Clean());
+  EXPECT_EQ(volume().FindFile(L"Z:\\f")->runs.size(), 2u);
+}
+#endif
+
+}  // namespace
