@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -19,6 +20,7 @@ constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Orda
 constexpr wchar_t kDialogClass[] = L"#32770";
 constexpr wchar_t kMainTitle[] = L"Ordalis";
 constexpr int kCmdAnalyzeAll = 9009;
+constexpr int kCmdDefragAll = 9010;
 constexpr int kCmdStop = 9011;
 constexpr int kCmdExit = 9003;
 constexpr int kStateColumn = 1;
@@ -95,6 +97,20 @@ protected:
 };
 
 const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
+
+// Reads the state cell of the first row a few times while a worker runs:
+// each read is a message the window thread must handle while it waits for
+// the worker. The slowest answer, in milliseconds.
+DWORD SlowestAnswer(HWND list, std::wstring& lastState) {
+    DWORD slowest = 0;
+    for (int i = 0; i < 5; ++i) {
+        const DWORD before = GetTickCount();
+        lastState = TestDriver::ListViewCellText(list, 0, kStateColumn);
+        slowest = std::max(slowest, GetTickCount() - before);
+        TestDriver::PumpMessages(100);
+    }
+    return slowest;
+}
 
 TEST_F(RunsProgramTest, AnAnalysisOfATreeSummarisesEachItemAndChangesNothing) {
     Prepare("analysis");
@@ -269,6 +285,9 @@ TEST_F(RunsProgramTest, StopDuringALongFolderAnalysisInterruptsTheFolder) {
         state = TestDriver::ListViewCellText(list, 0, kStateColumn);
     }
     ASSERT_EQ(state, L"In elaborazione...");
+    std::wstring during;
+    EXPECT_LT(SlowestAnswer(list, during), 1000u);
+    EXPECT_EQ(during, L"In elaborazione...");
     TestDriver::SendCommand(main, kCmdStop);
     for (int i = 0; i < 500 && state == L"In elaborazione..."; ++i) {
         TestDriver::PumpMessages(20);
@@ -278,6 +297,62 @@ TEST_F(RunsProgramTest, StopDuringALongFolderAnalysisInterruptsTheFolder) {
     TestDriver::SendCommand(main, kCmdExit);
     ASSERT_TRUE(program->WaitForExit(kWaitMs));
     EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+}
+
+// The window keeps answering while the move thread works through a file on a
+// slow disk, and Stop ends the file between two extents, long before the
+// move would have ended.
+TEST_F(RunsProgramTest, StopDuringASlowMoveInterruptsTheFile) {
+    Prepare("slow-move");
+    constexpr int kExtents = 300;
+    MakeFile("data/big.bin", kExtents * 4096);
+    std::string runs, gaps;
+    for (int i = 0; i < kExtents; ++i) {
+        runs += (i ? "," : "") + std::to_string(1000 + 2 * i) + ":1";
+        gaps += "reserve " + std::to_string(1001 + 2 * i) + " 1\n";
+    }
+    // 30 ms a move: the whole file would take about nine seconds.
+    Describe("volume letter=Z clusters=4000 clusterSize=4096 moveDelay=30",
+             {{"data/big.bin", "size=" + std::to_string(kExtents * 4096) + " runs=" + runs}}, gaps);
+
+    std::unique_ptr<TestDriver::RunningProgram> program = TestDriver::StartProgram(
+        exe_, L"/LANG:IT " + TestDriver::HostPathToWindows((host_ / "data" / "big.bin").string()));
+    ASSERT_TRUE(program);
+    HWND main = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
+    ASSERT_NE(main, nullptr);
+    HWND list = TestDriver::FindListViewByHeader(main, L"Nome");
+    ASSERT_NE(list, nullptr);
+    TestDriver::SendCommand(main, kCmdDefragAll);
+    std::wstring state;
+    for (int i = 0; i < 200 && state != L"In elaborazione..."; ++i) {
+        TestDriver::PumpMessages(20);
+        state = TestDriver::ListViewCellText(list, 0, kStateColumn);
+    }
+    ASSERT_EQ(state, L"In elaborazione...");
+    std::wstring during;
+    EXPECT_LT(SlowestAnswer(list, during), 1000u);
+    EXPECT_EQ(during, L"In elaborazione...");
+    // Painting comes last among a thread's messages: give it a moment.
+    TestDriver::PumpMessages(500);
+    TestDriver::SaveWindowScreenshot(main, L"runs-slow-move-during");
+    const DWORD stopped = GetTickCount();
+    TestDriver::SendCommand(main, kCmdStop);
+    for (int i = 0; i < 500 && state == L"In elaborazione..."; ++i) {
+        TestDriver::PumpMessages(20);
+        state = TestDriver::ListViewCellText(list, 0, kStateColumn);
+    }
+    EXPECT_EQ(state, L"Interrotto");
+    EXPECT_LT(GetTickCount() - stopped, 3000u);
+    TestDriver::SendCommand(main, kCmdExit);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs));
+    const std::string end = EndState();
+    EXPECT_EQ(end.substr(end.size() - 9), "check ok\n");
+    // Stopped part way: the first extent has left its place, the last has not.
+    const size_t line = end.find("big.bin\"");
+    ASSERT_NE(line, std::string::npos);
+    const std::string fileLine = end.substr(line, end.find('\n', line) - line);
+    EXPECT_EQ(fileLine.find("runs=1000:1,"), std::string::npos) << fileLine;
+    EXPECT_NE(fileLine.find(",1598:1"), std::string::npos) << fileLine;
 }
 
 }  // namespace
