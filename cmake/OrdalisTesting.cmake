@@ -1,7 +1,12 @@
 # One CTest test per test program, so Wine starts once per program.
-# ordalis_add_test(<name> SOURCES ... LIBS ... [LABELS ...] [SERIAL])
+# ordalis_add_test(<name> SOURCES ... LIBS ... [LABELS ...] [SERIAL] [TIMEOUT seconds])
+# The time limits are sized for a two-core machine busy with other work, and
+# all of them together keep the whole suite well inside an hour and a half.
 function(ordalis_add_test name)
-  cmake_parse_arguments(arg "SERIAL" "" "SOURCES;LIBS;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "SERIAL" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 300)
+  endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gtest_main)
   if(ORDALIS_WINDOWS)
@@ -9,7 +14,7 @@ function(ordalis_add_test name)
     target_link_options(${name} PRIVATE -mconsole)
   endif()
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
-  set_tests_properties(${name} PROPERTIES TIMEOUT 900)
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
   if(arg_LABELS)
     set_tests_properties(${name} PROPERTIES LABELS "${arg_LABELS}")
   endif()
