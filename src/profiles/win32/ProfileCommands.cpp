@@ -298,11 +298,8 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
       RefreshItemList();
       SendMessageW(list, WM_SETREDRAW, FALSE, 0);
     }
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
-    }
+    // A quit message stays queued for the message loop and ends the import.
+    if (!PumpWindowMessages()) gEngine.flags.fetch_or(kStopRequested);
   };
   hooks.end = [owner, list, style] {
     SetWindowLongPtrW(owner, GWL_STYLE, style);
