@@ -349,3 +349,9 @@ std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image) {
 bool NtfsfixClean(const std::string& image, std::string& output) {
   return RunCommand("ntfsfix -n " + Quoted(image), output) == 0;
 }
+
+bool MarkDirty(const std::string& image) {
+  Library library(image);
+  return library.volume != nullptr &&
+         ntfs_volume_write_flags(library.volume, le16(library.volume->flags | VOLUME_IS_DIRTY)) == 0;
+}

@@ -42,6 +42,9 @@ std::map<std::string, std::string> IcatHashes(const std::string& image,
 // in $Bitmap, or a cluster in use that nobody owns is a violation.
 std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image);
 
+// Marks the volume for a disk check, as its own system does after a crash.
+bool MarkDirty(const std::string& image);
+
 // ntfsfix -n: true when it finds nothing to fix.
 bool NtfsfixClean(const std::string& image, std::string& output);
 

@@ -371,3 +371,44 @@ TEST_F(NtfsVolumeTest, ARunKilledMidMoveLosesNoDataAndSharesNoCluster) {
 }
 
 }  // namespace
+
+namespace {
+
+class NtfsCommandTest : public NtfsVolumeTest {
+ protected:
+  int Command(const std::string& arguments, std::string& output) {
+    return RunCommand(std::string(ORDALIS_NTFS_PROGRAM) + " " + arguments, output);
+  }
+};
+
+TEST_F(NtfsCommandTest, AnalysesAndDefragmentsWithTheUnattendedSummaryAndCodes) {
+  Make(21, 1);
+  const auto before = IcatHashes(image_, filled_.files);
+  std::string output;
+  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users /data/sparse.img /missing", output), 0) << output;
+  EXPECT_NE(output.find("Analyzed folder : /Users\nFolder is Fragmented"), std::string::npos) << output;
+  EXPECT_NE(output.find("Analyzed file : /data/sparse.img\nFile is in "), std::string::npos) << output;
+  EXPECT_NE(output.find("/missing could not be added"), std::string::npos) << output;
+  EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users /data /packed /many", output), 0) << output;
+  EXPECT_NE(output.find("Number of files that were not defragmented due to processing errors : 0"),
+            std::string::npos) << output;
+  ExpectSound(before);
+  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users/ann/b.log", output), 0);
+  EXPECT_NE(output.find("File is in 1 fragments (Contiguous)"), std::string::npos) << output;
+  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /missing", output), 5);
+  EXPECT_EQ(Command("--analyze " + Quoted(image_), output), 6);
+}
+
+TEST_F(NtfsCommandTest, RefusesADirtyVolumeAndWritesNothing) {
+  Make(22, 0);
+  std::string output;
+  ASSERT_TRUE(MarkDirty(image_));
+  std::string hashBefore, hashAfter;
+  RunCommand("sha256sum " + Quoted(image_), hashBefore);
+  EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users", output), 7) << output;
+  EXPECT_NE(output.find("disk check"), std::string::npos) << output;
+  RunCommand("sha256sum " + Quoted(image_), hashAfter);
+  EXPECT_EQ(hashBefore, hashAfter);
+}
+
+}  // namespace
