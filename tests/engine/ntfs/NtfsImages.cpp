@@ -355,3 +355,57 @@ bool MarkDirty(const std::string& image) {
   return library.volume != nullptr &&
          ntfs_volume_write_flags(library.volume, le16(library.volume->flags | VOLUME_IS_DIRTY)) == 0;
 }
+
+TskView::TskView(const std::string& image) {
+  TSK_IMG_INFO* img = tsk_img_open_utf8_sing(image.c_str(), TSK_IMG_TYPE_DETECT, 0);
+  if (img == nullptr) return;
+  image_ = img;
+  fs_ = tsk_fs_open_img(img, 0, TSK_FS_TYPE_NTFS);
+}
+
+TskView::~TskView() {
+  if (fs_ != nullptr) tsk_fs_close(static_cast<TSK_FS_INFO*>(fs_));
+  if (image_ != nullptr) tsk_img_close(static_cast<TSK_IMG_INFO*>(image_));
+}
+
+bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed) {
+  runs.clear();
+  TSK_FS_FILE* file = tsk_fs_file_open(static_cast<TSK_FS_INFO*>(fs_), nullptr, volumePath.c_str());
+  if (file == nullptr) return false;
+  const TSK_FS_ATTR* data = tsk_fs_file_attr_get(file);
+  if (packed != nullptr) {
+    *packed = data != nullptr && (data->flags & (TSK_FS_ATTR_COMP | TSK_FS_ATTR_SPARSE)) != 0;
+  }
+  if (data != nullptr && (data->flags & TSK_FS_ATTR_NONRES)) {
+    for (const TSK_FS_ATTR_RUN* run = data->nrd.run; run != nullptr; run = run->next) {
+      if (run->flags & (TSK_FS_ATTR_RUN_FLAG_SPARSE | TSK_FS_ATTR_RUN_FLAG_FILLER)) continue;
+      if (!runs.empty() && runs.back().lcn + runs.back().count == int64_t(run->addr)) {
+        runs.back().count += int64_t(run->len);
+      } else {
+        runs.push_back({int64_t(run->addr), int64_t(run->len)});
+      }
+    }
+  }
+  tsk_fs_file_close(file);
+  return true;
+}
+
+std::string TskView::Hash(const std::string& volumePath) {
+  TSK_FS_FILE* file = tsk_fs_file_open(static_cast<TSK_FS_INFO*>(fs_), nullptr, volumePath.c_str());
+  if (file == nullptr) return "(not found)";
+  // FNV-1a over the content, and the size.
+  uint64_t hash = 1469598103934665603ull;
+  const TSK_OFF_T size = file->meta != nullptr ? file->meta->size : 0;
+  std::vector<char> buffer(1 << 16);
+  for (TSK_OFF_T at = 0; at < size;) {
+    const ssize_t n = tsk_fs_file_read(file, at, buffer.data(), buffer.size(), TSK_FS_FILE_READ_FLAG_NONE);
+    if (n <= 0) {
+      tsk_fs_file_close(file);
+      return "(unreadable)";
+    }
+    for (ssize_t i = 0; i < n; ++i) hash = (hash ^ uint8_t(buffer[size_t(i)])) * 1099511628211ull;
+    at += n;
+  }
+  tsk_fs_file_close(file);
+  return std::to_string(size) + ":" + std::to_string(hash);
+}

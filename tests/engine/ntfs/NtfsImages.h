@@ -33,6 +33,25 @@ struct PhysicalRun {
 // folder), from istat; false when istat fails.
 bool IstatRuns(const std::string& image, const std::string& volumePath, std::vector<PhysicalRun>& runs);
 
+// The image read in-process through The Sleuth Kit's library, for checks
+// that run hundreds of times: the physical runs of a file's unnamed data and
+// a hash of its content.
+class TskView {
+ public:
+  explicit TskView(const std::string& image);
+  ~TskView();
+  TskView(const TskView&) = delete;
+  TskView& operator=(const TskView&) = delete;
+  bool Opened() const { return fs_ != nullptr; }
+  // `packed` tells whether the data is compressed or sparse.
+  bool Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed = nullptr);
+  std::string Hash(const std::string& volumePath);
+
+ private:
+  void* image_ = nullptr;
+  void* fs_ = nullptr;
+};
+
 // Content hashes of the files through icat.
 std::map<std::string, std::string> IcatHashes(const std::string& image,
                                               const std::vector<std::string>& files);
