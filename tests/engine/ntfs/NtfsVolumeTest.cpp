@@ -317,3 +317,77 @@ TEST_F(NtfsCommandTest, RefusesADirtyVolumeAndWritesNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+// A tree written by ntfs-3g's own mount, as a user would: a volume filled,
+// every other file deleted, large files with long names written into the
+// gaps, a folder of thousands of entries.
+TEST_F(NtfsCommandTest, ImagesWrittenThroughTheMountHoldEveryCheck) {
+  std::string error, output;
+  ASSERT_TRUE(MakeNtfsImage(image_, 128ull << 20, error)) << error;
+  const std::string mount = image_ + ".mnt";
+  RunCommand("mkdir -p " + Quoted(mount), output);
+  if (RunCommand("ntfs-3g " + Quoted(image_) + " " + Quoted(mount), output) != 0) {
+    GTEST_SKIP() << "ntfs-3g cannot mount here: " << output;
+  }
+  const std::string m = Quoted(mount);
+  const std::string script =
+      "set -e; mkdir " + m + "/fill " + m + "/thousands " + m + "/Users; "
+      "for i in $(seq 1 1400); do head -c 65536 /dev/urandom > " + m + "/fill/f$i 2>/dev/null || break; done; "
+      "for i in $(seq 2 2 1400); do rm -f " + m + "/fill/f$i; done; "
+      "for k in 1 2 3 4 5 6 7 8; do for n in 1 2 3; do "
+      "head -c 262144 /dev/urandom >> " + m + "/Users/\"a rather long file name for video number $n.mp4\"; done; done; "
+      "for i in $(seq 1 3000); do echo \"entry $i\" > " + m + "/thousands/\"small file with a long name $i.txt\"; done; "
+      "head -c 3000000 /dev/urandom > " + m + "/Users/été-résumé.bin";
+  const int wrote = RunCommand("bash -c " + Quoted(script), output);
+  // A mounted volume is refused, nothing written.
+  std::string refused;
+  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users", refused), 7) << refused;
+  EXPECT_NE(refused.find("mounted"), std::string::npos) << refused;
+  std::string sumsBefore, sumsAfter;
+  RunCommand("cd " + m + " && find . -type f | sort | xargs -d '\\n' sha256sum", sumsBefore);
+  ASSERT_EQ(RunCommand("umount " + m, output), 0) << output;
+  ASSERT_EQ(wrote, 0) << output;
+
+  filled_.files = {"/Users/été-résumé.bin"};
+  for (int n = 1; n <= 3; ++n) {
+    filled_.files.push_back("/Users/a rather long file name for video number " + std::to_string(n) + ".mp4");
+  }
+  for (int i = 1; i < 1400; i += 50) filled_.files.push_back("/fill/f" + std::to_string(i));
+  for (int i = 1; i <= 3000; i += 500) {
+    filled_.files.push_back("/thousands/small file with a long name " + std::to_string(i) + ".txt");
+  }
+  // The analysis counts what istat lists.
+  int fragmented = 0;
+  for (const std::string& path : filled_.files) {
+    std::vector<PhysicalRun> runs;
+    ASSERT_TRUE(IstatRuns(image_, path, runs)) << path;
+    if (runs.empty()) continue;  // kept inside its record
+    fragmented += runs.size() > 1;
+    ASSERT_EQ(Command("--analyze " + Quoted(image_) + " " + Quoted(path), output), 0) << output;
+    EXPECT_NE(output.find("File is in " + std::to_string(runs.size()) + " fragments"), std::string::npos)
+        << path << "\n" << output;
+  }
+  EXPECT_GE(fragmented, 3);
+  std::vector<PhysicalRun> folderRuns;
+  ASSERT_TRUE(IstatRuns(image_, "/thousands", folderRuns));
+  EXPECT_FALSE(folderRuns.empty());  // an index allocation of its own
+
+  const auto before = IcatHashes(image_, filled_.files);
+  EXPECT_EQ(Command("--analyze --defrag " + Quoted(image_) + " /", output), 0) << output;
+  for (int n = 1; n <= 3; ++n) {
+    std::vector<PhysicalRun> runs;
+    IstatRuns(image_, filled_.files[size_t(n)], runs);
+    EXPECT_EQ(runs.size(), 1u) << filled_.files[size_t(n)];
+  }
+  ExpectSound(before);
+  // ntfs-3g mounts the result and reads every file as it was.
+  ASSERT_EQ(RunCommand("ntfs-3g " + Quoted(image_) + " " + m, output), 0) << output;
+  RunCommand("cd " + m + " && find . -type f | sort | xargs -d '\\n' sha256sum", sumsAfter);
+  RunCommand("umount " + m, output);
+  EXPECT_EQ(sumsAfter, sumsBefore);
+  RunCommand("rmdir " + m, output);
+}
+
+}  // namespace
