@@ -194,6 +194,10 @@ int main(int argc, char** argv) {
     anyErrors = !gRun.errors.empty();
     if (isatty(2)) std::fputs("\r\033[K", stderr);
     Write(ConsoleAnalysisSection(), given);
+    // The report names files as they are on the volume; the next run
+    // starts its lists afresh.
+    for (FragmentedFileRecord& record : gRun.fragmented) record.path = GivenPath(record.path, given);
+    for (ErrorEntry& entry : gRun.errors) entry.displayPath = GivenPath(entry.displayPath, given);
     if (!report.empty() && !SaveAnalysisReport(Wide(report), PortableReportFormat())) {
       std::fprintf(stderr, "ordalis-ntfs: the report %s could not be written\n", report.c_str());
     }
