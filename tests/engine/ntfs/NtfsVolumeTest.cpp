@@ -289,8 +289,11 @@ class NtfsCommandTest : public NtfsVolumeTest {
 TEST_F(NtfsCommandTest, AnalysesAndDefragmentsWithTheUnattendedSummaryAndCodes) {
   Make(21, 1);
   const auto before = IcatHashes(image_, filled_.files);
-  std::string output;
+  std::string output, imageBefore, imageAfter;
+  RunCommand("sha256sum " + Quoted(image_), imageBefore);
   EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users /data/sparse.img /missing", output), 0) << output;
+  RunCommand("sha256sum " + Quoted(image_), imageAfter);
+  EXPECT_EQ(imageAfter, imageBefore);  // an analysis writes nothing
   EXPECT_NE(output.find("Analyzed folder : /Users\nFolder is Fragmented"), std::string::npos) << output;
   EXPECT_NE(output.find("Analyzed file : /data/sparse.img\nFile is in "), std::string::npos) << output;
   EXPECT_NE(output.find("/missing could not be added"), std::string::npos) << output;
