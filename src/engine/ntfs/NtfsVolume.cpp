@@ -163,7 +163,8 @@ ntfs_inode* NtfsVolume::LookUp(const std::string& volumePath) {
   return ntfs_pathname_to_inode(volume_, nullptr, volumePath.c_str());
 }
 
-FsHandle NtfsVolume::OpenPath(const std::wstring& path) {
+FsHandle NtfsVolume::OpenPath(const std::wstring& path, bool backup) {
+  std::lock_guard lock(mutex_);
   const std::string volumePath = VolumePath(path);
   if (volumePath.empty()) {
     tLastOpenError = 3;
@@ -179,7 +180,7 @@ FsHandle NtfsVolume::OpenPath(const std::wstring& path) {
   handle.protectedFile = inode->mft_no < kFirstUserRecord || volumePath.rfind("/$Extend/", 0) == 0;
   const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
   ntfs_inode_close(inode);
-  if (directory) {
+  if (directory && !backup) {
     // Folders open only with backup semantics.
     tLastOpenError = kErrorAccessDenied;
     return kInvalidHandle;
@@ -190,32 +191,9 @@ FsHandle NtfsVolume::OpenPath(const std::wstring& path) {
   return id;
 }
 
-FsHandle NtfsVolume::OpenFileForMoving(const std::wstring& path) {
-  std::lock_guard lock(mutex_);
-  return OpenPath(path);
-}
+FsHandle NtfsVolume::OpenFileForMoving(const std::wstring& path) { return OpenPath(path, false); }
 
-FsHandle NtfsVolume::OpenFileBackupSemantics(const std::wstring& path) {
-  std::lock_guard lock(mutex_);
-  const std::string volumePath = VolumePath(path);
-  if (volumePath.empty()) {
-    tLastOpenError = 3;
-    return kInvalidHandle;
-  }
-  ntfs_inode* inode = LookUp(volumePath);
-  if (inode == nullptr) {
-    tLastOpenError = ErrorFromErrno(errno);
-    return kInvalidHandle;
-  }
-  OpenHandle handle;
-  handle.mft = inode->mft_no;
-  handle.protectedFile = inode->mft_no < kFirstUserRecord || volumePath.rfind("/$Extend/", 0) == 0;
-  ntfs_inode_close(inode);
-  const FsHandle id = nextHandle_;
-  nextHandle_ += 4;
-  handles_[id] = handle;
-  return id;
-}
+FsHandle NtfsVolume::OpenFileBackupSemantics(const std::wstring& path) { return OpenPath(path, true); }
 
 FsHandle NtfsVolume::OpenVolume(const std::string& deviceName) {
   std::lock_guard lock(mutex_);

@@ -82,7 +82,7 @@ class NtfsVolume : public VolumeAccess {
   };
   // The inode of a volume path, opened; null with errno set.
   _ntfs_inode* LookUp(const std::string& volumePath);
-  FsHandle OpenPath(const std::wstring& path);
+  FsHandle OpenPath(const std::wstring& path, bool backup);
   const OpenHandle* Find(FsHandle handle) const;
   NtStatus Pointers(const OpenHandle& file, int64_t vcn, void* output, uint32_t outputLength,
                     uintptr_t& information);
