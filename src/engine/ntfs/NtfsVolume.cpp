@@ -134,6 +134,8 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
 bool NtfsVolume::Unmount() {
   std::lock_guard lock(mutex_);
   handles_.clear();
+  bitmap_.clear();
+  bitmap_.shrink_to_fit();
   if (volume_ == nullptr) return true;
   const bool ok = ntfs_umount(volume_, FALSE) == 0;
   volume_ = nullptr;
@@ -291,6 +293,7 @@ NtStatus NtfsVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, cons
 
 NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
                             uintptr_t& information) {
+  if (!LoadBitmap()) return kStatusDiskCorrupt;
   const int64_t start = lcn / 8 * 8;
   const int64_t clusters = volume_->nr_clusters - start;
   const uint64_t wanted = uint64_t(clusters + 7) / 8;
@@ -298,9 +301,7 @@ NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
   const uint64_t length = (std::min)(wanted, room);
   auto* bytes = static_cast<uint8_t*>(output);
   uint8_t* bits = bytes + sizeof(VolumeBitmapHeader);
-  if (ntfs_attr_pread(volume_->lcnbmp_na, start / 8, int64_t(length), bits) != int64_t(length)) {
-    return kStatusDiskCorrupt;
-  }
+  std::memcpy(bits, bitmap_.data() + start / 8, length);
   if (length == wanted && clusters % 8 != 0) {
     // Past the end of the volume: in use.
     bits[length - 1] |= uint8_t(0xFF << (clusters % 8));
@@ -311,10 +312,33 @@ NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
   return length < wanted ? kStatusBufferOverflow : kStatusSuccess;
 }
 
+bool NtfsVolume::LoadBitmap() {
+  if (!bitmap_.empty()) return true;
+  std::vector<uint8_t> bits(size_t((volume_->nr_clusters + 7) / 8));
+  constexpr int64_t kPiece = 1 << 24;
+  for (int64_t at = 0; at < int64_t(bits.size()); at += kPiece) {
+    const int64_t n = (std::min)(kPiece, int64_t(bits.size()) - at);
+    if (ntfs_attr_pread(volume_->lcnbmp_na, at, n, bits.data() + at) != n) return false;
+  }
+  bitmap_ = std::move(bits);
+  return true;
+}
+
+void NtfsVolume::MarkClusters(int64_t lcn, int64_t count, bool inUse) {
+  if (bitmap_.empty()) return;
+  for (int64_t c = lcn; c < lcn + count; ++c) {
+    uint8_t& byte = bitmap_[size_t(c / 8)];
+    byte = inUse ? uint8_t(byte | (1u << (c % 8))) : uint8_t(byte & ~(1u << (c % 8)));
+  }
+}
+
+// Read from the volume itself, not the kept copy: the move's own check
+// must hold even if something the library did behind the copy's back (the
+// record table growing for a longer run list) was missed.
 bool NtfsVolume::RangeFree(int64_t lcn, uint64_t count) {
-  std::vector<uint8_t> bits(size_t((count + 16) / 8 + 1));
   const int64_t first = lcn / 8;
   const int64_t last = (lcn + int64_t(count) - 1) / 8;
+  std::vector<uint8_t> bits(size_t(last - first + 1));
   if (ntfs_attr_pread(volume_->lcnbmp_na, first, last - first + 1, bits.data()) != last - first + 1) {
     return false;
   }
@@ -391,10 +415,13 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
   // that no file owns, never a file pointing at clusters that are free.
   ntfs_device* device = volume_->dev;
   if (ntfs_bitmap_set_run(volume_->lcnbmp_na, target, total) != 0) return kStatusDiskCorrupt;
+  MarkClusters(target, total, true);
   volume_->free_clusters -= total;
   auto giveBackTarget = [&] {
-    ntfs_bitmap_clear_run(volume_->lcnbmp_na, target, total);
-    volume_->free_clusters += total;
+    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, target, total) == 0) {
+      MarkClusters(target, total, false);
+      volume_->free_clusters += total;
+    }
     ntfs_device_sync(device);
   };
   const int bits = volume_->cluster_size_bits;
@@ -465,7 +492,14 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
   stream->rl = fresh;
   stream->unused_runs = 0;
   NAttrSetRunlistDirty(stream);
-  if (ntfs_attr_update_mapping_pairs(stream, 0) != 0 || ntfs_inode_sync(opened.inode) != 0) {
+  const int64_t freeBefore = volume_->free_clusters;
+  const bool rewritten = ntfs_attr_update_mapping_pairs(stream, 0) == 0 && ntfs_inode_sync(opened.inode) == 0;
+  if (volume_->free_clusters != freeBefore) {
+    // The library allocated clusters of its own (more room for records):
+    // the kept bitmap no longer matches the volume.
+    bitmap_.clear();
+  }
+  if (!rewritten) {
     // Put the old list back: the file still owns its old clusters.
     std::free(stream->rl);
     stream->rl = old;
@@ -477,8 +511,11 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
   }
   ntfs_device_sync(device);
   for (const Piece& piece : pieces) {
-    ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count);
-    volume_->free_clusters += piece.count;
+    // A release that fails leaves clusters in use that nobody owns.
+    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count) == 0) {
+      MarkClusters(piece.lcn, piece.count, false);
+      volume_->free_clusters += piece.count;
+    }
   }
   std::free(old);
   ntfs_device_sync(device);

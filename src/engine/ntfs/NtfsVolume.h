@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "engine/FileQueries.h"
 #include "engine/VolumeAccess.h"
@@ -89,11 +90,17 @@ class NtfsVolume : public VolumeAccess {
   NtStatus Bitmap(int64_t lcn, void* output, uint32_t outputLength, uintptr_t& information);
   NtStatus Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count);
   bool RangeFree(int64_t lcn, uint64_t count);
+  // The volume's bitmap, read once and kept in step with every allocation
+  // and release a move makes (nothing else writes while the volume is open):
+  // a free-space search reads all of it for every file.
+  bool LoadBitmap();
+  void MarkClusters(int64_t lcn, int64_t count, bool inUse);
 
   std::recursive_mutex mutex_;
   _ntfs_volume* volume_ = nullptr;
   bool writable_ = false;
   wchar_t letter_ = L'N';
+  std::vector<uint8_t> bitmap_;
   std::map<FsHandle, OpenHandle> handles_;
   FsHandle nextHandle_ = 0x204;
 };
