@@ -1,7 +1,7 @@
 // The NTFS volume at size: a sparse image of 2 TiB made by mkntfs, filled
 // through the on-disk format library with many files (most small enough to
 // live inside their records, the rest a few clusters) and a set of files
-// fragmented by interleaved appends; then the analysis of every file and
+// to be fragmented; then the analysis of every file and
 // the defragmentation of the fragmented ones, with the time spent in the
 // free-space search measured on its own.
 //   ntfs_bench [FILES [FRAGMENTED [GIB [IMAGE]]]]   (100000 1000 2048 /tmp/...)
@@ -38,12 +38,15 @@ struct Filler {
     free(unicode);
     return made;
   }
-  bool Append(ntfs_inode* inode, size_t bytes) {
+  bool Append(ntfs_inode* inode, size_t bytes) { return WriteAt(inode, -1, bytes); }
+  // At `offset`, or at the end when it is -1.
+  bool WriteAt(ntfs_inode* inode, int64_t offset, size_t bytes) {
     ntfs_attr* data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
     if (data == nullptr) return false;
     std::vector<uint8_t> buffer(bytes);
     for (auto& b : buffer) b = uint8_t(random());
-    bool ok = ntfs_attr_pwrite(data, data->data_size, int64_t(bytes), buffer.data()) == int64_t(bytes);
+    const int64_t at = offset < 0 ? data->data_size : offset;
+    bool ok = ntfs_attr_pwrite(data, at, int64_t(bytes), buffer.data()) == int64_t(bytes);
     ok = ntfs_attr_pclose(data) == 0 && ok;
     ntfs_attr_close(data);
     return ok;
@@ -58,6 +61,7 @@ int main(int argc, char** argv) {
   const uint64_t gib = argc > 3 ? std::strtoull(argv[3], nullptr, 10) : 2048;
   const std::string image = argc > 4 ? argv[4] : "/tmp/ordalis-ntfs-bench.img";
 
+  setvbuf(stdout, nullptr, _IOLBF, 0);
   auto start = Clock::now();
   std::string error;
   if (!MakeNtfsImage(image, gib << 30, error)) {
@@ -90,7 +94,8 @@ int main(int argc, char** argv) {
         return 1;
       }
       const bool grows = i % (files / std::max(1, fragmented)) == 0 && int(growing.size()) < fragmented;
-      filler.Append(file, i % 5 == 0 || grows ? 4096 * (1 + filler.random() % 4) : 1 + filler.random() % 600);
+      // Most files fit in their records.
+      if (!grows) filler.Append(file, i % 5 == 0 ? 4096 * (1 + filler.random() % 4) : 1 + filler.random() % 600);
       paths.push_back("/" + folderName + "/" + name);
       if (grows) {
         growing.push_back(file->mft_no);
@@ -104,21 +109,56 @@ int main(int argc, char** argv) {
       }
     }
     if (folder != nullptr) ntfs_inode_close(folder);
-    for (int round = 0; round < 8; ++round) {
-      for (uint64_t record : growing) {
-        ntfs_inode* file = ntfs_inode_open(volume, MK_MREF(record, 0));
-        if (file == nullptr || !filler.Append(file, 4096 * (2 + filler.random() % 4)) ||
-            ntfs_inode_close(file) != 0) {
-          return 1;
+    // 128 clusters each; the library's allocator keeps such files in one
+    // piece on a volume this large, so they are scattered below.
+    for (int pass = 0; pass < 1; ++pass) {
+      for (int k = 0; k < 8; ++k) {
+        for (uint64_t record : growing) {
+          ntfs_inode* file = ntfs_inode_open(volume, MK_MREF(record, 0));
+          if (file == nullptr || !filler.WriteAt(file, int64_t(k) * 16 * 4096, 16 * 4096) ||
+              ntfs_inode_close(file) != 0) {
+            std::perror("grow");
+            return 1;
+          }
         }
       }
     }
     ntfs_inode_close(root);
     ntfs_umount(volume, BOOL(false));
   }
-  std::printf("filled %d files (%zu fragmented by interleaved appends): %.1f s\n", files,
+  std::printf("filled %d files (%zu to be fragmented): %.1f s\n", files,
               fragmentedPaths.size(), Seconds(start));
 
+  // Every other piece of 16 clusters of each growing file moved to a random
+  // free place of the volume through the move control.
+  start = Clock::now();
+  {
+    NtfsVolume volume;
+    std::string message;
+    if (volume.Open(image, true, L'N', message) != NtfsOpenFailure::None) return 1;
+    SetVolumeAccess(&volume);
+    std::mt19937_64 random(11);
+    const FsHandle handle = volume.OpenVolume("\\\\.\\N:");
+    for (const std::string& path : fragmentedPaths) {
+      std::wstring wide = L"N:" + WideFromUtf8(path);
+      for (wchar_t& c : wide) {
+        if (c == L'/') c = L'\\';
+      }
+      const FsHandle file = volume.OpenFileForMoving(wide);
+      for (int k = 1; k < 8; k += 2) {
+        for (int attempt = 0; attempt < 20; ++attempt) {
+          MoveFileRecord record{uint64_t(file), int64_t(k) * 16,
+                                int64_t(random() % (volume.ClusterCount() - 16)), 16, 0};
+          IoStatusBlock block{};
+          if (volume.MoveClusters(handle, block, &record, sizeof record) == kStatusSuccess) break;
+        }
+      }
+      volume.Close(file);
+    }
+    volume.Close(handle);
+    SetVolumeAccess(nullptr);
+  }
+  std::printf("scattered: %.1f s\n", Seconds(start));
   {
     const auto violations = CheckBitmapAgainstOwners(image);
     std::printf("bitmap check after filling: %zu violations\n", violations.size());
@@ -197,6 +237,6 @@ int main(int argc, char** argv) {
   std::printf("bitmap against every record's clusters (The Sleuth Kit): %zu violations, %.1f s\n",
               violations.size(), Seconds(start));
   for (size_t i = 0; i < violations.size() && i < 5; ++i) std::printf("  %s\n", violations[i].c_str());
-  std::remove(image.c_str());
+  if (std::getenv("ORDALIS_BENCH_KEEP_IMAGE") == nullptr) std::remove(image.c_str());
   return 0;
 }
