@@ -1,0 +1,740 @@
+#include "engine/ntfs/NtfsVolume.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "engine/ntfs/NtfsLibrary.h"
+#include "engine/sim/SimVolume.h"
+#include "util/WideString.h"
+
+namespace {
+
+// Records below this number are the volume's own files, and so is
+// everything in the folder of its extensions.
+constexpr uint64_t kFirstUserRecord = 24;
+constexpr uint64_t kUnit = 16;  // clusters per compression unit
+constexpr uint64_t kCopyChunk = 1u << 20;
+
+thread_local uint32_t tLastOpenError = 0;
+
+uint32_t ErrorFromErrno(int error) {
+  switch (error) {
+    case ENOENT: return kErrorFileNotFound;
+    case ENOTDIR: return 3;
+    case EACCES:
+    case EPERM: return kErrorAccessDenied;
+    default: return 1;
+  }
+}
+
+// The stream the controls work on: the unnamed data of a file, the index
+// allocation of a folder.
+ntfs_attr* OpenStream(ntfs_inode* inode) {
+  if (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) {
+    return ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
+  }
+  return ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
+}
+
+// Inode and stream opened for one call and closed on leaving it.
+struct OpenedStream {
+  ntfs_inode* inode = nullptr;
+  ntfs_attr* stream = nullptr;
+  OpenedStream(ntfs_volume* volume, uint64_t mft) {
+    inode = ntfs_inode_open(volume, MK_MREF(mft, 0));
+    if (inode != nullptr) stream = OpenStream(inode);
+  }
+  ~OpenedStream() {
+    if (stream != nullptr) ntfs_attr_close(stream);
+    if (inode != nullptr) ntfs_inode_close(inode);
+  }
+  OpenedStream(const OpenedStream&) = delete;
+  OpenedStream& operator=(const OpenedStream&) = delete;
+  // The clusters the run list covers, holes included; 0 for a stream kept
+  // inside its record or without any allocation.
+  int64_t VcnCount() {
+    if (stream == nullptr || !NAttrNonResident(stream)) return 0;
+    if (ntfs_attr_map_whole_runlist(stream) != 0) return -1;
+    int64_t end = 0;
+    for (const runlist_element* run = stream->rl; run != nullptr && run->length != 0; ++run) {
+      end = run->vcn + run->length;
+    }
+    return end;
+  }
+};
+
+// Errors proper; success and warnings (data returned) fill the status block.
+bool IsFailure(NtStatus status) { return (uint32_t(status) >> 30) == 3; }
+
+bool IsDotName(const std::wstring& name) { return name == L"." || name == L".."; }
+
+std::wstring WideFromVolumeUnits(const ntfschar* units, int count) {
+  std::wstring text;
+  text.reserve(size_t(count));
+  for (int i = 0; i < count; ++i) {
+    uint32_t unit = le16_to_cpu(units[i]);
+    if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < count) {
+      const uint32_t low = le16_to_cpu(units[i + 1]);
+      if (low >= 0xDC00 && low < 0xE000) {
+        unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+        ++i;
+      }
+    }
+    text += wchar_t(unit);
+  }
+  return text;
+}
+
+}  // namespace
+
+NtfsVolume::~NtfsVolume() { Unmount(); }
+
+NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar_t letter,
+                                 std::string& message) {
+  std::lock_guard lock(mutex_);
+  Unmount();
+  letter_ = wchar_t(UpperCaseUnit(letter));
+  unsigned long mountFlags = 0;
+  if (ntfs_check_if_mounted(device.c_str(), &mountFlags) == 0 && (mountFlags & NTFS_MF_MOUNTED)) {
+    message = device + " is mounted: unmount it first";
+    return NtfsOpenFailure::Mounted;
+  }
+  // Looked at read-only first: a volume that is refused is never written.
+  ntfs_volume* probe = ntfs_mount(device.c_str(), NTFS_MNT_RDONLY);
+  if (probe == nullptr) {
+    message = device + " cannot be opened as an NTFS volume: " + std::strerror(errno);
+    return NtfsOpenFailure::CannotOpen;
+  }
+  if (probe->flags & VOLUME_IS_DIRTY) {
+    ntfs_umount(probe, FALSE);
+    message = device + " is marked for a disk check: let its own system check it first";
+    return NtfsOpenFailure::Dirty;
+  }
+  if (ntfs_volume_check_hiberfile(probe, 0) != 0) {
+    ntfs_umount(probe, FALSE);
+    message = device + " holds a hibernated or fast-started system: shut that system down fully first";
+    return NtfsOpenFailure::Hibernated;
+  }
+  if (!writable) {
+    volume_ = probe;
+  } else {
+    ntfs_umount(probe, FALSE);
+    volume_ = ntfs_mount(device.c_str(), ntfs_mount_flags(0));
+    if (volume_ == nullptr) {
+      message = device + " cannot be opened for writing: " + std::strerror(errno);
+      return NtfsOpenFailure::CannotOpen;
+    }
+  }
+  writable_ = writable;
+  return NtfsOpenFailure::None;
+}
+
+bool NtfsVolume::Unmount() {
+  std::lock_guard lock(mutex_);
+  handles_.clear();
+  bitmap_.clear();
+  bitmap_.shrink_to_fit();
+  if (volume_ == nullptr) return true;
+  const bool ok = ntfs_umount(volume_, FALSE) == 0;
+  volume_ = nullptr;
+  return ok;
+}
+
+uint32_t NtfsVolume::ClusterSize() const { return volume_ ? volume_->cluster_size : 0; }
+uint64_t NtfsVolume::ClusterCount() const { return volume_ ? uint64_t(volume_->nr_clusters) : 0; }
+
+std::string NtfsVolume::VolumePath(const std::wstring& given) const {
+  const std::wstring path = StripLongPrefix(given);
+  if (path.size() < 2 || path[1] != L':' || UpperCaseUnit(path[0]) != letter_) return {};
+  std::wstring rest = path.substr(2);
+  for (wchar_t& c : rest) {
+    if (c == L'\\') c = L'/';
+  }
+  while (rest.size() > 1 && rest.back() == L'/') rest.pop_back();
+  if (rest.empty() || rest[0] != L'/') rest = L"/" + rest;
+  return Utf8FromWide(rest);
+}
+
+ntfs_inode* NtfsVolume::LookUp(const std::string& volumePath) {
+  if (volume_ == nullptr) {
+    errno = ENOENT;
+    return nullptr;
+  }
+  return ntfs_pathname_to_inode(volume_, nullptr, volumePath.c_str());
+}
+
+FsHandle NtfsVolume::OpenPath(const std::wstring& path, bool backup) {
+  std::lock_guard lock(mutex_);
+  const std::string volumePath = VolumePath(path);
+  if (volumePath.empty()) {
+    tLastOpenError = 3;
+    return kInvalidHandle;
+  }
+  ntfs_inode* inode = LookUp(volumePath);
+  if (inode == nullptr) {
+    tLastOpenError = ErrorFromErrno(errno);
+    return kInvalidHandle;
+  }
+  OpenHandle handle;
+  handle.mft = inode->mft_no;
+  handle.protectedFile = inode->mft_no < kFirstUserRecord || volumePath.rfind("/$Extend/", 0) == 0;
+  const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
+  ntfs_inode_close(inode);
+  if (directory && !backup) {
+    // Folders open only with backup semantics.
+    tLastOpenError = kErrorAccessDenied;
+    return kInvalidHandle;
+  }
+  const FsHandle id = nextHandle_;
+  nextHandle_ += 4;
+  handles_[id] = handle;
+  return id;
+}
+
+FsHandle NtfsVolume::OpenFileForMoving(const std::wstring& path) { return OpenPath(path, false); }
+
+FsHandle NtfsVolume::OpenFileBackupSemantics(const std::wstring& path) { return OpenPath(path, true); }
+
+FsHandle NtfsVolume::OpenVolume(const std::string& deviceName) {
+  std::lock_guard lock(mutex_);
+  // "\\.\N:"
+  if (volume_ == nullptr || deviceName.size() != 6 || deviceName.compare(0, 4, "\\\\.\\") != 0 ||
+      UpperCaseUnit(wchar_t(deviceName[4])) != letter_ || deviceName[5] != ':') {
+    tLastOpenError = kErrorFileNotFound;
+    return kInvalidHandle;
+  }
+  const FsHandle id = nextHandle_;
+  nextHandle_ += 4;
+  handles_[id] = OpenHandle{true, 0, false};
+  return id;
+}
+
+uint32_t NtfsVolume::LastError() { return tLastOpenError; }
+
+bool NtfsVolume::Close(FsHandle handle) {
+  std::lock_guard lock(mutex_);
+  return handles_.erase(handle) == 1;
+}
+
+const NtfsVolume::OpenHandle* NtfsVolume::Find(FsHandle handle) const {
+  auto it = handles_.find(handle);
+  return it == handles_.end() ? nullptr : &it->second;
+}
+
+// Every answer is synchronous: the status block is written on success and
+// warnings only, left as the caller set it on a failure.
+NtStatus NtfsVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, const void* input,
+                                          uint32_t inputLength, void* output,
+                                          uint32_t outputLength) {
+  std::lock_guard lock(mutex_);
+  const OpenHandle* handle = Find(file);
+  if (handle == nullptr || handle->volume) return kStatusInvalidHandle;
+  int64_t vcn = 0;
+  if (input == nullptr || inputLength < sizeof vcn) return kStatusInvalidParameter;
+  std::memcpy(&vcn, input, sizeof vcn);
+  if (vcn < 0) return kStatusInvalidParameter;
+  if (output == nullptr || outputLength < sizeof(RetrievalPointersHeader) + sizeof(RetrievalExtent)) {
+    return kStatusBufferTooSmall;
+  }
+  uintptr_t information = 0;
+  const NtStatus status = Pointers(*handle, vcn, output, outputLength, information);
+  if (!IsFailure(status)) {
+    block.status = status;
+    block.information = information;
+  }
+  return status;
+}
+
+NtStatus NtfsVolume::Pointers(const OpenHandle& file, int64_t vcn, void* output,
+                              uint32_t outputLength, uintptr_t& information) {
+  OpenedStream opened(volume_, file.mft);
+  if (opened.inode == nullptr) return kStatusInvalidHandle;
+  const int64_t end = opened.VcnCount();
+  if (end < 0) return kStatusDiskCorrupt;
+  // Kept inside the record, empty, or read from past the end.
+  if (vcn >= end) return kStatusEndOfFile;
+  const runlist_element* run = opened.stream->rl;
+  while (run->length != 0 && run->vcn + run->length <= vcn) ++run;
+  const uint32_t room = (outputLength - sizeof(RetrievalPointersHeader)) / sizeof(RetrievalExtent);
+  auto* bytes = static_cast<uint8_t*>(output);
+  RetrievalPointersHeader header{0, 0, run->vcn};
+  uint8_t* next = bytes + sizeof header;
+  for (; run->length != 0 && header.extentCount < room; ++run) {
+    const RetrievalExtent extent{run->vcn + run->length, run->lcn < 0 ? -1 : run->lcn};
+    std::memcpy(next, &extent, sizeof extent);
+    next += sizeof extent;
+    ++header.extentCount;
+  }
+  std::memcpy(bytes, &header, sizeof header);
+  information = uintptr_t(next - bytes);
+  return run->length != 0 ? kStatusBufferOverflow : kStatusSuccess;
+}
+
+NtStatus NtfsVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, const void* input,
+                                     uint32_t inputLength, void* output, uint32_t outputLength) {
+  std::lock_guard lock(mutex_);
+  const OpenHandle* handle = Find(volume);
+  if (handle == nullptr || !handle->volume) return kStatusInvalidHandle;
+  int64_t lcn = 0;
+  if (input == nullptr || inputLength < sizeof lcn) return kStatusInvalidParameter;
+  std::memcpy(&lcn, input, sizeof lcn);
+  if (output == nullptr || outputLength < sizeof(VolumeBitmapHeader) + 8) return kStatusBufferTooSmall;
+  if (lcn < 0 || lcn >= volume_->nr_clusters) return kStatusInvalidParameter;
+  uintptr_t information = 0;
+  const NtStatus status = Bitmap(lcn, output, outputLength, information);
+  if (!IsFailure(status)) {
+    block.status = status;
+    block.information = information;
+  }
+  return status;
+}
+
+NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
+                            uintptr_t& information) {
+  if (!LoadBitmap()) return kStatusDiskCorrupt;
+  const int64_t start = lcn / 8 * 8;
+  const int64_t clusters = volume_->nr_clusters - start;
+  const uint64_t wanted = uint64_t(clusters + 7) / 8;
+  const uint64_t room = outputLength - sizeof(VolumeBitmapHeader);
+  const uint64_t length = (std::min)(wanted, room);
+  auto* bytes = static_cast<uint8_t*>(output);
+  uint8_t* bits = bytes + sizeof(VolumeBitmapHeader);
+  std::memcpy(bits, bitmap_.data() + start / 8, length);
+  if (length == wanted && clusters % 8 != 0) {
+    // Past the end of the volume: in use.
+    bits[length - 1] |= uint8_t(0xFF << (clusters % 8));
+  }
+  const VolumeBitmapHeader header{start, clusters};
+  std::memcpy(bytes, &header, sizeof header);
+  information = uintptr_t(sizeof header + length);
+  return length < wanted ? kStatusBufferOverflow : kStatusSuccess;
+}
+
+bool NtfsVolume::LoadBitmap() {
+  if (!bitmap_.empty()) return true;
+  std::vector<uint8_t> bits(size_t((volume_->nr_clusters + 7) / 8));
+  constexpr int64_t kPiece = 1 << 24;
+  for (int64_t at = 0; at < int64_t(bits.size()); at += kPiece) {
+    const int64_t n = (std::min)(kPiece, int64_t(bits.size()) - at);
+    if (ntfs_attr_pread(volume_->lcnbmp_na, at, n, bits.data() + at) != n) return false;
+  }
+  bitmap_ = std::move(bits);
+  return true;
+}
+
+void NtfsVolume::MarkClusters(int64_t lcn, int64_t count, bool inUse) {
+  if (bitmap_.empty()) return;
+  for (int64_t c = lcn; c < lcn + count; ++c) {
+    uint8_t& byte = bitmap_[size_t(c / 8)];
+    byte = inUse ? uint8_t(byte | (1u << (c % 8))) : uint8_t(byte & ~(1u << (c % 8)));
+  }
+}
+
+// Read from the volume itself, not the kept copy: the move's own check
+// must hold even if something the library did behind the copy's back (the
+// record table growing for a longer run list) was missed.
+bool NtfsVolume::RangeFree(int64_t lcn, uint64_t count) {
+  const int64_t first = lcn / 8;
+  const int64_t last = (lcn + int64_t(count) - 1) / 8;
+  std::vector<uint8_t> bits(size_t(last - first + 1));
+  if (ntfs_attr_pread(volume_->lcnbmp_na, first, last - first + 1, bits.data()) != last - first + 1) {
+    return false;
+  }
+  for (uint64_t i = 0; i < count; ++i) {
+    const uint64_t bit = uint64_t(lcn - first * 8) + i;
+    if (bits[bit / 8] >> (bit % 8) & 1) return false;
+  }
+  return true;
+}
+
+NtStatus NtfsVolume::MoveClusters(FsHandle volume, IoStatusBlock& block, const void* input,
+                                  uint32_t inputLength) {
+  std::lock_guard lock(mutex_);
+  const OpenHandle* handle = Find(volume);
+  if (handle == nullptr || !handle->volume) return kStatusInvalidHandle;
+  if (input == nullptr || inputLength < sizeof(MoveFileRecord)) return kStatusInvalidParameter;
+  MoveFileRecord record;
+  std::memcpy(&record, input, sizeof record);
+  const OpenHandle* file = Find(FsHandle(record.fileHandle));
+  if (file == nullptr || file->volume) return kStatusInvalidHandle;
+  const NtStatus status = Move(*file, record.startingVcn, record.startingLcn, record.clusterCount);
+  if (!IsFailure(status)) {
+    block.status = status;
+    block.information = 0;
+  }
+  return status;
+}
+
+NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count) {
+  if (!writable_) return kStatusMediaWriteProtected;
+  if (file.protectedFile) return kStatusAccessDenied;
+  OpenedStream opened(volume_, file.mft);
+  if (opened.inode == nullptr) return kStatusInvalidHandle;
+  if (opened.inode->flags & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
+  const int64_t end = opened.VcnCount();
+  if (end < 0) return kStatusDiskCorrupt;
+  if (count == 0 || vcn < 0 || vcn + int64_t(count) > end || target < 0 ||
+      target + int64_t(count) > volume_->nr_clusters) {
+    return kStatusInvalidParameter;
+  }
+  ntfs_attr* stream = opened.stream;
+  const bool byUnits = (stream->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
+  if ((stream->data_flags & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
+    // A compression unit the library does not write: never risked.
+    return kStatusAccessDenied;
+  }
+  int64_t first = vcn, last = vcn + int64_t(count);
+  if (byUnits) {
+    first = first / int64_t(kUnit) * int64_t(kUnit);
+    last = (std::min)(end, (last + int64_t(kUnit) - 1) / int64_t(kUnit) * int64_t(kUnit));
+  }
+
+  // The allocated pieces of the range, in VCN order, and where each goes.
+  struct Piece {
+    int64_t vcn, lcn, count, target;
+  };
+  std::vector<Piece> pieces;
+  int64_t total = 0;
+  for (const runlist_element* run = stream->rl; run->length != 0; ++run) {
+    const int64_t s = (std::max)(run->vcn, first);
+    const int64_t e = (std::min)(run->vcn + run->length, last);
+    if (s < e && run->lcn >= 0) {
+      pieces.push_back({s, run->lcn + (s - run->vcn), e - s, target + total});
+      total += e - s;
+    }
+  }
+  if (total == 0) return kStatusSuccess;
+  if (target + total > volume_->nr_clusters) return kStatusInvalidParameter;
+  if (!RangeFree(target, uint64_t(total))) return kStatusAlreadyCommitted;
+
+  // In an order that loses nothing whenever it stops: the target is claimed,
+  // the data copied, then the run list points at the copy, and only then are
+  // the old clusters given back. A stop in between leaves clusters allocated
+  // that no file owns, never a file pointing at clusters that are free.
+  ntfs_device* device = volume_->dev;
+  if (ntfs_bitmap_set_run(volume_->lcnbmp_na, target, total) != 0) return kStatusDiskCorrupt;
+  MarkClusters(target, total, true);
+  volume_->free_clusters -= total;
+  auto giveBackTarget = [&] {
+    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, target, total) == 0) {
+      MarkClusters(target, total, false);
+      volume_->free_clusters += total;
+    }
+    ntfs_device_sync(device);
+  };
+  const int bits = volume_->cluster_size_bits;
+  std::vector<uint8_t> buffer(kCopyChunk);
+  for (const Piece& piece : pieces) {
+    for (int64_t done = 0; done < piece.count << bits;) {
+      const int64_t n = (std::min<int64_t>)(int64_t(kCopyChunk), (piece.count << bits) - done);
+      if (ntfs_pread(device, (piece.lcn << bits) + done, n, buffer.data()) != n ||
+          ntfs_pwrite(device, (piece.target << bits) + done, n, buffer.data()) != n) {
+        giveBackTarget();
+        return kStatusDiskCorrupt;
+      }
+      done += n;
+    }
+  }
+  if (ntfs_device_sync(device) != 0) {
+    giveBackTarget();
+    return kStatusDiskCorrupt;
+  }
+
+  // The new run list: the moved pieces at their targets, runs that now
+  // continue each other joined.
+  std::vector<runlist_element> runs;
+  auto add = [&runs](int64_t runVcn, int64_t lcn, int64_t length) {
+    if (length <= 0) return;
+    if (!runs.empty()) {
+      runlist_element& back = runs.back();
+      const bool holes = back.lcn < 0 && lcn < 0 && back.lcn == lcn;
+      const bool continues = back.lcn >= 0 && lcn >= 0 && back.lcn + back.length == lcn;
+      if (holes || continues) {
+        back.length += length;
+        return;
+      }
+    }
+    runs.push_back(runlist_element{runVcn, lcn, length});
+  };
+  const runlist_element* run = stream->rl;
+  size_t pieceIndex = 0;
+  for (; run->length != 0; ++run) {
+    const int64_t runEnd = run->vcn + run->length;
+    int64_t at = run->vcn;
+    while (at < runEnd) {
+      if (run->lcn >= 0 && pieceIndex < pieces.size() && pieces[pieceIndex].vcn == at) {
+        const Piece& piece = pieces[pieceIndex++];
+        add(at, piece.target, piece.count);
+        at += piece.count;
+        continue;
+      }
+      // Up to the next moved piece inside this run, or the run's end.
+      int64_t stop = runEnd;
+      if (run->lcn >= 0 && pieceIndex < pieces.size() && pieces[pieceIndex].vcn < runEnd) {
+        stop = pieces[pieceIndex].vcn;
+      }
+      add(at, run->lcn >= 0 ? run->lcn + (at - run->vcn) : run->lcn, stop - at);
+      at = stop;
+    }
+  }
+  runs.push_back(runlist_element{run->vcn, run->lcn, 0});
+
+  const size_t bytes = runs.size() * sizeof(runlist_element);
+  auto* fresh = static_cast<runlist_element*>(std::malloc(bytes));
+  if (fresh == nullptr) {
+    giveBackTarget();
+    return kStatusDiskCorrupt;
+  }
+  std::memcpy(fresh, runs.data(), bytes);
+  runlist_element* old = stream->rl;
+  stream->rl = fresh;
+  stream->unused_runs = 0;
+  NAttrSetRunlistDirty(stream);
+  const int64_t freeBefore = volume_->free_clusters;
+  const bool rewritten = ntfs_attr_update_mapping_pairs(stream, 0) == 0 && ntfs_inode_sync(opened.inode) == 0;
+  if (volume_->free_clusters != freeBefore) {
+    // The library allocated clusters of its own (more room for records):
+    // the kept bitmap no longer matches the volume.
+    bitmap_.clear();
+  }
+  if (!rewritten) {
+    // Put the old list back: the file still owns its old clusters.
+    std::free(stream->rl);
+    stream->rl = old;
+    NAttrSetRunlistDirty(stream);
+    ntfs_attr_update_mapping_pairs(stream, 0);
+    ntfs_inode_sync(opened.inode);
+    giveBackTarget();
+    return kStatusAccessDenied;
+  }
+  ntfs_device_sync(device);
+  for (const Piece& piece : pieces) {
+    // A release that fails leaves clusters in use that nobody owns.
+    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count) == 0) {
+      MarkClusters(piece.lcn, piece.count, false);
+      volume_->free_clusters += piece.count;
+    }
+  }
+  std::free(old);
+  ntfs_device_sync(device);
+  return kStatusSuccess;
+}
+
+void NtfsVolume::Wait(FsHandle) {}
+
+std::wstring NtfsVolume::SystemText(uint32_t code) { return SimVolume::BuiltInText(code); }
+
+uint32_t NtfsVolume::StatusToError(NtStatus status) {
+  switch (uint32_t(status)) {
+    case 0xC0000032u: return 1392;
+    case 0xC00000A2u: return 19;
+    default: return SimVolume::BuiltInStatusToError(status);
+  }
+}
+
+// ---- File queries ----
+
+bool NameMatches(std::wstring_view pattern, std::wstring_view name) {
+  size_t p = 0, n = 0, starP = std::wstring_view::npos, starN = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && (pattern[p] == L'?' || UpperCaseUnit(pattern[p]) == UpperCaseUnit(name[n]))) {
+      ++p;
+      ++n;
+    } else if (p < pattern.size() && pattern[p] == L'*') {
+      starP = p++;
+      starN = n;
+    } else if (starP != std::wstring_view::npos) {
+      p = starP + 1;
+      n = ++starN;
+    } else {
+      return false;
+    }
+  }
+  while (p < pattern.size() && pattern[p] == L'*') ++p;
+  return p == pattern.size();
+}
+
+namespace {
+
+thread_local uint32_t tLastQueryError = 0;
+
+uint32_t FailQuery(uint32_t error) {
+  tLastQueryError = error;
+  return error;
+}
+
+DirEntry EntryFromInode(const std::wstring& name, ntfs_inode* inode) {
+  DirEntry entry;
+  entry.name = name;
+  const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
+  uint32_t attributes = le32_to_cpu(inode->flags) & 0xFFFF & ~kAttrDirectory;
+  if (directory) attributes |= kAttrDirectory;
+  if (attributes == 0) attributes = kAttrNormal;
+  entry.attributes = attributes;
+  entry.size = directory ? 0 : uint64_t(inode->data_size);
+  entry.creationTime = uint64_t(sle64_to_cpu(inode->creation_time));
+  entry.lastAccessTime = uint64_t(sle64_to_cpu(inode->last_access_time));
+  entry.lastWriteTime = uint64_t(sle64_to_cpu(inode->last_data_change_time));
+  return entry;
+}
+
+struct Listed {
+  std::wstring name;
+  uint64_t mft;
+};
+
+int CollectName(void* context, const ntfschar* name, const int length, const int nameType,
+                const s64, const MFT_REF reference, const unsigned) {
+  if (nameType == FILE_NAME_DOS) return 0;
+  static_cast<std::vector<Listed>*>(context)->push_back(
+      {WideFromVolumeUnits(name, length), uint64_t(MREF(reference))});
+  return 0;
+}
+
+// Splits "N:\a\b\pattern" into the folder's volume path and the last part.
+bool SplitPattern(const NtfsVolume& volume, const std::wstring& pattern, std::string& folder,
+                  std::wstring& last, bool& root) {
+  const std::wstring path = StripLongPrefix(pattern);
+  const size_t slash = path.find_last_of(L"\\/");
+  if (slash == std::wstring::npos) return false;
+  folder = volume.VolumePath(path.substr(0, slash == 2 ? 3 : slash));
+  last = path.substr(slash + 1);
+  root = folder == "/";
+  return !folder.empty();
+}
+
+}  // namespace
+
+uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
+                                      const std::function<bool(const DirEntry&)>& visit) {
+  std::string folder;
+  std::wstring last;
+  bool root = false;
+  if (!SplitPattern(volume_, pattern, folder, last, root)) return FailQuery(kErrPathNotFound);
+  std::vector<DirEntry> entries;
+  {
+    std::lock_guard lock(volume_.mutex_);
+    ntfs_inode* directory = volume_.LookUp(folder);
+    if (directory == nullptr) return FailQuery(kErrPathNotFound);
+    if (!(directory->mrec->flags & MFT_RECORD_IS_DIRECTORY)) {
+      ntfs_inode_close(directory);
+      return FailQuery(kErrPathNotFound);
+    }
+    if (last.find_first_of(L"*?") == std::wstring::npos) {
+      ntfs_inode_close(directory);
+      // One name: the entry itself.
+      if (last.empty()) return FailQuery(kErrFileNotFound);
+      ntfs_inode* inode = volume_.LookUp(folder + (root ? "" : "/") + Utf8FromWide(last));
+      if (inode == nullptr || (root && inode->mft_no < kFirstUserRecord)) {
+        if (inode != nullptr) ntfs_inode_close(inode);
+        return FailQuery(kErrFileNotFound);
+      }
+      entries.push_back(EntryFromInode(last, inode));
+      ntfs_inode_close(inode);
+    } else {
+      std::vector<Listed> names;
+      s64 position = 0;
+      const int read = ntfs_readdir(directory, &position, &names, CollectName);
+      const uint64_t self = directory->mft_no;
+      ntfs_inode_close(directory);
+      if (read != 0) return FailQuery(kErrAccessDenied);
+      for (const Listed& listed : names) {
+        const bool dot = IsDotName(listed.name);
+        // The root has no dot entries; the volume's own files are not listed.
+        if (dot ? root : (listed.mft < kFirstUserRecord)) continue;
+        if (!NameMatches(last, listed.name)) continue;
+        ntfs_inode* inode = ntfs_inode_open(volume_.volume_, MK_MREF(dot && listed.name == L"." ? self : listed.mft, 0));
+        if (inode == nullptr) continue;
+        entries.push_back(EntryFromInode(listed.name, inode));
+        ntfs_inode_close(inode);
+      }
+    }
+  }
+  if (entries.empty()) return FailQuery(kErrFileNotFound);
+  for (const DirEntry& entry : entries) {
+    if (!visit(entry)) break;
+  }
+  return 0;
+}
+
+uint32_t NtfsFileQueries::GetAttributes(const std::wstring& path) {
+  const std::string volumePath = volume_.VolumePath(path);
+  if (volumePath.empty()) {
+    FailQuery(kErrPathNotFound);
+    return kInvalidAttributes;
+  }
+  std::lock_guard lock(volume_.mutex_);
+  ntfs_inode* inode = volume_.LookUp(volumePath);
+  if (inode == nullptr) {
+    FailQuery(errno == ENOENT ? kErrFileNotFound : kErrPathNotFound);
+    return kInvalidAttributes;
+  }
+  uint32_t attributes = EntryFromInode(L"", inode).attributes;
+  // The root answers as it does on Windows: a hidden system folder.
+  if (volumePath == "/") attributes = kAttrDirectory | kAttrHidden | kAttrSystem;
+  ntfs_inode_close(inode);
+  return attributes;
+}
+
+uint64_t NtfsFileQueries::GetCompressedSize(const std::wstring& path) {
+  const std::string volumePath = volume_.VolumePath(path);
+  std::lock_guard lock(volume_.mutex_);
+  ntfs_inode* inode = volumePath.empty() ? nullptr : volume_.LookUp(volumePath);
+  if (inode == nullptr) {
+    FailQuery(kErrFileNotFound);
+    return kInvalidSize;
+  }
+  const bool packed = inode->flags & (FILE_ATTR_COMPRESSED | FILE_ATTR_SPARSE_FILE);
+  const uint64_t size = uint64_t(packed ? inode->allocated_size : inode->data_size);
+  ntfs_inode_close(inode);
+  return size;
+}
+
+uint32_t NtfsFileQueries::BytesPerCluster(const std::wstring& root) {
+  if (root.empty() || UpperCaseUnit(root[0]) != volume_.Letter()) {
+    FailQuery(kErrPathNotFound);
+    return 0;
+  }
+  return volume_.ClusterSize();
+}
+
+DriveKind NtfsFileQueries::GetDriveKind(const std::wstring& root) {
+  return !root.empty() && UpperCaseUnit(root[0]) == volume_.Letter() ? DriveKind::Fixed
+                                                                       : DriveKind::NoRootDir;
+}
+
+std::wstring NtfsFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
+  std::wstring given = StripLongPrefix(path);
+  for (wchar_t& c : given) {
+    if (c == L'/') c = L'\\';
+  }
+  std::wstring drive(1, volume_.Letter());
+  drive += L':';
+  if (given.size() >= 2 && given[1] == L':') {
+    drive = given.substr(0, 2);
+    given = given.substr(2);
+  }
+  // Relative paths are relative to the root: the volume has no current folder.
+  std::vector<std::wstring> parts;
+  size_t at = 0;
+  while (at <= given.size()) {
+    size_t next = given.find(L'\\', at);
+    if (next == std::wstring::npos) next = given.size();
+    const std::wstring part = given.substr(at, next - at);
+    if (part == L"..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != L".") {
+      parts.push_back(part);
+    }
+    at = next + 1;
+  }
+  std::wstring full = drive + L"\\";
+  for (size_t i = 0; i < parts.size(); ++i) full += (i ? L"\\" : L"") + parts[i];
+  return full.size() > maxCount ? std::wstring() : full;
+}
+
+std::wstring NtfsFileQueries::ErrorText(uint32_t error) { return SimVolume::BuiltInText(error); }
+
+uint32_t NtfsFileQueries::LastError() { return tLastQueryError; }

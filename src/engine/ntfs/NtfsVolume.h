@@ -1,0 +1,127 @@
+#pragma once
+// An NTFS volume (an image file or a block device) behind both halves of the
+// file-system seam, read and written through the on-disk format library, for
+// the Linux build. It answers the three defragmentation controls as the file
+// system does on Windows (whole extents, rounded starts, end-of-file answers,
+// overflow with the full bitmap size, minimum buffer sizes, 16-cluster units
+// for compressed and sparse files), so the analysis, the free-space search,
+// the relocation, the walk and the runs work on it unchanged.
+//
+// Paths on the volume are given to the engine as paths of one drive, the
+// letter chosen at opening: "N:\Users\ann\disk.vhdx" is "/Users/ann/disk.vhdx"
+// on the volume.
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "engine/FileQueries.h"
+#include "engine/VolumeAccess.h"
+
+struct _ntfs_volume;
+struct _ntfs_inode;
+
+// Why a volume could not be opened.
+enum class NtfsOpenFailure {
+  None,
+  CannotOpen,   // missing, not NTFS, unreadable
+  Mounted,      // mounted by this system
+  Dirty,        // marked for a check by its own system
+  Hibernated,   // holds a hibernated or fast-started system
+};
+
+// Status values of the controls on this volume beyond the shared ones.
+constexpr NtStatus kStatusDiskCorrupt = NtStatus(0xC0000032u);
+constexpr NtStatus kStatusMediaWriteProtected = NtStatus(0xC00000A2u);
+
+class NtfsVolume : public VolumeAccess {
+ public:
+  NtfsVolume() = default;
+  ~NtfsVolume() override;
+  NtfsVolume(const NtfsVolume&) = delete;
+  NtfsVolume& operator=(const NtfsVolume&) = delete;
+
+  // Opens the image or device read-only or for writing. Nothing is written
+  // when the volume is refused. `message` says why in plain English.
+  NtfsOpenFailure Open(const std::string& device, bool writable, wchar_t letter,
+                       std::string& message);
+  // Flushes and closes; false when the library reported a failure.
+  bool Unmount();
+
+  wchar_t Letter() const { return letter_; }
+  uint32_t ClusterSize() const;
+  uint64_t ClusterCount() const;
+  bool Writable() const { return writable_; }
+  // The volume path of an engine path of our drive ("/a/b"), empty when the
+  // path is not on our drive. Long prefixes are accepted.
+  std::string VolumePath(const std::wstring& path) const;
+
+  // VolumeAccess.
+  FsHandle OpenFileForMoving(const std::wstring& path) override;
+  FsHandle OpenFileBackupSemantics(const std::wstring& path) override;
+  FsHandle OpenVolume(const std::string& deviceName) override;
+  uint32_t LastError() override;
+  bool Close(FsHandle handle) override;
+  NtStatus GetRetrievalPointers(FsHandle file, IoStatusBlock& block, const void* input,
+                                uint32_t inputLength, void* output, uint32_t outputLength) override;
+  NtStatus GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, const void* input,
+                           uint32_t inputLength, void* output, uint32_t outputLength) override;
+  NtStatus MoveClusters(FsHandle volume, IoStatusBlock& block, const void* input,
+                        uint32_t inputLength) override;
+  void Wait(FsHandle handle) override;
+  std::wstring SystemText(uint32_t code) override;
+  uint32_t StatusToError(NtStatus status) override;
+
+ private:
+  friend class NtfsFileQueries;
+  struct OpenHandle {
+    bool volume = false;
+    uint64_t mft = 0;
+    bool protectedFile = false;  // one of the volume's own files
+  };
+  // The inode of a volume path, opened; null with errno set.
+  _ntfs_inode* LookUp(const std::string& volumePath);
+  FsHandle OpenPath(const std::wstring& path, bool backup);
+  const OpenHandle* Find(FsHandle handle) const;
+  NtStatus Pointers(const OpenHandle& file, int64_t vcn, void* output, uint32_t outputLength,
+                    uintptr_t& information);
+  NtStatus Bitmap(int64_t lcn, void* output, uint32_t outputLength, uintptr_t& information);
+  NtStatus Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count);
+  bool RangeFree(int64_t lcn, uint64_t count);
+  // The volume's bitmap, read once and kept in step with every allocation
+  // and release a move makes (nothing else writes while the volume is open):
+  // a free-space search reads all of it for every file.
+  bool LoadBitmap();
+  void MarkClusters(int64_t lcn, int64_t count, bool inUse);
+
+  std::recursive_mutex mutex_;
+  _ntfs_volume* volume_ = nullptr;
+  bool writable_ = false;
+  wchar_t letter_ = L'N';
+  std::vector<uint8_t> bitmap_;
+  std::map<FsHandle, OpenHandle> handles_;
+  FsHandle nextHandle_ = 0x204;
+};
+
+// The file queries over the same volume. Paths of other drives are not found.
+class NtfsFileQueries : public FileQueries {
+ public:
+  explicit NtfsFileQueries(NtfsVolume& volume) : volume_(volume) {}
+  uint32_t FindEntries(const std::wstring& pattern,
+                       const std::function<bool(const DirEntry&)>& visit) override;
+  uint32_t GetAttributes(const std::wstring& path) override;
+  uint64_t GetCompressedSize(const std::wstring& path) override;
+  uint32_t BytesPerCluster(const std::wstring& root) override;
+  DriveKind GetDriveKind(const std::wstring& root) override;
+  std::wstring FullPath(const std::wstring& path, size_t maxCount) override;
+  std::wstring ErrorText(uint32_t error) override;
+  uint32_t LastError() override;
+
+ private:
+  NtfsVolume& volume_;
+};
+
+// "*" and "?" against one name, case-insensitive as the file system compares.
+bool NameMatches(std::wstring_view pattern, std::wstring_view name);

@@ -1,0 +1,72 @@
+#pragma once
+// NTFS images for the tests: made by mkntfs, filled and fragmented through
+// the on-disk format library (interleaved appends, deletions, sparse and
+// compressed files, a file whose run list needs an attribute list, a folder
+// with an index allocation), and judged by The Sleuth Kit, which shares no
+// code with the volume under test.
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+// A sparse image file of `bytes`, formatted with 4 KiB clusters.
+bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error);
+
+// What a random filling made: the user files (volume paths) and folders.
+struct FilledImage {
+  std::vector<std::string> files;
+  std::vector<std::string> folders;
+};
+// Fills the image with a random fragmented tree from `seed`; `scale`
+// multiplies the number of files and rounds.
+bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImage& filled,
+                  std::string& error);
+
+// A physical run of a file as The Sleuth Kit's istat lists its clusters:
+// consecutive cluster numbers joined, holes left out.
+struct PhysicalRun {
+  int64_t lcn;
+  int64_t count;
+  bool operator==(const PhysicalRun&) const = default;
+};
+// The runs of a volume path's unnamed data (its index allocation for a
+// folder), from istat; false when istat fails.
+bool IstatRuns(const std::string& image, const std::string& volumePath, std::vector<PhysicalRun>& runs);
+
+// The image read in-process through The Sleuth Kit's library, for checks
+// that run hundreds of times: the physical runs of a file's unnamed data and
+// a hash of its content.
+class TskView {
+ public:
+  explicit TskView(const std::string& image);
+  ~TskView();
+  TskView(const TskView&) = delete;
+  TskView& operator=(const TskView&) = delete;
+  bool Opened() const { return fs_ != nullptr; }
+  // `packed` tells whether the data is compressed or sparse.
+  bool Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed = nullptr);
+  std::string Hash(const std::string& volumePath);
+
+ private:
+  void* image_ = nullptr;
+  void* fs_ = nullptr;
+};
+
+// Content hashes of the files through icat.
+std::map<std::string, std::string> IcatHashes(const std::string& image,
+                                              const std::vector<std::string>& files);
+
+// The checker: every allocated record's non-resident attributes read
+// through The Sleuth Kit; a cluster owned twice, a cluster owned but free
+// in $Bitmap, or a cluster in use that nobody owns is a violation.
+std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image);
+
+// Marks the volume for a disk check, as its own system does after a crash.
+bool MarkDirty(const std::string& image);
+
+// ntfsfix -n: true when it finds nothing to fix.
+bool NtfsfixClean(const std::string& image, std::string& output);
+
+// Runs a command, its standard output in `output`; the exit status.
+int RunCommand(const std::string& command, std::string& output);
+std::string Quoted(const std::string& text);
