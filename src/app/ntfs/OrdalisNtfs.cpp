@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "app/CommandLine.h"
@@ -152,15 +151,9 @@ int main(int argc, char** argv) {
   gItemSettings.hooks = PortableItemHooks();
   gItemSettings.suppressMessages = true;
   gRunHooks = PortableRunHooks();
+  // No window to keep alive: no pump, and the waits for the move thread
+  // block on the thread alone.
   gEngineHooks = EngineHooks{};
-  // No window to keep alive: the processor is given away on every 64th call
-  // only, so the free-space search (a call every 2,048 clusters) is not
-  // slowed down by it, while waits on the move thread still let it run.
-  gEngineHooks.pumpMessages = [] {
-    static thread_local unsigned calls = 0;
-    if ((++calls & 63) == 0) std::this_thread::yield();
-    return true;
-  };
   if (isatty(2)) {
     gEngineHooks.setStatusText = [](int part, const std::wstring& text) {
       if (part != kStatusPartPath) return;
