@@ -10,12 +10,14 @@
 #include "items/ItemList.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
+#include "runs/RunDriver.h"
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/ErrorListView.h"
 #include "ui/ItemListView.h"
+#include "ui/MenuTexts.h"
 #include "ui/ResultListView.h"
 #include "ui/StatusBars.h"
 #include "ui/SummaryPanel.h"
@@ -149,6 +151,17 @@ ListColumnsOf ColumnsOf(HWND list) {
   return {&kResultColumnTable, &gSettings.resultColumnVisible};
 }
 
+// The error list's own menu; its command goes to the window like a menu
+// bar's. The exclusion lists stay as they are while a run reads them.
+void RunErrorListMenu(POINT at) {
+  HMENU menu = LoadPopupMenu(IDR_ERROR_LIST_MENU, MenuKind::FileList);
+  if (!menu) return;
+  const bool rows = ListView_GetSelectedCount(gMain.errorList) > 0;
+  EnableMenuItem(menu, kCmdExcludeSelected, MF_BYCOMMAND | (rows && !gRunState.running ? MF_ENABLED : MF_GRAYED));
+  TrackPopupMenu(menu, TPM_RIGHTBUTTON, at.x, at.y, 0, gMain.window, nullptr);
+  DestroyMenu(menu);
+}
+
 void OnContextMenu(HWND target, POINT at) {
   for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
     if (target != list && GetParent(target) != list) continue;
@@ -159,6 +172,10 @@ void OnContextMenu(HWND target, POINT at) {
     } else if (PointInHeader(list, at)) {
       ListColumnsOf columns = ColumnsOf(list);
       RunColumnMenu(gMain.window, list, *columns.table, *columns.visible, at);
+      return;
+    }
+    if (list == gMain.errorList) {
+      RunErrorListMenu(at);
       return;
     }
     if (gMain.setup.contextMenu) gMain.setup.contextMenu(gMain.window, list, at);

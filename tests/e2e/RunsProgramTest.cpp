@@ -518,6 +518,35 @@ TEST_F(ErrorTabTest, TheErrorTabListsTheFilesThatCouldNotBeMoved) {
     TestDriver::PumpMessages(300);
     EXPECT_FALSE(IsWindowVisible(errors_));
     EXPECT_EQ(TestDriver::WindowText(GetParent(fragmented)), L"Non sono presenti file frammentati.");
+
+    // A failed file goes to the exclusions from its row, as the error list's
+    // menu does it: the list clicked, then the command.
+    TestDriver::SendCommand(main_, 5002);
+    TestDriver::PumpMessages(300);
+    const std::wstring failed = TestDriver::ListViewCellText(errors_, 0, 0);
+    RECT header{};
+    GetWindowRect(reinterpret_cast<HWND>(SendMessageW(errors_, LVM_GETHEADER, 0, 0)), &header);
+    TestDriver::ClickAt(errors_, POINT{40, static_cast<LONG>(header.bottom - header.top) + 6});
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewSelectedRows(errors_), std::vector<int>{0});
+    TestDriver::SendCommand(main_, 9066);
+    HWND box = TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs);
+    ASSERT_NE(box, nullptr) << "no word about the exclusion";
+    EXPECT_EQ(TestDriver::MessageBoxMessage(box), L"Oggetto aggiunto all'elenco degli elementi da escludere.");
+    const std::vector<TestDriver::DialogButton> buttons = TestDriver::DialogButtons(box);
+    ASSERT_EQ(buttons.size(), 1u);
+    TestDriver::PressButton(box, buttons[0].id);
+    for (DWORD waited = 0; IsWindow(box) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
+    const std::string stored = ReadWhole(host_ / "program" / "Exclude.ini");
+    std::wstring excluded;
+    for (size_t at = 0; at + 1 < stored.size(); at += 2) {
+        excluded += static_cast<wchar_t>(static_cast<unsigned char>(stored[at]) | (static_cast<unsigned char>(stored[at + 1]) << 8));
+    }
+    auto upper = [](std::wstring text) {
+        for (wchar_t& c : text) c = static_cast<wchar_t>(towupper(c));
+        return text;
+    };
+    EXPECT_NE(upper(excluded).find(upper(failed)), std::wstring::npos) << Narrow(failed);
     Close();
 }
 
