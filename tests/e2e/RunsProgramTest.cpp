@@ -390,6 +390,8 @@ protected:
         ASSERT_TRUE(program_);
         main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
         ASSERT_NE(main_, nullptr);
+        // Room for both columns of the error list in the pictures.
+        SetWindowPos(main_, nullptr, 0, 0, Scaled(860), Scaled(540), SWP_NOZORDER | SWP_NOACTIVATE);
         items_ = TestDriver::ChildWindows(main_, WC_LISTVIEWW).front();
         for (HWND list : TestDriver::ChildWindows(main_, WC_LISTVIEWW)) {
             if (TestDriver::ListViewColumnHeader(list, 1) == texts.errorHeader) errors_ = list;
@@ -435,12 +437,14 @@ protected:
         return text.size() >= 2 ? text.substr(0, text.size() - 2) : text;
     }
 
-    std::wstring Dpi() const {
+    static int ScreenDpi() {
         HDC screen = GetDC(nullptr);
         int dpi = GetDeviceCaps(screen, LOGPIXELSX);
         ReleaseDC(nullptr, screen);
-        return std::to_wstring(dpi);
+        return dpi;
     }
+    static int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
+    static std::wstring Dpi() { return std::to_wstring(ScreenDpi()); }
 
     // Defragments, waits for the summary dialog and checks it against the
     // panel's counters and the error list.
