@@ -18,7 +18,8 @@
 #define IDC_TAB_BODY 1005
 #define IDC_RESULT_LIST 1006
 #define IDC_PROGRESS 1007
-#define IDC_SUMMARY_NOTICE 1010
+#define IDC_ERROR_LIST 1008
+#define IDC_COUNTERS_PANEL 1009
 #define IDC_SUMMARY_LABEL_FIRST 1011   // four labels, 1011..1014
 #define IDC_SUMMARY_VALUE_FIRST 1015   // four values, 1015..1018
 // Hidden status field: runs leave marker texts here for the command line.
@@ -39,6 +40,8 @@
 #define IDR_RECENT_PROFILES_MENU 3007
 #define IDR_ITEM_COLUMNS_MENU 3008
 #define IDR_FILE_COLUMNS_MENU 3009
+#define IDR_ERROR_COLUMNS_MENU 3010
+#define IDR_ERROR_LIST_MENU 3011
 
 // The language-file viewer.
 #define IDD_LANGUAGE_VIEWER 60

@@ -53,10 +53,11 @@ struct Settings {
   bool showSystemIcons = true;
   bool showStateIcons = true;  // state pictures beside the names when system icons are off
 
-  // Visibility of each column of the item list and of the fragmented-file
-  // list, by column index; empty means all visible.
+  // Visibility of each column of the item list, of the fragmented-file list
+  // and of the error list, by column index; empty means all visible.
   std::vector<uint8_t> itemColumnVisible;
   std::vector<uint8_t> resultColumnVisible;
+  std::vector<uint8_t> errorColumnVisible;
 };
 
 extern Settings gSettings;

@@ -13,11 +13,12 @@ namespace {
 
 // The keys in the order of the file. Reading tries them in this order and
 // takes the first that stands at the very start of the line, so
-// "COLUMNORDER=" comes before "CL=" and "FCOLUMNORDER=" before "FCL=".
+// "COLUMNORDER=" comes before "CL=", "FCOLUMNORDER=" before "FCL=" and
+// "ECOLUMNORDER=" before "ECL=".
 enum class Key {
   OnTop, FullRow, ShowMessages, CloseProgram, Shutdown, SkipSsd, SmartDefrag, Priority, Language,
   ColumnOrder, ColumnWidths, ColumnVisible, ResultColumnOrder, ResultColumnWidths,
-  ResultColumnVisible, FragmentDetailsWidth, FragmentDetailsHeight, FilterWidth, FilterHeight,
+  ResultColumnVisible, ErrorColumnOrder, ErrorColumnWidths, ErrorColumnVisible, FragmentDetailsWidth, FragmentDetailsHeight, FilterWidth, FilterHeight,
   DiskCheckWidth, DiskCheckHeight, MainSize, ProfilePath, FilePath, Cleanup, CleanupShowErrors,
   CleanupProgramPath, CleanupProgramSwitches, DiskCheck, ExcludeBySize, MaxFileSize, ItemColours,
   ItemColourFullRow, SplitterPos, Maximized, SkipSsdWarning, SkipSsdChecking, ShowInfoPanel,
@@ -46,6 +47,9 @@ constexpr KeyText kKeys[] = {
     {Key::ResultColumnOrder, L"FCOLUMNORDER="},
     {Key::ResultColumnWidths, L"FCL="},
     {Key::ResultColumnVisible, L"FVCL="},
+    {Key::ErrorColumnOrder, L"ECOLUMNORDER="},
+    {Key::ErrorColumnWidths, L"ECL="},
+    {Key::ErrorColumnVisible, L"EVCL="},
     {Key::FragmentDetailsWidth, L"FDWIDTH="},
     {Key::FragmentDetailsHeight, L"FDHEIGHT="},
     {Key::FilterWidth, L"FLTRWIDTH="},
@@ -104,7 +108,7 @@ struct KeptColumns {
   std::wstring order, widths, visible;
   bool kept = false;
 };
-KeptColumns gKeptColumns[2];
+KeptColumns gKeptColumns[3];
 
 const KeyText* FindKey(const std::wstring& line) {
   for (const KeyText& key : kKeys) {
@@ -172,13 +176,29 @@ int ChoiceIndex(const uint32_t (&choices)[N], SettingsHost& host) {
 }
 
 SettingsList ListOf(Key key) {
-  return key == Key::ColumnOrder || key == Key::ColumnWidths || key == Key::ColumnVisible
-             ? SettingsList::Items
-             : SettingsList::Results;
+  switch (key) {
+    case Key::ColumnOrder: case Key::ColumnWidths: case Key::ColumnVisible: return SettingsList::Items;
+    case Key::ErrorColumnOrder: case Key::ErrorColumnWidths: case Key::ErrorColumnVisible: return SettingsList::Errors;
+    default: return SettingsList::Results;
+  }
+}
+
+bool IsOrderKey(Key key) {
+  return key == Key::ColumnOrder || key == Key::ResultColumnOrder || key == Key::ErrorColumnOrder;
+}
+bool IsWidthsKey(Key key) {
+  return key == Key::ColumnWidths || key == Key::ResultColumnWidths || key == Key::ErrorColumnWidths;
+}
+bool IsVisibleKey(Key key) {
+  return key == Key::ColumnVisible || key == Key::ResultColumnVisible || key == Key::ErrorColumnVisible;
 }
 
 std::vector<uint8_t>& VisibleFlags(SettingsList list) {
-  return list == SettingsList::Items ? gSettings.itemColumnVisible : gSettings.resultColumnVisible;
+  switch (list) {
+    case SettingsList::Items: return gSettings.itemColumnVisible;
+    case SettingsList::Errors: return gSettings.errorColumnVisible;
+    default: return gSettings.resultColumnVisible;
+  }
 }
 
 void ReadColumnOrder(SettingsList list, const std::wstring& value, SettingsHost& host) {
@@ -217,14 +237,14 @@ void ReadColumns(Key key, const std::wstring& value, SettingsHost& host) {
   if (host.ColumnCount(list) == 0) {
     KeptColumns& kept = gKeptColumns[static_cast<int>(list)];
     kept.kept = true;
-    if (key == Key::ColumnOrder || key == Key::ResultColumnOrder) kept.order = value;
-    if (key == Key::ColumnWidths || key == Key::ResultColumnWidths) kept.widths = value;
-    if (key == Key::ColumnVisible || key == Key::ResultColumnVisible) kept.visible = value;
+    if (IsOrderKey(key)) kept.order = value;
+    if (IsWidthsKey(key)) kept.widths = value;
+    if (IsVisibleKey(key)) kept.visible = value;
     return;
   }
-  if (key == Key::ColumnOrder || key == Key::ResultColumnOrder) ReadColumnOrder(list, value, host);
-  if (key == Key::ColumnWidths || key == Key::ResultColumnWidths) ReadColumnWidths(list, value, host);
-  if (key == Key::ColumnVisible || key == Key::ResultColumnVisible) ReadColumnVisible(list, value, host);
+  if (IsOrderKey(key)) ReadColumnOrder(list, value, host);
+  if (IsWidthsKey(key)) ReadColumnWidths(list, value, host);
+  if (IsVisibleKey(key)) ReadColumnVisible(list, value, host);
 }
 
 // The colour block: the value of "ItemTextColor0=" and the values of the
@@ -299,6 +319,7 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
       break;
     case Key::ColumnOrder: case Key::ColumnWidths: case Key::ColumnVisible:
     case Key::ResultColumnOrder: case Key::ResultColumnWidths: case Key::ResultColumnVisible:
+    case Key::ErrorColumnOrder: case Key::ErrorColumnWidths: case Key::ErrorColumnVisible:
       ReadColumns(key.key, value, host);
       break;
     case Key::FragmentDetailsWidth: gSettings.fragmentDetailsWidth = static_cast<int>(NumberValue(value)); break;
@@ -431,6 +452,7 @@ std::vector<std::wstring> SettingsFileLines(SettingsHost& host) {
   add(L"LANGUAGE=", gSettings.languageFromCommandLine ? gSettings.languageInFile : gSettings.language);
   AppendColumnLines(SettingsList::Items, lines, host, L"COLUMNORDER=", L"CL=", L"VCL=");
   AppendColumnLines(SettingsList::Results, lines, host, L"FCOLUMNORDER=", L"FCL=", L"FVCL=");
+  AppendColumnLines(SettingsList::Errors, lines, host, L"ECOLUMNORDER=", L"ECL=", L"EVCL=");
   add(L"FDWIDTH=", NumberText(gSettings.fragmentDetailsWidth));
   add(L"FDHEIGHT=", NumberText(gSettings.fragmentDetailsHeight));
   add(L"FLTRWIDTH=", NumberText(gSettings.filterWidth));
@@ -472,6 +494,5 @@ std::vector<std::wstring> SettingsFileLines(SettingsHost& host) {
 }
 
 void ResetSettingsFileState() {
-  gKeptColumns[0] = KeptColumns();
-  gKeptColumns[1] = KeptColumns();
+  for (KeptColumns& kept : gKeptColumns) kept = KeptColumns();
 }

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// The main window's two list views.
-enum class SettingsList { Items = 0, Results = 1 };
+// The main window's three list views.
+enum class SettingsList { Items = 0, Results = 1, Errors = 2 };
 
 class SettingsHost {
  public:

@@ -104,6 +104,8 @@ constexpr uint32_t kCmdColumnSizeOnDisk = 9040;
 constexpr uint32_t kCmdColumnPercentOnDisk = 9041;
 constexpr uint32_t kCmdColumnModified = 9042;
 constexpr uint32_t kCmdColumnAttributes = 9043;
+// The error text of the "Errori" list, which shares the name column's command.
+constexpr uint32_t kCmdColumnErrorText = 9046;
 // Bottom tabs.
 constexpr uint32_t kCmdTabFragmented = 5001;
-constexpr uint32_t kCmdTabSummary = 5002;
+constexpr uint32_t kCmdTabErrors = 5002;

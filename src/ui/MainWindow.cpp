@@ -3,17 +3,21 @@
 #include <commctrl.h>
 
 #include <string>
+#include <vector>
 
 #include "engine/EngineHooks.h"
 #include "engine/EngineThread.h"
 #include "items/ItemList.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
+#include "runs/RunDriver.h"
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/ErrorListView.h"
 #include "ui/ItemListView.h"
+#include "ui/MenuTexts.h"
 #include "ui/ResultListView.h"
 #include "ui/StatusBars.h"
 #include "ui/SummaryPanel.h"
@@ -32,7 +36,8 @@ constexpr int kTabsHeight = 26;
 constexpr int kStatusHeight = 22;
 constexpr int kProgressWidth = 220;
 constexpr int kMinListHeight = 60;
-constexpr int kMinPanelHeight = 70;
+// Room for the tabs and the four counters beside them.
+constexpr int kMinPanelHeight = 120;
 
 struct MainWindowState {
   HWND window = nullptr;
@@ -43,6 +48,8 @@ struct MainWindowState {
   HWND tabs = nullptr;
   HWND body = nullptr;
   HWND resultList = nullptr;
+  HWND errorList = nullptr;
+  HWND counters = nullptr;
   HWND progress = nullptr;
   bool showToolbar = true;
   bool showPanel = true;
@@ -55,14 +62,14 @@ MainWindowState gMain;
 
 int Scaled(int size96) { return ScaleForDpi(size96, WindowDpi(gMain.window)); }
 
+// The chosen tab's list, or its notice while the list is empty.
 void ShowBottomTabContent() {
   if (!gMain.body) return;
-  bool fragmentedTab = gMain.bottomTab == kCmdTabFragmented;
-  bool listEmpty = gRun.fragmented.empty();
-  ShowWindow(gMain.resultList, fragmentedTab && !listEmpty ? SW_SHOW : SW_HIDE);
-  ShowSummaryPanel(!fragmentedTab);
-  SendMessageW(gMain.body, kBodySetNotice, 0,
-               fragmentedTab && listEmpty ? reinterpret_cast<LPARAM>(Text(kStrNoFiles, L"Nessun file")) : 0);
+  const bool errorsTab = gMain.bottomTab == kCmdTabErrors;
+  const bool listEmpty = errorsTab ? gRun.errors.empty() : gRun.fragmented.empty();
+  ShowWindow(gMain.resultList, !errorsTab && !listEmpty ? SW_SHOW : SW_HIDE);
+  ShowWindow(gMain.errorList, errorsTab && !listEmpty ? SW_SHOW : SW_HIDE);
+  SendMessageW(gMain.body, kBodySetNotice, 0, listEmpty ? reinterpret_cast<LPARAM>(EmptyListNotice(errorsTab)) : 0);
 }
 
 void LayoutChildren() {
@@ -103,11 +110,18 @@ void LayoutChildren() {
   int tabsTop = splitterTop + splitterHeight;
   int tabsHeight = Scaled(kTabsHeight);
   MoveWindow(gMain.tabs, 0, tabsTop, width, tabsHeight, TRUE);
-  MoveWindow(gMain.body, 0, tabsTop + tabsHeight, width, bottom - tabsTop - tabsHeight, TRUE);
+  // The counters stand at the right of the lists, under the same line of
+  // tabs; the two frames share their dividing line.
+  const int bodyTop = tabsTop + tabsHeight;
+  const int countersWidth = SummaryPanelWidth();
+  const int bodyWidth = width - countersWidth + 1;
+  MoveWindow(gMain.body, 0, bodyTop, bodyWidth, bottom - bodyTop, TRUE);
+  LayoutSummaryPanel({bodyWidth - 1, bodyTop, width, bottom});
   RECT inside{};
   SendMessageW(gMain.body, kBodyInnerRect, 0, reinterpret_cast<LPARAM>(&inside));
-  MoveWindow(gMain.resultList, inside.left, inside.top, inside.right - inside.left, inside.bottom - inside.top, TRUE);
-  LayoutSummaryPanel(inside);
+  for (HWND list : {gMain.resultList, gMain.errorList}) {
+    MoveWindow(list, inside.left, inside.top, inside.right - inside.left, inside.bottom - inside.top, TRUE);
+  }
 }
 
 void OnSplitterMoved() {
@@ -126,17 +140,42 @@ bool PointInHeader(HWND list, POINT screen) {
   return header && IsWindowVisible(header) && GetWindowRect(header, &bounds) && PtInRect(&bounds, screen);
 }
 
+// The column table and the visible flags of one of the three lists.
+struct ListColumnsOf {
+  const ColumnTable* table;
+  std::vector<uint8_t>* visible;
+};
+ListColumnsOf ColumnsOf(HWND list) {
+  if (list == gMain.list) return {&kItemColumnTable, &gSettings.itemColumnVisible};
+  if (list == gMain.errorList) return {&kErrorColumnTable, &gSettings.errorColumnVisible};
+  return {&kResultColumnTable, &gSettings.resultColumnVisible};
+}
+
+// The error list's own menu; its command goes to the window like a menu
+// bar's. The exclusion lists stay as they are while a run reads them.
+void RunErrorListMenu(POINT at) {
+  HMENU menu = LoadPopupMenu(IDR_ERROR_LIST_MENU, MenuKind::FileList);
+  if (!menu) return;
+  const bool rows = ListView_GetSelectedCount(gMain.errorList) > 0;
+  EnableMenuItem(menu, kCmdExcludeSelected, MF_BYCOMMAND | (rows && !gRunState.running ? MF_ENABLED : MF_GRAYED));
+  TrackPopupMenu(menu, TPM_RIGHTBUTTON, at.x, at.y, 0, gMain.window, nullptr);
+  DestroyMenu(menu);
+}
+
 void OnContextMenu(HWND target, POINT at) {
-  for (HWND list : {gMain.list, gMain.resultList}) {
+  for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
     if (target != list && GetParent(target) != list) continue;
     if (at.x == -1 && at.y == -1) {
       RECT bounds{};
       GetWindowRect(list, &bounds);
       at = {bounds.left + 8, bounds.top + 8};
     } else if (PointInHeader(list, at)) {
-      bool items = list == gMain.list;
-      RunColumnMenu(gMain.window, list, items ? kItemColumnTable : kResultColumnTable,
-                    items ? gSettings.itemColumnVisible : gSettings.resultColumnVisible, at);
+      ListColumnsOf columns = ColumnsOf(list);
+      RunColumnMenu(gMain.window, list, *columns.table, *columns.visible, at);
+      return;
+    }
+    if (list == gMain.errorList) {
+      RunErrorListMenu(at);
       return;
     }
     if (gMain.setup.contextMenu) gMain.setup.contextMenu(gMain.window, list, at);
@@ -151,12 +190,13 @@ LRESULT OnNotify(NMHDR* header) {
     if ((header->code == NM_CLICK || header->code == LVN_ITEMCHANGED) && !gMain.running) RefreshCommandStates();
   } else if (header->hwndFrom == gMain.resultList) {
     if (OnResultListNotify(gMain.resultList, header, result)) return result;
+  } else if (header->hwndFrom == gMain.errorList) {
+    if (OnErrorListNotify(gMain.errorList, header, result)) return result;
   } else if (header->code == HDN_BEGINTRACKW || header->code == HDN_BEGINTRACKA) {
     // A hidden column stays hidden: its divider cannot be dragged open.
     int column = reinterpret_cast<NMHEADERW*>(header)->iItem;
-    if (header->hwndFrom == ListView_GetHeader(gMain.list)) return ColumnHidden(gSettings.itemColumnVisible, column);
-    if (header->hwndFrom == ListView_GetHeader(gMain.resultList)) {
-      return ColumnHidden(gSettings.resultColumnVisible, column);
+    for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
+      if (header->hwndFrom == ListView_GetHeader(list)) return ColumnHidden(*ColumnsOf(list).visible, column);
     }
   }
   return 0;
@@ -175,7 +215,7 @@ bool OnCommand(WPARAM wParam, LPARAM lParam) {
   }
   switch (command) {
     case kCmdTabFragmented:
-    case kCmdTabSummary:
+    case kCmdTabErrors:
       SelectBottomTab(command);
       return true;
     case kCmdExit:
@@ -217,6 +257,17 @@ void FillEngineHooks() {
   }
 }
 
+// A virtual report list of the bottom panel, hosted in the tab body.
+HWND CreatePanelList(HWND window, int id) {
+  HWND list = CreateWindowExW(0, WC_LISTVIEWW, L"",
+                              WS_CHILD | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS |
+                                  LVS_SHAREIMAGELISTS,
+                              0, 0, 10, 10, gMain.body, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                              GetModuleHandleW(nullptr), nullptr);
+  SendMessageW(list, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
+  return list;
+}
+
 void CreatePanels(HWND window) {
   CreateToolbar(window);
   gMain.splitter = CreateSplitter(window, IDC_SPLITTER);
@@ -226,16 +277,12 @@ void CreatePanels(HWND window) {
   SendMessageW(gMain.body, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
   SendMessageW(gMain.tabs, kTabsAdd, kCmdTabFragmented,
                reinterpret_cast<LPARAM>(Text(kStrTabFragmented, L"File frammentati")));
-  SendMessageW(gMain.tabs, kTabsAdd, kCmdTabSummary, reinterpret_cast<LPARAM>(Text(kStrTabSummary, L"Riepilogo")));
-  gMain.resultList = CreateWindowExW(0, WC_LISTVIEWW, L"",
-                                     WS_CHILD | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS |
-                                         LVS_SHAREIMAGELISTS,
-                                     0, 0, 10, 10, gMain.body,
-                                     reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_RESULT_LIST)),
-                                     GetModuleHandleW(nullptr), nullptr);
-  SendMessageW(gMain.resultList, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
+  SendMessageW(gMain.tabs, kTabsAdd, kCmdTabErrors, reinterpret_cast<LPARAM>(Text(kStrTabErrors, L"Errori")));
+  gMain.resultList = CreatePanelList(window, IDC_RESULT_LIST);
   InitResultListView(gMain.resultList);
-  CreateSummaryPanel(gMain.body);
+  gMain.errorList = CreatePanelList(window, IDC_ERROR_LIST);
+  InitErrorListView(gMain.errorList);
+  gMain.counters = CreateSummaryPanel(window);
   gMain.progress = CreateProgressBar(gMain.statusLower, IDC_PROGRESS);
 }
 
@@ -355,6 +402,7 @@ HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup) {
 HWND MainWindowHandle() { return gMain.window; }
 HWND MainItemListView() { return gMain.list; }
 HWND MainResultListView() { return gMain.resultList; }
+HWND MainErrorListView() { return gMain.errorList; }
 
 void ShowMainWindow(bool maximized) {
   if (!gMain.window) return;
@@ -388,7 +436,21 @@ void RefreshResultList() {
   ShowBottomTabContent();
 }
 
+void RefreshErrorList() {
+  if (!gMain.errorList) return;
+  RefreshErrorRows(gMain.errorList);
+  ShowBottomTabContent();
+}
+
 void RefreshCounters() { UpdateSummaryPanel(); }
+
+void SetDefragmentationLayout(bool running) {
+  if (!gMain.tabs) return;
+  // While files are moved the fragmented-file list would only go stale: its
+  // tab rests and the files that fail come into view as they fail.
+  SendMessageW(gMain.tabs, kTabsEnable, 0, running ? FALSE : TRUE);
+  if (running) SelectBottomTab(kCmdTabErrors);
+}
 
 void UpdateMainStatus(uint32_t flags, const std::wstring& text) { UpdateStatus(flags, text); }
 
@@ -401,7 +463,7 @@ void SetRunInProgress(bool running) {
 void RefreshCommandStates() { EnableToolbarCommands(ItemCount() > 0, gMain.running); }
 
 void SetFullRowSelect(bool fullRow) {
-  for (HWND list : {gMain.list, gMain.resultList}) {
+  for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
     if (list) ListView_SetExtendedListViewStyleEx(list, LVS_EX_FULLROWSELECT, fullRow ? LVS_EX_FULLROWSELECT : 0);
   }
 }
@@ -412,7 +474,7 @@ void ShowMainPanels(bool toolbar, bool infoPanel, bool statusBars) {
   gMain.showPanel = infoPanel;
   gMain.showStatus = statusBars;
   ShowToolbar(toolbar);
-  for (HWND panel : {gMain.splitter, gMain.tabs, gMain.body}) ShowWindow(panel, infoPanel ? SW_SHOW : SW_HIDE);
+  for (HWND panel : {gMain.splitter, gMain.tabs, gMain.body, gMain.counters}) ShowWindow(panel, infoPanel ? SW_SHOW : SW_HIDE);
   for (HWND bar : {gMain.statusUpper, gMain.statusLower}) ShowWindow(bar, statusBars ? SW_SHOW : SW_HIDE);
   LayoutChildren();
   InvalidateRect(gMain.window, nullptr, TRUE);
@@ -420,8 +482,8 @@ void ShowMainPanels(bool toolbar, bool infoPanel, bool statusBars) {
 
 void SelectBottomTab(uint32_t command) {
   if (!gMain.tabs) return;
-  gMain.bottomTab = command == kCmdTabSummary ? kCmdTabSummary : kCmdTabFragmented;
-  SendMessageW(gMain.tabs, kTabsSelect, gMain.bottomTab == kCmdTabSummary ? 1 : 0, 0);
+  gMain.bottomTab = command == kCmdTabErrors ? kCmdTabErrors : kCmdTabFragmented;
+  SendMessageW(gMain.tabs, kTabsSelect, gMain.bottomTab == kCmdTabErrors ? 1 : 0, 0);
   ShowBottomTabContent();
 }
 
@@ -434,8 +496,9 @@ void RetextMainWindow() {
   if (!gMain.window) return;
   RetextListColumns(gMain.list, kItemColumnTable);
   RetextListColumns(gMain.resultList, kResultColumnTable);
+  RetextListColumns(gMain.errorList, kErrorColumnTable);
   SendMessageW(gMain.tabs, kTabsSetText, 0, reinterpret_cast<LPARAM>(Text(kStrTabFragmented, L"File frammentati")));
-  SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabSummary, L"Riepilogo")));
+  SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabErrors, L"Errori")));
   RetextToolbar();
   // The buttons' widths follow their new words.
   LayoutChildren();
@@ -444,4 +507,5 @@ void RetextMainWindow() {
   // run the run's next update writes it in the new language.
   UpdateMainStatus(gMain.running ? kStatusItemCount : kStatusItemCount | kStatusWaiting);
   RefreshResultList();
+  RefreshErrorList();
 }

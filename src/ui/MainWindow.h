@@ -1,9 +1,10 @@
 #pragma once
 // The main window: a modeless dialog holding the toolbar, the item list view,
-// the splitter, the bottom panel (fragmented files, summary), the two status
-// bars and the progress bar. The application shell hands in the steps of its
-// start-up that must run inside the window's initialisation, and the
-// handlers of the commands the window does not carry out itself.
+// the splitter, the bottom panel (fragmented files, errors, the last run's
+// counters), the two status bars and the progress bar. The application shell
+// hands in the steps of its start-up that must run inside the window's
+// initialisation, and the handlers of the commands the window does not carry
+// out itself.
 #include <windows.h>
 
 #include <cstdint>
@@ -34,9 +35,11 @@ struct MainWindowSetup {
 // or when it was closed during its own initialisation.
 HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup);
 HWND MainWindowHandle();
-// The item list view and the fragmented-file list of the bottom panel.
+// The item list view, and the fragmented-file list and the error list of
+// the bottom panel.
 HWND MainItemListView();
 HWND MainResultListView();
+HWND MainErrorListView();
 
 // The window thread's waits, as the engine's hooks: removes and dispatches
 // the queued messages (false when a quit message came, which is posted
@@ -54,6 +57,11 @@ void ShowMainWindow(bool maximized);
 void RefreshItemList();
 // The fragmented-file list after the run's records changed.
 void RefreshResultList();
+// The error list after the run's error entries changed.
+void RefreshErrorList();
+// A defragmentation starts (true) or ends: the fragmented-file tab rests and
+// the error tab is chosen meanwhile.
+void SetDefragmentationLayout(bool running);
 // The summary panel's counters and notice from the run's totals.
 void RefreshCounters();
 // Status bar update by flags (ui/StatusBars.h: 0x02, 0x04, 0x08, 0x10, 0x20, 0x40).
@@ -66,11 +74,6 @@ void RefreshCommandStates();
 // Selection and highlighting of whole rows in the lists.
 void SetFullRowSelect(bool fullRow);
 
-// The main window's two list views: the items, and the results of a run
-// (null while the window has none).
-HWND MainItemListView();
-HWND MainResultListView();
-
 // State icons in the item list on or off.
 void SetStateIconsShown(bool shown);
 
@@ -78,5 +81,5 @@ void SetStateIconsShown(bool shown);
 void RetextMainWindow();
 // Shows or hides the toolbar, the bottom panel and the status bars.
 void ShowMainPanels(bool toolbar, bool infoPanel, bool statusBars);
-// Shows the bottom tab of command 5001 (fragmented files) or 5002 (summary).
+// Shows the bottom tab of command 5001 (fragmented files) or 5002 (errors).
 void SelectBottomTab(uint32_t command);

@@ -110,6 +110,7 @@ constexpr MenuText kColumnTexts[] = {
     {kCmdColumnPercentOnDisk, kStrColumnPercentOnDisk, L"% su disco"},
     {kCmdColumnModified, kStrColumnModified, L"Data ultima modifica"},
     {kCmdColumnAttributes, kStrColumnAttributes, L"Attributi"},
+    {kCmdColumnErrorText, kStrErrorColumnText, L"Errore"},
     {kCmdDefaultColumns, kStrMenuDefaultColumns, L"Predefinito"},
 };
 

@@ -226,14 +226,25 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
     if (HWND list = ItemListView()) InvalidateRect(list, nullptr, FALSE);
   };
   hooks.updateStatus = [](uint32_t flags) { UpdateMainStatus(flags); };
-  // The fragmented files and the counters show in the bottom panel.
+  // The fragmented files, the errors and the counters show in the bottom
+  // panel; staged results bring both lists.
   hooks.refreshCounters = [] {
     RefreshCounters();
     RefreshResultList();
+    RefreshErrorList();
   };
-  hooks.refreshErrors = RefreshCounters;
-  hooks.enableResultTabs = RefreshResultList;
-  hooks.runLayout = [](bool running, bool) { SetRunInProgress(running); };
+  hooks.refreshErrors = [] {
+    RefreshCounters();
+    RefreshErrorList();
+  };
+  hooks.enableResultTabs = [] {
+    RefreshResultList();
+    RefreshErrorList();
+  };
+  hooks.runLayout = [](bool running, bool defragmenting) {
+    SetRunInProgress(running);
+    if (defragmenting) SetDefragmentationLayout(running);
+  };
   hooks.clipChildren = [](bool on) {
     if (!gRunWindow.main) return;
     LONG_PTR style = GetWindowLongPtrW(gRunWindow.main, GWL_STYLE);

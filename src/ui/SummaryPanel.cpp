@@ -1,5 +1,6 @@
 #include "ui/SummaryPanel.h"
 
+#include <algorithm>
 #include <string>
 
 #include "items/ItemCells.h"
@@ -7,6 +8,7 @@
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
 #include "ui/Dpi.h"
+#include "ui/controls/Controls.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -19,91 +21,107 @@ struct CounterLabel {
   const wchar_t* italian;
 };
 constexpr CounterLabel kCounterLabels[kCounterCount] = {
-    {kStrCounterSeen, L"File esaminati:"},
-    {kStrCounterNotFragmented, L"File non frammentati:"},
-    {kStrCounterTried, L"File elaborati:"},
-    {kStrCounterMoved, L"File deframmentati:"},
+    {kStrCounterFragmented, L"Frammentati:"},
+    {kStrCounterContiguous, L"Contigui:"},
+    {kStrCounterDefragmented, L"Deframmentati:"},
+    {kStrCounterErrors, L"Errori:"},
 };
 
+// Geometry at 96 dots per inch. The labels are as wide as the widest of
+// them plus a gap, or this wide with the built-in texts.
+constexpr int kBuiltInLabelWidth = 140;
+constexpr int kLabelGap = 10;
+constexpr int kValueWidth = 70;
+constexpr int kPadding = 12;
+constexpr int kTopPadding = 8;
+constexpr int kLineHeight = 20;
+
 struct SummaryState {
-  HWND body = nullptr;
-  HWND notice = nullptr;
+  HWND box = nullptr;
   HWND labels[kCounterCount] = {};
   HWND values[kCounterCount] = {};
 };
 SummaryState gSummary;
 
+int Scaled(int size96) { return ScaleForDpi(size96, WindowDpi(gSummary.box)); }
+
 HWND MakeStatic(HWND parent, int id, DWORD align) {
-  HWND control = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | SS_NOPREFIX | align, 0, 0, 10, 10, parent,
-                                 reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  HWND control = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE | SS_NOPREFIX | align, 0, 0, 10, 10,
+                                 parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                                 GetModuleHandleW(nullptr), nullptr);
   SendMessageW(control, WM_SETFONT, SendMessageW(GetParent(parent), WM_GETFONT, 0, 0), FALSE);
   return control;
 }
 
-// Which notice the panel shows after the last change.
-const wchar_t* NoticeText() {
-  const RunCounters& counters = gRun.counters;
-  if (ItemCount() == 0) return Text(kStrNoticeEmptyList, L"Aggiungere in elenco i file da deframmentare.");
-  if (counters.filesTried > 0 && counters.filesMoved >= counters.filesTried) {
-    return Text(kStrNoticeNoUnprocessed, L"Non sono presenti file non elaborati.");
+int LabelWidth() {
+  if (BuiltInTexts()) return Scaled(kBuiltInLabelWidth);
+  HDC dc = GetDC(gSummary.box);
+  HGDIOBJ previous = SelectObject(dc, reinterpret_cast<HGDIOBJ>(SendMessageW(gSummary.labels[0], WM_GETFONT, 0, 0)));
+  int widest = 0;
+  for (const CounterLabel& label : kCounterLabels) {
+    const wchar_t* text = Text(label.textId, label.italian);
+    SIZE extent{};
+    GetTextExtentPoint32W(dc, text, lstrlenW(text), &extent);
+    widest = std::max(widest, static_cast<int>(extent.cx));
   }
-  if (counters.filesSeen > 0 && gRun.fragmented.empty()) {
-    return Text(kStrNoticeNoFragmented, L"Non sono presenti file frammentati.");
-  }
-  return L"";
+  SelectObject(dc, previous);
+  ReleaseDC(gSummary.box, dc);
+  return widest + Scaled(kLabelGap);
 }
 
 }  // namespace
 
-void CreateSummaryPanel(HWND body) {
-  gSummary.body = body;
-  gSummary.notice = MakeStatic(body, IDC_SUMMARY_NOTICE, SS_LEFT);
+HWND CreateSummaryPanel(HWND window) {
+  gSummary.box = CreateBottomTabBody(window, IDC_COUNTERS_PANEL);
+  SendMessageW(gSummary.box, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
   for (int i = 0; i < kCounterCount; ++i) {
-    gSummary.labels[i] = MakeStatic(body, IDC_SUMMARY_LABEL_FIRST + i, SS_LEFT);
-    gSummary.values[i] = MakeStatic(body, IDC_SUMMARY_VALUE_FIRST + i, SS_RIGHT);
+    gSummary.labels[i] = MakeStatic(gSummary.box, IDC_SUMMARY_LABEL_FIRST + i, SS_LEFT);
+    gSummary.values[i] = MakeStatic(gSummary.box, IDC_SUMMARY_VALUE_FIRST + i, SS_RIGHT);
   }
   UpdateSummaryPanel();
+  return gSummary.box;
 }
 
-void LayoutSummaryPanel(const RECT& inside) {
-  if (!gSummary.body) return;
-  UINT dpi = WindowDpi(gSummary.body);
-  auto scaled = [dpi](int size) { return ScaleForDpi(size, dpi); };
-  // The counters in two columns of two, the notice under them.
-  const int line = scaled(18);
-  const int labelWidth = scaled(150);
-  const int valueWidth = scaled(80);
-  const int columnWidth = labelWidth + valueWidth + scaled(40);
-  const int left = inside.left + scaled(14);
-  const int top = inside.top + scaled(6);
-  for (int i = 0; i < kCounterCount; ++i) {
-    int x = left + (i / 2) * columnWidth;
-    int y = top + (i % 2) * line;
-    MoveWindow(gSummary.labels[i], x, y, labelWidth, line, FALSE);
-    MoveWindow(gSummary.values[i], x + labelWidth, y, valueWidth, line, FALSE);
-  }
-  MoveWindow(gSummary.notice, left, top + 2 * line + scaled(2), inside.right - left - scaled(14), line, FALSE);
-  InvalidateRect(gSummary.body, nullptr, FALSE);
+int SummaryPanelWidth() {
+  if (!gSummary.box) return 0;
+  return 2 * Scaled(kPadding) + LabelWidth() + Scaled(kValueWidth);
 }
 
-void ShowSummaryPanel(bool show) {
-  int command = show ? SW_SHOW : SW_HIDE;
-  ShowWindow(gSummary.notice, command);
+void LayoutSummaryPanel(const RECT& bounds) {
+  if (!gSummary.box) return;
+  MoveWindow(gSummary.box, bounds.left, bounds.top, bounds.right - bounds.left, bounds.bottom - bounds.top, TRUE);
+  const int line = Scaled(kLineHeight);
+  const int labelWidth = LabelWidth();
+  const int left = Scaled(kPadding);
+  const int valueLeft =
+      std::max(left + labelWidth, static_cast<int>(bounds.right - bounds.left) - Scaled(kPadding) - Scaled(kValueWidth));
   for (int i = 0; i < kCounterCount; ++i) {
-    ShowWindow(gSummary.labels[i], command);
-    ShowWindow(gSummary.values[i], command);
+    const int y = Scaled(kTopPadding) + i * line;
+    MoveWindow(gSummary.labels[i], left, y, labelWidth, line, FALSE);
+    MoveWindow(gSummary.values[i], valueLeft, y, Scaled(kValueWidth), line, FALSE);
   }
+  InvalidateRect(gSummary.box, nullptr, TRUE);
 }
+
+void ShowSummaryPanel(bool show) { ShowWindow(gSummary.box, show ? SW_SHOW : SW_HIDE); }
 
 void UpdateSummaryPanel() {
-  if (!gSummary.body) return;
-  const RunCounters& counters = gRun.counters;
-  const uint64_t values[kCounterCount] = {counters.filesSeen, counters.notFragmented, counters.filesTried,
-                                          counters.filesMoved};
+  if (!gSummary.box) return;
+  // The same figures as the summary dialog and the console summary.
+  const uint64_t values[kCounterCount] = {gRun.fragmented.size(), gRun.counters.notFragmented,
+                                          gRun.counters.filesMoved, gRun.errors.size()};
   for (int i = 0; i < kCounterCount; ++i) {
     SetWindowTextW(gSummary.labels[i], Text(kCounterLabels[i].textId, kCounterLabels[i].italian));
-    SetWindowTextW(gSummary.values[i],
-                   GroupedCount(values[i]).c_str());
+    SetWindowTextW(gSummary.values[i], GroupedCount(values[i]).c_str());
   }
-  SetWindowTextW(gSummary.notice, NoticeText());
+}
+
+const wchar_t* EmptyListNotice(bool errorsTab) {
+  if (ItemCount() == 0) return Text(kStrNoticeEmptyList, L"Aggiungere in elenco i file da deframmentare.");
+  // Only after a run that looked at files does "none" say something.
+  if (gRun.counters.filesSeen > 0) {
+    return errorsTab ? Text(kStrNoticeNoUnprocessed, L"Non sono presenti file non elaborati.")
+                     : Text(kStrNoticeNoFragmented, L"Non sono presenti file frammentati.");
+  }
+  return Text(kStrNoFiles, L"Nessun file");
 }

@@ -1,10 +1,18 @@
 #pragma once
-// The summary tab of the bottom panel: four counters of the last run and a
-// notice line, hosted in the tab body.
+// The last run's counters beside the bottom tabs ("Frammentati:",
+// "Contigui:", "Deframmentati:", "Errori:"), in a framed box of their own
+// that stays in view whichever tab is chosen, and the notices the two result
+// lists show while they are empty.
 #include <windows.h>
 
-void CreateSummaryPanel(HWND body);
-void LayoutSummaryPanel(const RECT& inside);
+// Creates the box and its labels as children of the main window.
+HWND CreateSummaryPanel(HWND window);
+// The width the box needs at the window's scale for the current texts.
+int SummaryPanelWidth();
+void LayoutSummaryPanel(const RECT& bounds);
 void ShowSummaryPanel(bool show);
-// Writes the counters and chooses the notice from the run's totals.
+// Writes the labels and the counters from the run's totals.
 void UpdateSummaryPanel();
+// What the fragmented-file list (errorsTab false) or the error list shows
+// while it has no rows.
+const wchar_t* EmptyListNotice(bool errorsTab);

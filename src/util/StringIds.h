@@ -169,11 +169,15 @@ constexpr uint32_t kStrNoticeNoUnprocessed = 241;    // "Non sono presenti file 
 constexpr uint32_t kStrNoFiles = 242;                // "Nessun file"
 constexpr uint32_t kStrResultColumnName = 243;       // "      Nome"
 constexpr uint32_t kStrTabFragmented = 244;          // "File frammentati"
-constexpr uint32_t kStrTabSummary = 245;             // "Riepilogo"
-constexpr uint32_t kStrCounterSeen = 246;            // "File esaminati:"
-constexpr uint32_t kStrCounterNotFragmented = 247;   // "File non frammentati:"
-constexpr uint32_t kStrCounterTried = 248;           // "File elaborati:"
-constexpr uint32_t kStrCounterMoved = 249;           // "File deframmentati:"
+constexpr uint32_t kStrTabErrors = 245;              // "Errori"
+// The last run's counters beside the bottom tabs.
+constexpr uint32_t kStrCounterFragmented = 246;      // "Frammentati:"
+constexpr uint32_t kStrCounterContiguous = 247;      // "Contigui:"
+constexpr uint32_t kStrCounterDefragmented = 248;    // "Deframmentati:"
+constexpr uint32_t kStrCounterErrors = 249;          // "Errori:"
+// The error column of the "Errori" list. Provisional number: no language
+// file but the program's own assigns it yet.
+constexpr uint32_t kStrErrorColumnText = 470;        // "Errore"
 constexpr uint32_t kStrToolAdd = 250;                // "Aggiungi"
 constexpr uint32_t kStrToolRemove = 251;             // "Rimuovi"
 constexpr uint32_t kStrToolAnalyse = 254;            // "Analizza"

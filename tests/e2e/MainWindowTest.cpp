@@ -136,12 +136,13 @@ TEST_F(MainWindowTest, EmptyWindowShowsItsColumnsPanelsAndStatusTexts) {
               (std::vector<std::wstring>{L"Oggetti totali in elenco: 0", L""}));
     EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"In attesa"}));
 
-    // The summary tab: its four counters and the notice of an empty list.
+    // The error tab: its list hidden behind the notice of an empty item
+    // list, and the four counters of the last run beside the tabs.
     TestDriver::SendCommand(window_, 5002);
     TestDriver::PumpMessages(300);
     std::vector<std::wstring> texts = TestDriver::ChildTexts(window_);
-    for (const wchar_t* expected : {L"File esaminati:", L"File non frammentati:", L"File elaborati:",
-                                    L"File deframmentati:", L"Aggiungere in elenco i file da deframmentare."}) {
+    for (const wchar_t* expected : {L"Frammentati:", L"Contigui:", L"Deframmentati:", L"Errori:",
+                                    L"Aggiungere in elenco i file da deframmentare."}) {
         EXPECT_NE(std::find(texts.begin(), texts.end(), expected), texts.end()) << std::wstring(expected).size();
     }
     EXPECT_FALSE(IsWindowVisible(fragmented));

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <commctrl.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -352,6 +354,214 @@ TEST_F(RunsProgramTest, StopDuringASlowMoveInterruptsTheFile) {
     const std::string fileLine = end.substr(line, end.find('\n', line) - line);
     EXPECT_EQ(fileLine.find("runs=1000:1,"), std::string::npos) << fileLine;
     EXPECT_NE(fileLine.find(",1598:1"), std::string::npos) << fileLine;
+}
+
+// The files a defragmentation could not move, seen in the window: one with
+// no free run long enough and one whose move the volume refuses, beside one
+// that moves and one already in one piece.
+class ErrorTabTest : public RunsProgramTest {
+public:
+    // The texts the window shows in one language.
+    struct Texts {
+        std::wstring language;  // the "/LANG:" value
+        std::wstring errorHeader, noFreeRun, errorsTab;
+        std::vector<std::wstring> counterLabels;  // fragmented, contiguous, defragmented, errors
+        std::wstring summaryTitle;
+    };
+
+protected:
+    void PrepareVolume(const std::string& caseName) {
+        Prepare(caseName);
+        MakeFile("data/a.bin", 16384);
+        MakeFile("data/b.bin", 16000);
+        MakeFile("data/big.bin", 3686400);
+        MakeFile("data/refused.bin", 8000);
+        Describe("volume letter=Z clusters=2000 clusterSize=4096",
+                 {{"data\\a.bin", "size=16384 runs=100:2,110:2"},
+                  {"data\\b.bin", "size=16000 runs=200:4"},
+                  {"data\\big.bin", "size=3686400 runs=1000:500,1600:400"},
+                  {"data\\refused.bin", "size=8000 runs=430:1,440:1"}},
+                 "fault \"" + Win("data\\refused.bin") + "\" control=move call=1 status=0xC0000022\n");
+    }
+
+    void Start(const Texts& texts) {
+        program_ = TestDriver::StartProgram(
+            exe_, L"/QUICK /LANG:" + texts.language + L" " + TestDriver::HostPathToWindows((host_ / "data").string()));
+        ASSERT_TRUE(program_);
+        main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
+        ASSERT_NE(main_, nullptr);
+        // Room for both columns of the error list in the pictures.
+        SetWindowPos(main_, nullptr, 0, 0, Scaled(860), Scaled(540), SWP_NOZORDER | SWP_NOACTIVATE);
+        items_ = TestDriver::ChildWindows(main_, WC_LISTVIEWW).front();
+        for (HWND list : TestDriver::ChildWindows(main_, WC_LISTVIEWW)) {
+            if (TestDriver::ListViewColumnHeader(list, 1) == texts.errorHeader) errors_ = list;
+        }
+        ASSERT_NE(errors_, nullptr) << "no list with the column " << Narrow(texts.errorHeader);
+    }
+
+    // The value beside a counter's label (the value's control follows the
+    // four labels).
+    std::wstring Counter(const std::wstring& label) const {
+        for (HWND child : TestDriver::ChildWindows(main_)) {
+            if (TestDriver::WindowText(child) == label) {
+                return TestDriver::WindowText(GetDlgItem(GetParent(child), GetDlgCtrlID(child) + 4));
+            }
+        }
+        return L"<no label " + label + L">";
+    }
+
+    std::vector<std::wstring> Counters(const Texts& texts) const {
+        std::vector<std::wstring> values;
+        for (const std::wstring& label : texts.counterLabels) values.push_back(Counter(label));
+        return values;
+    }
+
+    // Rows of the error list as "path|text", in path order.
+    std::vector<std::wstring> ErrorRows() const {
+        std::vector<std::wstring> paths = TestDriver::ListViewColumnTexts(errors_, 0);
+        std::vector<std::wstring> reasons = TestDriver::ListViewColumnTexts(errors_, 1);
+        std::vector<std::wstring> rows;
+        for (size_t i = 0; i < paths.size() && i < reasons.size(); ++i) rows.push_back(paths[i] + L"|" + reasons[i]);
+        std::sort(rows.begin(), rows.end());
+        return rows;
+    }
+
+    // The system's text for a refused move, as the list shows it: without
+    // its line end.
+    static std::wstring AccessDeniedText() {
+        wchar_t buffer[512] = L"";
+        DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                      ERROR_ACCESS_DENIED, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), buffer, 512,
+                                      nullptr);
+        std::wstring text(buffer, length);
+        return text.size() >= 2 ? text.substr(0, text.size() - 2) : text;
+    }
+
+    static int ScreenDpi() {
+        HDC screen = GetDC(nullptr);
+        int dpi = GetDeviceCaps(screen, LOGPIXELSX);
+        ReleaseDC(nullptr, screen);
+        return dpi;
+    }
+    static int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
+    static std::wstring Dpi() { return std::to_wstring(ScreenDpi()); }
+
+    // Defragments, waits for the summary dialog and checks it against the
+    // panel's counters and the error list.
+    void DefragmentAndCheck(const Texts& texts) {
+        TestDriver::SendCommand(main_, kCmdDefragAll);
+        HWND summary = TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs);
+        ASSERT_NE(summary, nullptr) << "no summary after the defragmentation";
+        EXPECT_EQ(TestDriver::WindowText(summary), texts.summaryTitle);
+        // Processed, fragmented, not fragmented, defragmented, errors.
+        std::vector<std::wstring> dialog = TestDriver::ChildTexts(summary);
+        ASSERT_GE(dialog.size(), 10u);
+        EXPECT_EQ((std::vector<std::wstring>{dialog[3], dialog[5], dialog[7], dialog[9]}),
+                  (std::vector<std::wstring>{L"0", L"1", L"1", L"2"}));
+        EXPECT_EQ(Counters(texts), (std::vector<std::wstring>{dialog[3], dialog[5], dialog[7], dialog[9]}));
+        TestDriver::PressButton(summary, IDOK);
+        TestDriver::PumpMessages(300);
+
+        const std::wstring data = TestDriver::HostPathToWindows((host_ / "data").string());
+        EXPECT_EQ(ErrorRows(), (std::vector<std::wstring>{data + L"\\big.bin|" + texts.noFreeRun,
+                                                          data + L"\\refused.bin|" + AccessDeniedText()}));
+        EXPECT_TRUE(IsWindowVisible(errors_)) << "the error tab stays chosen after the run";
+        EXPECT_EQ(TestDriver::ListViewColumnHeader(errors_, 0), texts.language == L"IT" ? L"      Nome" : L"      Name");
+    }
+
+    void Close() {
+        TestDriver::SendCommand(main_, kCmdExit);
+        ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+        EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+    }
+
+    std::unique_ptr<TestDriver::RunningProgram> program_;
+    HWND main_ = nullptr;
+    HWND items_ = nullptr;
+    HWND errors_ = nullptr;
+};
+
+const ErrorTabTest::Texts kItalian = {
+    L"IT", L"Errore", L"Non esistono cluster contigui sufficienti per deframmentare completamente il file.",
+    L"Errori", {L"Frammentati:", L"Contigui:", L"Deframmentati:", L"Errori:"}, L"Riepilogo"};
+const ErrorTabTest::Texts kEnglish = {
+    L"EN", L"Error", L"There are not enough contiguous clusters to defragment the file completely.",
+    L"Errors", {L"Fragmented:", L"Contiguous:", L"Defragmented:", L"Errors:"}, L"Summary"};
+
+// In the built-in language: an analysis fills the fragmented-file tab and
+// the counters; the defragmentation then works on the error tab, which ends
+// with the two files and their reasons.
+TEST_F(ErrorTabTest, TheErrorTabListsTheFilesThatCouldNotBeMoved) {
+    PrepareVolume("error-tab");
+    Start(kItalian);
+    if (HasFatalFailure()) return;
+    EXPECT_EQ(TestDriver::ListViewRowCount(errors_), 0);
+
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
+    std::wstring state;
+    for (int i = 0; i < 500 && state != L"Frammentata"; ++i) {
+        TestDriver::PumpMessages(20);
+        state = TestDriver::ListViewCellText(items_, 0, kStateColumn);
+    }
+    ASSERT_EQ(state, L"Frammentata");
+    TestDriver::PumpMessages(300);
+    HWND fragmented = TestDriver::FindListViewByHeader(main_, L"      Nome");
+    EXPECT_TRUE(IsWindowVisible(fragmented));
+    EXPECT_EQ(TestDriver::ListViewRowCount(fragmented), 3) << "a.bin, big.bin and refused.bin";
+    EXPECT_EQ(Counters(kItalian), (std::vector<std::wstring>{L"3", L"1", L"0", L"0"}));
+    TestDriver::PumpMessages(500);
+    TestDriver::SaveWindowScreenshot(main_, L"bottom-panel-analysis-" + Dpi());
+
+    DefragmentAndCheck(kItalian);
+    EXPECT_FALSE(IsWindowVisible(fragmented));
+    TestDriver::PumpMessages(500);
+    TestDriver::SaveWindowScreenshot(main_, L"bottom-panel-errors-" + Dpi());
+
+    // Back on the fragmented-file tab: the defragmentation emptied its list.
+    TestDriver::SendCommand(main_, 5001);
+    TestDriver::PumpMessages(300);
+    EXPECT_FALSE(IsWindowVisible(errors_));
+    EXPECT_EQ(TestDriver::WindowText(GetParent(fragmented)), L"Non sono presenti file frammentati.");
+
+    // A failed file goes to the exclusions from its row, as the error list's
+    // menu does it: the list clicked, then the command.
+    TestDriver::SendCommand(main_, 5002);
+    TestDriver::PumpMessages(300);
+    const std::wstring failed = TestDriver::ListViewCellText(errors_, 0, 0);
+    RECT header{};
+    GetWindowRect(reinterpret_cast<HWND>(SendMessageW(errors_, LVM_GETHEADER, 0, 0)), &header);
+    TestDriver::ClickAt(errors_, POINT{40, static_cast<LONG>(header.bottom - header.top) + 6});
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewSelectedRows(errors_), std::vector<int>{0});
+    TestDriver::SendCommand(main_, 9066);
+    HWND box = TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs);
+    ASSERT_NE(box, nullptr) << "no word about the exclusion";
+    EXPECT_EQ(TestDriver::MessageBoxMessage(box), L"Oggetto aggiunto all'elenco degli elementi da escludere.");
+    const std::vector<TestDriver::DialogButton> buttons = TestDriver::DialogButtons(box);
+    ASSERT_EQ(buttons.size(), 1u);
+    TestDriver::PressButton(box, buttons[0].id);
+    for (DWORD waited = 0; IsWindow(box) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
+    const std::string stored = ReadWhole(host_ / "program" / "Exclude.ini");
+    std::wstring excluded;
+    for (size_t at = 0; at + 1 < stored.size(); at += 2) {
+        excluded += static_cast<wchar_t>(static_cast<unsigned char>(stored[at]) | (static_cast<unsigned char>(stored[at + 1]) << 8));
+    }
+    auto upper = [](std::wstring text) {
+        for (wchar_t& c : text) c = static_cast<wchar_t>(towupper(c));
+        return text;
+    };
+    EXPECT_NE(upper(excluded).find(upper(failed)), std::wstring::npos) << Narrow(failed);
+    Close();
+}
+
+TEST_F(ErrorTabTest, TheErrorTabSpeaksTheLanguageOfTheLanguageFile) {
+    PrepareVolume("error-tab-en");
+    Start(kEnglish);
+    if (HasFatalFailure()) return;
+    DefragmentAndCheck(kEnglish);
+    TestDriver::PumpMessages(500);
+    TestDriver::SaveWindowScreenshot(main_, L"bottom-panel-errors-en-" + Dpi());
+    Close();
 }
 
 }  // namespace

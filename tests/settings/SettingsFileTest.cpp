@@ -21,8 +21,8 @@ class RememberingHost : public SettingsHost {
                              kCmdShowStatusBar, kCmdShowToolbar, kCmdShowStateIcons, kCmdShowSystemIcons}) {
       checked.insert(command);
     }
-    for (int list = 0; list < 2; ++list) {
-      int count = list == 0 ? 10 : 8;
+    for (int list = 0; list < 3; ++list) {
+      int count = list == 0 ? 10 : list == 1 ? 8 : 2;
       for (int column = 0; column < count; ++column) {
         order[list].push_back(column);
         widths[list].push_back(100 + column);
@@ -69,7 +69,7 @@ class RememberingHost : public SettingsHost {
   std::set<uint32_t> checked;
   std::map<uint32_t, bool> enabled;
   std::vector<std::string> effects;
-  std::vector<int> order[2], widths[2];
+  std::vector<int> order[3], widths[3];
   std::set<std::wstring> existing;
   bool hasResultList = true;
   bool priorityFails = false;
@@ -116,7 +116,8 @@ const std::vector<std::wstring> kDefaultFile = {
     L"SKIPSSD=1", L"SMARTDEFRAG=1", L"PRIORITY=2", L"LANGUAGE=EN",
     L"COLUMNORDER=0;1;2;3;4;5;6;7;8;9;", L"CL=100;101;102;103;104;105;106;107;108;109;",
     L"VCL=1;1;1;1;1;1;1;1;1;1;", L"FCOLUMNORDER=0;1;2;3;4;5;6;7;",
-    L"FCL=100;101;102;103;104;105;106;107;", L"FVCL=1;1;1;1;1;1;1;1;", L"FDWIDTH=400",
+    L"FCL=100;101;102;103;104;105;106;107;", L"FVCL=1;1;1;1;1;1;1;1;", L"ECOLUMNORDER=0;1;",
+    L"ECL=100;101;", L"EVCL=1;1;", L"FDWIDTH=400",
     L"FDHEIGHT=390", L"FLTRWIDTH=480", L"FLTRHEIGHT=420", L"SCANWIDTH=670", L"SCANHEIGHT=470",
     L"MAINSIZE=600;360", L"PROFILEPATH=", L"FILEPATH=", L"CLNUP=2", L"CLNUP_SHOWERRORMSG=1",
     L"CLNUP_EXTPRGPATH=", L"CLNUP_EXTPRGSWITCHES=", L"SCANDISK=2", L"ExcludeItemsBySize=0",
@@ -135,7 +136,8 @@ const std::vector<std::wstring> kChangedFile = {
     L"SKIPSSD=0", L"SMARTDEFRAG=0", L"PRIORITY=4", L"LANGUAGE=DE",
     L"COLUMNORDER=9;8;7;6;5;4;3;2;1;0;", L"CL=10;11;12;13;14;15;0;17;18;19;",
     L"VCL=1;1;1;1;1;1;0;1;1;1;", L"FCOLUMNORDER=1;0;2;3;4;5;7;6;",
-    L"FCL=0;21;22;23;24;25;26;27;", L"FVCL=0;1;1;1;1;1;1;1;", L"FDWIDTH=401",
+    L"FCL=0;21;22;23;24;25;26;27;", L"FVCL=0;1;1;1;1;1;1;1;", L"ECOLUMNORDER=1;0;",
+    L"ECL=300;0;", L"EVCL=1;0;", L"FDWIDTH=401",
     L"FDHEIGHT=391", L"FLTRWIDTH=481", L"FLTRHEIGHT=421", L"SCANWIDTH=700", L"SCANHEIGHT=500",
     L"MAINSIZE=1024;768", L"PROFILEPATH=C:\\Profili", L"FILEPATH=D:\\Dati=nuovi",
     L"CLNUP=1", L"CLNUP_SHOWERRORMSG=0", L"CLNUP_EXTPRGPATH=C:\\Tools\\clean.exe",
@@ -175,6 +177,11 @@ TEST_F(SettingsFileTest, ValuesReachTheirHomes) {
   EXPECT_EQ(host.order[0], (std::vector<int>{9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));
   EXPECT_EQ(gSettings.itemColumnVisible, (std::vector<uint8_t>{1, 1, 1, 1, 1, 1, 0, 1, 1, 1}));
   EXPECT_EQ(host.widths[1][0], 0);
+  // The error list's keys are its own, never taken for the item list's.
+  EXPECT_EQ(host.order[2], (std::vector<int>{1, 0}));
+  EXPECT_EQ(host.widths[2], (std::vector<int>{300, 0}));
+  EXPECT_EQ(gSettings.errorColumnVisible, (std::vector<uint8_t>{1, 0}));
+  EXPECT_EQ(host.widths[0][0], 10);
   EXPECT_EQ(gSettings.itemTextColour[2], 16711680u);
   EXPECT_EQ(gSettings.itemTextColourEnabled[1], false);
   EXPECT_EQ(gSettings.fileFolder, L"D:\\Dati=nuovi");
@@ -302,7 +309,7 @@ TEST_F(SettingsFileTest, ScaledDefaults) {
   SetScaledSizeDefaults(1.25, 1.5);
   Load({L"RX1.00", L"SCANWIDTH=700", L"SCANHEIGHT=700"});
   std::vector<std::wstring> lines = SettingsFileLines(host);
-  std::vector<std::wstring> sizes(lines.begin() + 16, lines.begin() + 23);
+  std::vector<std::wstring> sizes(lines.begin() + 19, lines.begin() + 26);
   EXPECT_EQ(sizes, (std::vector<std::wstring>{L"FDWIDTH=500", L"FDHEIGHT=585", L"FLTRWIDTH=600",
                                               L"FLTRHEIGHT=630", L"SCANWIDTH=837", L"SCANHEIGHT=705",
                                               L"MAINSIZE=750;540"}));

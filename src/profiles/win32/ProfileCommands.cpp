@@ -361,9 +361,16 @@ bool HandleSelectionCommand(HWND owner, UINT command) {
     case kCmdRecentProfilesDialog: ShowRecentProfilesDialog(owner); return true;
     case kCmdFilterDialog: ShowFilterDialog(owner); return true;
     case kCmdExcludeSelected: {
+      // The list that has the keyboard focus gives the rows.
       HWND focus = GetFocus();
-      HWND items = GetDlgItem(owner, IDC_ITEM_LIST);
-      if (focus && focus == items) AddSelectedToExclusions(owner, focus, ExcludeSource::ItemList, true);
+      if (!focus) return true;
+      if (focus == GetDlgItem(owner, IDC_ITEM_LIST)) {
+        AddSelectedToExclusions(owner, focus, ExcludeSource::ItemList, true);
+      } else if (focus == MainResultListView()) {
+        AddSelectedToExclusions(owner, focus, ExcludeSource::FragmentedFiles, true);
+      } else if (focus == MainErrorListView()) {
+        AddSelectedToExclusions(owner, focus, ExcludeSource::Errors, true);
+      }
       return true;
     }
   }

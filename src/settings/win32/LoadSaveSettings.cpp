@@ -19,7 +19,11 @@ namespace {
 HMENU MainMenu() { return GetMenu(MainWindowHandle()); }
 
 HWND ListOf(SettingsList list) {
-  return list == SettingsList::Items ? MainItemListView() : MainResultListView();
+  switch (list) {
+    case SettingsList::Items: return MainItemListView();
+    case SettingsList::Errors: return MainErrorListView();
+    default: return MainResultListView();
+  }
 }
 
 class MainWindowSettingsHost : public SettingsHost {

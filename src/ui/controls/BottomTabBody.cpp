@@ -31,6 +31,8 @@ LRESULT CALLBACK BodyProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
   switch (message) {
     case kBodySetNotice:
       state->notice = lParam ? reinterpret_cast<const wchar_t*>(lParam) : L"";
+      // Also the window's text, so that screen readers can say it.
+      DefWindowProcW(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(state->notice.c_str()));
       InvalidateRect(window, nullptr, FALSE);
       return 0;
     case kBodyInnerRect: {

@@ -32,7 +32,8 @@ HWND CreateBottomTabs(HWND parent, int id);
 
 // Tab body: a framed panel hosting the active tab's window. Notifications
 // and commands of its children go on to its parent. kBodySetNotice: lParam
-// a text drawn in the middle when no child covers the body (null clears).
+// a text drawn in the middle when no child covers the body (null clears); it
+// is also the body's window text.
 // kBodyInnerRect: lParam RECT* receiving the area inside the frame.
 constexpr UINT kBodySetNotice = WM_APP + 20;
 constexpr UINT kBodyInnerRect = WM_APP + 21;

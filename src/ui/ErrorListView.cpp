@@ -1,0 +1,71 @@
+#include "ui/ErrorListView.h"
+
+#include <string>
+
+#include "items/ItemList.h"
+#include "res/ResourceIds.h"
+#include "runs/RunResults.h"
+#include "settings/Settings.h"
+#include "ui/Artwork.h"
+#include "ui/CommandIds.h"
+#include "ui/Dpi.h"
+#include "util/StringIds.h"
+
+namespace {
+
+enum ErrorColumn { kName, kErrorText };
+
+constexpr ColumnLayout kErrorColumns[] = {
+    {kStrResultColumnName, L"      Nome", 400, LVCFMT_LEFT, kCmdColumnName},
+    {kStrErrorColumnText, L"Errore", 500, LVCFMT_LEFT, kCmdColumnErrorText},
+};
+
+std::wstring gErrorCellBuffer;
+
+void AnswerCell(NMLVDISPINFOW* info) {
+  LVITEMW& item = info->item;
+  if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= gRun.errors.size()) return;
+  const ErrorEntry& entry = gRun.errors[static_cast<size_t>(item.iItem)];
+  if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
+    gErrorCellBuffer = item.iSubItem == kName ? entry.displayPath
+                       : item.iSubItem == kErrorText ? entry.message
+                                                     : std::wstring();
+    lstrcpynW(item.pszText, gErrorCellBuffer.c_str(), item.cchTextMax);
+  }
+  if ((item.mask & LVIF_IMAGE) && item.iSubItem == kName) {
+    item.iImage = gSettings.showSystemIcons ? ShellImageIndex(entry.displayPath, false)
+                                            : StateImageIndex(ItemStateImage::kError);
+  }
+}
+
+}  // namespace
+
+const ColumnTable kErrorColumnTable{kErrorColumns, static_cast<int>(std::size(kErrorColumns)), IDR_ERROR_COLUMNS_MENU};
+
+void InitErrorListView(HWND list) {
+  ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);
+  ListView_SetImageList(list, ItemImageList(WindowDpi(list)), LVSIL_SMALL);
+  BuildListColumns(list, kErrorColumnTable);
+  ApplyColumnVisibility(list, kErrorColumnTable, gSettings.errorColumnVisible);
+}
+
+void RefreshErrorRows(HWND list) {
+  ListView_SetItemCountEx(list, static_cast<int>(gRun.errors.size()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
+  InvalidateRect(list, nullptr, FALSE);
+}
+
+bool OnErrorListNotify(HWND, NMHDR* header, LRESULT& result) {
+  switch (header->code) {
+    case LVN_GETDISPINFOW:
+      AnswerCell(reinterpret_cast<NMLVDISPINFOW*>(header));
+      result = TRUE;
+      return true;
+    case LVN_MARQUEEBEGIN:
+      result = 1;
+      return true;
+    case LVN_BEGINDRAG:
+      result = TRUE;
+      return true;
+  }
+  return false;
+}
