@@ -77,6 +77,23 @@ TEST(ProfileOption, MissingFileUnattendedEndsWithOne) {
         << result.output;
 }
 
+// The splitting of the command line undoes its backslash doubling once; a
+// long path's leading pair must survive it.
+TEST(ProfileOption, ALongPathProfileIsFoundUnattended) {
+    std::wstring exe = PrepareProgram(L"long-prefix");
+    std::filesystem::path data = WorkFolder(L"long-prefix") + L"\\data";
+    std::filesystem::create_directories(data);
+    std::ofstream(data / L"uno.txt") << "uno";
+    std::filesystem::path profile = data / L"lungo.olp";
+    WriteProfileFile(profile, {L"kv70rx", (data / L"uno.txt").wstring()});
+    TestDriver::RunResult result =
+        TestDriver::RunProgram(exe, L"/LANG:IT /NOGUI /PROF:\\\\?\\" + profile.wstring(), kWaitMs);
+    ASSERT_TRUE(result.started);
+    ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
+    EXPECT_EQ(result.output.find("does not exist"), std::string::npos) << result.output;
+    EXPECT_EQ(result.exitCode, 0u);
+}
+
 TEST(ProfileOption, MissingFileWithTheWindowSaysSoAndTheExitCodeIsOne) {
     std::wstring exe = PrepareProgram(L"missing-window");
     std::unique_ptr<RunningProgram> program =
