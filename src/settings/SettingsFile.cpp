@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <limits>
 #include <cwctype>
 
 #include "settings/Settings.h"
@@ -130,17 +131,29 @@ std::wstring ValueText(const std::wstring& line) {
 }
 
 // A decimal number: leading blanks and a sign allowed, reading stops at the
-// first character that is not a digit.
+// first character that is not a digit. A number beyond the 64-bit range
+// stays at the range's end, so that the caps applied afterwards still see
+// it as too large instead of as whatever it wrapped to.
 int64_t NumberValue(std::wstring_view text) {
   size_t at = 0;
   while (at < text.size() && std::iswspace(text[at])) ++at;
   bool negative = false;
   if (at < text.size() && (text[at] == L'-' || text[at] == L'+')) negative = text[at++] == L'-';
+  const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
   uint64_t value = 0;
   while (at < text.size() && text[at] >= L'0' && text[at] <= L'9') {
-    value = value * 10 + static_cast<uint64_t>(text[at++] - L'0');
+    const uint64_t digit = static_cast<uint64_t>(text[at++] - L'0');
+    value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
   }
-  return negative ? -static_cast<int64_t>(value) : static_cast<int64_t>(value);
+  if (!negative) return static_cast<int64_t>(value);
+  return value == limit ? std::numeric_limits<int64_t>::min() : -static_cast<int64_t>(value);
+}
+
+// A number for a field of the platform's int size (window sizes, positions),
+// held at that range's ends rather than cut to its low bits.
+int IntValue(std::wstring_view text) {
+  return static_cast<int>(std::clamp<int64_t>(NumberValue(text), std::numeric_limits<int>::min(),
+                                              std::numeric_limits<int>::max()));
 }
 
 std::vector<int64_t> ListValue(std::wstring_view text) {
@@ -301,22 +314,22 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
     case Key::ResultColumnOrder: case Key::ResultColumnWidths: case Key::ResultColumnVisible:
       ReadColumns(key.key, value, host);
       break;
-    case Key::FragmentDetailsWidth: gSettings.fragmentDetailsWidth = static_cast<int>(NumberValue(value)); break;
-    case Key::FragmentDetailsHeight: gSettings.fragmentDetailsHeight = static_cast<int>(NumberValue(value)); break;
-    case Key::FilterWidth: gSettings.filterWidth = static_cast<int>(NumberValue(value)); break;
-    case Key::FilterHeight: gSettings.filterHeight = static_cast<int>(NumberValue(value)); break;
+    case Key::FragmentDetailsWidth: gSettings.fragmentDetailsWidth = IntValue(value); break;
+    case Key::FragmentDetailsHeight: gSettings.fragmentDetailsHeight = IntValue(value); break;
+    case Key::FilterWidth: gSettings.filterWidth = IntValue(value); break;
+    case Key::FilterHeight: gSettings.filterHeight = IntValue(value); break;
     case Key::DiskCheckWidth:
-      gSettings.diskCheckWidth = std::max(static_cast<int>(NumberValue(value)), gSettings.diskCheckMinWidth);
+      gSettings.diskCheckWidth = std::max(IntValue(value), gSettings.diskCheckMinWidth);
       break;
     case Key::DiskCheckHeight:
-      gSettings.diskCheckHeight = std::max(static_cast<int>(NumberValue(value)), gSettings.diskCheckMinHeight);
+      gSettings.diskCheckHeight = std::max(IntValue(value), gSettings.diskCheckMinHeight);
       break;
     case Key::MainSize: {
       size_t separator = value.find(L';');
-      gSettings.mainWidth = static_cast<int>(NumberValue(value.substr(0, separator)));
+      gSettings.mainWidth = IntValue(value.substr(0, separator));
       gSettings.mainHeight = separator == std::wstring::npos
                                  ? 0
-                                 : static_cast<int>(NumberValue(std::wstring_view(value).substr(separator + 1)));
+                                 : IntValue(std::wstring_view(value).substr(separator + 1));
       if (gSettings.mainWidth > host.ScreenWidth()) {
         gSettings.mainWidth = host.ScreenWidth() - 100;
         gSettings.mainHeight = host.ScreenHeight() - 200;
@@ -335,7 +348,7 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
       break;
     case Key::ItemColours: ReadItemColours(line, reader); break;
     case Key::ItemColourFullRow: gSettings.itemTextColourFullRow = flag != 0; break;
-    case Key::SplitterPos: gSettings.splitterPosition = static_cast<int>(NumberValue(value)); break;
+    case Key::SplitterPos: gSettings.splitterPosition = IntValue(value); break;
     case Key::Maximized: gSettings.maximized = flag != 0; break;
     case Key::SkipSsdWarning:
       if (flag == 1) SetSolidStateBit(kSolidStateWarn, false);
