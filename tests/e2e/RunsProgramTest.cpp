@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -220,6 +221,35 @@ TEST_F(RunsProgramTest, TheSummaryAndThePowerOffFollowAFinishedUnattendedDefragm
     EXPECT_EQ(program->ExitCode(), 0u);
     EXPECT_EQ(ReadWhole(log), "power off 13 ffffffff\r\n");
     EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+}
+
+// The console takes each item's lines whole, however long its path: a folder
+// whose path nears 2,048 characters still has its outcome line. The folder
+// comes from a profile, whose lines are far longer than a command line.
+TEST_F(RunsProgramTest, AnItemWithAPathNearTwoThousandCharactersKeepsItsOutcomeLine) {
+    Prepare("long-path");
+    std::string relative = "data";
+    while (Win(relative).size() < 2030) relative += "\\" + std::string(std::min<size_t>(200, 2030 - Win(relative).size()), 'n');
+    std::string hostRelative = relative;
+    for (char& c : hostRelative) {
+        if (c == '\\') c = '/';
+    }
+    fs::create_directories(host_ / hostRelative);
+    Describe(kVolume, {});
+    std::wstring line = L">" + std::wstring(Win(relative).begin(), Win(relative).end());
+    std::ofstream profile(host_ / "long.olp", std::ios::binary);
+    profile << std::string("\xFF\xFE", 2);
+    for (const std::wstring& text : {std::wstring(L"KV70RX"), line}) {
+        for (wchar_t c : text + L"\r\n") profile << static_cast<char>(c) << '\0';
+    }
+    profile.close();
+
+    TestDriver::RunResult run = Run("/NOGUI /ANALYZE /PROF:" + Win("long.olp"));
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) + "Analyzed folder : " + Win(relative) +
+                              "\r\nFolder is Not Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n");
+    EXPECT_EQ(run.exitCode, 0u);
 }
 
 // A link inside the tree that leads back to its own folder is followed until
