@@ -16,6 +16,7 @@
 #include "ui/ResultListView.h"
 #include "ui/StatusBars.h"
 #include "ui/SummaryPanel.h"
+#include "ui/TaskbarProgress.h"
 #include "ui/Toolbar.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
@@ -317,6 +318,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       return TRUE;
     case WM_DESTROY:
       RememberWindowSize();
+      ReleaseTaskbar();
       if (gMain.setup.beforeDestroy) gMain.setup.beforeDestroy(window);
       PostQuitMessage(gMain.setup.exitCode ? gMain.setup.exitCode() : 0);
       return TRUE;
