@@ -206,11 +206,15 @@ void ReadColumnOrder(SettingsList list, const std::wstring& value, SettingsHost&
   host.SetColumnOrder(list, order);
 }
 
+// A column already read as hidden keeps its width of 0, so that a file whose
+// visibility line stands before its widths reads as the program writes it.
 void ReadColumnWidths(SettingsList list, const std::wstring& value, SettingsHost& host) {
   int count = host.ColumnCount(list);
+  const std::vector<uint8_t>& visible = VisibleFlags(list);
   std::vector<int64_t> numbers = ListValue(value);
   for (size_t column = 0; column < numbers.size() && column < static_cast<size_t>(count); ++column) {
-    host.SetColumnWidth(list, static_cast<int>(column), static_cast<int16_t>(numbers[column]));
+    const bool hidden = column < visible.size() && visible[column] == 0;
+    host.SetColumnWidth(list, static_cast<int>(column), hidden ? 0 : static_cast<int16_t>(numbers[column]));
   }
 }
 
@@ -220,7 +224,8 @@ void ReadColumnVisible(SettingsList list, const std::wstring& value, SettingsHos
   visible.assign(static_cast<size_t>(count), 1);
   std::vector<int64_t> numbers = ListValue(value);
   for (size_t column = 0; column < numbers.size() && column < visible.size(); ++column) {
-    visible[column] = static_cast<uint8_t>(numbers[column]);
+    // Any number but 0 shows the column; cut to a byte, 256 would hide it.
+    visible[column] = numbers[column] != 0 ? 1 : 0;
     if (numbers[column] == 0) host.SetColumnWidth(list, static_cast<int>(column), 0);
   }
 }
@@ -422,6 +427,9 @@ void SetScaledSizeDefaults(double scaleX, double scaleY) {
 void ReadSettingsFile(UnicodeTextReader& reader, SettingsHost& host) {
   std::wstring line;
   if (!reader.NextLine(line) || !EqualNoCase(line, kSettingsVersionMark)) return;
+  // Only this file's visibility lines hide columns while its widths are read.
+  gSettings.itemColumnVisible.clear();
+  gSettings.resultColumnVisible.clear();
   while (reader.NextLine(line)) {
     if (const KeyText* key = FindKey(line)) ReadLine(*key, line, reader, host);
   }

@@ -267,6 +267,23 @@ TEST_F(SettingsFileTest, NumbersTooLargeForTheirFieldsStayTooLarge) {
   EXPECT_EQ(gSettings.splitterPosition, std::numeric_limits<int>::min());
 }
 
+// Found by fuzzing: a hand-ordered file whose visibility line comes first
+// left a hidden column with a width, which the next start then took away.
+TEST_F(SettingsFileTest, AHiddenColumnHasNoWidthWhicheverLineComesFirst) {
+  Load({L"RX1.00", L"VCL=1;0;1;", L"CL=50;60;70;"});
+  EXPECT_EQ(host.widths[0][0], 50);
+  EXPECT_EQ(host.widths[0][1], 0);
+  EXPECT_EQ(host.widths[0][2], 70);
+  std::string written = SaveBytes();
+  Load({L"RX1.00", L"CL=50;60;70;", L"VCL=1;0;1;"});
+  EXPECT_EQ(SaveBytes(), written);
+
+  // Any number but 0 shows a column, 256 included.
+  Load({L"RX1.00", L"CL=50;60;70;", L"VCL=1;256;-1;"});
+  EXPECT_EQ(host.widths[0][1], 60);
+  EXPECT_NE(SaveBytes().find("VCL=1;1;1;1;"), std::string::npos);
+}
+
 TEST_F(SettingsFileTest, ProfilesSectionWithoutClosingLineEndsAtTheEnd) {
   host.existing = {L"C:\\kept.prf"};
   Load({L"RX1.00", L"RemoveMissingMRUProfiles=1", L"[Profiles]", L"C:\\kept.prf", L"C:\\missing.prf",
