@@ -1,7 +1,8 @@
 # Shared by scripts/run and scripts/test: the Debian packages a build needs,
 # installed only when something is missing.
 ordalis_packages=(cmake ninja-build g++ googletest g++-mingw-w64-x86-64-posix
-  mingw-w64-tools wine64 xvfb x11-utils xdotool imagemagick)
+  mingw-w64-tools wine64 xvfb x11-utils xdotool imagemagick
+  clang libfuzzer-14-dev)
 
 ordalis_install_missing() {
   local missing=()
