@@ -232,7 +232,8 @@ void FillEngineHooks() {
   }
 }
 
-void CreatePanels(HWND window) {
+// False when a panel could not be made (the system is out of resources).
+bool CreatePanels(HWND window) {
   CreateToolbar(window);
   gMain.splitter = CreateSplitter(window, IDC_SPLITTER);
   gMain.tabs = CreateBottomTabs(window, IDC_BOTTOM_TABS);
@@ -252,6 +253,7 @@ void CreatePanels(HWND window) {
   InitResultListView(gMain.resultList);
   CreateSummaryPanel(gMain.body);
   gMain.progress = CreateProgressBar(gMain.statusLower, IDC_PROGRESS);
+  return gMain.splitter && gMain.tabs && gMain.body && gMain.resultList && gMain.progress;
 }
 
 void OnInitDialog(HWND window) {
@@ -263,10 +265,15 @@ void OnInitDialog(HWND window) {
   UINT dpi = WindowDpi(window);
   gSettings.mainWidth = ScaleForDpi(600, dpi);
   gSettings.mainHeight = ScaleForDpi(360, dpi);
-  CreatePanels(window);
+  if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
+  // A window without its panels or its menu is of no use: it goes again
+  // before the settings are read, and says why.
+  if (!CreatePanels(window) || !GetMenu(window)) {
+    if (gMain.setup.panelsFailed) gMain.setup.panelsFailed(window);
+    return;
+  }
   InitStatusBars(gMain.statusUpper, gMain.statusLower);
   LayoutChildren();
-  if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
   InitItemListView(gMain.list);
   FillEngineHooks();
   UpdateMainStatus(kStatusItemCount | kStatusWaiting);

@@ -295,7 +295,7 @@ TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
     const std::string shipped = bytesOf(ORDALIS_PROGRAM);
     const std::string simulating = bytesOf(ORDALIS_SIM_PROGRAM);
     ASSERT_FALSE(shipped.empty());
-    for (const char* name : {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME"}) {
+    for (const char* name : {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS"}) {
         EXPECT_FALSE(holds(shipped, name)) << name;
         EXPECT_TRUE(holds(simulating, name)) << name;
     }

@@ -46,10 +46,12 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   // the reason is already on stderr.
   if (!InstallSimVolumeFromEnvironment()) return kSimVolumeMissingExitCode;
   InstallSimPowerOffLog();
+  InstallSimPanelRefusal();
 #endif
 
   MainWindowSetup setup;
   setup.startupChecks = RunStartupChecks;
+  setup.panelsFailed = FailWindowPanels;
   // Between the window's layout and the command line come, in this order, the
   // settings file, the exclude and include lists and the language.
   setup.afterLayout = [](HWND window) {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "app/win32/ProcessControl.h"
+#include "ui/controls/Controls.h"
 
 namespace {
 
@@ -24,8 +25,25 @@ bool LoggedPowerOff(unsigned flags, unsigned long reason) {
   return true;
 }
 
+// Windows of this procedure refuse to be created.
+LRESULT CALLBACK RefusingProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_NCCREATE) return FALSE;
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
 }  // namespace
 
 void InstallSimPowerOffLog() {
   if (GetEnvironmentVariableW(kPowerOffLogVariable, nullptr, 0)) SetPowerOffCall(LoggedPowerOff);
+}
+
+void InstallSimPanelRefusal() {
+  if (!GetEnvironmentVariableW(L"ORDALIS_SIM_REFUSE_PANELS", nullptr, 0)) return;
+  // The splitter's class, taken first: the window finds it registered and
+  // its creation fails.
+  WNDCLASSEXW windowClass{sizeof windowClass};
+  windowClass.lpfnWndProc = RefusingProc;
+  windowClass.hInstance = GetModuleHandleW(nullptr);
+  windowClass.lpszClassName = kSplitterClass;
+  RegisterClassExW(&windowClass);
 }

@@ -7,3 +7,7 @@
 // that file instead ("power off <flags> <reason>").
 void InstallSimPowerOffLog();
 
+// With ORDALIS_SIM_REFUSE_PANELS set, the main window cannot make its
+// splitter, as when the system is out of resources, so that the window's
+// own handling of that failure runs. Call before the main window exists.
+void InstallSimPanelRefusal();
