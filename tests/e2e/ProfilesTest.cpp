@@ -224,6 +224,27 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     TestDriver::PumpMessages(200);
     EXPECT_EQ(TestDriver::WindowText(maskBox), L"");
 
+    // A mask longer than the filter file can read back is refused, with the
+    // reason, and stays in the box to be shortened; the mask beside it is
+    // added.
+    const std::wstring refusedText = L"*.ok;*" + std::wstring(2044, L'a');
+    SetControlText(filter, kMaskBox, refusedText.c_str());
+    TestDriver::PressButton(filter, kAddIncluded);
+    TestDriver::WindowQuery box;
+    box.className = kDialogClass;
+    box.title = kMainTitle;
+    box.processId = program->ProcessId();
+    box.except = mainWindow;
+    HWND refusal = TestDriver::WaitForWindow(box, kWaitMs);
+    ASSERT_NE(refusal, nullptr) << "the long mask was not refused";
+    EXPECT_EQ(TestDriver::MessageBoxMessage(refusal),
+              L"Una maschera può contenere al massimo 2.044 caratteri: le maschere più lunghe non sono state "
+              L"aggiunte.");
+    TestDriver::PressButton(refusal, IDOK);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), refusedText);
+    SetControlText(filter, kMaskBox, L"");
+
     // The size box keeps 1 to 999999999.
     PostMessageW(GetDlgItem(filter, kSizeCheck), BM_CLICK, 0, 0);
     TestDriver::PumpMessages(200);
@@ -269,7 +290,7 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     }
     TestDriver::SaveScreenshot(L"e2e_filter_after_ok");
     EXPECT_FALSE(IsWindow(filter));
-    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), FilterFileBytes({L"W*.dll", L"W*.exe"}));
+    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), FilterFileBytes({L"W*.dll", L"W*.exe", L"W*.ok"}));
     EXPECT_EQ(ReadBytes(folder / L"Exclude.ini"), FilterFileBytes({L"W*.DLL", L"W*.tmp"}));
     EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
 }
