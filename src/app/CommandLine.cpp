@@ -122,9 +122,11 @@ uint32_t ParseOptions(const std::vector<std::wstring>& args, CommandLineChoices&
     }
     // The options with a value are found anywhere inside the argument; their
     // value is taken from the argument as typed, so a path keeps its case.
+    // The splitting has already undone the backslash doubling: undoing it
+    // again would halve the leading pair of a network or long path.
     if (size_t at = upper.find(L"/PROF:"); at != std::wstring::npos) {
       flags |= kRunProfile;
-      choices.profilePath = UndoubleBackslashes(arg.substr(at + 6));
+      choices.profilePath = arg.substr(at + 6);
     }
     if (size_t at = upper.find(L"/CHKDSK:"); at != std::wstring::npos) {
       flags |= kRunDiskCheckGiven;

@@ -23,6 +23,7 @@ std::wstring DoubleBackslashes(const std::wstring& text);
 std::wstring UndoubleBackslashes(const std::wstring& text);
 
 // First pass: every argument beginning with "/" is compared with the options.
+// The arguments are as split, with the backslash doubling already undone.
 // Returns the RunFlags bits found; fills the choices.
 uint32_t ParseOptions(const std::vector<std::wstring>& args, CommandLineChoices& choices);
 

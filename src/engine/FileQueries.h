@@ -5,6 +5,7 @@
 // code runs on Windows and on the in-memory trees of the tests.
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 // Attribute bits as the file system reports them.
@@ -46,9 +47,23 @@ enum class DriveKind : uint32_t {
   RamDisk = 6,
 };
 
+// One open search of a folder, read an entry at a time, so that a caller
+// holding many of them (one per level of a deep walk) holds no listing whole.
+class DirListing {
+ public:
+  virtual ~DirListing() = default;
+  // The next entry, in the order the file system returns them; false at the
+  // end.
+  virtual bool Next(DirEntry& entry) = 0;
+};
+
 class FileQueries {
  public:
   virtual ~FileQueries() = default;
+
+  // Opens a search for the same entries FindEntries would visit. Null when
+  // the search cannot be opened (the error is then kept for LastError()).
+  virtual std::unique_ptr<DirListing> OpenListing(const std::wstring& pattern) = 0;
 
   // Visits the entries that match the last component of `pattern` (which may
   // hold "*" and "?"), in the order the file system returns them, "." and ".."

@@ -34,7 +34,7 @@ void SortList(FilterList& list) {
 // An unknown letter keeps the kind the node was made with, as the file
 // reader has always done; such a line only comes from a hand-edited file.
 int AddEntry(FilterList& list, FilterKind kind, wchar_t letter, const std::wstring& text) {
-  if (list.texts.count(text)) return 0;
+  if (!FitsFilterFile(text) || list.texts.count(text)) return 0;
   auto* entry = new (std::nothrow) FilterEntry;
   if (!entry) return 0;
   entry->kind = kind;
@@ -119,6 +119,8 @@ bool MatchUpper(std::wstring_view path, std::wstring_view mask) {
 bool IsMask(FilterKind kind) { return kind == FilterKind::UserMask || kind == FilterKind::BuiltInMask; }
 
 }  // namespace
+
+bool FitsFilterFile(std::wstring_view text) { return text.size() <= kMaxFilterTextCount; }
 
 bool WildcardMatch(std::wstring_view path, std::wstring_view upperMask) {
   return MatchUpper(UpperCaseInto(tUpperPath, path), upperMask);

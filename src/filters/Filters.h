@@ -17,6 +17,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "util/UnicodeTextFile.h"
 #include "util/WideString.h"
 
 enum class FilterKind : uint32_t {
@@ -60,7 +61,14 @@ int IsFileExcluded(const std::wstring& path);
 // matches it. `path` has no trailing backslash.
 int IsFolderExcluded(const std::wstring& path);
 
-// 1 when added, 0 for a duplicate text (any kind) or a failed allocation.
+// The longest text an entry may hold: its stored line (the kind letter and
+// the text) must stay below the line limit of the filter files, or reading
+// the saved file back would end at it and lose it and everything after it.
+constexpr size_t kMaxFilterTextCount = kLineLimitFilters - 2;
+bool FitsFilterFile(std::wstring_view text);
+
+// 1 when added, 0 for a duplicate text (any kind), a text longer than
+// kMaxFilterTextCount or a failed allocation.
 // kindLetter is L'F', L'D', L'W' or L'X'.
 int AddExclusion(wchar_t kindLetter, const std::wstring& text);
 int AddInclusion(const std::wstring& text);

@@ -1,5 +1,6 @@
 #include "runs/FolderWalk.h"
 
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -21,23 +22,24 @@ namespace {
 // inside its directory record has no cluster of its own.
 constexpr uint32_t kSuspiciousPercent = 50000;
 
-// One folder of the walk: its entries as the file system returned them, and
-// how far the walk has got through them.
-struct WalkFrame {
-  std::wstring folder;
-  std::vector<DirEntry> entries;
-  size_t next = 0;
+// One folder of the walk: its open search, read an entry at a time, and
+// where the folder's own path ends inside the walk's one path.
+struct WalkLevel {
+  std::unique_ptr<DirListing> listing;
+  size_t folderLength = 0;
 };
 
-WalkFrame OpenFrame(const std::wstring& folder) {
-  WalkFrame frame;
-  frame.folder = folder;
-  // A folder that cannot be listed is left silently: no entries.
-  Fs().FindEntries(folder + L"\\*", [&frame](const DirEntry& entry) {
-    frame.entries.push_back(entry);
-    return true;
-  });
-  return frame;
+// A folder that cannot be listed is left silently: no level.
+void EnterFolder(const std::wstring& folder, std::vector<WalkLevel>& levels) {
+  std::unique_ptr<DirListing> listing = Fs().OpenListing(JoinPath(folder, L"*"));
+  if (listing) levels.push_back(WalkLevel{std::move(listing), folder.size()});
+}
+
+// folder + one backslash + name, in place; a drive root already ends in its
+// backslash.
+void AppendName(std::wstring& path, const std::wstring& name) {
+  if (path.empty() || path.back() != L'\\') path += L'\\';
+  path += name;
 }
 
 bool IsDotEntry(const std::wstring& name) { return name == L"." || name == L".."; }
@@ -116,8 +118,12 @@ std::wstring ErrorMessageFor(const std::wstring& code) {
   if (code == kOutcomeNoResources) {
     return Text(kStrNoResources, L"Risorse di sistema insufficienti per deframmentare il file.  ");
   }
-  // A system text ends in its line end.
-  return code.size() >= 2 ? code.substr(0, code.size() - 2) : std::wstring();
+  // A system text ends in its line end, which the lists do not show; the
+  // program's own texts ("Error 0x...") have none and stay whole.
+  if (code.size() >= 2 && code.compare(code.size() - 2, 2, L"\r\n") == 0) {
+    return code.substr(0, code.size() - 2);
+  }
+  return code;
 }
 
 ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code) {
@@ -151,25 +157,31 @@ FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEnt
 }
 
 void WalkFolder(const std::wstring& folder, WalkKind kind) {
-  std::vector<WalkFrame> frames;
-  frames.push_back(OpenFrame(folder));
-  while (!frames.empty()) {
-    WalkFrame& frame = frames.back();
-    if (frame.next == frame.entries.size()) {
-      frames.pop_back();
+  // A junction leading back up the tree makes the walk as deep as the
+  // longest path the system accepts. Each level therefore holds only its
+  // open search, and all levels share one path that each cuts back to its
+  // own folder, so the memory grows with the depth alone.
+  std::wstring path = folder;
+  std::vector<WalkLevel> levels;
+  EnterFolder(path, levels);
+  DirEntry entry;
+  while (!levels.empty()) {
+    WalkLevel& level = levels.back();
+    path.resize(level.folderLength);
+    if (!level.listing->Next(entry)) {
+      levels.pop_back();
       continue;
     }
-    const DirEntry entry = std::move(frame.entries[frame.next++]);
     if (IsDotEntry(entry.name)) continue;
     // A stop ends this level at its next entry, and so every level above.
     if (StopRequested()) {
-      frames.pop_back();
+      levels.pop_back();
       continue;
     }
-    std::wstring path = frame.folder + L"\\" + entry.name;
+    AppendName(path, entry.name);
     if (entry.attributes & kAttrDirectory) {
       // Hidden, system and reparse-point folders are entered like any other.
-      if (!FolderLeftOut(path)) frames.push_back(OpenFrame(path));
+      if (!FolderLeftOut(path)) EnterFolder(path, levels);
       continue;
     }
     if (!FileLeftOut(std::wstring(DisplayPath(path)))) {

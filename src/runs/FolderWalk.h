@@ -8,6 +8,7 @@
 // The walk keeps its folders on a list of its own rather than on the call
 // stack: a junction leading back up the tree makes the path grow until the
 // system refuses it, far deeper than a worker's small stack would allow.
+// Each level holds one open search, never its whole listing.
 #include <cstdint>
 #include <string>
 

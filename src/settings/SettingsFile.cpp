@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <limits>
 #include <cwctype>
 
 #include "settings/Settings.h"
@@ -134,17 +135,29 @@ std::wstring ValueText(const std::wstring& line) {
 }
 
 // A decimal number: leading blanks and a sign allowed, reading stops at the
-// first character that is not a digit.
+// first character that is not a digit. A number beyond the 64-bit range
+// stays at the range's end, so that the caps applied afterwards still see
+// it as too large instead of as whatever it wrapped to.
 int64_t NumberValue(std::wstring_view text) {
   size_t at = 0;
   while (at < text.size() && std::iswspace(text[at])) ++at;
   bool negative = false;
   if (at < text.size() && (text[at] == L'-' || text[at] == L'+')) negative = text[at++] == L'-';
+  const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
   uint64_t value = 0;
   while (at < text.size() && text[at] >= L'0' && text[at] <= L'9') {
-    value = value * 10 + static_cast<uint64_t>(text[at++] - L'0');
+    const uint64_t digit = static_cast<uint64_t>(text[at++] - L'0');
+    value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
   }
-  return negative ? -static_cast<int64_t>(value) : static_cast<int64_t>(value);
+  if (!negative) return static_cast<int64_t>(value);
+  return value == limit ? std::numeric_limits<int64_t>::min() : -static_cast<int64_t>(value);
+}
+
+// A number for a field of the platform's int size (window sizes, positions),
+// held at that range's ends rather than cut to its low bits.
+int IntValue(std::wstring_view text) {
+  return static_cast<int>(std::clamp<int64_t>(NumberValue(text), std::numeric_limits<int>::min(),
+                                              std::numeric_limits<int>::max()));
 }
 
 std::vector<int64_t> ListValue(std::wstring_view text) {
@@ -213,11 +226,15 @@ void ReadColumnOrder(SettingsList list, const std::wstring& value, SettingsHost&
   host.SetColumnOrder(list, order);
 }
 
+// A column already read as hidden keeps its width of 0, so that a file whose
+// visibility line stands before its widths reads as the program writes it.
 void ReadColumnWidths(SettingsList list, const std::wstring& value, SettingsHost& host) {
   int count = host.ColumnCount(list);
+  const std::vector<uint8_t>& visible = VisibleFlags(list);
   std::vector<int64_t> numbers = ListValue(value);
   for (size_t column = 0; column < numbers.size() && column < static_cast<size_t>(count); ++column) {
-    host.SetColumnWidth(list, static_cast<int>(column), static_cast<int16_t>(numbers[column]));
+    const bool hidden = column < visible.size() && visible[column] == 0;
+    host.SetColumnWidth(list, static_cast<int>(column), hidden ? 0 : static_cast<int16_t>(numbers[column]));
   }
 }
 
@@ -227,7 +244,8 @@ void ReadColumnVisible(SettingsList list, const std::wstring& value, SettingsHos
   visible.assign(static_cast<size_t>(count), 1);
   std::vector<int64_t> numbers = ListValue(value);
   for (size_t column = 0; column < numbers.size() && column < visible.size(); ++column) {
-    visible[column] = static_cast<uint8_t>(numbers[column]);
+    // Any number but 0 shows the column; cut to a byte, 256 would hide it.
+    visible[column] = numbers[column] != 0 ? 1 : 0;
     if (numbers[column] == 0) host.SetColumnWidth(list, static_cast<int>(column), 0);
   }
 }
@@ -322,22 +340,22 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
     case Key::ErrorColumnOrder: case Key::ErrorColumnWidths: case Key::ErrorColumnVisible:
       ReadColumns(key.key, value, host);
       break;
-    case Key::FragmentDetailsWidth: gSettings.fragmentDetailsWidth = static_cast<int>(NumberValue(value)); break;
-    case Key::FragmentDetailsHeight: gSettings.fragmentDetailsHeight = static_cast<int>(NumberValue(value)); break;
-    case Key::FilterWidth: gSettings.filterWidth = static_cast<int>(NumberValue(value)); break;
-    case Key::FilterHeight: gSettings.filterHeight = static_cast<int>(NumberValue(value)); break;
+    case Key::FragmentDetailsWidth: gSettings.fragmentDetailsWidth = IntValue(value); break;
+    case Key::FragmentDetailsHeight: gSettings.fragmentDetailsHeight = IntValue(value); break;
+    case Key::FilterWidth: gSettings.filterWidth = IntValue(value); break;
+    case Key::FilterHeight: gSettings.filterHeight = IntValue(value); break;
     case Key::DiskCheckWidth:
-      gSettings.diskCheckWidth = std::max(static_cast<int>(NumberValue(value)), gSettings.diskCheckMinWidth);
+      gSettings.diskCheckWidth = std::max(IntValue(value), gSettings.diskCheckMinWidth);
       break;
     case Key::DiskCheckHeight:
-      gSettings.diskCheckHeight = std::max(static_cast<int>(NumberValue(value)), gSettings.diskCheckMinHeight);
+      gSettings.diskCheckHeight = std::max(IntValue(value), gSettings.diskCheckMinHeight);
       break;
     case Key::MainSize: {
       size_t separator = value.find(L';');
-      gSettings.mainWidth = static_cast<int>(NumberValue(value.substr(0, separator)));
+      gSettings.mainWidth = IntValue(value.substr(0, separator));
       gSettings.mainHeight = separator == std::wstring::npos
                                  ? 0
-                                 : static_cast<int>(NumberValue(std::wstring_view(value).substr(separator + 1)));
+                                 : IntValue(std::wstring_view(value).substr(separator + 1));
       if (gSettings.mainWidth > host.ScreenWidth()) {
         gSettings.mainWidth = host.ScreenWidth() - 100;
         gSettings.mainHeight = host.ScreenHeight() - 200;
@@ -356,7 +374,7 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
       break;
     case Key::ItemColours: ReadItemColours(line, reader); break;
     case Key::ItemColourFullRow: gSettings.itemTextColourFullRow = flag != 0; break;
-    case Key::SplitterPos: gSettings.splitterPosition = static_cast<int>(NumberValue(value)); break;
+    case Key::SplitterPos: gSettings.splitterPosition = IntValue(value); break;
     case Key::Maximized: gSettings.maximized = flag != 0; break;
     case Key::SkipSsdWarning:
       if (flag == 1) SetSolidStateBit(kSolidStateWarn, false);
@@ -430,6 +448,9 @@ void SetScaledSizeDefaults(double scaleX, double scaleY) {
 void ReadSettingsFile(UnicodeTextReader& reader, SettingsHost& host) {
   std::wstring line;
   if (!reader.NextLine(line) || !EqualNoCase(line, kSettingsVersionMark)) return;
+  // Only this file's visibility lines hide columns while its widths are read.
+  gSettings.itemColumnVisible.clear();
+  gSettings.resultColumnVisible.clear();
   while (reader.NextLine(line)) {
     if (const KeyText* key = FindKey(line)) ReadLine(*key, line, reader, host);
   }

@@ -21,6 +21,7 @@
 #include "ui/ResultListView.h"
 #include "ui/StatusBars.h"
 #include "ui/SummaryPanel.h"
+#include "ui/TaskbarProgress.h"
 #include "ui/Toolbar.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
@@ -268,7 +269,8 @@ HWND CreatePanelList(HWND window, int id) {
   return list;
 }
 
-void CreatePanels(HWND window) {
+// False when a panel could not be made (the system is out of resources).
+bool CreatePanels(HWND window) {
   CreateToolbar(window);
   gMain.splitter = CreateSplitter(window, IDC_SPLITTER);
   gMain.tabs = CreateBottomTabs(window, IDC_BOTTOM_TABS);
@@ -284,6 +286,8 @@ void CreatePanels(HWND window) {
   InitErrorListView(gMain.errorList);
   gMain.counters = CreateSummaryPanel(window);
   gMain.progress = CreateProgressBar(gMain.statusLower, IDC_PROGRESS);
+  return gMain.splitter && gMain.tabs && gMain.body && gMain.resultList && gMain.errorList &&
+         gMain.counters && gMain.progress;
 }
 
 void OnInitDialog(HWND window) {
@@ -295,10 +299,15 @@ void OnInitDialog(HWND window) {
   UINT dpi = WindowDpi(window);
   gSettings.mainWidth = ScaleForDpi(600, dpi);
   gSettings.mainHeight = ScaleForDpi(360, dpi);
-  CreatePanels(window);
+  if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
+  // A window without its panels or its menu is of no use: it goes again
+  // before the settings are read, and says why.
+  if (!CreatePanels(window) || !GetMenu(window)) {
+    if (gMain.setup.panelsFailed) gMain.setup.panelsFailed(window);
+    return;
+  }
   InitStatusBars(gMain.statusUpper, gMain.statusLower);
   LayoutChildren();
-  if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
   InitItemListView(gMain.list);
   FillEngineHooks();
   UpdateMainStatus(kStatusItemCount | kStatusWaiting);
@@ -350,6 +359,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       return TRUE;
     case WM_DESTROY:
       RememberWindowSize();
+      ReleaseTaskbar();
       if (gMain.setup.beforeDestroy) gMain.setup.beforeDestroy(window);
       PostQuitMessage(gMain.setup.exitCode ? gMain.setup.exitCode() : 0);
       return TRUE;

@@ -17,6 +17,9 @@ struct MainWindowSetup {
   // The checks that the platform offers what the program needs; they end the
   // process themselves when something is missing.
   std::function<void(HWND)> startupChecks;
+  // The panels or the menu could not be made; the window is of no use and
+  // must be closed from here.
+  std::function<void(HWND)> panelsFailed;
   // Settings, filters, language and the command line, once the window exists.
   std::function<void(HWND)> afterLayout;
   // Last words before the window goes: restore what start-up changed.

@@ -2,7 +2,6 @@
 
 #include <commctrl.h>
 #include <commdlg.h>
-#include <shobjidl.h>
 
 #include <mutex>
 #include <string>
@@ -20,6 +19,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "ui/StatusBars.h"
+#include "ui/TaskbarProgress.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -32,25 +32,12 @@ constexpr int kShutdownSteps = 60;
 struct RunWindowState {
   HWND main = nullptr;
   RunWindowSetup setup;
-  ITaskbarList3* taskbar = nullptr;  // created once and kept
-  bool taskbarTried = false;
 };
 RunWindowState gRunWindow;
 
 HWND Control(int id) { return gRunWindow.main ? GetDlgItem(gRunWindow.main, id) : nullptr; }
 
-void TaskbarProgress(bool busy) {
-  if (!gRunWindow.taskbarTried) {
-    gRunWindow.taskbarTried = true;
-    // Absent before the task bar had progress: then there is nothing to show.
-    if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
-                                reinterpret_cast<void**>(&gRunWindow.taskbar)))) {
-      gRunWindow.taskbar = nullptr;
-    }
-  }
-  if (!gRunWindow.taskbar || !gRunWindow.main) return;
-  gRunWindow.taskbar->SetProgressState(gRunWindow.main, busy ? TBPF_INDETERMINATE : TBPF_NOPROGRESS);
-}
+void TaskbarProgress(bool busy) { SetTaskbarBusy(gRunWindow.main, busy); }
 
 void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
   FILETIME utc{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};

@@ -152,6 +152,7 @@ constexpr uint32_t kStrExcludedManyAdded = 375;   // "Oggetti aggiunti all'elenc
 constexpr uint32_t kStrExcludedAlready = 376;     // "L'oggetto o gli oggetti selezionati sono già presenti ..."
 constexpr uint32_t kStrBadMaskTitle = 404;        // "Carattere non valido"
 constexpr uint32_t kStrBadMaskText = 419;         // "Le maschere non possono contenere i seguenti caratteri:"
+constexpr uint32_t kStrMaskTooLong = 469;         // "Una maschera può contenere al massimo 2.044 caratteri: ..."
 constexpr uint32_t kStrDuplicateMasksTitle = 465; // "Maschere duplicate"
 constexpr uint32_t kStrDuplicateMasksText = 466;  // "Una o più maschere sono specificate ..."
 constexpr uint32_t kStrDuplicateMasksClose = 467; // "&Chiudi comunque"

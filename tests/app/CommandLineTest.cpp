@@ -41,6 +41,15 @@ TEST(CommandLineOptions, ValueOptionsAreFoundInsideTheArgumentAndKeepTheirCase) 
   EXPECT_EQ(choices.languageCode, L"AUTO");
 }
 
+TEST(CommandLineOptions, ProfilePathsOnTheNetworkOrWithTheLongPrefixKeepTheirLeadingPair) {
+  // The arguments come split, with the doubling already undone once.
+  for (const wchar_t* path : {L"\\\\srv\\share\\p.olp", L"\\\\?\\C:\\p.olp", L"C:\\a\\\\b.olp"}) {
+    CommandLineChoices choices;
+    ParseOptions({std::wstring(L"/PROF:") + path}, choices);
+    EXPECT_EQ(choices.profilePath, path);
+  }
+}
+
 TEST(CommandLineOptions, DiskCheckAndCleanupDigitsChooseCommandsOtherDigitsOnlySetTheFlag) {
   const std::pair<const wchar_t*, uint32_t> diskChecks[] = {
       {L"/CHKDSK:0", 9058}, {L"/CHKDSK:1", 9057}, {L"/CHKDSK:2", 9059}, {L"/CHKDSK:7", 0}, {L"/CHKDSK:", 0}};

@@ -77,6 +77,23 @@ TEST(ProfileOption, MissingFileUnattendedEndsWithOne) {
         << result.output;
 }
 
+// The splitting of the command line undoes its backslash doubling once; a
+// long path's leading pair must survive it.
+TEST(ProfileOption, ALongPathProfileIsFoundUnattended) {
+    std::wstring exe = PrepareProgram(L"long-prefix");
+    std::filesystem::path data = WorkFolder(L"long-prefix") + L"\\data";
+    std::filesystem::create_directories(data);
+    std::ofstream(data / L"uno.txt") << "uno";
+    std::filesystem::path profile = data / L"lungo.olp";
+    WriteProfileFile(profile, {L"kv70rx", (data / L"uno.txt").wstring()});
+    TestDriver::RunResult result =
+        TestDriver::RunProgram(exe, L"/LANG:IT /NOGUI /PROF:\\\\?\\" + profile.wstring(), kWaitMs);
+    ASSERT_TRUE(result.started);
+    ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
+    EXPECT_EQ(result.output.find("does not exist"), std::string::npos) << result.output;
+    EXPECT_EQ(result.exitCode, 0u);
+}
+
 TEST(ProfileOption, MissingFileWithTheWindowSaysSoAndTheExitCodeIsOne) {
     std::wstring exe = PrepareProgram(L"missing-window");
     std::unique_ptr<RunningProgram> program =
@@ -207,6 +224,27 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     TestDriver::PumpMessages(200);
     EXPECT_EQ(TestDriver::WindowText(maskBox), L"");
 
+    // A mask longer than the filter file can read back is refused, with the
+    // reason, and stays in the box to be shortened; the mask beside it is
+    // added.
+    const std::wstring refusedText = L"*.ok;*" + std::wstring(2044, L'a');
+    SetControlText(filter, kMaskBox, refusedText.c_str());
+    TestDriver::PressButton(filter, kAddIncluded);
+    TestDriver::WindowQuery box;
+    box.className = kDialogClass;
+    box.title = kMainTitle;
+    box.processId = program->ProcessId();
+    box.except = mainWindow;
+    HWND refusal = TestDriver::WaitForWindow(box, kWaitMs);
+    ASSERT_NE(refusal, nullptr) << "the long mask was not refused";
+    EXPECT_EQ(TestDriver::MessageBoxMessage(refusal),
+              L"Una maschera può contenere al massimo 2.044 caratteri: le maschere più lunghe non sono state "
+              L"aggiunte.");
+    TestDriver::PressButton(refusal, IDOK);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), refusedText);
+    SetControlText(filter, kMaskBox, L"");
+
     // The size box keeps 1 to 999999999.
     PostMessageW(GetDlgItem(filter, kSizeCheck), BM_CLICK, 0, 0);
     TestDriver::PumpMessages(200);
@@ -252,7 +290,7 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     }
     TestDriver::SaveScreenshot(L"e2e_filter_after_ok");
     EXPECT_FALSE(IsWindow(filter));
-    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), FilterFileBytes({L"W*.dll", L"W*.exe"}));
+    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), FilterFileBytes({L"W*.dll", L"W*.exe", L"W*.ok"}));
     EXPECT_EQ(ReadBytes(folder / L"Exclude.ini"), FilterFileBytes({L"W*.DLL", L"W*.tmp"}));
     EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
 }

@@ -240,6 +240,38 @@ TEST_F(RunsProgramTest, TheSummaryAndThePowerOffFollowAFinishedUnattendedDefragm
     EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
 }
 
+// The console takes each item's lines whole, however long its path: a folder
+// whose path nears 2,048 characters still has its outcome line. The folder
+// comes from a profile, whose lines are far longer than a command line.
+TEST_F(RunsProgramTest, AnItemWithAPathNearTwoThousandCharactersKeepsItsOutcomeLine) {
+    Prepare("long-path");
+    // The deep folder lies outside the case folder, which is emptied with
+    // calls that stop at the ordinary path limit; it is made level by level
+    // through the long prefix, as the program reaches it, and left empty.
+    std::string folder = Narrow(TestDriver::HostPathToWindows(std::string(ORDALIS_E2E_WORK_DIR))) + "\\long-path";
+    for (;;) {
+        const std::string longForm = "\\\\?\\" + folder;
+        CreateDirectoryW(std::wstring(longForm.begin(), longForm.end()).c_str(), nullptr);
+        if (folder.size() >= 2030) break;
+        folder += "\\" + std::string(std::min<size_t>(200, 2030 - folder.size()), 'n');
+    }
+    Describe(kVolume, {});
+    std::wstring line = L">" + std::wstring(folder.begin(), folder.end());
+    std::ofstream profile(host_ / "long.olp", std::ios::binary);
+    profile << std::string("\xFF\xFE", 2);
+    for (const std::wstring& text : {std::wstring(L"KV70RX"), line}) {
+        for (wchar_t c : text + L"\r\n") profile << static_cast<char>(c) << '\0';
+    }
+    profile.close();
+
+    TestDriver::RunResult run = Run("/NOGUI /ANALYZE /PROF:" + Win("long.olp"));
+
+    ASSERT_TRUE(run.finished);
+    EXPECT_EQ(run.output, std::string(kBanner) + "Analyzed folder : " + folder +
+                              "\r\nFolder is Not Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n");
+    EXPECT_EQ(run.exitCode, 0u);
+}
+
 // A link inside the tree that leads back to its own folder is followed until
 // the system refuses the growing path; the walk then ends normally.
 TEST_F(RunsProgramTest, ALinkBackUpTheTreeEndsTheWalkCleanly) {

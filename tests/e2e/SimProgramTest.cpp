@@ -81,4 +81,33 @@ TEST_F(SimProgramTest, WithoutADescriptionItRefusesToStart) {
     EXPECT_NE(run.output.find("cannot read the volume description"), std::string::npos) << run.output;
 }
 
+// A window that cannot make its panels says so and ends with code 6, and
+// the settings file it never read properly stays as it was.
+TEST_F(SimProgramTest, WithoutItsPanelsTheWindowSaysSoAndEndsWithSix) {
+    const std::wstring exe = Prepare("no-panels");
+    const std::string folder = HostCaseFolder("no-panels");
+    std::ofstream(folder + "/volume.txt", std::ios::binary) << "volume letter=Z clusters=100\n";
+    SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", TestDriver::HostPathToWindows(folder + "/volume.txt").c_str());
+    SetEnvironmentVariableW(L"ORDALIS_SIM_REFUSE_PANELS", L"1");
+    const std::string settings = folder + "/program/ordalis.ini";
+    const std::string written = std::string("\xFF\xFE", 2) + std::string("R\0X\0001\0.\0000\0000\0\r\0\n\0", 16) +
+                                std::string("O\0N\0T\0O\0P\0=\0001\0\r\0\n\0", 18);
+    std::ofstream(settings, std::ios::binary) << written;
+
+    std::unique_ptr<TestDriver::RunningProgram> program = TestDriver::StartProgram(exe, L"/LANG:IT");
+    SetEnvironmentVariableW(L"ORDALIS_SIM_REFUSE_PANELS", nullptr);
+    ASSERT_NE(program, nullptr);
+    HWND box = TestDriver::WaitForDialogOf(program->ProcessId(), nullptr, kWaitMs);
+    ASSERT_NE(box, nullptr) << "no message";
+    TestDriver::PumpMessages(800);
+    TestDriver::SaveScreenshot(L"e2e_no_panels");
+    EXPECT_EQ(TestDriver::MessageBoxMessage(box),
+              L"Ordalis could not be started because there is not enough physical memory or system resources "
+              L"available.");
+    TestDriver::PressButton(box, IDOK);
+    ASSERT_TRUE(program->WaitForExit(kWaitMs)) << "still running after the message";
+    EXPECT_EQ(program->ExitCode(), 6u);
+    EXPECT_EQ(ReadWhole(settings), written);
+}
+
 }  // namespace

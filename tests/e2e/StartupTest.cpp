@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -276,6 +277,28 @@ TEST(PathArguments, QuotedDriveRootIsAddedAsTheRootFolder) {
     EXPECT_EQ(TestDriver::ListViewCellText(list, 0, 0), L"Z:\\");
     EXPECT_EQ(TestDriver::ListViewCellText(list, 0, kTypeColumn), L"Cartella principale");
     EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+}
+
+// Anything that can set the environment of the elevated program must not be
+// able to change what it does: the names the simulating variant reads from
+// its environment are not even in the shipped program.
+TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
+    auto bytesOf = [](const char* path) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    auto holds = [](const std::string& bytes, const std::string& name) {
+        std::string wide;
+        for (char c : name) wide += std::string{c, '\0'};
+        return bytes.find(name) != std::string::npos || bytes.find(wide) != std::string::npos;
+    };
+    const std::string shipped = bytesOf(ORDALIS_PROGRAM);
+    const std::string simulating = bytesOf(ORDALIS_SIM_PROGRAM);
+    ASSERT_FALSE(shipped.empty());
+    for (const char* name : {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS"}) {
+        EXPECT_FALSE(holds(shipped, name)) << name;
+        EXPECT_TRUE(holds(simulating, name)) << name;
+    }
 }
 
 }  // namespace

@@ -241,6 +241,12 @@ TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
       {"volume letter=Z clusters=10\nfault \"Z:\\a\" control=move\n", "line 2:"},
       {"volume letter=Z clusters=10\nfile \"Z:\\a\" size=99999 runs=1:1\n", "larger than"},
       {"", "no volume statement"},
+      // Found by fuzzing: numbers past 64 bits, volumes too large to hold,
+      // and runs whose end wraps past the largest number.
+      {"volume letter=Z clusters=18446744073709551616\n", "bad value for clusters"},
+      {"volume letter=Z clusters=18446744073709551615\n", "at most 4294967296 clusters"},
+      {"volume letter=Z clusters=100\nfile \"Z:\\a\" size=1 runs=5:18446744073709551612\n", "outside the volume"},
+      {"volume letter=Z clusters=100\nreserve 5 18446744073709551612\n", "outside the volume"},
   };
   for (const auto& [text, expected] : kBad) {
     SimVolume volume;

@@ -121,4 +121,28 @@ TEST_F(FilterFilesTest, HandEditedFilesAreReadAsTheProgramWouldHaveWrittenThem) 
   EXPECT_EQ(Read("Exclude.ini"), EncodeUnicodeText({L"?odd", L"FC:\\b", L"W*.tmp"}));
 }
 
+// The reader stops at a line of 2,046 characters; an entry whose stored line
+// would reach that must never get into a list, or saving it would silently
+// drop it and every entry sorted after it at the next start.
+TEST_F(FilterFilesTest, EverythingAListAcceptsIsReadBackWhole) {
+  LoadFilterLists();
+  const std::wstring longest = L"*" + std::wstring(kMaxFilterTextCount - 1, L'a');
+  const std::wstring tooLong = longest + L"a";
+  EXPECT_EQ(AddExclusion(L'W', tooLong), 0);
+  EXPECT_EQ(AddInclusion(tooLong), 0);
+  EXPECT_EQ(AddExclusion(L'F', L"C:\\" + tooLong), 0);
+  EXPECT_FALSE(FitsFilterFile(tooLong));
+  EXPECT_EQ(AddExclusion(L'W', longest), 1);
+  EXPECT_EQ(AddInclusion(longest), 1);
+  AddExclusion(L'W', L"*.zzz");
+  AddInclusion(L"*.zzz");
+  Lines exclusions = StoredLines(gExclusions);
+  Lines inclusions = StoredLines(gInclusions);
+  SaveExclusionList();
+  SaveInclusionList();
+  LoadFilterLists();
+  EXPECT_EQ(StoredLines(gExclusions), exclusions);
+  EXPECT_EQ(StoredLines(gInclusions), inclusions);
+}
+
 }  // namespace

@@ -265,6 +265,74 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   EXPECT_EQ(Check(), "check ok");
 }
 
+// A drive root as the item: its files are joined to it with one backslash.
+TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
+  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
+         "file \"Z:\\a.bin\" size=8192 runs=10:1,20:1\n"
+         "file \"Z:\\b.bin\" size=8192 runs=30:2\n");
+  ASSERT_EQ(AddItem(true, L"Z:\\"), kAddOk);
+  std::vector<std::wstring> walked;
+  gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
+    walked.push_back(path);
+    return false;
+  };
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\a.bin", L"Z:\\b.bin"}));
+  ASSERT_EQ(gRun.fragmented.size(), 1u);
+  EXPECT_EQ(gRun.fragmented[0].path, L"Z:\\a.bin");
+  EXPECT_EQ(gRun.counters.notFragmented, 1u);
+  EXPECT_TRUE(gRun.errors.empty());
+}
+
+// A failure without a system text is shown with the program's own text,
+// which has no line end to lose.
+TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
+  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
+         "file \"Z:\\data\\odd.bin\" size=8192 runs=30:1,40:1\n"
+         "file \"Z:\\data\\sys.bin\" size=8192 runs=50:1,60:1\n"
+         "fault \"Z:\\data\\odd.bin\" control=pointers call=1 pending status=0xC0000999\n"
+         "fault \"Z:\\data\\sys.bin\" control=open status=0xC0000043\n");
+  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+
+  std::vector<std::wstring> messages;
+  for (const ErrorEntry& entry : gRun.errors) messages.push_back(entry.displayPath + L": " + entry.message);
+  EXPECT_EQ(messages, (std::vector<std::wstring>{
+                          L"Z:\\data\\odd.bin: Error 0xC0000999",
+                          L"Z:\\data\\sys.bin: The process cannot access the file because it is being used by "
+                          L"another process."}));
+}
+
+// A junction leading back up the tree makes a walk as deep as the longest
+// path; each level must hold its open search, not its whole listing.
+TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
+  constexpr int kDepth = 40;
+  constexpr int kFilesPerFolder = 60;
+  std::wstring folder = L"Z:\\deep";
+  for (int level = 0; level < kDepth; ++level) {
+    files_.fake.AddFolder(folder + L"\\sub");
+    for (int file = 0; file < kFilesPerFolder; ++file) {
+      files_.fake.AddFile(folder + L"\\file" + std::to_wstring(file) + L".bin", 10);
+    }
+    folder += L"\\sub";
+  }
+  files_.fake.AddFile(folder + L"\\last.bin", 10);
+  uint64_t readAtTheBottom = 0;
+  gRunFilters.fileExcluded = [&](const std::wstring& path) {
+    if (path == folder + L"\\last.bin") readAtTheBottom = files_.fake.EntriesHandedOut();
+    return true;
+  };
+  WalkFolder(L"\\\\?\\Z:\\deep", WalkKind::Analysis);
+
+  EXPECT_EQ(gRun.counters.filesSeen, uint64_t{kDepth} * kFilesPerFolder + 1);
+  // Every level above has handed out ".", ".." and "sub"; the bottom its
+  // dots and its one file.
+  EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
+}
+
 TEST(RunResultsTest, ResultListsAreSortedWithoutDuplicatePaths) {
   gRun = RunResults{};
   for (const wchar_t* path : {L"Z:\\b", L"Z:\\A", L"z:\\a", L"Z:\\c"}) {

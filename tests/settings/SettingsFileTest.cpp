@@ -2,6 +2,7 @@
 // only remembers menu marks and columns.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <map>
 #include <set>
 
@@ -254,6 +255,40 @@ TEST_F(SettingsFileTest, ReadingQuirks) {
   EXPECT_TRUE(gSettings.itemTextColourEnabled[3]);
   // The section ran to the end of the file; missing profiles were dropped.
   EXPECT_TRUE(gSettings.recentProfiles.empty());
+}
+
+// Numbers beyond the 64-bit range stay at its ends, so the caps still hold.
+TEST_F(SettingsFileTest, NumbersTooLargeForTheirFieldsStayTooLarge) {
+  Load({
+      L"RX1.00",
+      L"MAINSIZE=4294967297;1",  // would be 1 in the low 32 bits
+      L"FDWIDTH=-4294967000",
+      L"MaxFileSizeToElaborate=18446744073709551617",
+  });
+  EXPECT_EQ(gSettings.maxFileSizeKiB, 999999999);
+  EXPECT_EQ(gSettings.mainWidth, 1820);
+  EXPECT_EQ(gSettings.mainHeight, 880);
+  EXPECT_EQ(gSettings.fragmentDetailsWidth, std::numeric_limits<int>::min());
+  Load({L"RX1.00", L"MaxFileSizeToElaborate=-99999999999999999999999", L"SplitterPos=-9223372036854775808"});
+  EXPECT_EQ(gSettings.maxFileSizeKiB, std::numeric_limits<int64_t>::min());
+  EXPECT_EQ(gSettings.splitterPosition, std::numeric_limits<int>::min());
+}
+
+// Found by fuzzing: a hand-ordered file whose visibility line comes first
+// left a hidden column with a width, which the next start then took away.
+TEST_F(SettingsFileTest, AHiddenColumnHasNoWidthWhicheverLineComesFirst) {
+  Load({L"RX1.00", L"VCL=1;0;1;", L"CL=50;60;70;"});
+  EXPECT_EQ(host.widths[0][0], 50);
+  EXPECT_EQ(host.widths[0][1], 0);
+  EXPECT_EQ(host.widths[0][2], 70);
+  std::string written = SaveBytes();
+  Load({L"RX1.00", L"CL=50;60;70;", L"VCL=1;0;1;"});
+  EXPECT_EQ(SaveBytes(), written);
+
+  // Any number but 0 shows a column, 256 included.
+  Load({L"RX1.00", L"CL=50;60;70;", L"VCL=1;256;-1;"});
+  EXPECT_EQ(host.widths[0][1], 60);
+  EXPECT_NE(SaveBytes().find("VCL=1;1;1;1;"), std::string::npos);
 }
 
 TEST_F(SettingsFileTest, ProfilesSectionWithoutClosingLineEndsAtTheEnd) {

@@ -179,9 +179,52 @@ bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t&
   return true;
 }
 
+namespace {
+
+// The entries are taken when the search opens; they are handed out, and
+// counted, one at a time.
+class FakeListing final : public DirListing {
+ public:
+  FakeListing(std::vector<DirEntry> entries, uint64_t& handedOut)
+      : entries_(std::move(entries)), handedOut_(handedOut) {}
+  bool Next(DirEntry& entry) override {
+    if (next_ == entries_.size()) return false;
+    entry = entries_[next_++];
+    ++handedOut_;
+    return true;
+  }
+
+ private:
+  std::vector<DirEntry> entries_;
+  size_t next_ = 0;
+  uint64_t& handedOut_;
+};
+
+}  // namespace
+
+std::unique_ptr<DirListing> FakeFileQueries::OpenListing(const std::wstring& pattern) {
+  Count(FakeQuery::FindEntries);
+  std::vector<DirEntry> entries;
+  if (Search(pattern, [&entries](const DirEntry& entry) {
+        entries.push_back(entry);
+        return true;
+      }) != 0) {
+    return nullptr;
+  }
+  return std::make_unique<FakeListing>(std::move(entries), entriesHandedOut_);
+}
+
 uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
                                       const std::function<bool(const DirEntry&)>& visit) {
   Count(FakeQuery::FindEntries);
+  return Search(pattern, [this, &visit](const DirEntry& entry) {
+    ++entriesHandedOut_;
+    return visit(entry);
+  });
+}
+
+uint32_t FakeFileQueries::Search(const std::wstring& pattern,
+                                 const std::function<bool(const DirEntry&)>& visit) {
   std::wstring_view view = WithoutPrefix(pattern);
   size_t slash = view.find_last_of(L'\\');
   uint32_t error = 0;

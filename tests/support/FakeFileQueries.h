@@ -59,6 +59,10 @@ class FakeFileQueries : public FileQueries {
   // How often a query was asked, for tests of caching.
   uint64_t QueryCount(FakeQuery query) const { return counts_[static_cast<size_t>(query)]; }
 
+  // How many entries searches and listings have handed out so far.
+  uint64_t EntriesHandedOut() const { return entriesHandedOut_; }
+
+  std::unique_ptr<DirListing> OpenListing(const std::wstring& pattern) override;
   uint32_t FindEntries(const std::wstring& pattern,
                        const std::function<bool(const DirEntry&)>& visit) override;
   uint32_t GetAttributes(const std::wstring& path) override;
@@ -86,6 +90,7 @@ class FakeFileQueries : public FileQueries {
   Node* Lookup(std::wstring_view path) const;
   Node* MakeFolders(std::wstring_view path);
   bool Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const;
+  uint32_t Search(const std::wstring& pattern, const std::function<bool(const DirEntry&)>& visit);
   void Count(FakeQuery query) { ++counts_[static_cast<size_t>(query)]; }
 
   std::map<wchar_t, Drive> drives_;
@@ -93,6 +98,7 @@ class FakeFileQueries : public FileQueries {
   std::map<uint32_t, std::wstring> errorTexts_;
   std::wstring currentFolder_ = L"C:\\";
   uint64_t counts_[6] = {};
+  uint64_t entriesHandedOut_ = 0;
 };
 
 // Sets a fake as the process-wide FileQueries for its lifetime.

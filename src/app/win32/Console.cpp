@@ -47,7 +47,7 @@ void ConsoleWriteText(const std::wstring& text) {
   std::string bytes(static_cast<size_t>(length), '\0');
   WideCharToMultiByte(CP_ACP, 0, text.c_str(), static_cast<int>(text.size()), bytes.data(), length,
                       nullptr, nullptr);
-  // One formatted text never exceeds the console buffer of 2048 bytes.
-  if (bytes.size() > 2047) bytes.resize(2047);
+  // Written whole: an item's text holds its path, which may be far longer
+  // than any fixed buffer, and its outcome line comes after it.
   WriteBytes(bytes.data(), static_cast<DWORD>(bytes.size()));
 }

@@ -11,6 +11,7 @@
 #include "engine/win32/Win32FileQueries.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #ifdef ORDALIS_SIMULATED_VOLUME
+#include "app/win32/sim/SimSwitches.h"
 #include "engine/sim/SimEnvironment.h"
 #endif
 #include "items/ItemList.h"
@@ -44,10 +45,13 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   // Without its description the simulating program has nothing to work on;
   // the reason is already on stderr.
   if (!InstallSimVolumeFromEnvironment()) return kSimVolumeMissingExitCode;
+  InstallSimPowerOffLog();
+  InstallSimPanelRefusal();
 #endif
 
   MainWindowSetup setup;
   setup.startupChecks = RunStartupChecks;
+  setup.panelsFailed = FailWindowPanels;
   // Between the window's layout and the command line come, in this order, the
   // settings file, the exclude and include lists and the language.
   setup.afterLayout = [](HWND window) {

@@ -11,26 +11,6 @@ bool SystemPowerOff(unsigned flags, unsigned long reason) {
   return ExitWindowsEx(flags, reason) != FALSE;
 }
 
-// Writes what would have been powered off instead of doing it.
-bool LoggedPowerOff(unsigned flags, unsigned long reason) {
-  wchar_t path[MAX_PATH];
-  if (!GetEnvironmentVariableW(L"ORDALIS_POWEROFF_LOG", path, MAX_PATH)) return false;
-  HANDLE log = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                           FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (log == INVALID_HANDLE_VALUE) return false;
-  char line[64];
-  int length = wsprintfA(line, "power off %u %08lx\r\n", flags, reason);
-  DWORD written = 0;
-  WriteFile(log, line, static_cast<DWORD>(length), &written, nullptr);
-  CloseHandle(log);
-  return true;
-}
-
-PowerOffCall ChoosePowerOffCall() {
-  return GetEnvironmentVariableW(L"ORDALIS_POWEROFF_LOG", nullptr, 0) ? LoggedPowerOff
-                                                                      : SystemPowerOff;
-}
-
 PowerOffCall gPowerOff = nullptr;
 
 class TokenHandle {
@@ -76,7 +56,7 @@ uint32_t ShutdownMachine() {
   // Any error after the adjustment, "not all assigned" included, means the
   // privilege is not held.
   if (GetLastError() != ERROR_SUCCESS) return 2;
-  if (!gPowerOff) gPowerOff = ChoosePowerOffCall();
+  if (!gPowerOff) gPowerOff = SystemPowerOff;
   gPowerOff(EWX_SHUTDOWN | EWX_FORCE | EWX_POWEROFF, 0xFFFFFFFFul);
   return 0;
 }

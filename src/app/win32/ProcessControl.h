@@ -12,7 +12,8 @@ uint32_t SetProcessPriority(uint32_t command);
 uint32_t ShutdownMachine();
 
 // What powering off finally calls. Tests replace it, so that nothing is ever
-// powered off by a test; the program also replaces it when the environment
-// names a log file in ORDALIS_POWEROFF_LOG (whole-program tests).
+// powered off by a test; so does the simulating variant (app/win32/sim).
+// The shipped program never replaces it: nothing outside the process can
+// turn its power-off into anything else.
 using PowerOffCall = bool (*)(unsigned flags, unsigned long reason);
 void SetPowerOffCall(PowerOffCall call);

@@ -40,6 +40,10 @@ SetThreadErrorModeFn ThreadErrorModeCall() {
       GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetThreadErrorMode")));
 }
 
+constexpr wchar_t kNoResourcesText[] =
+    L"Ordalis could not be started because there is not enough physical memory or system resources "
+    L"available.";
+
 [[noreturn]] void FailStartup(HWND owner, const wchar_t* text) {
   ShowMessage(owner, text, L"Ordalis", MB_OK | MB_ICONSTOP);
   ExitProcess(0);
@@ -102,11 +106,17 @@ void RunStartupChecks(HWND mainWindow) {
   std::wstring folder(programPath, length);
   size_t slash = folder.find_last_of(L'\\');
   if (length == 0 || length >= ARRAYSIZE(programPath) || slash == std::wstring::npos) {
-    FailStartup(GetActiveWindow(),
-                L"Ordalis could not be started because there is not enough physical memory or "
-                L"system resources available.");
+    FailStartup(GetActiveWindow(), kNoResourcesText);
   }
   gProgramFolder = folder.substr(0, slash);
+}
+
+void FailWindowPanels(HWND mainWindow) {
+  // What a window without its panels read or showed is not the user's
+  // choice: it must not overwrite the settings file.
+  gApp.runFlags |= kRunNoIni;
+  ShowMessage(mainWindow, kNoResourcesText, L"Ordalis", MB_OK | MB_ICONSTOP);
+  RequestExit(6);
 }
 
 void RunCommandLine(HWND mainWindow) {

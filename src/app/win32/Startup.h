@@ -15,5 +15,9 @@ void RestoreErrorMode();
 // shows its message and ends the process with code 0.
 void RunStartupChecks(HWND mainWindow);
 
+// The main window could not make its panels or menu: the out-of-memory
+// message, then the end with code 6, leaving the settings file as it was.
+void FailWindowPanels(HWND mainWindow);
+
 // The command line, once the main window exists.
 void RunCommandLine(HWND mainWindow);

@@ -1,6 +1,7 @@
 // The text form of a simulated volume: what tests, demonstrations and outside
 // checks write to build a volume, and what the simulating variant of the
 // program writes back as the volume's end state.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -115,8 +116,10 @@ bool ParseNumber(const std::string& text, uint64_t& value) {
   if (text.empty()) return false;
   char* end = nullptr;
   const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  errno = 0;
   value = std::strtoull(text.c_str(), &end, hex ? 16 : 10);
-  return end != nullptr && *end == 0 && text[0] != '-';
+  // A number beyond 64 bits is refused rather than read as the largest one.
+  return end != nullptr && *end == 0 && text[0] != '-' && errno != ERANGE;
 }
 
 bool ParseSwitch(const std::string& text, bool& value) {

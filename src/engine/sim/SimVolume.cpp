@@ -72,6 +72,10 @@ bool SimVolume::Create(const SimSettings& settings, std::string& error) {
     error = "a volume needs clusters, a cluster size, a bitmap alignment and a move chunk";
     return false;
   }
+  if (settings.clusters > kMaxSimClusters) {
+    error = "a simulated volume holds at most " + std::to_string(kMaxSimClusters) + " clusters";
+    return false;
+  }
   settings_ = settings;
   settings_.letter = wchar_t(std::towupper(std::wint_t(settings.letter)));
   bitmap_.assign((settings.clusters + 63) / 64, 0);
@@ -100,7 +104,7 @@ bool SimVolume::Hold(int64_t lcn, uint64_t count, std::string& error) {
 bool SimVolume::Claim(std::map<int64_t, uint64_t>& ranges, const char* what, int64_t lcn,
                       uint64_t count, std::string& error) {
   std::lock_guard lock(mutex_);
-  if (lcn < 0 || count == 0 || uint64_t(lcn) + count > settings_.clusters || !RangeFree(lcn, count)) {
+  if (count == 0 || !InVolume(lcn, count) || !RangeFree(lcn, count)) {
     error = std::string(what) + " range " + std::to_string(lcn) + ":" + std::to_string(count) +
             " is outside the volume or in use";
     return false;
@@ -121,8 +125,7 @@ bool SimVolume::AddFile(const SimFile& file, std::string& error) {
     return false;
   }
   for (const SimRun& run : file.runs) {
-    if (run.count == 0 || run.lcn < -1 ||
-        (run.lcn >= 0 && uint64_t(run.lcn) + run.count > settings_.clusters)) {
+    if (run.count == 0 || run.lcn < -1 || (run.lcn >= 0 && !InVolume(run.lcn, run.count))) {
       error = "run outside the volume in " + Utf8FromWide(file.path);
       return false;
     }
@@ -378,6 +381,11 @@ std::vector<std::string> SimVolume::Check() const {
 }
 
 // ---------------------------------------------------------------- ranges
+
+bool SimVolume::InVolume(int64_t lcn, uint64_t count) const {
+  // Without an addition that could wrap past the end of the numbers.
+  return lcn >= 0 && count <= settings_.clusters && uint64_t(lcn) <= settings_.clusters - count;
+}
 
 bool SimVolume::Bit(int64_t lcn) const {
   return (bitmap_[uint64_t(lcn) / 64] >> (uint64_t(lcn) % 64)) & 1;
@@ -805,7 +813,7 @@ NtStatus SimVolume::Move(uint32_t fileIndex, int64_t vcn, int64_t target, uint32
                          uint64_t partialLimit) {
   SimFile& file = files_[fileIndex - 1];
   if (file.resident || count == 0 || vcn < 0 || uint64_t(vcn) + count > file.VcnCount() ||
-      target < 0 || uint64_t(target) + count > settings_.clusters) {
+      !InVolume(target, count)) {
     return kStatusInvalidParameter;
   }
   uint64_t first = uint64_t(vcn), last = uint64_t(vcn) + count;

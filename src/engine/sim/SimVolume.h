@@ -57,6 +57,10 @@ struct SimFault {
   }
 };
 
+// The whole bitmap of a simulated volume is held in memory, and its checker
+// visits every cluster: 2^32 clusters (16 TiB of 4 KiB clusters) at most.
+constexpr uint64_t kMaxSimClusters = uint64_t{1} << 32;
+
 struct SimSettings {
   wchar_t letter = L'Z';
   uint64_t clusters = 0;
@@ -181,6 +185,8 @@ class SimVolume : public VolumeAccess {
   // Moves the allocated clusters of [vcn, vcn + count) to consecutive
   // clusters from `target`; the caller checked everything.
   void Relocate(uint32_t fileIndex, int64_t vcn, uint64_t count, int64_t target);
+  // The range lies wholly on the volume.
+  bool InVolume(int64_t lcn, uint64_t count) const;
   bool RangeFree(int64_t lcn, uint64_t count) const;
   bool RangeHasHeld(int64_t lcn, uint64_t count) const;
   void SetBits(int64_t lcn, uint64_t count, bool value);

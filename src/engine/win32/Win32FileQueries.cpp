@@ -33,23 +33,65 @@ class FindHandle {
   HANDLE handle_;
 };
 
+DirEntry EntryOf(const WIN32_FIND_DATAW& data) {
+  DirEntry entry;
+  entry.name = data.cFileName;
+  entry.attributes = data.dwFileAttributes;
+  entry.size = (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  entry.creationTime = Ticks(data.ftCreationTime);
+  entry.lastAccessTime = Ticks(data.ftLastAccessTime);
+  entry.lastWriteTime = Ticks(data.ftLastWriteTime);
+  return entry;
+}
+
+HANDLE FindFirst(const std::wstring& pattern, WIN32_FIND_DATAW& data) {
+  return FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &data, FindExSearchNameMatch, nullptr,
+                          FIND_FIRST_EX_LARGE_FETCH);
+}
+
+// The first entry arrives with the opening of the search; the later ones
+// one call each.
+class Win32Listing final : public DirListing {
+ public:
+  Win32Listing(HANDLE find, const WIN32_FIND_DATAW& first) : find_(find), data_(first) {}
+  bool Next(DirEntry& entry) override {
+    if (!haveData_) {
+      if (ended_ || !FindNextFileW(find_.get(), &data_)) {
+        ended_ = true;
+        return false;
+      }
+    }
+    haveData_ = false;
+    entry = EntryOf(data_);
+    return true;
+  }
+
+ private:
+  FindHandle find_;
+  WIN32_FIND_DATAW data_;
+  bool haveData_ = true;
+  bool ended_ = false;
+};
+
 }  // namespace
+
+std::unique_ptr<DirListing> Win32FileQueries::OpenListing(const std::wstring& pattern) {
+  WIN32_FIND_DATAW data{};
+  HANDLE find = FindFirst(pattern, data);
+  if (find == INVALID_HANDLE_VALUE) {
+    Fail();
+    return nullptr;
+  }
+  return std::make_unique<Win32Listing>(find, data);
+}
 
 uint32_t Win32FileQueries::FindEntries(const std::wstring& pattern,
                                        const std::function<bool(const DirEntry&)>& visit) {
   WIN32_FIND_DATAW data{};
-  FindHandle find(FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &data, FindExSearchNameMatch,
-                                   nullptr, FIND_FIRST_EX_LARGE_FETCH));
+  FindHandle find(FindFirst(pattern, data));
   if (find.get() == INVALID_HANDLE_VALUE) return Fail();
   do {
-    DirEntry entry;
-    entry.name = data.cFileName;
-    entry.attributes = data.dwFileAttributes;
-    entry.size = (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
-    entry.creationTime = Ticks(data.ftCreationTime);
-    entry.lastAccessTime = Ticks(data.ftLastAccessTime);
-    entry.lastWriteTime = Ticks(data.ftLastWriteTime);
-    if (!visit(entry)) break;
+    if (!visit(EntryOf(data))) break;
   } while (FindNextFileW(find.get(), &data));
   return 0;
 }

@@ -4,6 +4,7 @@
 
 class Win32FileQueries final : public FileQueries {
  public:
+  std::unique_ptr<DirListing> OpenListing(const std::wstring& pattern) override;
   uint32_t FindEntries(const std::wstring& pattern,
                        const std::function<bool(const DirEntry&)>& visit) override;
   uint32_t GetAttributes(const std::wstring& path) override;

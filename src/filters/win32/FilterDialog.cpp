@@ -202,24 +202,48 @@ INT_PTR CALLBACK MaskInputProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
   return FALSE;
 }
 
+int AddExclusionMask(const std::wstring& mask) { return AddExclusion(L'W', mask); }
+
+// A mask the filter file could not hold is refused rather than saved and
+// lost, with everything after it, at the next start.
+int AddFittingMask(const std::wstring& mask, bool& refused, int (*add)(const std::wstring&)) {
+  if (!FitsFilterFile(mask)) {
+    refused = true;
+    return 0;
+  }
+  return add(mask);
+}
+
+void ShowMaskTooLong() {
+  ShowMessage(gFilter.dialog,
+              Text(kStrMaskTooLong,
+                   L"Una maschera può contenere al massimo 2.044 caratteri: le maschere più lunghe non sono "
+                   L"state aggiunte."),
+              L"Ordalis", MB_OK | MB_ICONEXCLAMATION);
+}
+
 void AddMasks() {
   std::wstring text;
   if (DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_MASK_INPUT), gFilter.dialog, MaskInputProc,
                       reinterpret_cast<LPARAM>(&text)) != IDOK) {
     return;
   }
-  AddMaskPieces(text, [](const std::wstring& mask) { return AddExclusion(L'W', mask); });
+  bool refused = false;
+  AddMaskPieces(text, [&refused](const std::wstring& mask) { return AddFittingMask(mask, refused, AddExclusionMask); });
   FillLists();
+  if (refused) ShowMaskTooLong();
 }
 
 void AddIncludedMasks() {
   HWND edit = GetDlgItem(gFilter.dialog, IDC_FILTER_MASK);
   std::wstring text(GetWindowTextLengthW(edit) + 1, L'\0');
   text.resize(GetWindowTextW(edit, text.data(), static_cast<int>(text.size())));
-  if (AddMaskPieces(text, [](const std::wstring& mask) { return AddInclusion(mask); }) > 0) {
-    SetWindowTextW(edit, L"");
-  }
+  bool refused = false;
+  int added = AddMaskPieces(text, [&refused](const std::wstring& mask) { return AddFittingMask(mask, refused, AddInclusion); });
+  // A refused mask stays in the box, to be shortened.
+  if (added > 0 && !refused) SetWindowTextW(edit, L"");
   FillLists();
+  if (refused) ShowMaskTooLong();
 }
 
 void AddFiles() {

@@ -1,0 +1,49 @@
+#include "app/win32/sim/SimSwitches.h"
+
+#include <windows.h>
+
+#include "app/win32/ProcessControl.h"
+#include "ui/controls/Controls.h"
+
+namespace {
+
+constexpr wchar_t kPowerOffLogVariable[] = L"ORDALIS_POWEROFF_LOG";
+
+// Writes what would have been powered off instead of doing it.
+bool LoggedPowerOff(unsigned flags, unsigned long reason) {
+  wchar_t path[MAX_PATH];
+  DWORD length = GetEnvironmentVariableW(kPowerOffLogVariable, path, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) return false;
+  HANDLE log = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                           FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (log == INVALID_HANDLE_VALUE) return false;
+  char line[64];
+  int count = wsprintfA(line, "power off %u %08lx\r\n", flags, reason);
+  DWORD written = 0;
+  WriteFile(log, line, static_cast<DWORD>(count), &written, nullptr);
+  CloseHandle(log);
+  return true;
+}
+
+// Windows of this procedure refuse to be created.
+LRESULT CALLBACK RefusingProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_NCCREATE) return FALSE;
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+}  // namespace
+
+void InstallSimPowerOffLog() {
+  if (GetEnvironmentVariableW(kPowerOffLogVariable, nullptr, 0)) SetPowerOffCall(LoggedPowerOff);
+}
+
+void InstallSimPanelRefusal() {
+  if (!GetEnvironmentVariableW(L"ORDALIS_SIM_REFUSE_PANELS", nullptr, 0)) return;
+  // The splitter's class, taken first: the window finds it registered and
+  // its creation fails.
+  WNDCLASSEXW windowClass{sizeof windowClass};
+  windowClass.lpfnWndProc = RefusingProc;
+  windowClass.hInstance = GetModuleHandleW(nullptr);
+  windowClass.lpszClassName = kSplitterClass;
+  RegisterClassExW(&windowClass);
+}

@@ -1,0 +1,13 @@
+#pragma once
+// What the environment may change in the simulating variant, and only there:
+// the shipped program is built without these sources, so nothing that can set
+// the environment of the elevated program can redirect what it does.
+
+// With ORDALIS_POWEROFF_LOG naming a file, powering off appends a line to
+// that file instead ("power off <flags> <reason>").
+void InstallSimPowerOffLog();
+
+// With ORDALIS_SIM_REFUSE_PANELS set, the main window cannot make its
+// splitter, as when the system is out of resources, so that the window's
+// own handling of that failure runs. Call before the main window exists.
+void InstallSimPanelRefusal();

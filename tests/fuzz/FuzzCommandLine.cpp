@@ -1,0 +1,54 @@
+// The command line on any text: the arguments (UTF-16, split at line feeds)
+// through both passes over an in-memory file system that holds a few of the
+// paths the seeds name; every path handed to the item list is a full path.
+#include "FakeFileQueries.h"
+#include "FuzzSupport.h"
+#include "app/CommandLine.h"
+#include "app/RunFlags.h"
+
+#include <vector>
+
+namespace {
+
+struct World {
+  World() {
+    fs.fake.AddFile(L"C:\\Lavoro\\mail.pst", 10);
+    fs.fake.AddFile(L"C:\\Lavoro\\a.txt", 10);
+    fs.fake.AddFolder(L"C:\\Lavoro\\sub");
+    fs.fake.AddDrive(L'N', 4096, DriveKind::Remote);
+    fs.fake.AddDrive(L'E', 2048, DriveKind::CdRom);
+    fs.fake.SetCurrentFolder(L"C:\\Lavoro");
+  }
+  ScopedFakeFileQueries fs;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static World world;
+  std::wstring text = fuzz::WideText(data, size);
+  std::vector<std::wstring> args;
+  size_t start = 0;
+  for (size_t end = text.find(L'\n'); ; end = text.find(L'\n', start)) {
+    args.push_back(text.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start));
+    if (end == std::wstring::npos) break;
+    start = end + 1;
+  }
+  FUZZ_CHECK(UndoubleBackslashes(DoubleBackslashes(text)) == text);
+
+  CommandLineChoices choices;
+  uint32_t flags = ApplyOptionInteractions(ParseOptions(args, choices));
+  FUZZ_CHECK(choices.languageCode.size() <= 4);
+  FUZZ_CHECK(!((flags & kRunClose) && (flags & kRunCloseIfOk)));
+
+  CommandLineHooks hooks;
+  hooks.console = [](const std::wstring&) {};
+  hooks.showMessage = [](const std::wstring&) {};
+  hooks.afterPath = [] {};
+  hooks.addItem = [](bool, const std::wstring& path) {
+    FUZZ_CHECK(path.size() >= 3 && path[1] == L':' && path[2] == L'\\');
+    return 0u;
+  };
+  AddPathArguments(args, flags, hooks);
+  return 0;
+}
