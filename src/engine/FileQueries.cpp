@@ -4,6 +4,24 @@
 
 namespace {
 FileQueries* gFileQueries = nullptr;
+
+class EntriesListing : public DirListing {
+ public:
+  explicit EntriesListing(std::vector<DirEntry> entries) : entries_(std::move(entries)) {}
+  bool Next(DirEntry& entry) override {
+    if (next_ == entries_.size()) return false;
+    entry = std::move(entries_[next_++]);
+    return true;
+  }
+
+ private:
+  std::vector<DirEntry> entries_;
+  size_t next_ = 0;
+};
+}  // namespace
+
+std::unique_ptr<DirListing> ListingOfEntries(std::vector<DirEntry> entries) {
+  return std::make_unique<EntriesListing>(std::move(entries));
 }
 
 FileQueries& Fs() {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 // Attribute bits as the file system reports them.
 constexpr uint32_t kAttrReadOnly = 0x1;
@@ -56,6 +57,10 @@ class DirListing {
   // end.
   virtual bool Next(DirEntry& entry) = 0;
 };
+
+// A listing over entries already read, for file systems that hand out a
+// folder's entries only all at once.
+std::unique_ptr<DirListing> ListingOfEntries(std::vector<DirEntry> entries);
 
 class FileQueries {
  public:

@@ -451,6 +451,7 @@ void ReadSettingsFile(UnicodeTextReader& reader, SettingsHost& host) {
   // Only this file's visibility lines hide columns while its widths are read.
   gSettings.itemColumnVisible.clear();
   gSettings.resultColumnVisible.clear();
+  gSettings.errorColumnVisible.clear();
   while (reader.NextLine(line)) {
     if (const KeyText* key = FindKey(line)) ReadLine(*key, line, reader, host);
   }

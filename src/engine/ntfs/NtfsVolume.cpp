@@ -607,6 +607,16 @@ bool SplitPattern(const NtfsVolume& volume, const std::wstring& pattern, std::st
 
 }  // namespace
 
+std::unique_ptr<DirListing> NtfsFileQueries::OpenListing(const std::wstring& pattern) {
+  std::vector<DirEntry> entries;
+  const uint32_t error = FindEntries(pattern, [&entries](const DirEntry& entry) {
+    entries.push_back(entry);
+    return true;
+  });
+  if (error != 0) return nullptr;
+  return ListingOfEntries(std::move(entries));
+}
+
 uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
                                       const std::function<bool(const DirEntry&)>& visit) {
   std::string folder;

@@ -109,6 +109,9 @@ class NtfsVolume : public VolumeAccess {
 class NtfsFileQueries : public FileQueries {
  public:
   explicit NtfsFileQueries(NtfsVolume& volume) : volume_(volume) {}
+  // The library reads a folder's index in one pass: the listing holds the
+  // folder's entries.
+  std::unique_ptr<DirListing> OpenListing(const std::wstring& pattern) override;
   uint32_t FindEntries(const std::wstring& pattern,
                        const std::function<bool(const DirEntry&)>& visit) override;
   uint32_t GetAttributes(const std::wstring& path) override;
