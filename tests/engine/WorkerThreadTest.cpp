@@ -90,6 +90,9 @@ TEST_F(DyingMoveThreadTest, AMoveThreadThatThrowsEndsTheWaitWithAnError) {
   EXPECT_TRUE(Clean());
   // The first extent moved, the second never did: still two pieces.
   EXPECT_EQ(volume().FindFile(L"Z:\\f")->runs.size(), 2u);
+  // The dead thread never closed the file: the caller did, once.
+  EXPECT_EQ(volume().FailedCloses(), 0u);
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);
 }
 
 #ifdef _WIN32
