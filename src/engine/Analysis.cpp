@@ -64,9 +64,13 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents) {
       return ReadEnd::Normal;
     }
     if (status == kStatusPending) {
+      // Only a call that went pending reports through its block; any other
+      // answer is the returned status (a synchronous failure leaves the
+      // block as it was).
       Va().Wait(file);
-      if (block.status != kStatusSuccess && block.status != kStatusBufferOverflow) {
-        result.outcome = FailureText(uint32_t(block.status));
+      status = block.status;
+      if (status != kStatusSuccess && status != kStatusBufferOverflow) {
+        result.outcome = FailureText(uint32_t(status));
         return ReadEnd::PendingFailed;
       }
     }

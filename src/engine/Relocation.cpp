@@ -40,16 +40,19 @@ void MoveThread(void* argument) {
     record.startingLcn = target;
     record.clusterCount = uint32_t(extent->clusterCount);
     IoStatusBlock block{};
-    if (Va().MoveClusters(job.volume, block, &record, sizeof record) == kStatusPending) {
+    NtStatus status = Va().MoveClusters(job.volume, block, &record, sizeof record);
+    if (status == kStatusPending) {
       // Waits on the file named in the record, not on the volume the
       // control was issued on.
       Va().Wait(job.file);
+      status = block.status;
     }
-    // The status block decides, not the call's return value; warnings count
-    // as failures here.
-    if (block.status < 0) {
+    // The returned status decides, the block only after a pending answer: a
+    // refusal answered at once leaves the block as it was, which would read
+    // as success. Warnings count as failures here.
+    if (status < 0) {
       Va().Close(job.file);
-      job.threadCode = FailureText(uint32_t(block.status));
+      job.threadCode = FailureText(uint32_t(status));
       gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
       return;
     }

@@ -162,6 +162,26 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
   }
 }
 
+// A refusal answered at once leaves the status block untouched, as on the
+// system; the outcome is the refusal all the same, whatever the volume writes
+// into the block and whether the answer comes at once or after a wait.
+TEST_F(RelocationTest, ARefusedMoveIsNeverReadAsMoved) {
+  const std::pair<const char*, const char*> kWays[] = {
+      {"", ""}, {" blockOnFailure=on", ""}, {" pending=on", " pending"}};
+  for (const auto& [setting, faultExtra] : kWays) {
+    for (const char* status : {"0xC0000021", "0xC000000D", "0xC0000022"}) {
+      SCOPED_TRACE(std::string(setting) + faultExtra + " " + status);
+      std::string described = kVolume;
+      described.insert(described.find('\n'), setting);
+      Volume(described + "fault \"Z:\\four\" control=move" + faultExtra + " status=" + status + "\n");
+      const std::wstring code = Defragment(L"Z:\\four");
+      EXPECT_FALSE(code.empty());
+      EXPECT_EQ(code, FailureText(uint32_t(std::stoul(status, nullptr, 16))));
+      EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
+    }
+  }
+}
+
 TEST_F(RelocationTest, PartialMovesAndHeldClustersStayConsistent) {
   // Clusters freed by a move are held until a checkpoint: a second file
   // cannot be moved into them, and the checker counts them as in use.

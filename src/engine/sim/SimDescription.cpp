@@ -225,6 +225,8 @@ bool ParseVolume(const std::vector<Token>& tokens, SimSettings& settings, std::s
       ok = ParseSwitch(value, settings.partialMoves);
     } else if (key == "pending") {
       ok = ParseSwitch(value, settings.pending);
+    } else if (key == "blockOnFailure") {
+      ok = ParseSwitch(value, settings.blockOnFailure);
     } else {
       error = "unknown volume setting " + key;
       return false;
@@ -418,7 +420,8 @@ std::string WriteSimDescription(const SimVolume& volume) {
                     " bitmapAlign=" + std::to_string(s.bitmapAlign) +
                     " inUseStatus=" + StatusText(s.inUseStatus) + " checkpoint=" + onOff(s.checkpoint) +
                     " partialMoves=" + onOff(s.partialMoves) + " pending=" + onOff(s.pending) +
-                    " moveChunk=" + std::to_string(s.moveChunk) + "\n";
+                    " moveChunk=" + std::to_string(s.moveChunk) +
+                    (s.blockOnFailure ? " blockOnFailure=on" : "") + "\n";
   for (const SimRun& run : volume.Reserved()) {
     out += "reserve " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
   }
