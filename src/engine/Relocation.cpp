@@ -84,6 +84,33 @@ bool WaitPumping() {
   }
 }
 
+// A move the file system reported as done is believed only once the file's
+// clusters read back as one run at the target (holes of sparse and
+// compressed files aside): a move may succeed having moved only part.
+void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) {
+  FsHandle file = Va().OpenFileForMoving(path);
+  if (file == kInvalidHandle) {
+    gEngine.moveResultCode = FailureText(Va().LastError());
+    return;
+  }
+  FileAnalysis after;
+  const bool listed = BuildExtentList(file, after);
+  Va().Close(file);
+  if (!listed) {
+    gEngine.moveResultCode = after.outcome;
+    return;
+  }
+  // A run starting at cluster 0 starts no fragment of its own.
+  const bool oneRun = target == 0 ? after.fragments == 0
+                                  : after.fragments == 1 && gExtentList.Head()->lcn == target;
+  if (oneRun && after.clusters > 0) return;
+  gEngine.moveResultCode = kMovePartlyMoved;
+  if (counts != nullptr) {
+    counts->fragments = after.fragments;
+    counts->clusters = after.clusters;
+  }
+}
+
 void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   FileAnalysis analysis;
   BuildExtentList(file, analysis);
@@ -140,6 +167,7 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   SetStatusText(kStatusPartPath, std::wstring());
   // The same display serves analyses and defragmentations.
   SetStatusText(kStatusPartState, DisplayText(kTextAnalysing, kTextAnalysingLiteral));
+  if (gEngine.moveResultCode.empty()) VerifyMove(path, target, counts);
 }
 
 }  // namespace

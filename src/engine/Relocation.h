@@ -16,6 +16,9 @@ constexpr const wchar_t* kMoveAlreadyContiguous = L"AC";
 constexpr const wchar_t* kMoveNoFreeRun = L"NF";
 constexpr const wchar_t* kMoveNoFreeRunOld = L"PD";  // read like "NF", never produced
 constexpr const wchar_t* kMoveStopped = L"ST";
+// The move reported success, but the file's clusters are not one run at the
+// chosen target: it is still fragmented. Read like "NF" wherever codes are.
+constexpr const wchar_t* kMovePartlyMoved = L"PM";
 
 // EngineFlags bits.
 constexpr uint32_t kStopRequested = 0x1;

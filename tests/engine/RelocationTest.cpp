@@ -196,10 +196,40 @@ TEST_F(RelocationTest, PartialMovesAndHeldClustersStayConsistent) {
   volume().Checkpoint();
   EXPECT_EQ(Defragment(L"Z:\\b"), L"");
   EXPECT_EQ(RunsOf(L"Z:\\b"), (std::vector<SimRun>{{1200, 80}}));
-  // A move told to move only part of its range reports success all the same.
+}
+
+// Moves that report success having moved only part of their range: the
+// file is read back, found in pieces, and the outcome says so.
+TEST_F(RelocationTest, AMoveThatMovedOnlyPartIsFoundOut) {
   Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=3 partial=2\n");
-  EXPECT_EQ(Defragment(L"Z:\\four"), L"");
+  FileAnalysis counts;
+  EXPECT_EQ(Defragment(L"Z:\\four", &counts), kMovePartlyMoved);
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 7}, {1222, 2}, {1009, 1}}));
+  EXPECT_EQ(counts.fragments, 3u);  // as it is now, not as it was
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);  // only the cached volume
+  // A chunked move whose target became partly held for a checkpoint after
+  // the search stops early with success: the file ends split between the
+  // target and where it was.
+  Volume(
+      "volume letter=Z clusters=2000 checkpoint=on partialMoves=on moveChunk=4\n"
+      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
+      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
+      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
+  gEngineHooks.setProgress = [this](uint64_t position) {
+    std::string error;
+    if (position == 1) {
+      EXPECT_TRUE(volume().Hold(1040, 4, error)) << error;
+    }
+  };
+  EXPECT_EQ(Defragment(L"Z:\\a"), kMovePartlyMoved);
+  EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 40}, {1290, 10}, {1050, 50}}));
+  gEngineHooks.setProgress = nullptr;
+  // A move to cluster 0, where a whole file reads as no fragment at all.
+  Volume(
+      "volume letter=Z clusters=100\n"
+      "file \"Z:\\z\" size=4096 runs=50:2,10:2\nreserve 4 6\nreserve 12 38\n");
+  EXPECT_EQ(Defragment(L"Z:\\z"), L"");
+  EXPECT_EQ(RunsOf(L"Z:\\z"), (std::vector<SimRun>{{0, 4}}));
 }
 
 }  // namespace
