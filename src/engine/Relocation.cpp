@@ -28,6 +28,11 @@ void ResetEngineState() {
   gVolumeCache = VolumeHandleCache{};
 }
 
+void EndOfRunRelease() {
+  if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) return;
+  CloseCachedVolume();
+}
+
 void MoveThread(void* argument) {
   MoveJob& job = *static_cast<MoveJob*>(argument);
   int64_t target = job.targetLcn;
@@ -111,7 +116,8 @@ void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) 
   }
 }
 
-void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
+// True when the move thread took the file handle over: it closes it itself.
+bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   FileAnalysis analysis;
   BuildExtentList(file, analysis);
   if (counts != nullptr) {
@@ -120,11 +126,11 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   }
   if (!analysis.outcome.empty()) {
     gEngine.moveResultCode = analysis.outcome;
-    return;
+    return false;
   }
   if (analysis.fragments < 2) {
     gEngine.moveResultCode = kMoveAlreadyContiguous;
-    return;
+    return false;
   }
   SetStatusText(kStatusPartPath, path);
   FileTried();
@@ -132,7 +138,7 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   FsHandle volume = VolumeForPath(path, message);
   if (volume == kInvalidHandle) {
     gEngine.moveResultCode = message;
-    return;
+    return false;
   }
   ShowProgress(analysis.fragments);
   SetStatusText(kStatusPartState, DisplayText(kTextDefragmenting, kTextDefragmentingLiteral));
@@ -143,16 +149,17 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   int64_t target = -1;
   if (FindFreeRun(volume, analysis.clusters, smart, target, message) == 0) {
     gEngine.moveResultCode = message;
-    return;
+    return false;
   }
   if (target == -1) {
     gEngine.moveResultCode = kMoveNoFreeRun;
-    return;
+    return false;
   }
 
   gEngine.moveJob = MoveJob{target, file, volume, {}};
   gEngine.doneFlags[kDoneMoveThread].store(0, std::memory_order_release);
-  if (!StartDetachedThread(MoveThread, &gEngine.moveJob)) {
+  const bool started = StartDetachedThread(MoveThread, &gEngine.moveJob);
+  if (!started) {
     gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
     gEngine.moveResultCode = kOutcomeNoResources;
   } else if (WaitPumping()) {
@@ -168,6 +175,7 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   // The same display serves analyses and defragmentations.
   SetStatusText(kStatusPartState, DisplayText(kTextAnalysing, kTextAnalysingLiteral));
   if (gEngine.moveResultCode.empty()) VerifyMove(path, target, counts);
+  return started;
 }
 
 }  // namespace
@@ -181,8 +189,8 @@ void DefragmentFile(const std::wstring& path, FileAnalysis* counts) {
     gEngine.moveResultCode = FailureText(Va().LastError());
     return;
   }
-  Relocate(file, path, counts);
-  // Also after the move thread closed it: the second close fails, and that
-  // is expected.
-  Va().Close(file);
+  // Closed once: by the move thread when it ran (it may even still be running
+  // after a quit), else here. A second close could close a handle the
+  // system has handed out again meanwhile.
+  if (!Relocate(file, path, counts)) Va().Close(file);
 }

@@ -53,6 +53,11 @@ extern EngineState gEngine;
 // list and the cached volume (after any move thread has finished).
 void ResetEngineState();
 
+// At the end of a run: closes the cached volume handle, so that a removable
+// drive is not held until the program ends. Left open while a move thread a
+// quit left running still uses it; the program is ending then.
+void EndOfRunRelease();
+
 // Blocks until no move thread is running any more.
 void WaitForMoveThread();
 

@@ -89,6 +89,9 @@ TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
   EXPECT_EQ(Fragments(L"Z:\\data\\big.bin"), 2u);
   EXPECT_EQ(ItemAtRow(0)->state, ItemState::DefragmentedFile);
   EXPECT_EQ(Check(), "check ok");
+  // Every handle closed once, the volume's too: nothing holds the drive.
+  EXPECT_EQ(volume_->OpenHandleCount(), 0u);
+  EXPECT_EQ(volume_->FailedCloses(), 0u);
 }
 
 // The file system reports the second move of a.bin as done having moved one
