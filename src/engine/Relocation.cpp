@@ -5,6 +5,7 @@
 #include "engine/EngineHooks.h"
 #include "engine/EngineThread.h"
 #include "engine/FreeSpace.h"
+#include "engine/FreeSpaceMap.h"
 
 EngineState gEngine;
 
@@ -22,6 +23,7 @@ void ResetEngineState() {
   gEngine.doneFlags[kDoneMoveThread] = 1;
   gEngine.flags = 0;
   gExtentList.Clear();
+  gFreeSpaceMap.Invalidate();
   if (CurrentVolumeAccess() != nullptr) {
     CloseCachedVolume();
   }
@@ -29,6 +31,7 @@ void ResetEngineState() {
 }
 
 void EndOfRunRelease() {
+  gFreeSpaceMap.Invalidate();
   if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) return;
   CloseCachedVolume();
 }
@@ -57,6 +60,7 @@ void MoveThread(void* argument) {
     // as success. Warnings count as failures here.
     if (status < 0) {
       Va().Close(job.file);
+      job.failedStatus = status;
       job.threadCode = FailureText(uint32_t(status));
       gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
       return;
@@ -116,10 +120,23 @@ void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) 
   }
 }
 
+// What a move changed is read back into the free-space map: the target, and
+// the clusters the file had (a volume may keep them in use for a while).
+void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<ClusterRun>& ranges) {
+  if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
+    // The thread still moves (the program is ending): nothing is known.
+    gFreeSpaceMap.Invalidate();
+    return;
+  }
+  std::wstring ignored;  // a failed read leaves the map to be read afresh
+  gFreeSpaceMap.NoteMove(volume, target, clusters, ranges, ignored);
+}
+
 // True when the move thread took the file handle over: it closes it itself.
-bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
+bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, bool firstAttempt) {
   FileAnalysis analysis;
-  BuildExtentList(file, analysis);
+  std::vector<ClusterRun> before;
+  BuildExtentList(file, analysis, &before);
   if (counts != nullptr) {
     counts->fragments = analysis.fragments;
     counts->clusters = analysis.clusters;
@@ -133,7 +150,7 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
     return false;
   }
   SetStatusText(kStatusPartPath, path);
-  FileTried();
+  if (firstAttempt) FileTried();
   std::wstring message;
   FsHandle volume = VolumeForPath(path, message);
   if (volume == kInvalidHandle) {
@@ -147,7 +164,7 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
 
   const bool smart = (gEngine.flags.load() & kSmartStrategy) != 0;
   int64_t target = -1;
-  if (FindFreeRun(volume, analysis.clusters, smart, target, message) == 0) {
+  if (SearchFreeRun(volume, analysis.clusters, smart, target, message) == 0) {
     gEngine.moveResultCode = message;
     return false;
   }
@@ -174,8 +191,21 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
   SetStatusText(kStatusPartPath, std::wstring());
   // The same display serves analyses and defragmentations.
   SetStatusText(kStatusPartState, DisplayText(kTextAnalysing, kTextAnalysingLiteral));
+  if (started) NoteMove(volume, target, analysis.clusters, before);
   if (gEngine.moveResultCode.empty()) VerifyMove(path, target, counts);
   return started;
+}
+
+}  // namespace
+
+namespace {
+
+// The volume's answers for a target in use (0xC000000D on older systems):
+// the volume changed since the free space was read.
+bool TargetRefused() {
+  const NtStatus status = gEngine.moveJob.failedStatus;
+  return gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 1 &&
+         (status == kStatusAlreadyCommitted || status == kStatusInvalidParameter);
 }
 
 }  // namespace
@@ -183,14 +213,29 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
 void DefragmentFile(const std::wstring& path, FileAnalysis* counts) {
   // A thread left running by a quit must not see its list or job replaced.
   WaitForMoveThread();
-  gEngine.moveResultCode.clear();
-  FsHandle file = Va().OpenFileForMoving(path);
-  if (file == kInvalidHandle) {
-    gEngine.moveResultCode = FailureText(Va().LastError());
-    return;
+  // A move refused for its target is tried once more, with the free space
+  // read afresh. A second try that moves nothing (no room now, say) leaves
+  // the refusal as the outcome: the first try may have moved part.
+  std::wstring refusal;
+  for (int attempt = 1;; ++attempt) {
+    gEngine.moveResultCode.clear();
+    gEngine.moveJob = MoveJob{};
+    FsHandle file = Va().OpenFileForMoving(path);
+    if (file == kInvalidHandle) {
+      gEngine.moveResultCode = FailureText(Va().LastError());
+      return;
+    }
+    // Closed once: by the move thread when it ran (it may even still be
+    // running after a quit), else here. A second close could close a handle
+    // the system has handed out again meanwhile.
+    const bool moved = Relocate(file, path, counts, attempt == 1);
+    if (!moved) Va().Close(file);
+    if (attempt == 2) {
+      if (!moved) gEngine.moveResultCode = refusal;
+      return;
+    }
+    if (!TargetRefused()) return;
+    refusal = gEngine.moveResultCode;
+    gFreeSpaceMap.MarkStale();
   }
-  // Closed once: by the move thread when it ran (it may even still be running
-  // after a quit), else here. A second close could close a handle the
-  // system has handed out again meanwhile.
-  if (!Relocate(file, path, counts)) Va().Close(file);
 }

@@ -37,6 +37,8 @@ struct MoveJob {
   // Written by the move thread; taken over as the file's outcome once the
   // thread has set its done flag.
   std::wstring threadCode;
+  // The status of the move that failed, 0 when none did.
+  NtStatus failedStatus = 0;
 };
 
 struct EngineState {

@@ -97,7 +97,7 @@ TEST_F(RelocationTest, ARefusedExtentEndsTheFileWithItsTextAndKeepsEarlierMoves)
 
 TEST_F(RelocationTest, PendingMovesAreWaitedOnThroughTheFile) {
   Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=2 pending\n"
-                                "fault \"Z:\\four\" control=move call=4 pending status=0xC0000021\n");
+                                "fault \"Z:\\four\" control=move call=4 pending status=0xC0000022\n");
   EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 9}, {1230, 1}}));
 }
@@ -152,7 +152,7 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
       {"fault \"Z:\" control=volume status=0xC0000022", "Access is denied"},
       {"fault \"Z:\" control=bitmap status=0xC00000BB", "not supported"},
       {"fault \"Z:\" control=bitmap call=1 pending status=0xC0000777", "Error 0xC0000777"},
-      {"fault \"Z:\\four\" control=move call=1 status=0xC0000021", "Access is denied"},
+      {"fault \"Z:\\four\" control=move status=0xC0000021", "Access is denied"},
       {"fault \"Z:\\four\" control=move call=2 status=0xC0000888", "Error 0xC0000888"},
       {"fault \"Z:\\four\" control=move call=1 status=0x80000005", "More data is available"},
   };
