@@ -91,7 +91,7 @@ bool FreeSpaceMap::ReadAt(FsHandle volume, int64_t lcn, ReadChunk& chunk, std::w
   return true;
 }
 
-void FreeSpaceMap::TakeChunk(const ReadChunk& chunk, bool pump) {
+void FreeSpaceMap::TakeChunk(const ReadChunk& chunk, bool pump, std::vector<Run>* collected) {
   const uint8_t* bits = gSharedBuffer.bytes + sizeof(VolumeBitmapHeader);
   const int64_t base = chunk.header.startingLcn;
   for (uint64_t window = 0; window < chunk.examined; window += kPumpInterval) {
@@ -102,7 +102,15 @@ void FreeSpaceMap::TakeChunk(const ReadChunk& chunk, bool pump) {
       const uint64_t free = NextBit(bits, i, end, false);
       if (free == end) break;
       const uint64_t used = NextBit(bits, free, end, true);
-      InsertMerging(base + int64_t(free), used - free);
+      const int64_t start = base + int64_t(free);
+      if (collected == nullptr) {
+        InsertMerging(start, used - free);
+      } else if (!collected->empty() &&
+                 collected->back().start + int64_t(collected->back().length) == start) {
+        collected->back().length += used - free;
+      } else {
+        collected->push_back({start, used - free});
+      }
       i = used;
     }
   }
@@ -114,6 +122,8 @@ int FreeSpaceMap::Read(FsHandle volume, uint64_t volumeGeneration, std::wstring&
   Invalidate();
   held_ = std::move(held);
   message.clear();
+  // The runs come in order: collected first, then filed in one pass.
+  std::vector<Run> collected;
   int64_t lcn = 0;
   for (;;) {
     ReadChunk chunk{};
@@ -133,14 +143,26 @@ int FreeSpaceMap::Read(FsHandle volume, uint64_t volumeGeneration, std::wstring&
     }
     if (!regular_) break;
     information_[size_t(chunk.header.startingLcn / kChunk)] = chunk.information;
-    TakeChunk(chunk, true);
+    TakeChunk(chunk, true, &collected);
     if (chunk.status != kStatusBufferOverflow) break;
     lcn = chunk.header.startingLcn + int64_t(chunk.examined);
+  }
+  std::vector<std::pair<uint64_t, int64_t>> lengths;
+  lengths.reserve(collected.size());
+  for (const Run& run : collected) {
+    runs_.emplace_hint(runs_.end(), run.start, run.length);
+    lengths.push_back({run.length, run.start});
+    size_t node = leaves_ + size_t(run.start / kChunk);
+    tree_[node] = std::max(tree_[node], run.length);
+  }
+  std::sort(lengths.begin(), lengths.end());
+  for (const auto& entry : lengths) byLength_.emplace_hint(byLength_.end(), entry);
+  for (size_t node = leaves_ - 1; node >= 1; --node) {
+    tree_[node] = std::max(tree_[2 * node], tree_[2 * node + 1]);
   }
   valid_ = true;
   volume_ = volume;
   generation_ = volumeGeneration;
-  UpdateTree();
   ReplayStart();
   return 1;
 }
@@ -178,7 +200,7 @@ int FreeSpaceMap::Refresh(FsHandle volume, const std::vector<ClusterRun>& ranges
       it = EraseRun(it);
     }
     for (const Run& run : outside) InsertRun(run.start, run.length);
-    TakeChunk(chunk, false);
+    TakeChunk(chunk, false, nullptr);
   }
   UpdateTree();
   // Only a change at or before the end of the replayed start can alter it.

@@ -74,7 +74,8 @@ class FreeSpaceMap {
   // text on failure.
   bool ReadAt(FsHandle volume, int64_t lcn, ReadChunk& chunk, std::wstring& message);
   // The free stretches of the chunk just read into the shared buffer.
-  void TakeChunk(const ReadChunk& chunk, bool pump);
+  // Into the map, or when `collected` is given appended there (in order).
+  void TakeChunk(const ReadChunk& chunk, bool pump, std::vector<Run>* collected);
 
   void InsertRun(int64_t start, uint64_t length);
   void InsertMerging(int64_t start, uint64_t length);
