@@ -13,8 +13,8 @@
 namespace {
 
 #ifdef _WIN32
-constexpr int kLayouts = 150;
-constexpr int kVolumes = 250;
+constexpr int kLayouts = 40;
+constexpr int kVolumes = 60;
 #else
 constexpr int kLayouts = 600;
 constexpr int kVolumes = 1200;
