@@ -48,7 +48,8 @@ enum class ReadEnd {
 };
 
 // The loop both forms share. `extents` is null for the counting form.
-ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents) {
+ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents,
+                 std::vector<ClusterRun>* runs = nullptr) {
   int64_t startingVcn = 0;
   int64_t previousLcn = 0;
   uint64_t previousLength = 0;
@@ -64,9 +65,13 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents) {
       return ReadEnd::Normal;
     }
     if (status == kStatusPending) {
+      // Only a call that went pending reports through its block; any other
+      // answer is the returned status (a synchronous failure leaves the
+      // block as it was).
       Va().Wait(file);
-      if (block.status != kStatusSuccess && block.status != kStatusBufferOverflow) {
-        result.outcome = FailureText(uint32_t(block.status));
+      status = block.status;
+      if (status != kStatusSuccess && status != kStatusBufferOverflow) {
+        result.outcome = FailureText(uint32_t(status));
         return ReadEnd::PendingFailed;
       }
     }
@@ -87,6 +92,7 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents) {
         uint64_t length = uint64_t(extent.nextVcn - previousVcn);
         result.clusters += length;
         accumulated += length;
+        if (runs != nullptr) runs->push_back({extent.lcn, length});
         // Compared with where the previous run ended: a run that continues it
         // physically, even across a hole or a chunk boundary, is the same
         // fragment; before any run that is cluster 0.
@@ -129,10 +135,11 @@ int AnalyseFile(const std::wstring& path, FileAnalysis& result) {
   return 1;
 }
 
-bool BuildExtentList(FsHandle file, FileAnalysis& result) {
+bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<ClusterRun>* runs) {
   result = FileAnalysis{};
   gExtentList.Clear();
-  if (ReadRuns(file, result, &gExtentList) == ReadEnd::PendingFailed) {
+  if (runs != nullptr) runs->clear();
+  if (ReadRuns(file, result, &gExtentList, runs) == ReadEnd::PendingFailed) {
     return false;
   }
   if (result.fragments != gExtentList.Count()) {

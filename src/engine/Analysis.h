@@ -5,6 +5,7 @@
 // records each fragment in the process-wide extent list.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "engine/VolumeAccess.h"
 
@@ -66,10 +67,17 @@ constexpr const wchar_t* kOutcomeNoResources = L"NR";
 // still open.
 int AnalyseFile(const std::wstring& path, FileAnalysis& result);
 
+// Where a file's clusters lie, run by run as the file system reported them.
+struct ClusterRun {
+  int64_t lcn;
+  uint64_t count;
+};
+
 // The list-building form, on a handle the caller opened for moving and keeps.
 // True when every fragment got its node; false with "NR" when a node could
 // not be allocated, or with the system text when a pending read failed.
-bool BuildExtentList(FsHandle file, FileAnalysis& result);
+// `runs`, when given, receives every run with clusters.
+bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<ClusterRun>* runs = nullptr);
 
 // At most this many chunks minus one are counted by the counting form: a
 // bound on the time spent on one huge file.

@@ -30,6 +30,10 @@ void FreeRunSearch::CloseOpen() {
 }
 
 void FreeRunSearch::Judge(const Run& run) {
+  if (judged != nullptr) {
+    judged->push_back(run);
+    return;
+  }
   if (!smart) {
     if (run.length >= needed) {
       result = run.start;
@@ -54,9 +58,9 @@ inline uint64_t LoadWord(const uint8_t* bits, uint64_t wordIndex) {
   return word;
 }
 
-// The first position at or after `from`, below `limit`, whose bit equals
-// `set`; `limit` when there is none.
-inline uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool set) {
+}  // namespace
+
+uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool set) {
   const uint64_t flip = set ? 0 : ~uint64_t(0);
   uint64_t wordIndex = from / 64;
   uint64_t word = (LoadWord(bits, wordIndex) ^ flip) & (~uint64_t(0) << (from % 64));
@@ -67,8 +71,6 @@ inline uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool
   }
   return std::min(limit, wordIndex * 64 + uint64_t(std::countr_zero(word)));
 }
-
-}  // namespace
 
 void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t examined,
                       int64_t chunkStart) {

@@ -5,6 +5,7 @@
 // the whole bitmap and never changes anything.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "engine/VolumeAccess.h"
 
@@ -19,6 +20,7 @@ struct FreeRunSearch {
   struct Run {
     int64_t start = -1;
     uint64_t length = 0;
+    bool operator==(const Run&) const = default;
   };
   uint64_t needed = 0;
   bool smart = false;
@@ -28,6 +30,9 @@ struct FreeRunSearch {
   uint64_t bestLength = 0;
   int64_t result = -1;
   bool done = false;
+  // When set, every judged run is recorded here instead of being judged:
+  // the free-space map replays the search this way (FreeSpaceMap.h).
+  std::vector<Run>* judged = nullptr;
   // The status block of the bitmap read. Its information word doubles as
   // the guard: the start of the run closed last. Every read overwrites it with
   // the number of bytes returned, so a run that happens to start at that LCN
@@ -57,6 +62,11 @@ struct FreeRunSearch {
 // `examined` until the search is done.
 using ChunkScanner = void (*)(FreeRunSearch& search, const uint8_t* bits, uint64_t examined,
                               int64_t chunkStart);
+
+// The first position at or after `from`, below `limit`, whose bit equals
+// `set`; `limit` when there is none. Reads whole 64-bit words: `bits` must
+// hold them.
+uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool set);
 
 // The program's walk: skips whole words of free or used clusters.
 void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t examined,

@@ -2,6 +2,7 @@
 
 #include "engine/EngineHooks.h"
 #include "engine/FreeSpace.h"
+#include "engine/FreeSpaceMap.h"
 
 EngineState gEngine;
 
@@ -15,10 +16,17 @@ void ResetEngineState() {
   gEngine.doneFlags[kDoneMoveThread] = 1;
   gEngine.flags = 0;
   gExtentList.Clear();
+  gFreeSpaceMap.Invalidate();
   if (CurrentVolumeAccess() != nullptr) {
     CloseCachedVolume();
   }
   gVolumeCache = VolumeHandleCache{};
+}
+
+void EndOfRunRelease() {
+  gFreeSpaceMap.Invalidate();
+  if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) return;
+  CloseCachedVolume();
 }
 
 void MoveThread(void* argument) {
@@ -33,16 +41,20 @@ void MoveThread(void* argument) {
     record.startingLcn = target;
     record.clusterCount = uint32_t(extent->clusterCount);
     IoStatusBlock block{};
-    if (Va().MoveClusters(job.volume, block, &record, sizeof record) == kStatusPending) {
+    NtStatus status = Va().MoveClusters(job.volume, block, &record, sizeof record);
+    if (status == kStatusPending) {
       // Waits on the file named in the record, not on the volume the
       // control was issued on.
       Va().Wait(job.file);
+      status = block.status;
     }
-    // The status block decides, not the call's return value; warnings count
-    // as failures here.
-    if (block.status < 0) {
+    // The returned status decides, the block only after a pending answer: a
+    // refusal answered at once leaves the block as it was, which would read
+    // as success. Warnings count as failures here.
+    if (status < 0) {
       Va().Close(job.file);
-      job.threadCode = FailureText(uint32_t(block.status));
+      job.failedStatus = status;
+      job.threadCode = FailureText(uint32_t(status));
       gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
       return;
     }
@@ -62,10 +74,14 @@ void MoveThread(void* argument) {
 namespace {
 
 // Starts the move thread and keeps the window alive until it has ended; the
-// file's outcome code.
-std::wstring MoveOnThread() {
+// file's outcome code. `fileTaken`: the thread closes the file handle (it
+// closes it as its last step before its done flag, so a thread that ended
+// without the flag never did).
+std::wstring MoveOnThread(bool& started, bool& fileTaken) {
   gEngine.doneFlags[kDoneMoveThread].store(0, std::memory_order_release);
-  if (!gEngine.moveThread.Start(MoveThread, &gEngine.moveJob)) {
+  started = gEngine.moveThread.Start(MoveThread, &gEngine.moveJob);
+  fileTaken = started;
+  if (!started) {
     gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
     return kOutcomeNoResources;
   }
@@ -78,33 +94,75 @@ std::wstring MoveOnThread() {
     // The thread ended without finishing: some extents may have moved, the
     // file cannot count as moved. No thread runs any more.
     gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
+    fileTaken = false;
     return FailureText(kErrorThreadEnded);
   }
   return gEngine.moveJob.threadCode;
 }
 
-void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
+// A move the file system reported as done is believed only once the file's
+// clusters read back as one run at the target (holes of sparse and
+// compressed files aside): a move may succeed having moved only part.
+void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) {
+  FsHandle file = Va().OpenFileForMoving(path);
+  if (file == kInvalidHandle) {
+    gEngine.moveResultCode = FailureText(Va().LastError());
+    return;
+  }
+  FileAnalysis after;
+  const bool listed = BuildExtentList(file, after);
+  Va().Close(file);
+  if (!listed) {
+    gEngine.moveResultCode = after.outcome;
+    return;
+  }
+  // A run starting at cluster 0 starts no fragment of its own.
+  const bool oneRun = target == 0 ? after.fragments == 0
+                                  : after.fragments == 1 && gExtentList.Head()->lcn == target;
+  if (oneRun && after.clusters > 0) return;
+  gEngine.moveResultCode = kMovePartlyMoved;
+  if (counts != nullptr) {
+    counts->fragments = after.fragments;
+    counts->clusters = after.clusters;
+  }
+}
+
+// What a move changed is read back into the free-space map: the target, and
+// the clusters the file had (a volume may keep them in use for a while).
+void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<ClusterRun>& ranges) {
+  if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
+    // The thread still moves (the program is ending): nothing is known.
+    gFreeSpaceMap.Invalidate();
+    return;
+  }
+  std::wstring ignored;  // a failed read leaves the map to be read afresh
+  gFreeSpaceMap.NoteMove(volume, target, clusters, ranges, ignored);
+}
+
+// True when the move thread took the file handle over: it closes it itself.
+bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, bool firstAttempt) {
   FileAnalysis analysis;
-  BuildExtentList(file, analysis);
+  std::vector<ClusterRun> before;
+  BuildExtentList(file, analysis, &before);
   if (counts != nullptr) {
     counts->fragments = analysis.fragments;
     counts->clusters = analysis.clusters;
   }
   if (!analysis.outcome.empty()) {
     gEngine.moveResultCode = analysis.outcome;
-    return;
+    return false;
   }
   if (analysis.fragments < 2) {
     gEngine.moveResultCode = kMoveAlreadyContiguous;
-    return;
+    return false;
   }
   SetStatusText(kStatusPartPath, path);
-  FileTried();
+  if (firstAttempt) FileTried();
   std::wstring message;
   FsHandle volume = VolumeForPath(path, message);
   if (volume == kInvalidHandle) {
     gEngine.moveResultCode = message;
-    return;
+    return false;
   }
   ShowProgress(analysis.fragments);
   SetStatusText(kStatusPartState, DisplayText(kTextDefragmenting, kTextDefragmentingLiteral));
@@ -113,22 +171,39 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
 
   const bool smart = (gEngine.flags.load() & kSmartStrategy) != 0;
   int64_t target = -1;
-  if (FindFreeRun(volume, analysis.clusters, smart, target, message) == 0) {
+  if (SearchFreeRun(volume, analysis.clusters, smart, target, message) == 0) {
     gEngine.moveResultCode = message;
-    return;
+    return false;
   }
   if (target == -1) {
     gEngine.moveResultCode = kMoveNoFreeRun;
-    return;
+    return false;
   }
 
   gEngine.moveJob = MoveJob{target, file, volume, {}};
-  gEngine.moveResultCode = MoveOnThread();
+  bool started = false;
+  bool fileTaken = false;
+  gEngine.moveResultCode = MoveOnThread(started, fileTaken);
   HideProgress();
   SetWorkingIcon(false);
   SetStatusText(kStatusPartPath, std::wstring());
   // The same display serves analyses and defragmentations.
   SetStatusText(kStatusPartState, DisplayText(kTextAnalysing, kTextAnalysingLiteral));
+  if (started) NoteMove(volume, target, analysis.clusters, before);
+  if (gEngine.moveResultCode.empty()) VerifyMove(path, target, counts);
+  return fileTaken;
+}
+
+}  // namespace
+
+namespace {
+
+// The volume's answers for a target in use (0xC000000D on older systems):
+// the volume changed since the free space was read.
+bool TargetRefused() {
+  const NtStatus status = gEngine.moveJob.failedStatus;
+  return gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 1 &&
+         (status == kStatusAlreadyCommitted || status == kStatusInvalidParameter);
 }
 
 }  // namespace
@@ -136,14 +211,29 @@ void Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts) {
 void DefragmentFile(const std::wstring& path, FileAnalysis* counts) {
   // A thread left running by a quit must not see its list or job replaced.
   WaitForMoveThread();
-  gEngine.moveResultCode.clear();
-  FsHandle file = Va().OpenFileForMoving(path);
-  if (file == kInvalidHandle) {
-    gEngine.moveResultCode = FailureText(Va().LastError());
-    return;
+  // A move refused for its target is tried once more, with the free space
+  // read afresh. A second try that moves nothing (no room now, say) leaves
+  // the refusal as the outcome: the first try may have moved part.
+  std::wstring refusal;
+  for (int attempt = 1;; ++attempt) {
+    gEngine.moveResultCode.clear();
+    gEngine.moveJob = MoveJob{};
+    FsHandle file = Va().OpenFileForMoving(path);
+    if (file == kInvalidHandle) {
+      gEngine.moveResultCode = FailureText(Va().LastError());
+      return;
+    }
+    // Closed once: by the move thread when it ran (it may even still be
+    // running after a quit), else here. A second close could close a handle
+    // the system has handed out again meanwhile.
+    const bool moved = Relocate(file, path, counts, attempt == 1);
+    if (!moved) Va().Close(file);
+    if (attempt == 2) {
+      if (!moved) gEngine.moveResultCode = refusal;
+      return;
+    }
+    if (!TargetRefused()) return;
+    refusal = gEngine.moveResultCode;
+    gFreeSpaceMap.MarkStale();
   }
-  Relocate(file, path, counts);
-  // Also after the move thread closed it: the second close fails, and that
-  // is expected.
-  Va().Close(file);
 }

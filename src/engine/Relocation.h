@@ -17,6 +17,9 @@ constexpr const wchar_t* kMoveAlreadyContiguous = L"AC";
 constexpr const wchar_t* kMoveNoFreeRun = L"NF";
 constexpr const wchar_t* kMoveNoFreeRunOld = L"PD";  // read like "NF", never produced
 constexpr const wchar_t* kMoveStopped = L"ST";
+// The move reported success, but the file's clusters are not one run at the
+// chosen target: it is still fragmented. Read like "NF" wherever codes are.
+constexpr const wchar_t* kMovePartlyMoved = L"PM";
 
 // The system error whose text a worker gets when its thread ended without
 // finishing its work ("aborted because of a thread exit").
@@ -39,6 +42,8 @@ struct MoveJob {
   // Written by the move thread; taken over as the file's outcome once the
   // thread has set its done flag.
   std::wstring threadCode;
+  // The status of the move that failed, 0 when none did.
+  NtStatus failedStatus = 0;
 };
 
 struct EngineState {
@@ -55,6 +60,11 @@ extern EngineState gEngine;
 // Back to the state of a fresh process, for tests: flags, codes, the extent
 // list and the cached volume (after any move thread has finished).
 void ResetEngineState();
+
+// At the end of a run: closes the cached volume handle, so that a removable
+// drive is not held until the program ends. Left open while a move thread a
+// quit left running still uses it; the program is ending then.
+void EndOfRunRelease();
 
 // Blocks until no move thread is running any more (without handling
 // messages: only after a quit message can one still be running).

@@ -54,6 +54,8 @@ FsHandle VolumeForPath(const std::wstring& path, std::wstring& message) {
     return gVolumeCache.handle;
   }
   CloseCachedVolume();
+  static std::atomic<uint64_t> openings{0};
+  gVolumeCache.generation = ++openings;
   gVolumeCache.handle = Va().OpenVolume(VolumeDeviceName(wchar_t(letter)));
   gVolumeCache.letter = letter;
   gVolumeCache.failureText.clear();

@@ -157,6 +157,10 @@ struct VolumeHandleCache {
   // The text of a failed open, repeated for the later files of that drive
   // (they find the failed handle in the cache and do not retry).
   std::wstring failureText;
+  // Different for every volume handle ever opened, even when the system
+  // hands out a closed handle's value again: what was learnt about the
+  // volume through one handle is not taken for another's.
+  uint64_t generation = 0;
 };
 extern VolumeHandleCache gVolumeCache;
 

@@ -287,7 +287,8 @@ void ApplyFileMoveResult(ItemRecord& record, std::wstring_view moveResult) {
     SetItemOutcome(record, ItemState::Aborted, ItemFlags::kOutcomeAborted);
     record.fragments = kCountUnknown;
     record.clusters = kCountUnknown;
-  } else if (moveResult == L"NF" || moveResult == L"PD" || moveResult == L"NR") {
+  } else if (moveResult == L"NF" || moveResult == L"PD" || moveResult == L"NR" ||
+             moveResult == L"PM") {
     SetItemOutcome(record, ItemState::FragmentedFile, ItemFlags::kOutcomeFragmented);
   } else {
     SetItemOutcome(record, ItemState::Error, ItemFlags::kOutcomeError);

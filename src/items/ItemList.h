@@ -171,7 +171,8 @@ void SetItemOutcome(ItemRecord& record, ItemState state, uint32_t outcomeFlag);
 // A file after its analysis: analysed false when it could not be analysed.
 void ApplyFileAnalysis(ItemRecord& record, bool analysed, int64_t fragments, int64_t clusters);
 // A file after its relocation, from the move's result code: "" moved, "AC"
-// already contiguous, "ST" stopped, "NF"/"PD"/"NR" no room, else an error text.
+// already contiguous, "ST" stopped, "NF"/"PD"/"NR" no room, "PM" moved only in
+// part (still fragmented), else an error text.
 void ApplyFileMoveResult(ItemRecord& record, std::wstring_view moveResult);
 void ApplyFolderAborted(ItemRecord& record);
 void ApplyFolderAnalysis(ItemRecord& record, bool fragmentedListGrew);

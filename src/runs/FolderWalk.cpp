@@ -115,6 +115,9 @@ std::wstring ErrorMessageFor(const std::wstring& code) {
     return Text(kStrNoContiguousRun,
                 L"Non esistono cluster contigui sufficienti per deframmentare completamente il file.");
   }
+  if (code == kMovePartlyMoved) {
+    return Text(kStrPartlyMoved, L"Il file è stato spostato solo in parte ed è ancora frammentato.");
+  }
   if (code == kOutcomeNoResources) {
     return Text(kStrNoResources, L"Risorse di sistema insufficienti per deframmentare il file.  ");
   }

@@ -378,6 +378,7 @@ void StartRun(RunMode mode) {
   } else {
     AnalysisRun();
   }
+  EndOfRunRelease();
   const bool stopped = StopRequested();
   gRunState.lastEnd = stopped ? RunEnd::Stopped : RunEnd::Completed;
 

@@ -192,6 +192,7 @@ constexpr uint32_t kStrTipStop = 261;                // "Arresta l'operazione in
 
 // Runs: error texts, report, status bar, summary and shutdown dialogs.
 constexpr uint32_t kStrNoContiguousRun = 147;     // "Non esistono cluster contigui sufficienti ..."
+constexpr uint32_t kStrPartlyMoved = 148;         // "Il file è stato spostato solo in parte ..."
 constexpr uint32_t kStrNoResources = 149;         // "Risorse di sistema insufficienti ..."
 constexpr uint32_t kStrReportHeader = 292;        // "Rapporto di analisi di Ordalis creato il:"
 constexpr uint32_t kStrReportStatistics = 293;    // "Statistiche sui file"

@@ -11,6 +11,9 @@ class RelocationTest : public SimTest {
   std::wstring Defragment(const std::wstring& path, FileAnalysis* counts = nullptr) {
     DefragmentFile(path, counts);
     EXPECT_TRUE(Clean());
+    // Every file handle closed exactly once; only the volume stays open.
+    EXPECT_EQ(volume().FailedCloses(), 0u);
+    EXPECT_LE(volume().OpenHandleCount(), 1u);
     return gEngine.moveResultCode;
   }
   std::vector<SimRun> RunsOf(const std::wstring& path) { return volume().FindFile(path)->runs; }
@@ -50,9 +53,7 @@ TEST_F(RelocationTest, AFragmentedFileEndsUpInOneRunAtTheFoundTarget) {
   ASSERT_GE(status.size(), 2u);
   EXPECT_EQ(status.front(), L"Z:\\four");
   EXPECT_EQ(status.back(), L"Analisi in corso...");
-  // Closed by the move thread, then again by the caller; the volume stays
-  // cached.
-  EXPECT_EQ(volume().FailedCloses(), 1u);
+  // The volume stays cached.
   EXPECT_EQ(volume().OpenHandleCount(), 1u);
 }
 
@@ -95,7 +96,7 @@ TEST_F(RelocationTest, ARefusedExtentEndsTheFileWithItsTextAndKeepsEarlierMoves)
 
 TEST_F(RelocationTest, PendingMovesAreWaitedOnThroughTheFile) {
   Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=2 pending\n"
-                                "fault \"Z:\\four\" control=move call=4 pending status=0xC0000021\n");
+                                "fault \"Z:\\four\" control=move call=4 pending status=0xC0000022\n");
   EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 9}, {1230, 1}}));
 }
@@ -116,9 +117,11 @@ TEST_F(RelocationTest, AQuitMessageEndsTheWaitWhileTheThreadStillMoves) {
   release.set_value();
   WaitForMoveThread();
   EXPECT_FALSE(gEngine.moveThread.Running());
-  // The caller closed the file under the thread: the thread's move fails.
+  // The file stays the thread's: it finishes its moves and closes it, once.
   EXPECT_TRUE(Clean());
-  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
+  EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 10}}));
+  EXPECT_EQ(volume().FailedCloses(), 0u);
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);
 }
 
 TEST_F(RelocationTest, TheVolumeHandleIsCachedPerDriveAndAFailedOpenIsNotRetried) {
@@ -151,7 +154,7 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
       {"fault \"Z:\" control=volume status=0xC0000022", "Access is denied"},
       {"fault \"Z:\" control=bitmap status=0xC00000BB", "not supported"},
       {"fault \"Z:\" control=bitmap call=1 pending status=0xC0000777", "Error 0xC0000777"},
-      {"fault \"Z:\\four\" control=move call=1 status=0xC0000021", "Access is denied"},
+      {"fault \"Z:\\four\" control=move status=0xC0000021", "Access is denied"},
       {"fault \"Z:\\four\" control=move call=2 status=0xC0000888", "Error 0xC0000888"},
       {"fault \"Z:\\four\" control=move call=1 status=0x80000005", "More data is available"},
   };
@@ -161,6 +164,26 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
     Volume(std::string(kVolume) + fault + "\n");
     const std::string code = Narrow(Defragment(L"Z:\\four"));
     EXPECT_NE(code.find(expected), std::string::npos) << code;
+  }
+}
+
+// A refusal answered at once leaves the status block untouched, as on the
+// system; the outcome is the refusal all the same, whatever the volume writes
+// into the block and whether the answer comes at once or after a wait.
+TEST_F(RelocationTest, ARefusedMoveIsNeverReadAsMoved) {
+  const std::pair<const char*, const char*> kWays[] = {
+      {"", ""}, {" blockOnFailure=on", ""}, {" pending=on", " pending"}};
+  for (const auto& [setting, faultExtra] : kWays) {
+    for (const char* status : {"0xC0000021", "0xC000000D", "0xC0000022"}) {
+      SCOPED_TRACE(std::string(setting) + faultExtra + " " + status);
+      std::string described = kVolume;
+      described.insert(described.find('\n'), setting);
+      Volume(described + "fault \"Z:\\four\" control=move" + faultExtra + " status=" + status + "\n");
+      const std::wstring code = Defragment(L"Z:\\four");
+      EXPECT_FALSE(code.empty());
+      EXPECT_EQ(code, FailureText(uint32_t(std::stoul(status, nullptr, 16))));
+      EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
+    }
   }
 }
 
@@ -178,10 +201,40 @@ TEST_F(RelocationTest, PartialMovesAndHeldClustersStayConsistent) {
   volume().Checkpoint();
   EXPECT_EQ(Defragment(L"Z:\\b"), L"");
   EXPECT_EQ(RunsOf(L"Z:\\b"), (std::vector<SimRun>{{1200, 80}}));
-  // A move told to move only part of its range reports success all the same.
+}
+
+// Moves that report success having moved only part of their range: the
+// file is read back, found in pieces, and the outcome says so.
+TEST_F(RelocationTest, AMoveThatMovedOnlyPartIsFoundOut) {
   Volume(std::string(kVolume) + "fault \"Z:\\four\" control=move call=3 partial=2\n");
-  EXPECT_EQ(Defragment(L"Z:\\four"), L"");
+  FileAnalysis counts;
+  EXPECT_EQ(Defragment(L"Z:\\four", &counts), kMovePartlyMoved);
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 7}, {1222, 2}, {1009, 1}}));
+  EXPECT_EQ(counts.fragments, 3u);  // as it is now, not as it was
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);  // only the cached volume
+  // A chunked move whose target became partly held for a checkpoint after
+  // the search stops early with success: the file ends split between the
+  // target and where it was.
+  Volume(
+      "volume letter=Z clusters=2000 checkpoint=on partialMoves=on moveChunk=4\n"
+      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
+      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
+      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
+  gEngineHooks.setProgress = [this](uint64_t position) {
+    std::string error;
+    if (position == 1) {
+      EXPECT_TRUE(volume().Hold(1040, 4, error)) << error;
+    }
+  };
+  EXPECT_EQ(Defragment(L"Z:\\a"), kMovePartlyMoved);
+  EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 40}, {1290, 10}, {1050, 50}}));
+  gEngineHooks.setProgress = nullptr;
+  // A move to cluster 0, where a whole file reads as no fragment at all.
+  Volume(
+      "volume letter=Z clusters=100\n"
+      "file \"Z:\\z\" size=4096 runs=50:2,10:2\nreserve 4 6\nreserve 12 38\n");
+  EXPECT_EQ(Defragment(L"Z:\\z"), L"");
+  EXPECT_EQ(RunsOf(L"Z:\\z"), (std::vector<SimRun>{{0, 4}}));
 }
 
 }  // namespace

@@ -24,9 +24,12 @@ class SimVolumeTest : public SimTest {
     Read r{};
     std::vector<uint8_t> out(std::max<uint32_t>(outputLength, 16), 0xEE);
     r.status = Va().GetRetrievalPointers(file, r.block, &vcn, inputLength, out.data(), outputLength);
-    if (r.status == kStatusPending) Va().Wait(file);
+    if (r.status == kStatusPending) {
+      Va().Wait(file);
+      r.status = r.block.status;
+    }
     std::memcpy(&r.header, out.data(), sizeof r.header);
-    if (r.block.status >= 0) {
+    if (r.status >= 0) {
       for (uint32_t i = 0; i < r.header.extentCount; ++i) {
         RetrievalExtent e;
         std::memcpy(&e, out.data() + 16 + 16 * i, 16);
@@ -39,7 +42,9 @@ class SimVolumeTest : public SimTest {
   NtStatus Move(FsHandle volume, FsHandle file, int64_t vcn, int64_t lcn, uint32_t count) {
     MoveFileRecord record{uint64_t(file), vcn, lcn, count, 0};
     IoStatusBlock block{};
-    if (Va().MoveClusters(volume, block, &record, sizeof record) == kStatusPending) Va().Wait(file);
+    const NtStatus status = Va().MoveClusters(volume, block, &record, sizeof record);
+    if (status != kStatusPending) return status;
+    Va().Wait(file);
     return block.status;
   }
 };
@@ -178,6 +183,53 @@ TEST_F(SimVolumeTest, HeldClustersPartialMovesAndPendingAnswers) {
   EXPECT_EQ(block.status, 77);
   Va().Wait(a);
   EXPECT_EQ(block.status, kStatusSuccess);
+}
+
+// A synchronous file object: an error answered at once leaves the caller's
+// block as it was; success, warnings and completions after pending write it.
+TEST_F(SimVolumeTest, TheStatusBlockIsWrittenOnlyWhereTheSystemWritesIt) {
+  for (const char* setting : {"", " blockOnFailure=on"}) {
+    SCOPED_TRACE(setting);
+    const bool written = *setting != 0;
+    Volume(std::string("volume letter=Z clusters=100000") + setting + "\n"
+           "file \"Z:\\f\" size=4096 runs=10:4,20:4\n"
+           "fault \"Z:\\f\" control=move call=2 pending status=0xC0000022\n");
+    FsHandle v = Va().OpenVolume("\\\\.\\Z:");
+    FsHandle f = Va().OpenFileForMoving(L"Z:\\f");
+    std::vector<uint8_t> out(kSharedBufferLength);
+    IoStatusBlock block{};
+    auto marked = [&] {
+      block.status = 77;
+      block.information = 99;
+      return &block;
+    };
+    int64_t lcn = 0;
+    EXPECT_EQ(Va().GetVolumeBitmap(v, *marked(), &lcn, 8, out.data(), 23), kStatusBufferTooSmall);
+    EXPECT_EQ(block.status, written ? kStatusBufferTooSmall : 77);
+    EXPECT_EQ(Va().GetVolumeBitmap(f, *marked(), &lcn, 8, out.data(), kSharedBufferLength),
+              kStatusInvalidParameter);
+    EXPECT_EQ(block.status, written ? kStatusInvalidParameter : 77);
+    EXPECT_EQ(Va().GetVolumeBitmap(v, *marked(), &lcn, 8, out.data(), kSharedBufferLength),
+              kStatusBufferOverflow);
+    EXPECT_EQ(block.status, kStatusBufferOverflow);  // a warning: data came back
+    EXPECT_EQ(block.information, kSharedBufferLength);
+    lcn = 50;
+    EXPECT_EQ(Va().GetRetrievalPointers(f, *marked(), &lcn, 8, out.data(), kSharedBufferLength),
+              kStatusEndOfFile);
+    EXPECT_EQ(block.status, written ? kStatusEndOfFile : 77);
+    MoveFileRecord record{uint64_t(f), 0, 21, 4, 0};  // onto its own second run
+    EXPECT_EQ(Va().MoveClusters(v, *marked(), &record, sizeof record), kStatusAlreadyCommitted);
+    EXPECT_EQ(block.status, written ? kStatusAlreadyCommitted : 77);
+    // The fault's call: pending, and its failure lands in the block on the wait.
+    record.startingLcn = 500;
+    EXPECT_EQ(Va().MoveClusters(v, *marked(), &record, sizeof record), kStatusPending);
+    EXPECT_EQ(block.status, 77);
+    Va().Wait(f);
+    EXPECT_EQ(block.status, kStatusAccessDenied);
+    record.fileHandle = 12345;
+    EXPECT_EQ(Va().MoveClusters(v, *marked(), &record, sizeof record), kStatusInvalidHandle);
+    EXPECT_EQ(block.status, written ? kStatusInvalidHandle : 77);
+  }
 }
 
 TEST_F(SimVolumeTest, TheCheckerNoticesLostAndStrayData) {

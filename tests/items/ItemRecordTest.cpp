@@ -84,6 +84,7 @@ TEST(ItemRecordTest, FileMoveResultOutcomes) {
       {L"NF", 7, ItemState::FragmentedFile, ItemFlags::kOutcomeFragmented, 7, 50},
       {L"PD", 7, ItemState::FragmentedFile, ItemFlags::kOutcomeFragmented, 7, 50},
       {L"NR", 7, ItemState::FragmentedFile, ItemFlags::kOutcomeFragmented, 7, 50},
+      {L"PM", 7, ItemState::FragmentedFile, ItemFlags::kOutcomeFragmented, 7, 50},
       {L"Accesso negato.\r\n", 7, ItemState::Error, ItemFlags::kOutcomeError, -1, -1},
       {L"ac", 7, ItemState::Error, ItemFlags::kOutcomeError, -1, -1},
   };

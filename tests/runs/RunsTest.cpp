@@ -94,6 +94,42 @@ TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
   EXPECT_EQ(Fragments(L"Z:\\data\\big.bin"), 2u);
   EXPECT_EQ(ItemAtRow(0)->state, ItemState::DefragmentedFile);
   EXPECT_EQ(Check(), "check ok");
+  // Every handle closed once, the volume's too: nothing holds the drive.
+  EXPECT_EQ(volume_->OpenHandleCount(), 0u);
+  EXPECT_EQ(volume_->FailedCloses(), 0u);
+}
+
+// The file system reports the second move of a.bin as done having moved one
+// of its two clusters: the file is still in pieces and must not count as
+// defragmented, in the list, the error list or the summary.
+TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
+  // single.bin gets a second run of three clusters, one of which moves.
+  std::string tree = kTree;
+  tree.replace(tree.find("runs=500:1,510:1"), 16, "runs=500:1,510:3");
+  Volume(tree + "fault \"Z:\\data\\a.bin\" control=move call=2 partial=1\n"
+                "fault \"Z:\\single.bin\" control=move call=2 partial=1\n");
+  gApp.runFlags = kRunNoGui | kRunDefrag;
+  StartRun(RunMode::DefragmentAll);
+
+  EXPECT_EQ(Joined(ConsoleDefragSection()),
+            L"Summary:\r\n\r\n"
+            L"Number of processed files : 6\r\n"
+            L"Number of fragmented files : 0\r\n"
+            L"Number of already contiguous files : 1\r\n"
+            L"Number of defragmented files : 1\r\n"
+            L"Number of files that were not defragmented due to processing errors : 5\r\n"
+            L"\r\n");
+  std::vector<std::wstring> messages;
+  for (const ErrorEntry& entry : gRun.errors) messages.push_back(entry.displayPath + L": " + entry.message);
+  const std::wstring partly = L"Il file è stato spostato solo in parte ed è ancora frammentato.";
+  EXPECT_EQ(messages[0], L"Z:\\single.bin: " + partly);
+  EXPECT_EQ(messages[1], L"Z:\\data\\a.bin: " + partly);
+  EXPECT_EQ(ItemAtRow(0)->state, ItemState::FragmentedFile);
+  EXPECT_EQ(ItemStateText(ItemAtRow(0)->state, ItemAtRow(0)->flags), L"Frammentato");
+  EXPECT_EQ(ItemAtRow(1)->state, ItemState::FragmentedFolder);
+  EXPECT_GE(Fragments(L"Z:\\data\\a.bin"), 2u);
+  EXPECT_GE(Fragments(L"Z:\\single.bin"), 2u);
+  EXPECT_EQ(Check(), "check ok");
 }
 
 TEST_F(RunsTest, BothRunsTogetherReportEachInTurn) {

@@ -231,6 +231,8 @@ bool ParseVolume(const std::vector<Token>& tokens, SimSettings& settings, std::s
       ok = ParseSwitch(value, settings.partialMoves);
     } else if (key == "pending") {
       ok = ParseSwitch(value, settings.pending);
+    } else if (key == "blockOnFailure") {
+      ok = ParseSwitch(value, settings.blockOnFailure);
     } else {
       error = "unknown volume setting " + key;
       return false;
@@ -425,7 +427,8 @@ std::string WriteSimDescription(const SimVolume& volume) {
                     " inUseStatus=" + StatusText(s.inUseStatus) + " checkpoint=" + onOff(s.checkpoint) +
                     " partialMoves=" + onOff(s.partialMoves) + " pending=" + onOff(s.pending) +
                     " moveChunk=" + std::to_string(s.moveChunk) +
-                    (s.moveDelayMs != 0 ? " moveDelay=" + std::to_string(s.moveDelayMs) : "") + "\n";
+                    (s.moveDelayMs != 0 ? " moveDelay=" + std::to_string(s.moveDelayMs) : "") +
+                    (s.blockOnFailure ? " blockOnFailure=on" : "") + "\n";
   for (const SimRun& run : volume.Reserved()) {
     out += "reserve " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
   }

@@ -606,7 +606,22 @@ NtStatus SimVolume::Answer(FsHandle handle, FsHandle alsoSignals, IoStatusBlock&
     completions_.push_back({handle, alsoSignals, [complete]() { complete(); }});
     return kStatusPending;
   }
-  return complete();
+  uintptr_t information = 0;
+  const NtStatus status = work(information);
+  if (IsError(status)) return Refuse(block, status);
+  block.status = status;
+  block.information = information;
+  return status;
+}
+
+NtStatus SimVolume::Refuse(IoStatusBlock& block, NtStatus status) const {
+  // A synchronous file object's block is written back on success and on
+  // warnings only; an error answered at once leaves it as the caller set it.
+  if (settings_.blockOnFailure) {
+    block.status = status;
+    block.information = 0;
+  }
+  return status;
 }
 
 bool SimVolume::QueuesRead(bool pendingWanted, const std::function<NtStatus(void*)>& probe,
@@ -636,10 +651,9 @@ NtStatus SimVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, co
                                          uint32_t outputLength) {
   std::lock_guard lock(mutex_);
   auto it = handles_.find(file);
-  if (it == handles_.end()) return block.status = kStatusInvalidHandle;
+  if (it == handles_.end()) return Refuse(block, kStatusInvalidHandle);
   if (it->second.kind != HandleKind::File || inputLength < 8) {
-    block.information = 0;
-    return block.status = kStatusInvalidParameter;
+    return Refuse(block, kStatusInvalidParameter);
   }
   int64_t vcn;
   std::memcpy(&vcn, input, 8);
@@ -710,10 +724,9 @@ NtStatus SimVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, const
                                     uint32_t inputLength, void* output, uint32_t outputLength) {
   std::lock_guard lock(mutex_);
   auto it = handles_.find(volume);
-  if (it == handles_.end()) return block.status = kStatusInvalidHandle;
+  if (it == handles_.end()) return Refuse(block, kStatusInvalidHandle);
   if (it->second.kind != HandleKind::Volume || inputLength < 8) {
-    block.information = 0;
-    return block.status = kStatusInvalidParameter;
+    return Refuse(block, kStatusInvalidParameter);
   }
   int64_t lcn;
   std::memcpy(&lcn, input, 8);
@@ -777,16 +790,15 @@ NtStatus SimVolume::MoveClusters(FsHandle volume, IoStatusBlock& block, const vo
   std::lock_guard lock(mutex_);
   ++moveCalls_;
   auto it = handles_.find(volume);
-  if (it == handles_.end()) return block.status = kStatusInvalidHandle;
-  block.information = 0;
+  if (it == handles_.end()) return Refuse(block, kStatusInvalidHandle);
   if (it->second.kind != HandleKind::Volume || inputLength < sizeof(MoveFileRecord)) {
-    return block.status = kStatusInvalidParameter;
+    return Refuse(block, kStatusInvalidParameter);
   }
   MoveFileRecord record;
   std::memcpy(&record, input, sizeof record);
   auto file = handles_.find(FsHandle(record.fileHandle));
   if (file == handles_.end() || file->second.kind != HandleKind::File) {
-    return block.status = kStatusInvalidHandle;
+    return Refuse(block, kStatusInvalidHandle);
   }
   const uint32_t index = file->second.file;
   const SimFault* fault = MatchFault(SimControl::Move, files_[index - 1].path);

@@ -72,6 +72,10 @@ struct SimSettings {
   bool pending = false;       // every control answers pending first
   uint32_t moveChunk = 16;    // clusters per chunk of a partial-capable move
   uint32_t moveDelayMs = 0;   // every move call first takes this long, as a slow disk does
+  // Off, as on the system: a control that fails without answering pending
+  // leaves the caller's status block untouched. On: the block gets the error
+  // too, which hides a caller that reads the block instead of the status.
+  bool blockOnFailure = false;
   bool operator==(const SimSettings&) const = default;
 };
 
@@ -175,6 +179,9 @@ class SimVolume : public VolumeAccess {
                   uint32_t outputLength);
   NtStatus Answer(FsHandle handle, FsHandle alsoSignals, IoStatusBlock& block, bool pending,
                   std::function<NtStatus(uintptr_t&)> work);
+  // A synchronous failure: the block is written only with blockOnFailure.
+  NtStatus Refuse(IoStatusBlock& block, NtStatus status) const;
+  static bool IsError(NtStatus status) { return (uint32_t(status) >> 30) == 3; }
   // Where each run of a file starts in VCNs, kept until the file moves.
   const std::vector<int64_t>& VcnStarts(uint32_t fileIndex) const;
   NtStatus Pointers(uint32_t fileIndex, int64_t vcn, void* output, uint32_t outputLength,
@@ -220,7 +227,7 @@ class SimVolume : public VolumeAccess {
 
 // The description format: UTF-8, one statement per line, ";" starts a comment.
 //   volume letter=Z clusters=N clusterSize=4096 bitmapAlign=8 inUseStatus=0xC0000021
-//          checkpoint=off partialMoves=off pending=off [moveChunk=16]
+//          checkpoint=off partialMoves=off pending=off [moveChunk=16] [blockOnFailure=off]
 //   reserve LCN COUNT
 //   held LCN COUNT
 //   file "PATH" size=BYTES runs=LCN:COUNT,*:COUNT,... [compressed] [unmovable=N]

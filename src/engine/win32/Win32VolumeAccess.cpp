@@ -24,8 +24,7 @@ FsHandle FromHandle(HANDLE handle) { return reinterpret_cast<FsHandle>(handle); 
 NtStatus Control(FsHandle handle, IoStatusBlock& block, ULONG code, const void* input,
                  uint32_t inputLength, void* output, uint32_t outputLength) {
   if (gNative.fsControl == nullptr) {
-    block.status = kStatusNotSupported;
-    block.information = 0;
+    // Answered like any synchronous failure: the block is left alone.
     return kStatusNotSupported;
   }
   return gNative.fsControl(AsHandle(handle), nullptr, nullptr, nullptr, &block, code,

@@ -1,0 +1,353 @@
+// The free-space map against the per-file scan of the bitmap, its reference:
+// every answer must be the scan's, on layouts made to hit the scan's quirks,
+// after changes read back into the map, and over whole sequences of
+// relocations on random volumes.
+#include "engine/FreeSpaceMap.h"
+
+#include <chrono>
+#include <cstdio>
+#include <random>
+
+#include "EngineTestSupport.h"
+
+namespace {
+
+#ifdef _WIN32
+constexpr int kLayouts = 40;
+constexpr int kVolumes = 60;
+#else
+constexpr int kLayouts = 600;
+constexpr int kVolumes = 1200;
+#endif
+
+class FreeSpaceMapTest : public SimTest {
+ protected:
+  void SetUp() override {
+    SimTest::SetUp();
+    gEngineHooks.pumpMessages = [] { return true; };
+  }
+  void TearDown() override {
+    gPerFileScan = false;
+    SimTest::TearDown();
+  }
+
+  FsHandle Build(uint64_t clusters, const std::vector<SimRun>& used, uint32_t align = 8) {
+    Volume("volume letter=Z clusters=" + std::to_string(clusters) +
+           " bitmapAlign=" + std::to_string(align) + "\n");
+    std::string error;
+    for (const SimRun& run : used) EXPECT_TRUE(volume().Reserve(run.lcn, run.count, error)) << error;
+    handle_ = Va().OpenVolume("\\\\.\\Z:");
+    std::wstring message;
+    EXPECT_EQ(map_.Read(handle_, 1, message), 1);
+    return handle_;
+  }
+
+  // The map's answers equal the scan's for these sizes, both strategies.
+  ::testing::AssertionResult SameAnswers(const std::vector<uint64_t>& sizes) {
+    for (uint64_t needed : sizes) {
+      if (needed == 0) continue;
+      for (bool smart : {false, true}) {
+        int64_t scanned = 0;
+        std::wstring message;
+        FindFreeRun(handle_, needed, smart, scanned, message);
+        const int64_t mapped = map_.Find(needed, smart);
+        if (mapped != scanned) {
+          return ::testing::AssertionFailure() << "needed " << needed << (smart ? " smart" : " quick")
+                                               << ": map " << mapped << ", scan " << scanned;
+        }
+      }
+    }
+    return ::testing::AssertionSuccess();
+  }
+
+  std::vector<uint64_t> Sizes(std::mt19937_64& random) {
+    uint64_t largest = 0;
+    for (const auto& run : map_.Runs()) largest = std::max(largest, run.length);
+    return {1, 2, 3, 5, 8, largest / 2, largest, largest + 1, largest + 2, 1 + random() % 300};
+  }
+
+  FreeSpaceMap map_;
+  FsHandle handle_ = 0;
+};
+
+// Used and free stretches of random lengths; now and then the first free run
+// starts exactly at the byte count of the first bitmap read, where the scan
+// carries a run over one used cluster.
+std::vector<SimRun> RandomUsed(std::mt19937_64& random, uint64_t clusters) {
+  std::vector<SimRun> used;
+  const uint64_t meanRun = 1 + random() % 200;
+  uint64_t at = 0;
+  if (random() % 3 == 0) {
+    const uint64_t bytes = 16 + std::min<uint64_t>(4096, (clusters + 7) / 8);
+    if (bytes + 4 < clusters) {
+      used.push_back({0, bytes});
+      at = bytes + 1 + random() % 4;
+      const uint64_t gap = 1 + random() % 3;
+      used.push_back({int64_t(at), std::min(gap, clusters - at)});
+      at += gap + random() % 6;
+    }
+  }
+  bool isUsed = random() % 2;
+  while (at < clusters) {
+    const uint64_t length = std::min<uint64_t>(1 + random() % (2 * meanRun), clusters - at);
+    if (isUsed) used.push_back({int64_t(at), length});
+    at += length;
+    isUsed = !isUsed;
+  }
+  return used;
+}
+
+TEST_F(FreeSpaceMapTest, AnswersAsTheScanOnQuirkyLayouts) {
+  // The scan's guard: a run starting at 4,112 (a full first read), or at
+  // 16 + 2,500 on a volume of 20,000 clusters, is carried over one used
+  // cluster; one starting there and reaching the end of a chunk is carried
+  // into the next read, and one reaching the end of the volume is lost.
+  struct Case {
+    uint64_t clusters;
+    std::vector<SimRun> used;
+  };
+  const Case cases[] = {
+      {32768, {{0, 4112}, {4115, 1}, {4121, 32768 - 4121}}},
+      {32768, {{0, 4113}, {4116, 1}, {4122, 32768 - 4122}}},
+      {20000, {{0, 2516}, {2519, 1}, {2530, 20000 - 2530}}},
+      {20000, {{0, 2516}}},
+      {100000, {{0, 4112}}},
+      {100000, {{0, 4112}, {40000, 1}, {40010, 2}}},
+      {100000, {{0, 4112}, {32768, 1}, {32770, 1}, {70000, 3}}},
+      {100000, {{0, 4112}, {32767, 2}, {65536, 1}}},
+      {70000, {{0, 32760}, {32776, 70000 - 32776}}},
+      {98304, {{0, 1}, {65535, 2}}},
+      {50000, {{0, 50000}}},
+      {50000, {}},
+  };
+  std::mt19937_64 random(3);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.clusters);
+    Build(c.clusters, c.used);
+    EXPECT_TRUE(SameAnswers(Sizes(random)));
+  }
+}
+
+// Clusters taken and given back, read into the map each time, in the quirky
+// start of the volume as anywhere else.
+TEST_F(FreeSpaceMapTest, ChangesReadBackKeepTheAnswersTheScans) {
+  std::mt19937_64 random(11);
+  for (int layout = 0; layout < kLayouts; ++layout) {
+    const uint64_t clusters = 1 + random() % (random() % 4 == 0 ? 200000 : 9000);
+    SCOPED_TRACE("layout " + std::to_string(layout) + ", " + std::to_string(clusters) + " clusters");
+    Build(clusters, RandomUsed(random, clusters));
+    ASSERT_TRUE(SameAnswers(Sizes(random)));
+    for (int change = 0; change < 6; ++change) {
+      // Take a few free ranges (held: given back by the checkpoint).
+      std::vector<ClusterRun> taken;
+      const auto runs = map_.Runs();
+      for (int i = 0; i < 3 && !runs.empty(); ++i) {
+        const auto& run = runs[random() % runs.size()];
+        const uint64_t offset = random() % run.length;
+        const uint64_t count = 1 + random() % (run.length - offset);
+        std::string error;
+        if (volume().Hold(run.start + int64_t(offset), count, error)) {
+          taken.push_back({run.start + int64_t(offset), count});
+        }
+      }
+      std::wstring message;
+      ASSERT_EQ(map_.Refresh(handle_, taken, message), 1);
+      ASSERT_TRUE(SameAnswers(Sizes(random))) << "after taking";
+      volume().Checkpoint();
+      ASSERT_EQ(map_.Refresh(handle_, taken, message), 1);
+      ASSERT_TRUE(SameAnswers(Sizes(random))) << "after giving back";
+    }
+  }
+}
+
+TEST_F(FreeSpaceMapTest, AVolumeThatRoundsReadsOddlyIsLeftToTheScan) {
+  Build(70000, {{0, 100}}, 3);
+  EXPECT_FALSE(map_.Regular());
+  int64_t lcn = 0;
+  std::wstring message;
+  EXPECT_EQ(SearchFreeRun(handle_, 10, false, lcn, message), 1);
+  EXPECT_EQ(lcn, 100);
+}
+
+// Random volumes, each defragmented file by file twice from the same start:
+// once searched through the map, once by the per-file scan. Every outcome and
+// every file's runs must be the same, whatever the strategy, the volume's
+// checkpoints, partial moves, refused targets and clusters taken under the
+// run's feet.
+struct Scenario {
+  std::string description;
+  std::vector<std::wstring> paths;
+  std::vector<bool> smart;
+  std::vector<bool> checkpointAfter;
+  std::vector<int> takeDuring;  // file whose move sees clusters taken, -1 none
+};
+
+Scenario RandomScenario(std::mt19937_64& random) {
+  auto chance = [&](int percent) { return int(random() % 100) < percent; };
+  Scenario s;
+  const uint64_t clusters = 64 + random() % (chance(20) ? 150000 : 6000);
+  std::vector<bool> used(clusters, false);
+  char line[256];
+  std::snprintf(line, sizeof line,
+                "volume letter=Z clusters=%llu checkpoint=%s partialMoves=%s moveChunk=%u pending=%s\n",
+                static_cast<unsigned long long>(clusters), chance(40) ? "on" : "off",
+                chance(30) ? "on" : "off", 1u << (random() % 6), chance(10) ? "on" : "off");
+  s.description = line;
+  auto place = [&](uint64_t count, int64_t& lcn) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+      if (count > clusters) return false;
+      const uint64_t at = random() % (clusters - count + 1);
+      bool free = true;
+      for (uint64_t c = at; c < at + count && free; ++c) free = !used[c];
+      if (!free) continue;
+      for (uint64_t c = at; c < at + count; ++c) used[c] = true;
+      lcn = int64_t(at);
+      return true;
+    }
+    return false;
+  };
+  // Crumbled free space: many small reserved stretches.
+  for (int r = int(random() % 200); r > 0; --r) {
+    int64_t lcn;
+    const uint64_t count = 1 + random() % 40;
+    if (place(count, lcn)) {
+      s.description += "reserve " + std::to_string(lcn) + " " + std::to_string(count) + "\n";
+    }
+  }
+  const int files = 2 + int(random() % 8);
+  for (int f = 0; f < files; ++f) {
+    const std::wstring path = L"Z:\\f" + std::to_wstring(f);
+    std::string runs;
+    uint64_t vcns = 0;
+    const bool holes = chance(10);
+    for (int r = 1 + int(random() % 10); r > 0; --r) {
+      int64_t lcn;
+      const uint64_t count = 1 + random() % (chance(20) ? 200 : 20);
+      if (!place(count, lcn)) break;
+      runs += (runs.empty() ? "" : ",") + std::to_string(lcn) + ":" + std::to_string(count);
+      vcns += count;
+      if (holes && chance(40)) {
+        const uint64_t hole = 1 + random() % 16;
+        runs += ",*:" + std::to_string(hole);
+        vcns += hole;
+      }
+    }
+    if (runs.empty()) continue;
+    s.description += "file \"" + Utf8FromWide(path) + "\" size=" + std::to_string(vcns * 4096 / 2) +
+                     " runs=" + runs + "\n";
+    if (chance(15)) {
+      const char* statuses[] = {"0xC0000021", "0xC000000D", "0xC0000022"};
+      s.description += "fault \"" + Utf8FromWide(path) + "\" control=move call=" +
+                       std::to_string(1 + random() % 3) +
+                       (chance(30) ? " partial=" + std::to_string(1 + random() % 8)
+                                   : std::string(" status=") + statuses[random() % 3]) +
+                       "\n";
+    }
+    s.paths.push_back(path);
+    s.smart.push_back(chance(50));
+    s.checkpointAfter.push_back(chance(30));
+  }
+  // Each file is relocated twice in a row now and then: the second finds
+  // it contiguous, or finds the space its first move left.
+  const size_t count = s.paths.size();
+  for (size_t i = 0; i < count; ++i) {
+    if (chance(20)) {
+      s.paths.push_back(s.paths[i]);
+      s.smart.push_back(!s.smart[i]);
+      s.checkpointAfter.push_back(chance(50));
+    }
+  }
+  for (size_t i = 0; i < s.paths.size(); ++i) s.takeDuring.push_back(chance(10) ? int(i) : -1);
+  return s;
+}
+
+struct Outcome {
+  std::vector<std::wstring> codes;
+  std::vector<std::vector<SimRun>> runsAfter;
+  std::vector<SimFile> files;
+  bool operator==(const Outcome&) const = default;
+};
+
+class FreeSpaceMapRunTest : public SimTest {
+ protected:
+  // The volume's maximal free runs, cluster by cluster.
+  std::vector<FreeSpaceMap::Run> FreeRuns() {
+    std::vector<FreeSpaceMap::Run> runs;
+    for (uint64_t c = 0; c < volume().Settings().clusters; ++c) {
+      if (volume().InUse(int64_t(c))) continue;
+      if (!runs.empty() && runs.back().start + int64_t(runs.back().length) == int64_t(c)) {
+        ++runs.back().length;
+      } else {
+        runs.push_back({int64_t(c), 1});
+      }
+    }
+    return runs;
+  }
+
+  void TearDown() override {
+    gPerFileScan = false;
+    SimTest::TearDown();
+  }
+
+  Outcome Play(const Scenario& s, bool perFileScan) {
+    ResetAll();
+    Volume(s.description);
+    gPerFileScan = perFileScan;
+    Outcome out;
+    for (size_t i = 0; i < s.paths.size(); ++i) {
+      // Another program takes clusters while the first extent moves: the
+      // next extent's target, if it was free.
+      bool taken = false;
+      gEngineHooks.setProgress = [&, i](uint64_t position) {
+        if (s.takeDuring[i] != int(i) || position != 2 || taken) return;
+        taken = true;
+        const int64_t target = gEngine.moveJob.targetLcn + int64_t(gExtentList.Head()->clusterCount);
+        std::string error;
+        volume().Reserve(target, 1, error);
+      };
+      gEngine.flags = s.smart[i] ? kSmartStrategy : 0;
+      DefragmentFile(s.paths[i], nullptr);
+      gEngineHooks.setProgress = nullptr;
+      EXPECT_TRUE(Clean()) << "after " << Utf8FromWide(s.paths[i]);
+      if (!perFileScan && gFreeSpaceMap.ReadFor(gVolumeCache.handle, gVolumeCache.generation)) {
+        // What a checkpoint freed is read before the next search; read it now.
+        std::wstring message;
+        EXPECT_EQ(gFreeSpaceMap.RefreshHeld(gVolumeCache.handle, message), 1);
+        EXPECT_EQ(gFreeSpaceMap.Runs(), FreeRuns()) << "the map after " << Utf8FromWide(s.paths[i]);
+      }
+      out.codes.push_back(gEngine.moveResultCode);
+      out.runsAfter.push_back(volume().FindFile(s.paths[i])->runs);
+      if (s.checkpointAfter[i]) volume().Checkpoint();
+    }
+    out.files = volume().Files();
+    return out;
+  }
+};
+
+TEST_F(FreeSpaceMapRunTest, EveryPlacementIsTheScansOverRandomRuns) {
+  std::mt19937_64 random(2024);
+  const auto started = std::chrono::steady_clock::now();
+  uint64_t relocations = 0, moved = 0;
+  for (int v = 0; v < kVolumes; ++v) {
+    const Scenario s = RandomScenario(random);
+    SCOPED_TRACE(s.description);
+    const Outcome mapped = Play(s, false);
+    const Outcome scanned = Play(s, true);
+    ASSERT_EQ(mapped.codes.size(), scanned.codes.size());
+    for (size_t i = 0; i < mapped.codes.size(); ++i) {
+      ASSERT_EQ(Utf8FromWide(mapped.codes[i]), Utf8FromWide(scanned.codes[i]))
+          << "file " << i << " " << Utf8FromWide(s.paths[i]);
+      ASSERT_EQ(mapped.runsAfter[i], scanned.runsAfter[i]) << "file " << i;
+      moved += mapped.codes[i].empty();
+    }
+    ASSERT_TRUE(mapped == scanned);
+    relocations += s.paths.size();
+  }
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+  std::printf("differential: %d volumes, %llu relocations each way (%llu moved) in %.1f s\n",
+              kVolumes, static_cast<unsigned long long>(relocations),
+              static_cast<unsigned long long>(moved), seconds);
+}
+
+}  // namespace
