@@ -118,8 +118,11 @@ bool ParseNumber(const std::string& text, uint64_t& value) {
   const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
   errno = 0;
   value = std::strtoull(text.c_str(), &end, hex ? 16 : 10);
-  // A number beyond 64 bits is refused rather than read as the largest one.
-  return end != nullptr && *end == 0 && text[0] != '-' && errno != ERANGE;
+  // A number beyond 64 bits is refused rather than read as the largest one,
+  // and the whole text must be the number: a NUL inside it would otherwise
+  // end the reading early and pass for the end of the text.
+  const bool whole = end == text.c_str() + text.size() && end != text.c_str() + (hex ? 2 : 0);
+  return whole && text[0] != '-' && errno != ERANGE;
 }
 
 bool ParseSwitch(const std::string& text, bool& value) {
