@@ -9,6 +9,7 @@
 #include "ui/Artwork.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/PanelListView.h"
 #include "util/StringIds.h"
 
 namespace {
@@ -42,30 +43,10 @@ void AnswerCell(NMLVDISPINFOW* info) {
 
 const ColumnTable kErrorColumnTable{kErrorColumns, static_cast<int>(std::size(kErrorColumns)), IDR_ERROR_COLUMNS_MENU};
 
-void InitErrorListView(HWND list) {
-  ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);
-  ListView_SetImageList(list, ItemImageList(WindowDpi(list)), LVSIL_SMALL);
-  BuildListColumns(list, kErrorColumnTable);
-  ApplyColumnVisibility(list, kErrorColumnTable, gSettings.errorColumnVisible);
-}
+void InitErrorListView(HWND list) { InitPanelListView(list, kErrorColumnTable, gSettings.errorColumnVisible); }
 
-void RefreshErrorRows(HWND list) {
-  ListView_SetItemCountEx(list, static_cast<int>(gRun.errors.size()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
-  InvalidateRect(list, nullptr, FALSE);
-}
+void RefreshErrorRows(HWND list) { SetPanelRowCount(list, gRun.errors.size()); }
 
 bool OnErrorListNotify(HWND, NMHDR* header, LRESULT& result) {
-  switch (header->code) {
-    case LVN_GETDISPINFOW:
-      AnswerCell(reinterpret_cast<NMLVDISPINFOW*>(header));
-      result = TRUE;
-      return true;
-    case LVN_MARQUEEBEGIN:
-      result = 1;
-      return true;
-    case LVN_BEGINDRAG:
-      result = TRUE;
-      return true;
-  }
-  return false;
+  return OnPanelListNotify(header, result, AnswerCell);
 }

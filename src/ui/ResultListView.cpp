@@ -9,6 +9,7 @@
 #include "ui/Artwork.h"
 #include "ui/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/PanelListView.h"
 #include "util/StringIds.h"
 
 namespace {
@@ -61,30 +62,10 @@ void AnswerCell(NMLVDISPINFOW* info) {
 
 const ColumnTable kResultColumnTable{kResultColumns, static_cast<int>(std::size(kResultColumns)), IDR_FILE_COLUMNS_MENU};
 
-void InitResultListView(HWND list) {
-  ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);
-  ListView_SetImageList(list, ItemImageList(WindowDpi(list)), LVSIL_SMALL);
-  BuildListColumns(list, kResultColumnTable);
-  ApplyColumnVisibility(list, kResultColumnTable, gSettings.resultColumnVisible);
-}
+void InitResultListView(HWND list) { InitPanelListView(list, kResultColumnTable, gSettings.resultColumnVisible); }
 
-void RefreshResultRows(HWND list) {
-  ListView_SetItemCountEx(list, static_cast<int>(gRun.fragmented.size()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
-  InvalidateRect(list, nullptr, FALSE);
-}
+void RefreshResultRows(HWND list) { SetPanelRowCount(list, gRun.fragmented.size()); }
 
 bool OnResultListNotify(HWND, NMHDR* header, LRESULT& result) {
-  switch (header->code) {
-    case LVN_GETDISPINFOW:
-      AnswerCell(reinterpret_cast<NMLVDISPINFOW*>(header));
-      result = TRUE;
-      return true;
-    case LVN_MARQUEEBEGIN:
-      result = 1;
-      return true;
-    case LVN_BEGINDRAG:
-      result = TRUE;
-      return true;
-  }
-  return false;
+  return OnPanelListNotify(header, result, AnswerCell);
 }

@@ -138,3 +138,43 @@ std::string WideToUtf8(std::wstring_view text) {
   }
   return out;
 }
+
+std::wstring WideFromUtf8(std::string_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    const auto byte = [&](size_t at) { return static_cast<unsigned char>(text[at]); };
+    const unsigned char lead = byte(i);
+    size_t length = 0;
+    uint32_t code = 0, least = 0;
+    if (lead < 0x80) {
+      length = 1, code = lead;
+    } else if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2, code = lead & 0x1F, least = 0x80;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+      length = 3, code = lead & 0x0F, least = 0x800;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+      length = 4, code = lead & 0x07, least = 0x10000;
+    }
+    bool valid = length > 0 && i + length <= text.size();
+    for (size_t k = 1; valid && k < length; ++k) {
+      valid = (byte(i + k) & 0xC0) == 0x80;
+      code = (code << 6) | (byte(i + k) & 0x3F);
+    }
+    if (valid && length > 1) valid = code >= least && code <= 0x10FFFF && !(code >= 0xD800 && code <= 0xDFFF);
+    if (!valid) {
+      out += wchar_t(0xFFFD);
+      ++i;
+      continue;
+    }
+    i += length;
+    if (sizeof(wchar_t) == 2 && code >= 0x10000) {
+      code -= 0x10000;
+      out += wchar_t(0xD800 + (code >> 10));
+      out += wchar_t(0xDC00 + (code & 0x3FF));
+    } else {
+      out += wchar_t(code);
+    }
+  }
+  return out;
+}

@@ -49,3 +49,9 @@ std::wstring FormatWithStrings(std::wstring_view format, std::initializer_list<s
 // UTF-8 from wide text (UTF-16 on Windows, UTF-32 elsewhere; an unpaired
 // surrogate becomes U+FFFD).
 std::string WideToUtf8(std::wstring_view text);
+// Wide text from UTF-8. Anything that is not well-formed UTF-8 (a stray
+// continuation byte, a lead byte without its continuations, an overlong form,
+// an encoded surrogate, a value past U+10FFFF) becomes U+FFFD one byte at a
+// time, so no byte sequence can decode to a character it does not spell,
+// such as an overlong quote.
+std::wstring WideFromUtf8(std::string_view text);

@@ -50,4 +50,4 @@ class SimTest : public ::testing::Test {
   std::unique_ptr<SimVolume> volume_;
 };
 
-inline std::string Narrow(const std::wstring& text) { return Utf8FromWide(text); }
+inline std::string Narrow(const std::wstring& text) { return WideToUtf8(text); }

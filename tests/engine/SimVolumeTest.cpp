@@ -283,7 +283,7 @@ TEST_F(SimVolumeTest, DescriptionsRoundTrip) {
 }
 
 TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
-  const std::pair<const char*, const char*> kBad[] = {
+  const std::pair<std::string, const char*> kBad[] = {
       {"reserve 0 1\n", "line 1: the volume statement must come first"},
       {"volume letter=Z clusters=10\nfile \"Z:\\a\" size=4096 runs=8:4\n", "line 2:"},
       {"volume letter=Z clusters=10\nfile \"Z:\\a\" size=4096 runs=1:1\nfile \"Z:\\b\" size=1 runs=1:1\n",
@@ -299,6 +299,9 @@ TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
       {"volume letter=Z clusters=18446744073709551615\n", "at most 4294967296 clusters"},
       {"volume letter=Z clusters=100\nfile \"Z:\\a\" size=1 runs=5:18446744073709551612\n", "outside the volume"},
       {"volume letter=Z clusters=100\nreserve 5 18446744073709551612\n", "outside the volume"},
+      // A NUL inside a number, and a hexadecimal prefix with no digits.
+      {std::string("volume letter=Z clusters=100\nfile \"Z:\\a\" size=1 runs=\0\0:1\n", 58), "bad value in runs"},
+      {"volume letter=Z clusters=0x\n", "bad value for clusters"},
   };
   for (const auto& [text, expected] : kBad) {
     SimVolume volume;

@@ -86,7 +86,7 @@ Generated RandomVolume(std::mt19937_64& random) {
     std::string shape = runs.empty() ? (chance(50) ? "size=300 resident" : "size=0")
                                      : "size=" + std::to_string(vcns * 4096 - random() % 4096) +
                                            " runs=" + runs + (compressed ? " compressed" : "");
-    g.description += "file \"" + Utf8FromWide(path) + "\" " + shape + "\n";
+    g.description += "file \"" + WideToUtf8(path) + "\" " + shape + "\n";
     g.paths.push_back(path);
     const bool fault = chance(25);
     g.faulted.push_back(fault);
@@ -95,7 +95,7 @@ Generated RandomVolume(std::mt19937_64& random) {
       const char* controls[] = {"move", "move", "pointers", "open"};
       const char* statuses[] = {"0xC0000021", "0xC0000022", "0xC000000D", "0xC0000043", "0xC0001234"};
       const char* control = controls[random() % 4];
-      std::string text = "fault \"" + Utf8FromWide(path) + "\" control=" + control;
+      std::string text = "fault \"" + WideToUtf8(path) + "\" control=" + control;
       if (chance(50)) {
         text += " call=" + std::to_string(1 + random() % 4);
       } else if (std::string(control) == "open") {
@@ -159,7 +159,7 @@ TEST_F(SoakTest, RandomVolumesFilesAndFaults) {
       gEngine.flags = (random() % 2) ? kSmartStrategy : 0;
       DefragmentFile(g.paths[f], nullptr);
       ++relocations;
-      ASSERT_TRUE(Clean()) << "after relocating " << Utf8FromWide(g.paths[f]);
+      ASSERT_TRUE(Clean()) << "after relocating " << WideToUtf8(g.paths[f]);
       const SimFile& after = *volume().FindFile(g.paths[f]);
       const std::wstring& code = gEngine.moveResultCode;
       EXPECT_EQ(after.AllocatedClusters(), before.AllocatedClusters());
@@ -186,7 +186,7 @@ TEST_F(SoakTest, RandomVolumesFilesAndFaults) {
       } else if (code != L"AC" && code != L"NF") {
         ++failed;
         // Without faults, the only refusals left are the quirks of the list.
-        if (clean && code != L"NF") ADD_FAILURE() << "unexpected failure: " << Utf8FromWide(code);
+        if (clean && code != L"NF") ADD_FAILURE() << "unexpected failure: " << WideToUtf8(code);
       }
       if (volume().Settings().checkpoint && random() % 3 == 0) volume().Checkpoint();
     }

@@ -27,6 +27,19 @@ TEST(WideStringTest, FillsPercentSWithoutPrintf) {
   EXPECT_EQ(WideToUtf8(L"\u00E8/\u20AC"), "\xC3\xA8/\xE2\x82\xAC");
 }
 
+TEST(WideStringTest, Utf8RoundTripsAndRefusesWhatIsNotWellFormed) {
+  const std::wstring text = L"a\u00E8\u20AC\U0001F600z";
+  EXPECT_EQ(WideFromUtf8(WideToUtf8(text)), text);
+  // Found by fuzzing: an overlong form of '"' decoded to a real quote and
+  // changed how a quoted path was read back.
+  EXPECT_EQ(WideFromUtf8("\xC0\xA2"), L"\uFFFD\uFFFD");
+  EXPECT_EQ(WideFromUtf8("\xC0" "b"), L"\uFFFDb");                 // lead byte without continuation
+  EXPECT_EQ(WideFromUtf8("\xE2\x82"), L"\uFFFD\uFFFD");          // cut short
+  EXPECT_EQ(WideFromUtf8("\xED\xA0\x80"), L"\uFFFD\uFFFD\uFFFD");  // an encoded surrogate
+  EXPECT_EQ(WideFromUtf8("\xF4\x90\x80\x80"), L"\uFFFD\uFFFD\uFFFD\uFFFD");  // past U+10FFFF
+  EXPECT_EQ(WideFromUtf8(std::string("x\0y", 3)), std::wstring(L"x\0y", 3));
+}
+
 TEST(NumbersTest, GroupsAndPads) {
   EXPECT_EQ(GroupDigits(0), L"0");
   EXPECT_EQ(GroupDigits(999), L"999");

@@ -52,7 +52,7 @@ const char* const kHelp =
     "5 none of the paths found, 6 wrong command line, 7 volume not opened.\n";
 
 std::wstring Wide(const std::string& text) { return WideFromUtf8(text); }
-std::string Narrow(const std::wstring& text) { return Utf8FromWide(text); }
+std::string Narrow(const std::wstring& text) { return WideToUtf8(text); }
 
 // "/Users/ann" as the engine's "N:\Users\ann".
 std::wstring EnginePath(const std::string& given) {

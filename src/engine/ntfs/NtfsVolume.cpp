@@ -154,7 +154,7 @@ std::string NtfsVolume::VolumePath(const std::wstring& given) const {
   }
   while (rest.size() > 1 && rest.back() == L'/') rest.pop_back();
   if (rest.empty() || rest[0] != L'/') rest = L"/" + rest;
-  return Utf8FromWide(rest);
+  return WideToUtf8(rest);
 }
 
 ntfs_inode* NtfsVolume::LookUp(const std::string& volumePath) {
@@ -636,7 +636,7 @@ uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
       ntfs_inode_close(directory);
       // One name: the entry itself.
       if (last.empty()) return FailQuery(kErrFileNotFound);
-      ntfs_inode* inode = volume_.LookUp(folder + (root ? "" : "/") + Utf8FromWide(last));
+      ntfs_inode* inode = volume_.LookUp(folder + (root ? "" : "/") + WideToUtf8(last));
       if (inode == nullptr || (root && inode->mft_no < kFirstUserRecord)) {
         if (inode != nullptr) ntfs_inode_close(inode);
         return FailQuery(kErrFileNotFound);

@@ -8,72 +8,6 @@
 
 #include "engine/sim/SimVolume.h"
 
-std::wstring WideFromUtf8(const std::string& text) {
-  std::wstring out;
-  for (size_t i = 0; i < text.size();) {
-    const unsigned char lead = static_cast<unsigned char>(text[i]);
-    uint32_t code = 0xFFFD;
-    size_t length = 1;
-    if (lead < 0x80) {
-      code = lead;
-    } else if ((lead >> 5) == 6) {
-      length = 2;
-      code = lead & 0x1F;
-    } else if ((lead >> 4) == 14) {
-      length = 3;
-      code = lead & 0x0F;
-    } else if ((lead >> 3) == 30) {
-      length = 4;
-      code = lead & 0x07;
-    }
-    if (length > 1) {
-      if (i + length > text.size()) {
-        code = 0xFFFD;
-        length = text.size() - i;
-      } else {
-        for (size_t k = 1; k < length; ++k) code = (code << 6) | (text[i + k] & 0x3F);
-      }
-    }
-    i += length;
-    if constexpr (sizeof(wchar_t) == 2) {
-      if (code >= 0x10000) {
-        code -= 0x10000;
-        out += wchar_t(0xD800 + (code >> 10));
-        out += wchar_t(0xDC00 + (code & 0x3FF));
-        continue;
-      }
-    }
-    out += wchar_t(code);
-  }
-  return out;
-}
-
-std::string Utf8FromWide(const std::wstring& text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t code = uint32_t(text[i]);
-    if (sizeof(wchar_t) == 2 && code >= 0xD800 && code < 0xDC00 && i + 1 < text.size()) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (uint32_t(text[++i]) - 0xDC00);
-    }
-    if (code < 0x80) {
-      out += char(code);
-    } else if (code < 0x800) {
-      out += char(0xC0 | (code >> 6));
-      out += char(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-      out += char(0xE0 | (code >> 12));
-      out += char(0x80 | ((code >> 6) & 0x3F));
-      out += char(0x80 | (code & 0x3F));
-    } else {
-      out += char(0xF0 | (code >> 18));
-      out += char(0x80 | ((code >> 12) & 0x3F));
-      out += char(0x80 | ((code >> 6) & 0x3F));
-      out += char(0x80 | (code & 0x3F));
-    }
-  }
-  return out;
-}
-
 namespace {
 
 struct Token {
@@ -118,8 +52,11 @@ bool ParseNumber(const std::string& text, uint64_t& value) {
   const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
   errno = 0;
   value = std::strtoull(text.c_str(), &end, hex ? 16 : 10);
-  // A number beyond 64 bits is refused rather than read as the largest one.
-  return end != nullptr && *end == 0 && text[0] != '-' && errno != ERANGE;
+  // A number beyond 64 bits is refused rather than read as the largest one,
+  // and the whole text must be the number: a NUL inside it would otherwise
+  // end the reading early and pass for the end of the text.
+  const bool whole = end == text.c_str() + text.size() && end != text.c_str() + (hex ? 2 : 0);
+  return whole && text[0] != '-' && errno != ERANGE;
 }
 
 bool ParseSwitch(const std::string& text, bool& value) {
@@ -420,7 +357,7 @@ bool ParseSimDescription(const std::string& text, SimVolume& volume, std::string
 std::string WriteSimDescription(const SimVolume& volume) {
   const SimSettings& s = volume.Settings();
   auto onOff = [](bool value) { return value ? "on" : "off"; };
-  std::string out = "volume letter=" + Utf8FromWide(std::wstring(1, s.letter)) +
+  std::string out = "volume letter=" + WideToUtf8(std::wstring(1, s.letter)) +
                     " clusters=" + std::to_string(s.clusters) +
                     " clusterSize=" + std::to_string(s.clusterSize) +
                     " bitmapAlign=" + std::to_string(s.bitmapAlign) +
@@ -436,7 +373,7 @@ std::string WriteSimDescription(const SimVolume& volume) {
     out += "held " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
   }
   for (const SimFile& file : volume.Files()) {
-    out += "file \"" + Utf8FromWide(file.path) + "\" size=" + std::to_string(file.size);
+    out += "file \"" + WideToUtf8(file.path) + "\" size=" + std::to_string(file.size);
     if (file.resident) out += " resident";
     if (!file.runs.empty()) out += " runs=" + RunsText(file.runs);
     if (file.compressed) out += " compressed";
@@ -445,7 +382,7 @@ std::string WriteSimDescription(const SimVolume& volume) {
     out += "\n";
   }
   for (const SimFault& fault : volume.Faults()) {
-    out += "fault \"" + Utf8FromWide(fault.path) + "\" control=" + ControlName(fault.control);
+    out += "fault \"" + WideToUtf8(fault.path) + "\" control=" + ControlName(fault.control);
     if (fault.call != 0) out += " call=" + std::to_string(fault.call);
     if (fault.pending) out += " pending";
     if (fault.status != kStatusSuccess) out += " status=" + StatusText(fault.status);

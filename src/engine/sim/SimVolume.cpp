@@ -117,21 +117,21 @@ bool SimVolume::Claim(std::map<int64_t, uint64_t>& ranges, const char* what, int
 bool SimVolume::AddFile(const SimFile& file, std::string& error) {
   std::lock_guard lock(mutex_);
   if (FindFileLocked(file.path) >= 0) {
-    error = "file described twice: " + Utf8FromWide(file.path);
+    error = "file described twice: " + WideToUtf8(file.path);
     return false;
   }
   if (file.resident && !file.runs.empty()) {
-    error = "a resident file has no runs: " + Utf8FromWide(file.path);
+    error = "a resident file has no runs: " + WideToUtf8(file.path);
     return false;
   }
   for (const SimRun& run : file.runs) {
     if (run.count == 0 || run.lcn < -1 || (run.lcn >= 0 && !InVolume(run.lcn, run.count))) {
-      error = "run outside the volume in " + Utf8FromWide(file.path);
+      error = "run outside the volume in " + WideToUtf8(file.path);
       return false;
     }
   }
   if (!file.resident && file.size > file.VcnCount() * settings_.clusterSize) {
-    error = "size larger than the allocation of " + Utf8FromWide(file.path);
+    error = "size larger than the allocation of " + WideToUtf8(file.path);
     return false;
   }
   // The run starts kept per file stay valid: files are only appended, and a
@@ -152,7 +152,7 @@ bool SimVolume::Allocate(uint32_t fileIndex, std::string& error) {
   for (const SimRun& run : file.runs) {
     if (run.lcn >= 0 && !RangeFree(run.lcn, run.count)) {
       error = "clusters " + std::to_string(run.lcn) + ":" + std::to_string(run.count) + " of " +
-              Utf8FromWide(file.path) + " are already in use";
+              WideToUtf8(file.path) + " are already in use";
       // Undo what this file took so far.
       for (const SimRun& taken : file.runs) {
         if (&taken == &run) break;
@@ -203,7 +203,7 @@ bool SimVolume::AddFileAtLowestFreeRun(const std::wstring& path, uint64_t size, 
       return AddFile(file, error);
     }
   }
-  error = "no free run for " + Utf8FromWide(path);
+  error = "no free run for " + WideToUtf8(path);
   return false;
 }
 
@@ -318,7 +318,7 @@ std::vector<std::string> SimVolume::Check() const {
   uint64_t claimedData = 0;
   for (size_t f = 0; f < files_.size(); ++f) {
     const SimFile& file = files_[f];
-    const std::string name = Utf8FromWide(file.path);
+    const std::string name = WideToUtf8(file.path);
     if (file.resident && !file.runs.empty()) report(name + " is resident but has runs");
     int64_t vcn = 0;
     for (const SimRun& run : file.runs) {
@@ -351,7 +351,7 @@ std::vector<std::string> SimVolume::Check() const {
                    std::to_string(lcn) +
                    (tag.file == 0 ? std::string(" which holds no data")
                                   : " which holds VCN " + std::to_string(tag.vcn) + " of " +
-                                        Utf8FromWide(files_[tag.file - 1].path)));
+                                        WideToUtf8(files_[tag.file - 1].path)));
           }
           lcn += int64_t(span);
         }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "engine/VolumeAccess.h"
+#include "util/WideString.h"
 
 struct SimRun {
   int64_t lcn = -1;  // -1: a run without clusters (sparse or compressed hole)
@@ -238,6 +239,3 @@ class SimVolume : public VolumeAccess {
 bool ParseSimDescription(const std::string& text, SimVolume& volume, std::string& error);
 std::string WriteSimDescription(const SimVolume& volume);
 
-// UTF-8 and wide text, for the description's paths.
-std::wstring WideFromUtf8(const std::string& text);
-std::string Utf8FromWide(const std::wstring& text);

@@ -60,7 +60,7 @@ TEST_F(NtfsVolumeTest, RandomVolumesStaySoundUnderRandomDefragmentations) {
           targets[path] = gEngine.moveJob.targetLcn;
         } else {
           ASSERT_TRUE(gEngine.moveResultCode == kMoveAlreadyContiguous || gEngine.moveResultCode == kMoveNoFreeRun)
-              << path << ": " << Utf8FromWide(gEngine.moveResultCode);
+              << path << ": " << WideToUtf8(gEngine.moveResultCode);
         }
       }
       CloseVolume();

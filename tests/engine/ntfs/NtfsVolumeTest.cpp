@@ -198,7 +198,7 @@ TEST_F(NtfsVolumeTest, DefragmentedFilesAreOneRunWhereTheEngineChoseAndNothingEl
         chosen[path] = gEngine.moveJob.targetLcn;
       } else {
         EXPECT_TRUE(gEngine.moveResultCode == kMoveAlreadyContiguous || gEngine.moveResultCode == kMoveNoFreeRun)
-            << path << ": " << Utf8FromWide(gEngine.moveResultCode);
+            << path << ": " << WideToUtf8(gEngine.moveResultCode);
       }
     }
     EXPECT_GE(chosen.size(), 5u);
