@@ -50,6 +50,7 @@ class CountingAccess : public VolumeAccess {
     return volume_.MoveClusters(volume, block, input, inputLength);
   }
   void Wait(FsHandle handle) override { volume_.Wait(handle); }
+  bool MovesInUnits(FsHandle file) override { return volume_.MovesInUnits(file); }
   std::wstring SystemText(uint32_t code) override { return volume_.SystemText(code); }
   uint32_t StatusToError(NtStatus status) override { return volume_.StatusToError(status); }
 

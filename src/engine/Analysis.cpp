@@ -49,7 +49,7 @@ enum class ReadEnd {
 
 // The loop both forms share. `extents` is null for the counting form.
 ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents,
-                 std::vector<ClusterRun>* runs = nullptr) {
+                 std::vector<FileRun>* runs = nullptr) {
   int64_t startingVcn = 0;
   int64_t previousLcn = 0;
   uint64_t previousLength = 0;
@@ -92,7 +92,7 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents,
         uint64_t length = uint64_t(extent.nextVcn - previousVcn);
         result.clusters += length;
         accumulated += length;
-        if (runs != nullptr) runs->push_back({extent.lcn, length});
+        if (runs != nullptr) runs->push_back({previousVcn, extent.lcn, length});
         // Compared with where the previous run ended: a run that continues it
         // physically, even across a hole or a chunk boundary, is the same
         // fragment; before any run that is cluster 0.
@@ -135,7 +135,7 @@ int AnalyseFile(const std::wstring& path, FileAnalysis& result) {
   return 1;
 }
 
-bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<ClusterRun>* runs) {
+bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<FileRun>* runs) {
   result = FileAnalysis{};
   gExtentList.Clear();
   if (runs != nullptr) runs->clear();

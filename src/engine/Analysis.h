@@ -73,11 +73,18 @@ struct ClusterRun {
   uint64_t count;
 };
 
+// One run with clusters of a file: where it lies in the file and on the volume.
+struct FileRun {
+  int64_t vcn = 0;
+  int64_t lcn = 0;
+  uint64_t count = 0;
+};
+
 // The list-building form, on a handle the caller opened for moving and keeps.
 // True when every fragment got its node; false with "NR" when a node could
 // not be allocated, or with the system text when a pending read failed.
 // `runs`, when given, receives every run with clusters.
-bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<ClusterRun>* runs = nullptr);
+bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<FileRun>* runs = nullptr);
 
 // At most this many chunks minus one are counted by the counting form: a
 // bound on the time spent on one huge file.

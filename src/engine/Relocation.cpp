@@ -29,42 +29,56 @@ void EndOfRunRelease() {
   CloseCachedVolume();
 }
 
+namespace {
+
+// One move request of the move thread; false when the thread must end (the
+// request failed, or a stop was asked for after it), with the code set.
+bool MoveRange(MoveJob& job, int64_t vcn, uint32_t vcnCount, int64_t& target, uint64_t clusters) {
+  MoveFileRecord record{};
+  record.fileHandle = uint64_t(job.file);
+  record.startingVcn = vcn;
+  record.startingLcn = target;
+  record.clusterCount = vcnCount;
+  IoStatusBlock block{};
+  NtStatus status = Va().MoveClusters(job.volume, block, &record, sizeof record);
+  if (status == kStatusPending) {
+    // Waits on the file named in the record, not on the volume the
+    // control was issued on.
+    Va().Wait(job.file);
+    status = block.status;
+  }
+  // The returned status decides, the block only after a pending answer: a
+  // refusal answered at once leaves the block as it was, which would read
+  // as success. Warnings count as failures here.
+  if (status < 0) {
+    job.failedStatus = status;
+    job.threadCode = FailureText(uint32_t(status));
+    return false;
+  }
+  target += int64_t(clusters);
+  // A stop is honoured only between two requests, never during one.
+  if (gEngine.flags.load(std::memory_order_relaxed) & kStopRequested) {
+    job.threadCode = kMoveStopped;
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 void MoveThread(void* argument) {
   MoveJob& job = *static_cast<MoveJob*>(argument);
   int64_t target = job.targetLcn;
   uint64_t step = 1;
-  for (const Extent* extent = gExtentList.Head(); extent != nullptr; extent = extent->next) {
-    SetProgress(step++);
-    MoveFileRecord record{};
-    record.fileHandle = uint64_t(job.file);
-    record.startingVcn = extent->vcn;
-    record.startingLcn = target;
-    record.clusterCount = uint32_t(extent->clusterCount);
-    IoStatusBlock block{};
-    NtStatus status = Va().MoveClusters(job.volume, block, &record, sizeof record);
-    if (status == kStatusPending) {
-      // Waits on the file named in the record, not on the volume the
-      // control was issued on.
-      Va().Wait(job.file);
-      status = block.status;
+  if (job.unitMoves.empty()) {
+    for (const Extent* extent = gExtentList.Head(); extent != nullptr; extent = extent->next) {
+      SetProgress(step++);
+      if (!MoveRange(job, extent->vcn, uint32_t(extent->clusterCount), target, extent->clusterCount)) break;
     }
-    // The returned status decides, the block only after a pending answer: a
-    // refusal answered at once leaves the block as it was, which would read
-    // as success. Warnings count as failures here.
-    if (status < 0) {
-      Va().Close(job.file);
-      job.failedStatus = status;
-      job.threadCode = FailureText(uint32_t(status));
-      gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
-      return;
-    }
-    target += int64_t(extent->clusterCount);
-    // A stop is honoured only between two extents, never during one.
-    if (gEngine.flags.load(std::memory_order_relaxed) & kStopRequested) {
-      Va().Close(job.file);
-      job.threadCode = kMoveStopped;
-      gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
-      return;
+  } else {
+    for (const UnitMove& move : job.unitMoves) {
+      SetProgress(step++);
+      if (!MoveRange(job, move.vcn, move.vcnCount, target, move.clusters)) break;
     }
   }
   Va().Close(job.file);
@@ -129,20 +143,29 @@ void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) 
 
 // What a move changed is read back into the free-space map: the target, and
 // the clusters the file had (a volume may keep them in use for a while).
-void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<ClusterRun>& ranges) {
+void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<FileRun>& runs) {
   if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
     // The thread still moves (the program is ending): nothing is known.
     gFreeSpaceMap.Invalidate();
     return;
   }
+  std::vector<ClusterRun> ranges;
+  ranges.reserve(runs.size());
+  for (const FileRun& run : runs) ranges.push_back({run.lcn, run.count});
   std::wstring ignored;  // a failed read leaves the map to be read afresh
   gFreeSpaceMap.NoteMove(volume, target, clusters, ranges, ignored);
+}
+
+// Compressed and sparse files move in whole compression units (a file with
+// holes is one of them whatever the file system says of it).
+bool MovesInUnits(FsHandle file, const std::vector<FileRun>& runs) {
+  return RunsHaveHoles(runs) || Va().MovesInUnits(file);
 }
 
 // True when the move thread took the file handle over: it closes it itself.
 bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, bool firstAttempt) {
   FileAnalysis analysis;
-  std::vector<ClusterRun> before;
+  std::vector<FileRun> before;
   BuildExtentList(file, analysis, &before);
   if (counts != nullptr) {
     counts->fragments = analysis.fragments;
@@ -180,7 +203,8 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, boo
     return false;
   }
 
-  gEngine.moveJob = MoveJob{target, file, volume, {}};
+  gEngine.moveJob = MoveJob{target, file, volume, {}, 0, {}};
+  if (MovesInUnits(file, before)) gEngine.moveJob.unitMoves = PlanUnitMoves(before);
   bool started = false;
   bool fileTaken = false;
   gEngine.moveResultCode = MoveOnThread(started, fileTaken);

@@ -6,9 +6,11 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "engine/Analysis.h"
 #include "engine/EngineThread.h"
+#include "engine/UnitMoves.h"
 #include "engine/VolumeAccess.h"
 
 // Outcome codes of a relocation; an empty code means the file was moved, any
@@ -44,6 +46,9 @@ struct MoveJob {
   std::wstring threadCode;
   // The status of the move that failed, 0 when none did.
   NtStatus failedStatus = 0;
+  // For a file moved in whole compression units: the requests that replace
+  // the fragment-by-fragment moves of the extent list. Empty otherwise.
+  std::vector<UnitMove> unitMoves;
 };
 
 struct EngineState {

@@ -124,6 +124,9 @@ class VolumeAccess {
                             uint32_t inputLength) = 0;
   // Waits, with no time-out, until `handle` is signalled.
   virtual void Wait(FsHandle handle) = 0;
+  // True when the file system moves this open file only in whole compression
+  // units (a compressed or sparse file); false when it cannot tell.
+  virtual bool MovesInUnits(FsHandle file) = 0;
 
   // The system's message text for a number, as the system gives it (with its
   // closing line break); empty when the system has none, which is the case

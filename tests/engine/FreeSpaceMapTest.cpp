@@ -233,11 +233,11 @@ Scenario RandomScenario(std::mt19937_64& random) {
       }
     }
     if (runs.empty()) continue;
-    s.description += "file \"" + Utf8FromWide(path) + "\" size=" + std::to_string(vcns * 4096 / 2) +
+    s.description += "file \"" + WideToUtf8(path) + "\" size=" + std::to_string(vcns * 4096 / 2) +
                      " runs=" + runs + "\n";
     if (chance(15)) {
       const char* statuses[] = {"0xC0000021", "0xC000000D", "0xC0000022"};
-      s.description += "fault \"" + Utf8FromWide(path) + "\" control=move call=" +
+      s.description += "fault \"" + WideToUtf8(path) + "\" control=move call=" +
                        std::to_string(1 + random() % 3) +
                        (chance(30) ? " partial=" + std::to_string(1 + random() % 8)
                                    : std::string(" status=") + statuses[random() % 3]) +
@@ -308,12 +308,12 @@ class FreeSpaceMapRunTest : public SimTest {
       gEngine.flags = s.smart[i] ? kSmartStrategy : 0;
       DefragmentFile(s.paths[i], nullptr);
       gEngineHooks.setProgress = nullptr;
-      EXPECT_TRUE(Clean()) << "after " << Utf8FromWide(s.paths[i]);
+      EXPECT_TRUE(Clean()) << "after " << WideToUtf8(s.paths[i]);
       if (!perFileScan && gFreeSpaceMap.ReadFor(gVolumeCache.handle, gVolumeCache.generation)) {
         // What a checkpoint freed is read before the next search; read it now.
         std::wstring message;
         EXPECT_EQ(gFreeSpaceMap.RefreshHeld(gVolumeCache.handle, message), 1);
-        EXPECT_EQ(gFreeSpaceMap.Runs(), FreeRuns()) << "the map after " << Utf8FromWide(s.paths[i]);
+        EXPECT_EQ(gFreeSpaceMap.Runs(), FreeRuns()) << "the map after " << WideToUtf8(s.paths[i]);
       }
       out.codes.push_back(gEngine.moveResultCode);
       out.runsAfter.push_back(volume().FindFile(s.paths[i])->runs);
@@ -335,8 +335,8 @@ TEST_F(FreeSpaceMapRunTest, EveryPlacementIsTheScansOverRandomRuns) {
     const Outcome scanned = Play(s, true);
     ASSERT_EQ(mapped.codes.size(), scanned.codes.size());
     for (size_t i = 0; i < mapped.codes.size(); ++i) {
-      ASSERT_EQ(Utf8FromWide(mapped.codes[i]), Utf8FromWide(scanned.codes[i]))
-          << "file " << i << " " << Utf8FromWide(s.paths[i]);
+      ASSERT_EQ(WideToUtf8(mapped.codes[i]), WideToUtf8(scanned.codes[i]))
+          << "file " << i << " " << WideToUtf8(s.paths[i]);
       ASSERT_EQ(mapped.runsAfter[i], scanned.runsAfter[i]) << "file " << i;
       moved += mapped.codes[i].empty();
     }

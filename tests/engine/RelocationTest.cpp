@@ -1,5 +1,6 @@
 #include "engine/Relocation.h"
 
+#include <array>
 #include <future>
 
 #include "EngineTestSupport.h"
@@ -235,6 +236,46 @@ TEST_F(RelocationTest, AMoveThatMovedOnlyPartIsFoundOut) {
       "file \"Z:\\z\" size=4096 runs=50:2,10:2\nreserve 4 6\nreserve 12 38\n");
   EXPECT_EQ(Defragment(L"Z:\\z"), L"");
   EXPECT_EQ(RunsOf(L"Z:\\z"), (std::vector<SimRun>{{0, 4}}));
+}
+
+// Compressed and sparse files move in whole 16-cluster units: a request for
+// one fragment carries the rest of its units along, so fragments that share
+// a unit, or a unit split between two runs, must not be asked for twice.
+TEST_F(RelocationTest, FilesMovedInUnitsAreAskedForEachUnitOnce) {
+  // Unit 0's nine clusters split over two runs; unit 1 continues unit 0 on
+  // the volume across the hole, which the analysis counts as one fragment.
+  Volume(
+      "volume letter=Z clusters=2000\nreserve 0 1000\nreserve 1100 200\n"
+      "file \"Z:\\packed\" size=196608 compressed runs=1500:5,1700:4,*:7,1704:9,*:7,1900:9,*:7\n"
+      // No holes at all, yet moved by units: the file system says so.
+      "file \"Z:\\dense\" size=163840 compressed runs=1300:10,1600:20,1400:10\n");
+  EXPECT_EQ(Narrow(Defragment(L"Z:\\packed")), "");
+  EXPECT_EQ(RunsOf(L"Z:\\packed"),
+            (std::vector<SimRun>{{1000, 9}, {-1, 7}, {1009, 9}, {-1, 7}, {1018, 9}, {-1, 7}}));
+  volume().Checkpoint();
+  EXPECT_EQ(Narrow(Defragment(L"Z:\\dense")), "");
+  EXPECT_EQ(RunsOf(L"Z:\\dense"), (std::vector<SimRun>{{1027, 40}}));
+}
+
+TEST(UnitMovesTest, RequestsStartAndEndOnUnitsAndCarryEveryClusterOnce) {
+  const auto plan = [](const std::vector<FileRun>& runs) {
+    std::vector<std::array<uint64_t, 3>> out;
+    for (const UnitMove& move : PlanUnitMoves(runs)) out.push_back({uint64_t(move.vcn), move.vcnCount, move.clusters});
+    return out;
+  };
+  using Plan = std::vector<std::array<uint64_t, 3>>;
+  // Two fragments inside one unit, one spanning two units up to data that
+  // ends inside a unit, and two small fragments already carried along.
+  EXPECT_EQ(plan({{0, 100, 5}, {5, 300, 4}, {16, 500, 20}, {40, 800, 3}, {43, 900, 2}}),
+            (Plan{{0, 16, 9}, {16, 29, 25}}));
+  // A hole of whole units between two fragments is never asked for.
+  EXPECT_EQ(plan({{0, 100, 16}, {64, 300, 16}}), (Plan{{0, 16, 16}, {64, 16, 16}}));
+  // A range longer than a 32-bit count is cut on a unit boundary.
+  EXPECT_EQ(plan({{0, 7, (uint64_t{1} << 32) + 100}}),
+            (Plan{{0, 0xFFFFFFF0, 0xFFFFFFF0}, {0xFFFFFFF0, 116, 116}}));
+  EXPECT_TRUE(plan({}).empty());
+  EXPECT_TRUE(RunsHaveHoles({{16, 100, 4}}));
+  EXPECT_FALSE(RunsHaveHoles({{0, 100, 4}, {4, 50, 4}}));
 }
 
 }  // namespace

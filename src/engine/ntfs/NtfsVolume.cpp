@@ -223,6 +223,14 @@ const NtfsVolume::OpenHandle* NtfsVolume::Find(FsHandle handle) const {
   return it == handles_.end() ? nullptr : &it->second;
 }
 
+bool NtfsVolume::MovesInUnits(FsHandle file) {
+  std::lock_guard lock(mutex_);
+  const OpenHandle* open = Find(file);
+  if (open == nullptr || open->volume) return false;
+  OpenedStream opened(volume_, open->mft);
+  return opened.stream != nullptr && (opened.stream->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
+}
+
 // Every answer is synchronous: the status block is written on success and
 // warnings only, left as the caller set it on a failure.
 NtStatus NtfsVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, const void* input,

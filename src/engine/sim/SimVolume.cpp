@@ -646,6 +646,12 @@ void SimVolume::Wait(FsHandle handle) {
   for (Completion& c : ready) c.complete();
 }
 
+bool SimVolume::MovesInUnits(FsHandle file) {
+  std::lock_guard lock(mutex_);
+  auto it = handles_.find(file);
+  return it != handles_.end() && it->second.kind == HandleKind::File && files_[it->second.file - 1].MovesByUnits();
+}
+
 NtStatus SimVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, const void* input,
                                          uint32_t inputLength, void* output,
                                          uint32_t outputLength) {

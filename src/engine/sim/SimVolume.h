@@ -138,6 +138,7 @@ class SimVolume : public VolumeAccess {
 
   // VolumeAccess.
   FsHandle OpenFileForMoving(const std::wstring& path) override;
+  bool MovesInUnits(FsHandle file) override;
   FsHandle OpenFileBackupSemantics(const std::wstring& path) override;
   FsHandle OpenVolume(const std::string& deviceName) override;
   uint32_t LastError() override;

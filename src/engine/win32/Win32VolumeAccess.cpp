@@ -104,6 +104,13 @@ NtStatus Win32VolumeAccess::MoveClusters(FsHandle volume, IoStatusBlock& block, 
 
 void Win32VolumeAccess::Wait(FsHandle handle) { WaitForSingleObject(AsHandle(handle), INFINITE); }
 
+// The attributes come with the attribute-read access the file was opened for.
+bool Win32VolumeAccess::MovesInUnits(FsHandle file) {
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (!GetFileInformationByHandle(AsHandle(file), &information)) return false;
+  return (information.dwFileAttributes & (FILE_ATTRIBUTE_COMPRESSED | FILE_ATTRIBUTE_SPARSE_FILE)) != 0;
+}
+
 // The same lookup serves error numbers and native status values; a status
 // handed over as it stands usually finds no text.
 std::wstring Win32VolumeAccess::SystemText(uint32_t code) {

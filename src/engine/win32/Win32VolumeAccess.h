@@ -22,6 +22,7 @@ class Win32VolumeAccess : public VolumeAccess {
   NtStatus MoveClusters(FsHandle volume, IoStatusBlock& block, const void* input,
                     uint32_t inputLength) override;
   void Wait(FsHandle handle) override;
+  bool MovesInUnits(FsHandle file) override;
   std::wstring SystemText(uint32_t code) override;
   uint32_t StatusToError(NtStatus status) override;
 };
