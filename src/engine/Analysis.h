@@ -71,6 +71,11 @@ int AnalyseFile(const std::wstring& path, FileAnalysis& result);
 // not be allocated, or with the system text when a pending read failed.
 bool BuildExtentList(FsHandle file, FileAnalysis& result);
 
+// The same reading into a list and a buffer of the caller's, so that it can
+// run while a run's worker or move thread uses the shared list and buffer
+// (the fragment details read a file afresh whenever they are opened).
+bool ReadFileExtents(FsHandle file, FileAnalysis& result, ExtentList& extents);
+
 // At most this many chunks minus one are counted by the counting form: a
 // bound on the time spent on one huge file.
 constexpr int kMaxCountedChunks = 2000;
