@@ -8,21 +8,14 @@
 #include "util/PathText.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/WideString.h"
 
 namespace {
 
 bool IsFolder(const ItemRecord& record) { return (record.flags & ItemFlags::kFolder) != 0; }
 
 bool SamePath(const std::wstring& listed, const std::wstring& wanted) {
-  std::wstring_view a = DisplayPath(listed), b = DisplayPath(wanted);
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    wchar_t x = a[i], y = b[i];
-    if (x >= L'a' && x <= L'z') x = static_cast<wchar_t>(x - 32);
-    if (y >= L'a' && y <= L'z') y = static_cast<wchar_t>(y - 32);
-    if (x != y) return false;
-  }
-  return true;
+  return EqualNoCase(DisplayPath(listed), DisplayPath(wanted));
 }
 
 // A file of the fragmented-files list, in the item record's terms: it was
@@ -63,8 +56,8 @@ ItemRecord RecordOfPath(const std::wstring& path) {
 }
 
 ItemRecord ListedRecord(const std::wstring& path) {
+  // The item list holds paths without the long prefix.
   if (const ItemRecord* item = ItemByPath(DisplayPath(path))) return *item;
-  if (const ItemRecord* item = ItemByPath(path)) return *item;
   for (const FragmentedFileRecord& file : gRun.fragmented) {
     if (SamePath(file.path, path)) return RecordOfFragmentedFile(file);
   }
