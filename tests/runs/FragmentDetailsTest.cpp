@@ -2,6 +2,7 @@
 // the file's fragments as the volume holds them now, one row each, and every
 // item that cannot show one gets the notice that says why.
 #include "RunTestSupport.h"
+#include "engine/Analysis.h"
 #include "items/ItemCells.h"
 #include "runs/FragmentDetails.h"
 
@@ -77,6 +78,24 @@ TEST_F(FragmentDetailsTest, TheTableIsReadFromTheVolumeNotFromTheRecord) {
                                 {L"1", L"1", L"400", L"400", L"4,096", L"50.00 %"},
                                 {L"2", L"1", L"410", L"410", L"4,096", L"50.00 %"},
                             }));
+}
+
+// The details may be opened while a move thread works from the shared
+// extent list: reading them leaves that list as the move left it.
+TEST_F(FragmentDetailsTest, ReadingTheDetailsLeavesTheSharedExtentListAlone) {
+  Analyse();
+  FsHandle file = Va().OpenFileForMoving(L"\\\\?\\Z:\\moved.bin");
+  ASSERT_NE(file, kInvalidHandle);
+  FileAnalysis analysis;
+  ASSERT_TRUE(BuildExtentList(file, analysis));
+  Va().Close(file);
+  ASSERT_EQ(gExtentList.Count(), 2u);
+  const Extent* head = gExtentList.Head();
+
+  EXPECT_EQ(ReadFragmentDetails(L"Z:\\three.bin").rows.size(), 3u);
+  EXPECT_EQ(gExtentList.Count(), 2u);
+  EXPECT_EQ(gExtentList.Head(), head);
+  EXPECT_EQ(head->lcn, 400);
 }
 
 // A file found only inside a listed folder comes from the fragmented-files list.
