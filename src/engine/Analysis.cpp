@@ -47,8 +47,9 @@ enum class ReadEnd {
   PendingFailed,  // a pending read finished with an error; outcome holds its text
 };
 
-// The loop both forms share. `extents` is null for the counting form.
-ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents,
+// The loop both forms share. `extents` is null for the counting form;
+// `buffer` receives each chunk (kSharedBufferLength bytes).
+ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents, uint8_t* buffer,
                  std::vector<FileRun>* runs = nullptr) {
   int64_t startingVcn = 0;
   int64_t previousLcn = 0;
@@ -58,8 +59,8 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents,
   NtStatus status;
   do {
     IoStatusBlock block{};
-    status = Va().GetRetrievalPointers(file, block, &startingVcn, sizeof startingVcn,
-                                       gSharedBuffer.bytes, kSharedBufferLength);
+    status = Va().GetRetrievalPointers(file, block, &startingVcn, sizeof startingVcn, buffer,
+                                       kSharedBufferLength);
     if (status != kStatusSuccess && status != kStatusBufferOverflow && status != kStatusPending) {
       // Also how a file without clusters answers: resident, empty.
       return ReadEnd::Normal;
@@ -79,9 +80,9 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents,
       return ReadEnd::ChunkBound;
     }
     RetrievalPointersHeader header;
-    std::memcpy(&header, gSharedBuffer.bytes, sizeof header);
+    std::memcpy(&header, buffer, sizeof header);
     int64_t previousVcn = header.startingVcn;
-    const uint8_t* run = gSharedBuffer.bytes + sizeof header;
+    const uint8_t* run = buffer + sizeof header;
     uint32_t runCount = header.extentCount;
     const uint32_t maxRuns = (kSharedBufferLength - sizeof header) / sizeof(RetrievalExtent);
     if (runCount > maxRuns) runCount = maxRuns;
@@ -127,7 +128,7 @@ int AnalyseFile(const std::wstring& path, FileAnalysis& result) {
       return 0;
     }
   }
-  if (ReadRuns(file, result, nullptr) == ReadEnd::PendingFailed) {
+  if (ReadRuns(file, result, nullptr, gSharedBuffer.bytes) == ReadEnd::PendingFailed) {
     // Returns with the file still open: the read may still be using it.
     return 0;
   }
@@ -135,16 +136,31 @@ int AnalyseFile(const std::wstring& path, FileAnalysis& result) {
   return 1;
 }
 
-bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<FileRun>* runs) {
+namespace {
+
+bool FillExtentList(FsHandle file, FileAnalysis& result, ExtentList& extents, uint8_t* buffer,
+                    std::vector<FileRun>* runs) {
   result = FileAnalysis{};
-  gExtentList.Clear();
+  extents.Clear();
   if (runs != nullptr) runs->clear();
-  if (ReadRuns(file, result, &gExtentList, runs) == ReadEnd::PendingFailed) {
+  if (ReadRuns(file, result, &extents, buffer, runs) == ReadEnd::PendingFailed) {
     return false;
   }
-  if (result.fragments != gExtentList.Count()) {
+  if (result.fragments != extents.Count()) {
     result.outcome = kOutcomeNoResources;
     return false;
   }
   return true;
+}
+
+}  // namespace
+
+bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<FileRun>* runs) {
+  return FillExtentList(file, result, gExtentList, gSharedBuffer.bytes, runs);
+}
+
+bool ReadFileExtents(FsHandle file, FileAnalysis& result, ExtentList& extents) {
+  // A buffer of its own: a run's worker or move may be using the shared one.
+  SharedBuffer buffer;
+  return FillExtentList(file, result, extents, buffer.bytes, nullptr);
 }

@@ -86,6 +86,11 @@ struct FileRun {
 // `runs`, when given, receives every run with clusters.
 bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<FileRun>* runs = nullptr);
 
+// The same reading into a list and a buffer of the caller's, so that it can
+// run while a run's worker or move thread uses the shared list and buffer
+// (the fragment details read a file afresh whenever they are opened).
+bool ReadFileExtents(FsHandle file, FileAnalysis& result, ExtentList& extents);
+
 // At most this many chunks minus one are counted by the counting form: a
 // bound on the time spent on one huge file.
 constexpr int kMaxCountedChunks = 2000;

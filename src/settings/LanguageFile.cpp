@@ -96,11 +96,12 @@ void ReadLanguageFile(UnicodeTextReader& reader) {
   }
 }
 
+// Entry 127 gets no blank: it is the profile dialogs' file filter, where a
+// trailing blank would stand as a filter of its own after the last one.
 void PadLanguageTextsForLayout() {
   Pad(11, L"      ", L"");
   Pad(281, L" ", L"");
   Pad(33, L"", L" ");
-  Pad(127, L"", L" ");
   Pad(420, L"", L" ");
   Pad(149, L"", L"  ");
 }

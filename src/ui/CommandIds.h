@@ -70,7 +70,9 @@ constexpr uint32_t kCmdCleanupShowErrors = 9082;
 // Languages of the "Lingua" menu: the built-in one, then one per file found.
 constexpr uint32_t kCmdFirstLanguage = 4000;
 constexpr uint32_t kCmdLastLanguage = 4499;
-// Recent profiles; the placeholder stands alone while the list is empty.
+// Recent profiles; the placeholder stands alone while the list is empty. It
+// shares its number with the first recent profile, so the menus' text table
+// leaves it alone: the recent-profiles menu writes it itself.
 constexpr uint32_t kCmdRecentProfilesEmpty = 4500;
 
 // Sub-menus carry numbers of their own, so that their texts can be replaced

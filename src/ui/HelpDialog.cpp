@@ -39,10 +39,11 @@ constexpr wchar_t kHelpItalian[] =
     L"deframmentazione interrotta con errori; 4 analisi con errori; 5 nessun oggetto "
     L"aggiunto dalla riga di comando; 6 risorse insufficienti.";
 
-INT_PTR CALLBACK HelpDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+INT_PTR CALLBACK HelpDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_INITDIALOG: {
-      SetWindowTextW(dialog, Text(kStrHelpTitle, L"Ordalis - Guida"));
+      const auto* title = reinterpret_cast<const wchar_t*>(lParam);
+      SetWindowTextW(dialog, title ? title : Text(kStrHelpTitle, L"Ordalis - Guida"));
       SetDlgItemTextW(dialog, IDC_HELP_TEXT, Text(kStrHelpBody, kHelpItalian));
       SetDlgItemTextW(dialog, IDOK, Text(kStrHelpClose, L"Chiudi"));
       // Tab stops wide enough for the longest option name.
@@ -66,6 +67,7 @@ INT_PTR CALLBACK HelpDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM
 
 }  // namespace
 
-void ShowHelpDialog(HWND owner) {
-  DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_HELP), owner, HelpDialogProc, 0);
+void ShowHelpDialog(HWND owner, const wchar_t* title) {
+  DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_HELP), owner, HelpDialogProc,
+                  reinterpret_cast<LPARAM>(title));
 }

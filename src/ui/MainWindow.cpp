@@ -510,6 +510,8 @@ void RetextMainWindow() {
   SendMessageW(gMain.tabs, kTabsSetText, 0, reinterpret_cast<LPARAM>(Text(kStrTabFragmented, L"File frammentati")));
   SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabErrors, L"Errori")));
   RetextToolbar();
+  // The empty list's placeholder is written by the recent-profiles menu.
+  RefreshRecentMenus();
   // The buttons' widths follow their new words.
   LayoutChildren();
   RefreshCounters();

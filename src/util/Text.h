@@ -9,6 +9,9 @@
 #include <vector>
 
 constexpr size_t kDefaultTextCapacity = 512;
+// The program's table: the texts the program added to the first 512 are
+// numbered from 510 on (StringIds.h), and a language file must reach them.
+constexpr size_t kProgramTextCapacity = 1024;
 
 struct TextTable {
   std::vector<std::wstring> entries = std::vector<std::wstring>(kDefaultTextCapacity);

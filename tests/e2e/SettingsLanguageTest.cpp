@@ -140,14 +140,14 @@ TEST(Language, CommandLineLanguageShowsItsTextsAndIsNotKept) {
               for (int column = 0; column < 10; ++column) {
                 headers.push_back(TestDriver::ListViewColumnHeader(list, column));
               }
-              EXPECT_EQ(headers, (std::vector<std::wstring>{L"Name", L"State", L"Size", L"Size on disk",
+              EXPECT_EQ(headers, (std::vector<std::wstring>{L"Name", L"Status", L"Size", L"Size on disk",
                                                             L"Fragments", L"Clusters", L"Type", L"% on disk",
-                                                            L"Last modified", L"Attributes"}));
+                                                            L"Date modified", L"Attributes"}));
               // Texts the window wrote before the language was applied are
               // written again in it.
               std::vector<HWND> bars = TestDriver::ChildWindows(window, STATUSCLASSNAMEW);
               ASSERT_EQ(bars.size(), 2u);
-              EXPECT_EQ(TestDriver::StatusBarTexts(bars[0]), (std::vector<std::wstring>{L"Total items in list: 0", L""}));
+              EXPECT_EQ(TestDriver::StatusBarTexts(bars[0]), (std::vector<std::wstring>{L"Items in list: 0", L""}));
               EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"Waiting"}));
               TestDriver::SaveScreenshot(L"e2e_language_english");
             }),

@@ -47,11 +47,21 @@ TEST_F(LanguageFileTest, EntriesCommentsEndAndEscapes) {
   EXPECT_EQ(TextCapacity(), kDefaultTextCapacity);
 }
 
+// Entry 127, the profile dialogs' file filter, stays as the file has it: a
+// blank after its last "|" would make the open and save dialogs' filter list
+// end in a description without a pattern.
 TEST_F(LanguageFileTest, LayoutPadding) {
-  Read({L"11=Name", L"281=A", L"33=B", L"127=C", L"420=D", L"149=E", L"12=F"});
+  Read({L"11=Name", L"281=A", L"33=B", L"127=Ordalis profile (*.olp)|*.olp|All files (*.*)|*.*|", L"420=D",
+        L"149=E", L"12=F"});
   PadLanguageTextsForLayout();
   for (auto [id, expected] : std::vector<std::pair<uint32_t, std::wstring>>{
-           {11, L"      Name"}, {281, L" A"}, {33, L"B "}, {127, L"C "}, {420, L"D "}, {149, L"E  "}, {12, L"F"}}) {
+           {11, L"      Name"},
+           {281, L" A"},
+           {33, L"B "},
+           {127, L"Ordalis profile (*.olp)|*.olp|All files (*.*)|*.*|"},
+           {420, L"D "},
+           {149, L"E  "},
+           {12, L"F"}}) {
     EXPECT_EQ(std::wstring(Text(id, L"")), expected) << id;
   }
 }

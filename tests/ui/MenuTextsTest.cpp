@@ -7,10 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
+#include "settings/LanguageFile.h"
 #include "ui/MenuTexts.h"
 #include "ui/CommandIds.h"
 #include "util/Text.h"
+#include "util/UnicodeTextFile.h"
+
+#include <filesystem>
+#include <map>
 
 namespace {
 
@@ -60,6 +66,8 @@ TEST(MenuTexts, EveryItemOfEveryMenuHasAStringId) {
       // The language list names each language in its own words; the pop-up
       // holders of the context menus are never shown.
       if (id >= kCmdFirstLanguage && id <= kCmdLastLanguage) continue;
+      // The recent-profiles menu writes its placeholder itself (below).
+      if (id == kCmdRecentProfilesEmpty) continue;
       if (text.empty() && id >= 9320) continue;
       EXPECT_EQ(text.substr(0, 1), L"#") << "menu " << menu.resource << ", item " << id << " keeps its built-in text";
     }
@@ -83,6 +91,128 @@ TEST(MenuTexts, BuiltInTextsComeBackWithTheBuiltInLanguage) {
   EXPECT_EQ(again, original);
   DestroyMenu(menu);
   ResetTexts();
+}
+
+// The placeholder of an empty recent-profiles list shares its number with
+// the first recent profile: re-texting a menu leaves a profile's name alone,
+// and the placeholder comes from the language when the menu is filled.
+TEST(MenuTexts, TheFirstRecentProfileKeepsItsNameAndThePlaceholderFollowsTheLanguage) {
+  FillTableWithMarkers();
+  HMENU menu = CreatePopupMenu();
+  AppendMenuW(menu, MF_STRING, kCmdRecentProfilesEmpty, L"&1 C:\\Profili\\lavoro.olp");
+  RetextMenu(menu, MenuKind::Main);
+  std::vector<std::pair<UINT, std::wstring>> texts;
+  CollectTexts(menu, texts);
+  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kCmdRecentProfilesEmpty, L"&1 C:\\Profili\\lavoro.olp"}}));
+
+  FillRecentProfilesMenu(menu);
+  texts.clear();
+  CollectTexts(menu, texts);
+  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kCmdRecentProfilesEmpty, L"#29"}}));
+  SetBuiltInTexts(true);
+  FillRecentProfilesMenu(menu);
+  texts.clear();
+  CollectTexts(menu, texts);
+  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kCmdRecentProfilesEmpty, L"<vuoto>"}}));
+  DestroyMenu(menu);
+  ResetTexts();
+}
+
+class EnglishMenus : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ResetTexts();
+    SetTextCapacity(kProgramTextCapacity);
+    UnicodeTextReader reader;
+    ASSERT_TRUE(reader.Open((std::filesystem::path(ORDALIS_LANG_DIR) / L"Ordalis_EN.lng").wstring(), true,
+                            kLineLimitFilters));
+    ReadLanguageFile(reader);
+    PadLanguageTextsForLayout();
+    SetBuiltInTexts(false);
+  }
+  void TearDown() override { ResetTexts(); }
+
+  static HMENU Load(int resource, MenuKind kind) {
+    HMENU menu = LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(resource));
+    if (menu) RetextMenu(menu, kind);
+    return menu;
+  }
+  // The texts of one pop-up's own items, in order.
+  static std::vector<std::wstring> Items(HMENU popup) {
+    std::vector<std::wstring> texts;
+    for (int position = 0; position < GetMenuItemCount(popup); ++position) {
+      wchar_t text[512] = {};
+      MENUITEMINFOW info{};
+      info.cbSize = sizeof info;
+      info.fMask = MIIM_FTYPE | MIIM_STRING;
+      info.dwTypeData = text;
+      info.cch = ARRAYSIZE(text);
+      GetMenuItemInfoW(popup, static_cast<UINT>(position), TRUE, &info);
+      if (!(info.fType & MFT_SEPARATOR)) texts.push_back(text);
+    }
+    return texts;
+  }
+  // Every pop-up whose items share an access key, with that key.
+  static void CollectDuplicateKeys(HMENU popup, const std::wstring& where, std::vector<std::wstring>& found) {
+    std::map<wchar_t, std::wstring> keys;
+    for (const std::wstring& text : Items(popup)) {
+      for (size_t i = 0; i + 1 < text.size(); ++i) {
+        if (text[i] != L'&') continue;
+        if (text[i + 1] == L'&') {
+          ++i;
+          continue;
+        }
+        wchar_t key = static_cast<wchar_t>(towlower(text[i + 1]));
+        if (keys.count(key)) found.push_back(where + L": \"" + keys[key] + L"\" and \"" + text + L"\"");
+        keys[key] = text;
+        break;
+      }
+    }
+    for (int position = 0; position < GetMenuItemCount(popup); ++position) {
+      if (HMENU sub = GetSubMenu(popup, position)) CollectDuplicateKeys(sub, where + L" > " + std::to_wstring(position), found);
+    }
+  }
+};
+
+TEST_F(EnglishMenus, NoMenuHasTwoItemsWithTheSameAccessKey) {
+  const std::pair<int, MenuKind> menus[] = {
+      {IDR_MAIN_MENU, MenuKind::Main},      {IDR_ITEM_LIST_MENU, MenuKind::ItemList},
+      {IDR_FILE_LIST_MENU, MenuKind::FileList}, {IDR_ERROR_LIST_MENU, MenuKind::FileList},
+      {IDR_ADD_MENU, MenuKind::ItemList},   {IDR_DEFRAG_MENU, MenuKind::Main},
+  };
+  std::vector<std::wstring> duplicates;
+  for (auto [resource, kind] : menus) {
+    HMENU menu = Load(resource, kind);
+    ASSERT_NE(menu, nullptr) << resource;
+    CollectDuplicateKeys(menu, L"menu " + std::to_wstring(resource), duplicates);
+    DestroyMenu(menu);
+  }
+  EXPECT_EQ(duplicates, std::vector<std::wstring>{});
+}
+
+TEST_F(EnglishMenus, TheMenuBarTheOptionsAndTheItemListMenuRead) {
+  HMENU bar = Load(IDR_MAIN_MENU, MenuKind::Main);
+  ASSERT_NE(bar, nullptr);
+  EXPECT_EQ(Items(bar), (std::vector<std::wstring>{L"&File", L"&Profiles", L"&Actions", L"&View", L"&Tools",
+                                                   L"&Options", L"&Help"}));
+  EXPECT_EQ(Items(GetSubMenu(bar, 5)),
+            (std::vector<std::wstring>{L"Show confirmation &messages", L"Defragmentation &strategy",
+                                       L"Check the &volume for errors", L"Disk &cleanup", L"P&riority",
+                                       L"Solid-state dr&ives (SSD)", L"Close the &program when defragmentation ends",
+                                       L"Shut &down the computer when defragmentation ends"}));
+  EXPECT_EQ(Items(GetSubMenu(bar, 6)),
+            (std::vector<std::wstring>{L"&Command-line options", L"&Warranty disclaimer", L"&About Ordalis"}));
+  DestroyMenu(bar);
+
+  HMENU items = LoadPopupMenu(IDR_ITEM_LIST_MENU, MenuKind::ItemList);
+  ASSERT_NE(items, nullptr);
+  EXPECT_EQ(Items(items),
+            (std::vector<std::wstring>{L"&Open", L"Add &files...\t Ctrl+O", L"Add fol&der...\t Ctrl+D", L"&Remove\t Del",
+                                       L"Add to the e&xclusion list", L"&Analyze selected items",
+                                       L"Defragment s&elected items", L"&Import profile...", L"&Save profile as...",
+                                       L"Open file &location", L"Fragment de&tails", L"&Properties",
+                                       L"Keep the &current item in view"}));
+  DestroyMenu(items);
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   if (AnotherInstanceTookOver()) return 0;
   SuppressCriticalErrorBoxes();
   HACCEL accelerators = LoadAcceleratorsW(instance, MAKEINTRESOURCEW(IDR_ACCELERATORS));
-  SetTextCapacity(kDefaultTextCapacity);
+  SetTextCapacity(kProgramTextCapacity);
   CoInitialize(nullptr);
   CreateSharedLock();
 

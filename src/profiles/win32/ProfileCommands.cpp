@@ -228,25 +228,6 @@ INT_PTR CALLBACK RecentProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
   return FALSE;
 }
 
-// Both places that list the recent profiles: the "Profili" menu and the
-// drop-down, where they exist.
-void RefreshRecentMenus() {
-  if (HMENU bar = GetMenu(MainWindowHandle())) {
-    for (int i = 0, count = GetMenuItemCount(bar); i < count; ++i) {
-      HMENU popup = GetSubMenu(bar, i);
-      if (popup && GetMenuState(popup, kFirstRecentProfileId, MF_BYCOMMAND) != static_cast<UINT>(-1)) {
-        FillRecentProfilesMenu(popup);
-      }
-      for (const RecentProfile* entry = gRecentProfiles.head; popup && entry; entry = entry->next) {
-        if (GetMenuState(popup, entry->menuId, MF_BYCOMMAND) != static_cast<UINT>(-1)) {
-          FillRecentProfilesMenu(popup);
-          break;
-        }
-      }
-    }
-  }
-}
-
 }  // namespace
 
 void SaveProfileCommand(HWND owner) {
@@ -340,13 +321,33 @@ void ShowRecentProfilesDialog(HWND owner) {
   RefreshRecentMenus();
 }
 
+// Both places that list the recent profiles: the "Profili" menu and the
+// drop-down, where they exist.
+void RefreshRecentMenus() {
+  if (HMENU bar = GetMenu(MainWindowHandle())) {
+    for (int i = 0, count = GetMenuItemCount(bar); i < count; ++i) {
+      HMENU popup = GetSubMenu(bar, i);
+      if (popup && GetMenuState(popup, kFirstRecentProfileId, MF_BYCOMMAND) != static_cast<UINT>(-1)) {
+        FillRecentProfilesMenu(popup);
+      }
+      for (const RecentProfile* entry = gRecentProfiles.head; popup && entry; entry = entry->next) {
+        if (GetMenuState(popup, entry->menuId, MF_BYCOMMAND) != static_cast<UINT>(-1)) {
+          FillRecentProfilesMenu(popup);
+          break;
+        }
+      }
+    }
+  }
+}
+
 void FillRecentProfilesMenu(HMENU menu) {
   for (int i = GetMenuItemCount(menu) - 1; i >= 0; --i) {
     UINT id = GetMenuItemID(menu, i);
     if (id >= kFirstRecentProfileId && id <= kLastRecentProfileId) DeleteMenu(menu, i, MF_BYPOSITION);
   }
   if (!gRecentProfiles.head) {
-    AppendMenuW(menu, MF_STRING | MF_GRAYED, kFirstRecentProfileId, L"<vuoto>");
+    AppendMenuW(menu, MF_STRING | MF_GRAYED, kFirstRecentProfileId,
+                Text(kStrMenuRecentProfilesEmpty, L"<vuoto>"));
     return;
   }
   for (const RecentProfile* entry = gRecentProfiles.head; entry; entry = entry->next) {

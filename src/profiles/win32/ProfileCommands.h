@@ -16,6 +16,9 @@ void ShowRecentProfilesDialog(HWND owner);
 // id of the recent range on) with the current list, or with the greyed
 // "<vuoto>" placeholder.
 void FillRecentProfilesMenu(HMENU menu);
+// Fills again the menus of the main window that list the recent profiles
+// (after the list or the language changed).
+void RefreshRecentMenus();
 // Handles the commands of filters and profiles; false for any other.
 bool HandleSelectionCommand(HWND owner, UINT command);
 // At start-up, after the settings: the lists of filters and recent profiles.

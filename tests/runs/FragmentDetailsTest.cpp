@@ -1,0 +1,146 @@
+// The fragment details of listed files on a simulated volume: the table is
+// the file's fragments as the volume holds them now, one row each, and every
+// item that cannot show one gets the notice that says why.
+#include "RunTestSupport.h"
+#include "engine/Analysis.h"
+#include "items/ItemCells.h"
+#include "runs/FragmentDetails.h"
+
+namespace {
+
+const char* kVolume =
+    "volume letter=Z clusters=1000 clusterSize=4096\n"
+    "file \"Z:\\three.bin\" size=32768 runs=100:2,200:1,300:5\n"
+    "file \"Z:\\moved.bin\" size=8192 runs=400:1,410:1\n"
+    "file \"Z:\\empty.bin\" size=0\n"
+    "file \"Z:\\locked.bin\" size=8192 runs=500:1,510:1\n"
+    "file \"Z:\\gone.bin\" size=4096 runs=520:1\n"
+    "file \"Z:\\data\\inner.bin\" size=16384 runs=600:3,700:1\n"
+    "fault \"Z:\\locked.bin\" control=open call=2 status=0xC0000043\n";
+
+class FragmentDetailsTest : public RunFixture {
+ protected:
+  void SetUp() override {
+    RunFixture::SetUp();
+    gItemCellSettings.numbers = PortableNumberFormatHooks();
+    Volume(kVolume);
+    for (const wchar_t* file : {L"Z:\\three.bin", L"Z:\\moved.bin", L"Z:\\empty.bin", L"Z:\\locked.bin", L"Z:\\gone.bin"}) {
+      ASSERT_EQ(AddItem(false, file), kAddOk) << Narrow(file);
+    }
+    ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+  }
+
+  void TearDown() override {
+    gItemCellSettings = ItemCellSettings();
+    RunFixture::TearDown();
+  }
+
+  static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
+
+  void Analyse() {
+    gApp.runFlags = kRunNoGui | kRunAnalyze;
+    StartRun(RunMode::AnalyseAll);
+  }
+
+  static std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) {
+    std::vector<std::vector<std::wstring>> table;
+    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1));
+    return table;
+  }
+};
+
+TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
+  Analyse();
+  FragmentDetails details = ReadFragmentDetails(L"Z:\\three.bin");
+  EXPECT_EQ(details.notice, FragmentNotice::None);
+  EXPECT_EQ(details.rows.size(), Fragments(L"Z:\\three.bin"));
+  EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
+                                {L"1", L"2", L"100", L"101", L"8,192", L"25.00 %"},
+                                {L"2", L"1", L"200", L"200", L"4,096", L"12.50 %"},
+                                {L"3", L"5", L"300", L"304", L"20,480", L"62.50 %"},
+                            }));
+  // The general data are the listed record's; the long prefix is not shown.
+  EXPECT_EQ(DetailsName(details.record), L"three.bin");
+  EXPECT_EQ(DetailsFolder(details.record), L"Z:\\");
+  EXPECT_EQ(DetailsSize(details.record, details.record.size), L"32 KB (32,768 byte)");
+  EXPECT_EQ(ReadFragmentDetails(L"\\\\?\\Z:\\three.bin").rows.size(), 3u);
+}
+
+// The table is read afresh: the record may say what an older run found.
+TEST_F(FragmentDetailsTest, TheTableIsReadFromTheVolumeNotFromTheRecord) {
+  Analyse();
+  ItemRecord* moved = ItemByPath(L"Z:\\moved.bin");
+  ASSERT_NE(moved, nullptr);
+  ApplyFileAnalysis(*moved, true, 7, 12);
+  FragmentDetails details = ReadFragmentDetails(L"Z:\\moved.bin");
+  EXPECT_EQ(details.record.fragments, 7);
+  EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
+                                {L"1", L"1", L"400", L"400", L"4,096", L"50.00 %"},
+                                {L"2", L"1", L"410", L"410", L"4,096", L"50.00 %"},
+                            }));
+}
+
+// The details may be opened while a move thread works from the shared
+// extent list: reading them leaves that list as the move left it.
+TEST_F(FragmentDetailsTest, ReadingTheDetailsLeavesTheSharedExtentListAlone) {
+  Analyse();
+  FsHandle file = Va().OpenFileForMoving(L"\\\\?\\Z:\\moved.bin");
+  ASSERT_NE(file, kInvalidHandle);
+  FileAnalysis analysis;
+  ASSERT_TRUE(BuildExtentList(file, analysis));
+  Va().Close(file);
+  ASSERT_EQ(gExtentList.Count(), 2u);
+  const Extent* head = gExtentList.Head();
+
+  EXPECT_EQ(ReadFragmentDetails(L"Z:\\three.bin").rows.size(), 3u);
+  EXPECT_EQ(gExtentList.Count(), 2u);
+  EXPECT_EQ(gExtentList.Head(), head);
+  EXPECT_EQ(head->lcn, 400);
+}
+
+// A file found only inside a listed folder comes from the fragmented-files list.
+TEST_F(FragmentDetailsTest, AFileOfTheFragmentedFilesListShowsItsFragments) {
+  Analyse();
+  ASSERT_EQ(ItemByPath(L"Z:\\data\\inner.bin"), nullptr);
+  FragmentDetails details = ReadFragmentDetails(L"Z:\\data\\inner.bin");
+  EXPECT_EQ(details.notice, FragmentNotice::None);
+  EXPECT_EQ(details.rows.size(), Fragments(L"Z:\\data\\inner.bin"));
+  EXPECT_EQ(details.record.fragments, 2);
+  EXPECT_EQ(details.record.clusters, 4);
+  EXPECT_EQ(DetailsName(details.record), L"inner.bin");
+  EXPECT_EQ(DetailsFolder(details.record), L"Z:\\data");
+  EXPECT_EQ(details.record.typeName, L"BIN File");
+}
+
+TEST_F(FragmentDetailsTest, ItemsWithoutATableGetTheNoticeThatSaysWhy) {
+  // Before any analysis.
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\three.bin")), L"Il file non \u00E8 stato ancora analizzato");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\data")), L"L'oggetto non \u00E8 un file");
+  Analyse();
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\empty.bin")), L"Il file non occupa alcun cluster");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\data")), L"L'oggetto non \u00E8 un file");
+  EXPECT_TRUE(DetailsSize(ReadFragmentDetails(L"Z:\\data").record, 0).empty());
+
+  ItemRecord* failed = ItemByPath(L"Z:\\gone.bin");
+  ApplyFileAnalysis(*failed, false, -1, -1);
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\gone.bin")),
+            L"Si \u00E8 verificato un errore durante l'analisi");
+  // Existence is asked again: a file deleted since the run is gone.
+  files_.fake.Remove(L"Z:\\gone.bin");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\gone.bin")), L"L'oggetto non esiste");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\never-listed.bin")), L"L'oggetto non esiste");
+
+  // The file was analysed, but now another program holds it.
+  const uint64_t handles = volume_->OpenHandleCount();
+  FragmentDetails locked = ReadFragmentDetails(L"Z:\\locked.bin");
+  EXPECT_EQ(locked.notice, FragmentNotice::CannotRead);
+  EXPECT_EQ(FragmentNoticeText(locked),
+            L"The process cannot access the file because it is being used by another process.");
+  EXPECT_TRUE(locked.rows.empty());
+  EXPECT_EQ(volume_->OpenHandleCount(), handles);
+  // A file read whole leaves no handle behind either.
+  ReadFragmentDetails(L"Z:\\three.bin");
+  EXPECT_EQ(volume_->OpenHandleCount(), handles);
+}
+
+}  // namespace

@@ -1,0 +1,343 @@
+// The fragment details, the highlight dialog and the information dialogs as
+// the user meets them: each runs on its own thread, as the window thread
+// would show it, and the test reads and answers it. Pictures of each go to
+// build/screenshots/ with the screen's dots per inch in their names.
+
+#include "RunTestSupport.h"
+#include "TestDriver.h"
+#include "items/ItemCells.h"
+#include "res/ResourceIds.h"
+#include "settings/LanguageFile.h"
+#include "settings/Settings.h"
+#include "ui/FragmentsDialog.h"
+#include "ui/HighlightDialog.h"
+#include "ui/InfoDialogs.h"
+#include "ui/controls/Controls.h"
+#include "util/UnicodeTextFile.h"
+
+#include <commctrl.h>
+
+#include <filesystem>
+#include <functional>
+#include <future>
+
+namespace {
+
+constexpr DWORD kWaitMs = 10000;
+
+std::wstring Dpi() {
+    HDC screen = GetDC(nullptr);
+    int dpi = GetDeviceCaps(screen, LOGPIXELSX);
+    ReleaseDC(nullptr, screen);
+    return std::to_wstring(dpi);
+}
+
+// A modal dialog on a thread of its own; the test finds it by its title.
+class OpenDialog {
+public:
+    OpenDialog(std::function<void()> show, const std::wstring& title) : done_(std::async(std::launch::async, show)) {
+        TestDriver::WindowQuery query;
+        query.className = L"#32770";
+        query.title = title.c_str();
+        query.processId = GetCurrentProcessId();
+        dialog_ = TestDriver::WaitForWindow(query, kWaitMs);
+        // Painted before anything is read or pictured.
+        TestDriver::PumpMessages(300);
+    }
+    ~OpenDialog() {
+        if (dialog_ && IsWindow(dialog_)) PostMessageW(dialog_, WM_COMMAND, IDCANCEL, 0);
+        if (done_.valid()) done_.wait();
+    }
+    HWND Dialog() const { return dialog_; }
+    HWND Item(int id) const { return GetDlgItem(dialog_, id); }
+    std::wstring ItemText(int id) const { return TestDriver::WindowText(Item(id)); }
+    // True when the dialog closed within the wait.
+    bool Closed() { return done_.wait_for(std::chrono::milliseconds(kWaitMs)) == std::future_status::ready; }
+    void Press(int id) {
+        TestDriver::PressButton(dialog_, id);
+        TestDriver::PumpMessages(200);
+    }
+
+private:
+    std::future<void> done_;
+    HWND dialog_ = nullptr;
+};
+
+void LoadEnglish() {
+    ResetTexts();
+    SetTextCapacity(kProgramTextCapacity);
+    UnicodeTextReader reader;
+    ASSERT_TRUE(reader.Open((std::filesystem::path(ORDALIS_LANG_DIR) / L"Ordalis_EN.lng").wstring(), true,
+                            kLineLimitFilters));
+    ReadLanguageFile(reader);
+    PadLanguageTextsForLayout();
+    SetBuiltInTexts(false);
+}
+
+// ---- Frammenti ----
+
+const char* kVolume =
+    "volume letter=Z clusters=4000 clusterSize=4096\n"
+    "file \"Z:\\Documenti\\relazione.doc\" size=184320 runs=100:12,300:8,520:4,900:20,1400:1\n"
+    "file \"Z:\\Documenti\\foto.jpg\" size=8192 runs=2000:2\n"
+    "file \"Z:\\Documenti\\vuoto.txt\" size=0\n";
+
+class FragmentsDialogTest : public RunFixture {
+protected:
+    void SetUp() override {
+        RunFixture::SetUp();
+        INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES | ICC_TAB_CLASSES};
+        InitCommonControlsEx(&controls);
+        saved_ = gSettings;
+        gSettings.fragmentDetailsWidth = ScaledWidth(420);
+        gSettings.fragmentDetailsHeight = ScaledWidth(430);
+        Volume(kVolume);
+        for (const wchar_t* file : {L"Z:\\Documenti\\vuoto.txt", L"Z:\\Documenti\\foto.jpg", L"Z:\\Documenti\\relazione.doc"}) {
+            ASSERT_EQ(AddItem(false, file), kAddOk);
+        }
+        gApp.runFlags = kRunNoGui | kRunAnalyze;
+        StartRun(RunMode::AnalyseAll);
+    }
+    void TearDown() override {
+        gSettings = saved_;
+        ResetTexts();
+        RunFixture::TearDown();
+    }
+    static int ScaledWidth(int size96) { return MulDiv(size96, std::stoi(Dpi()), 96); }
+
+    Settings saved_;
+};
+
+TEST_F(FragmentsDialogTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
+    const std::wstring path = L"Z:\\Documenti\\relazione.doc";
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, path); }, L"Frammenti");
+    ASSERT_NE(open.Dialog(), nullptr);
+    HWND table = open.Item(IDC_FRAG_TABLE);
+    EXPECT_EQ(TestDriver::ListViewRowCount(table), static_cast<int>(Fragments(path)));
+    EXPECT_EQ(TestDriver::ListViewRowCount(table), 5);
+    EXPECT_TRUE(IsWindowVisible(table));
+    EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_NOTICE)));
+
+    std::vector<std::wstring> headers, first, last;
+    for (int column = 0; column <= 6; ++column) {
+        headers.push_back(TestDriver::ListViewColumnHeader(table, column));
+        first.push_back(TestDriver::ListViewCellText(table, 0, column));
+        last.push_back(TestDriver::ListViewCellText(table, 4, column));
+    }
+    EXPECT_EQ(headers, (std::vector<std::wstring>{L"", L"N.", L"Cluster", L"Cluster iniziale", L"Cluster finale",
+                                                  L"Dimensione (byte)", L"% del file"}));
+    // The first column is out of sight; the others are at least their
+    // designed width, and no number is cut.
+    EXPECT_EQ(TestDriver::ListViewColumnWidth(table, 0), 0);
+    for (int column = 1; column <= 6; ++column) {
+        EXPECT_GE(TestDriver::ListViewColumnWidth(table, column), ScaledWidth(50)) << column;
+        EXPECT_GT(TestDriver::ListViewColumnWidth(table, column),
+                  ListView_GetStringWidth(table, TestDriver::ListViewCellText(table, 0, column).c_str()))
+            << column;
+    }
+    const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+    EXPECT_EQ(first, (std::vector<std::wstring>{L"", L"1", L"12", L"100", L"111", numbers.groupDigits(49152),
+                                                numbers.percent(2667)}));
+    EXPECT_EQ(last, (std::vector<std::wstring>{L"", L"5", L"1", numbers.groupDigits(1400), numbers.groupDigits(1400),
+                                               numbers.groupDigits(4096), numbers.percent(222)}));
+
+    // The general data.
+    EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"relazione.doc");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_PATH), L"Z:\\Documenti");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_COUNT), L"5");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_CLUSTERS), L"45");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_SIZE), numbers.kbSize(184320) + L" (" + numbers.groupDigits(184320) + L" byte)");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_NAME_LABEL), L"Nome:");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_DISK_LABEL), L"Dimensione su disco:");
+    // One item: nothing to step to.
+    EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_PREVIOUS)));
+    EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_NEXT)));
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-" + Dpi());
+
+    open.Press(IDOK);
+    EXPECT_TRUE(open.Closed());
+}
+
+TEST_F(FragmentsDialogTest, LessAndGreaterStepThroughTheSelectedItems) {
+    const std::vector<std::wstring> paths = {L"Z:\\Documenti\\relazione.doc", L"Z:\\Documenti\\foto.jpg",
+                                             L"Z:\\Documenti\\vuoto.txt"};
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, paths, 1); }, L"Frammenti");
+    ASSERT_NE(open.Dialog(), nullptr);
+    HWND table = open.Item(IDC_FRAG_TABLE);
+    EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"foto.jpg");
+    EXPECT_EQ(TestDriver::ListViewRowCount(table), 1);
+    EXPECT_TRUE(IsWindowEnabled(open.Item(IDC_FRAG_PREVIOUS)));
+    EXPECT_TRUE(IsWindowEnabled(open.Item(IDC_FRAG_NEXT)));
+
+    open.Press(IDC_FRAG_NEXT);
+    EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"vuoto.txt");
+    EXPECT_FALSE(IsWindowVisible(table));
+    EXPECT_TRUE(IsWindowVisible(open.Item(IDC_FRAG_NOTICE)));
+    EXPECT_EQ(open.ItemText(IDC_FRAG_NOTICE), L"Il file non occupa alcun cluster");
+    EXPECT_FALSE(IsWindowEnabled(open.Item(IDC_FRAG_NEXT)));
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-notice-" + Dpi());
+
+    open.Press(IDC_FRAG_PREVIOUS);
+    open.Press(IDC_FRAG_PREVIOUS);
+    EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"relazione.doc");
+    EXPECT_TRUE(IsWindowVisible(table));
+    EXPECT_EQ(TestDriver::ListViewRowCount(table), 5);
+    EXPECT_FALSE(IsWindowEnabled(open.Item(IDC_FRAG_PREVIOUS)));
+
+    // Its size is remembered for the next time.
+    RECT bounds{};
+    GetWindowRect(open.Dialog(), &bounds);
+    SetWindowPos(open.Dialog(), nullptr, 0, 0, bounds.right - bounds.left + 40, bounds.bottom - bounds.top + 30,
+                 SWP_NOMOVE | SWP_NOZORDER);
+    TestDriver::PumpMessages(100);
+    PostMessageW(open.Dialog(), WM_COMMAND, IDCANCEL, 0);
+    ASSERT_TRUE(open.Closed());
+    EXPECT_EQ(gSettings.fragmentDetailsWidth, bounds.right - bounds.left + 40);
+    EXPECT_EQ(gSettings.fragmentDetailsHeight, bounds.bottom - bounds.top + 30);
+}
+
+TEST_F(FragmentsDialogTest, EnglishTexts) {
+    LoadEnglish();
+    OpenDialog open([] { ShowFragmentsDialog(nullptr, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments");
+    ASSERT_NE(open.Dialog(), nullptr);
+    HWND table = open.Item(IDC_FRAG_TABLE);
+    std::vector<std::wstring> headers;
+    for (int column = 1; column <= 6; ++column) headers.push_back(TestDriver::ListViewColumnHeader(table, column));
+    EXPECT_EQ(headers, (std::vector<std::wstring>{L"No.", L"Clusters", L"First cluster", L"Last cluster",
+                                                  L"Size (bytes)", L"% of file"}));
+    EXPECT_EQ(open.ItemText(IDC_FRAG_TABLE_LABEL), L"Fragments:");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_DISK_LABEL), L"Size on disk:");
+    EXPECT_EQ(open.ItemText(IDOK), L"&Close");
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-english-" + Dpi());
+}
+
+// ---- Evidenziazione oggetti ----
+
+class HighlightDialogTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ResetTexts();
+        saved_ = gSettings;
+        const COLORREF colours[] = {RGB(200, 30, 30), RGB(30, 140, 60), RGB(20, 80, 200), RGB(200, 120, 0),
+                                    RGB(120, 120, 120)};
+        for (int i = 0; i < kItemColourCount; ++i) {
+            gSettings.itemTextColour[i] = colours[i];
+            gSettings.itemTextColourEnabled[i] = i != 3;
+        }
+        gSettings.itemTextColourFullRow = false;
+    }
+    void TearDown() override {
+        gSettings = saved_;
+        ResetTexts();
+    }
+    Settings saved_;
+};
+
+TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
+    {
+        OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Evidenziazione oggetti");
+        ASSERT_NE(open.Dialog(), nullptr);
+        std::vector<std::wstring> boxes;
+        for (int i = 0; i < 5; ++i) boxes.push_back(open.ItemText(IDC_HIGHLIGHT_CHECK_FIRST + i));
+        EXPECT_EQ(boxes, (std::vector<std::wstring>{L"Oggetto &frammentato", L"Oggetto &non frammentato",
+                                                    L"Oggetto &deframmentato", L"Oggetto con &errori",
+                                                    L"Oggetto &scartato"}));
+        EXPECT_EQ(open.ItemText(IDC_HIGHLIGHT_FULL_ROW), L"Attiva e&videnziazione riga intera");
+        for (int i = 0; i < 5; ++i) {
+            HWND button = open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + i);
+            EXPECT_EQ(TestDriver::WindowClass(button), L"myTheme_ColoredButton358");
+            EXPECT_EQ(static_cast<COLORREF>(SendMessageW(button, kColourGet, 0, 0)), gSettings.itemTextColour[i]);
+            // A colour is chosen only for a category that is on.
+            EXPECT_EQ(IsWindowEnabled(button) != FALSE, i != 3) << i;
+        }
+        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-" + Dpi());
+
+        // Errors on with a new colour, skipped off, the whole row.
+        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 3), BM_CLICK, 0, 0);
+        EXPECT_TRUE(IsWindowEnabled(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3)));
+        SendMessageW(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3), kColourSet, RGB(1, 2, 3), 0);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 4), BM_CLICK, 0, 0);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_FULL_ROW), BM_CLICK, 0, 0);
+        open.Press(IDOK);
+        ASSERT_TRUE(open.Closed());
+    }
+    EXPECT_EQ((std::vector<bool>(gSettings.itemTextColourEnabled, gSettings.itemTextColourEnabled + 5)),
+              (std::vector<bool>{true, true, true, true, false}));
+    EXPECT_EQ(gSettings.itemTextColour[3], RGB(1, 2, 3));
+    EXPECT_EQ(gSettings.itemTextColour[0], RGB(200, 30, 30));
+    EXPECT_TRUE(gSettings.itemTextColourFullRow);
+
+    const Settings before = gSettings;
+    {
+        OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Evidenziazione oggetti");
+        ASSERT_NE(open.Dialog(), nullptr);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST), BM_CLICK, 0, 0);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 1), kColourSet, RGB(9, 9, 9), 0);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_FULL_ROW), BM_CLICK, 0, 0);
+        PostMessageW(open.Dialog(), WM_COMMAND, IDCANCEL, 0);
+        ASSERT_TRUE(open.Closed());
+    }
+    EXPECT_TRUE(gSettings.itemTextColourEnabled[0]);
+    EXPECT_EQ(gSettings.itemTextColour[1], before.itemTextColour[1]);
+    EXPECT_TRUE(gSettings.itemTextColourFullRow);
+}
+
+TEST_F(HighlightDialogTest, EnglishTexts) {
+    LoadEnglish();
+    OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Item Highlighting");
+    ASSERT_NE(open.Dialog(), nullptr);
+    std::vector<std::wstring> texts;
+    for (int i = 0; i < 5; ++i) texts.push_back(open.ItemText(IDC_HIGHLIGHT_CHECK_FIRST + i));
+    texts.push_back(open.ItemText(IDC_HIGHLIGHT_FULL_ROW));
+    texts.push_back(open.ItemText(IDC_HIGHLIGHT_COLOUR_FIRST));
+    EXPECT_EQ(texts, (std::vector<std::wstring>{L"&Fragmented items", L"&Not fragmented items",
+                                               L"&Defragmented items", L"Items with &errors", L"&Skipped items",
+                                               L"Highlight the &whole row", L"Color..."}));
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-english-" + Dpi());
+}
+
+// ---- The "?" menu's dialogs ----
+
+class InfoDialogsTest : public ::testing::Test {
+protected:
+    void TearDown() override { ResetTexts(); }
+};
+
+TEST_F(InfoDialogsTest, EachIsTitledLikeItsMenuCommand) {
+    struct Case {
+        std::function<void()> show;
+        std::wstring title;
+        std::wstring picture;
+    };
+    const Case cases[] = {
+        {[] { ShowWarrantyDialog(nullptr); }, L"Esclusione di garanzie", L"dialog-warranty-"},
+        {[] { ShowCommandLineDialog(nullptr); }, L"Parametri della riga di comando", L"dialog-command-line-"},
+        {[] { ShowAboutDialog(nullptr); }, L"Informazioni su Ordalis", L"dialog-about-"},
+    };
+    for (const Case& shown : cases) {
+        OpenDialog open(shown.show, shown.title);
+        ASSERT_NE(open.Dialog(), nullptr);
+        TestDriver::SaveWindowScreenshot(open.Dialog(), shown.picture + Dpi());
+        open.Press(IDOK);
+        EXPECT_TRUE(open.Closed());
+    }
+    {
+        OpenDialog open([] { ShowAboutDialog(nullptr); }, L"Informazioni su Ordalis");
+        EXPECT_EQ(open.ItemText(IDC_INFO_HEADING), L"Ordalis 1.00");
+        EXPECT_EQ(open.ItemText(IDC_INFO_TEXT),
+                  L"Ordalis deframmenta singoli file e cartelle: sposta ogni file frammentato, intero, in "
+                  L"un'unica area libera del volume, senza riorganizzare il resto del disco.\r\n\r\n"
+                  L"Copyright (c) 2026 The Ordalis developers");
+    }
+    LoadEnglish();
+    for (auto [show, title] : std::vector<std::pair<std::function<void()>, std::wstring>>{
+             {[] { ShowWarrantyDialog(nullptr); }, L"Warranty disclaimer"},
+             {[] { ShowCommandLineDialog(nullptr); }, L"Command-line options"},
+             {[] { ShowAboutDialog(nullptr); }, L"About Ordalis"}}) {
+        OpenDialog open(show, title);
+        EXPECT_NE(open.Dialog(), nullptr) << "no dialog titled " << std::string(title.begin(), title.end());
+    }
+    EXPECT_EQ(TitleFromMenuText(L"Salva && &chiudi\tCTRL+S"), L"Salva & chiudi");
+}
+
+}  // namespace
