@@ -9,6 +9,9 @@
 #include <vector>
 
 constexpr size_t kDefaultTextCapacity = 512;
+// The program's table: the 512 numbered texts, and room above them for the
+// texts the program numbers from 512 on.
+constexpr size_t kProgramTextCapacity = 1024;
 
 struct TextTable {
   std::vector<std::wstring> entries = std::vector<std::wstring>(kDefaultTextCapacity);
