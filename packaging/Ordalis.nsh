@@ -1,8 +1,9 @@
 ; Ordalis's own part of the installer that CPack makes: the Explorer entries
 ; as a section the user may leave out, the size shown in the list of
 ; installed programs, and an uninstaller that asks before it takes the
-; user's own files. The program is 64-bit: its Explorer entries go into the
-; 64-bit view of the registry, where the 64-bit Explorer reads them.
+; user's own files. The installer is a 64-bit program: all it writes goes
+; into the 64-bit view of the registry, where the 64-bit Explorer and the
+; list of installed programs read it.
 !include LogicLib.nsh
 
 !define ORDALIS_UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\Ordalis"
@@ -16,12 +17,10 @@
 !macroend
 
 !macro OrdalisRemoveExplorerEntries
-  SetRegView 64
   DeleteRegKey HKLM "Software\Classes\*\shell\Ordalis.Defragment"
   DeleteRegKey HKLM "Software\Classes\*\shell\Ordalis.Analyze"
   DeleteRegKey HKLM "Software\Classes\Directory\shell\Ordalis.Defragment"
   DeleteRegKey HKLM "Software\Classes\Directory\shell\Ordalis.Analyze"
-  SetRegView default
   ; "Send to" belongs to the user who installed.
   SetShellVarContext current
   Delete "$SENDTO\Ordalis.lnk"
@@ -29,12 +28,10 @@
 !macroend
 
 Section "Explorer entries" explorer
-  SetRegView 64
   !insertmacro OrdalisVerb "*" "Ordalis.Defragment" "Defragment with Ordalis" "/DEFRAG"
   !insertmacro OrdalisVerb "*" "Ordalis.Analyze" "Analyze with Ordalis" "/ANALYZE"
   !insertmacro OrdalisVerb "Directory" "Ordalis.Defragment" "Defragment with Ordalis" "/DEFRAG"
   !insertmacro OrdalisVerb "Directory" "Ordalis.Analyze" "Analyze with Ordalis" "/ANALYZE"
-  SetRegView default
   SetShellVarContext current
   CreateShortCut "$SENDTO\Ordalis.lnk" "$INSTDIR\Ordalis.exe"
   SetShellVarContext all

@@ -46,7 +46,9 @@ set(CPACK_COMPONENT_PROGRAM_REQUIRED ON)
 
 # The installer: 64-bit Program Files, for all users, as an administrator.
 set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES64")
-set(CPACK_NSIS_PACKAGE_NAME "Ordalis ${ORDALIS_VERSION_TEXT}")
+# Also the installer's title and the Start-menu folder, which must not change
+# from one version to the next.
+set(CPACK_NSIS_PACKAGE_NAME "Ordalis")
 set(CPACK_NSIS_DISPLAY_NAME "Ordalis")
 set(CPACK_PACKAGE_EXECUTABLES Ordalis Ordalis)
 set(CPACK_NSIS_EXECUTABLES_DIRECTORY .)
@@ -57,13 +59,20 @@ set(CPACK_NSIS_COMPRESSOR "/SOLID lzma")
 # the list of installed programs, and the question about the user's files.
 # They live in Ordalis.nsh, which a copy of CMake's installer script includes
 # right after the component sections.
+# The installer itself is a 64-bit program, as Ordalis is: it needs no 32-bit
+# layer on the system (nor under Wine), and what it writes to the registry
+# lands in the 64-bit view without redirection.
 file(READ ${CMAKE_ROOT}/Modules/Internal/CPack/NSIS.template.in nsis_template)
-set(nsis_anchor "@CPACK_NSIS_COMPONENT_SECTIONS@")
-string(FIND "${nsis_template}" "${nsis_anchor}" anchor_at)
-if(anchor_at EQUAL -1)
-  message(FATAL_ERROR "CMake's NSIS installer script has no ${nsis_anchor}: Ordalis.nsh cannot be included")
-endif()
-string(REPLACE "${nsis_anchor}" "${nsis_anchor}\n!include \"${packaging_dir}/Ordalis.nsh\"" nsis_template "${nsis_template}")
+foreach(anchor "  !define VERSION \"@CPACK_PACKAGE_VERSION@\"" "@CPACK_NSIS_COMPONENT_SECTIONS@")
+  string(FIND "${nsis_template}" "${anchor}" anchor_at)
+  if(anchor_at EQUAL -1)
+    message(FATAL_ERROR "CMake's NSIS installer script has no ${anchor}: Ordalis's part cannot be added")
+  endif()
+endforeach()
+string(REPLACE "  !define VERSION \"@CPACK_PACKAGE_VERSION@\"" "  Target amd64-unicode\n  !define VERSION \"@CPACK_PACKAGE_VERSION@\""
+       nsis_template "${nsis_template}")
+string(REPLACE "@CPACK_NSIS_COMPONENT_SECTIONS@" "@CPACK_NSIS_COMPONENT_SECTIONS@\n!include \"${packaging_dir}/Ordalis.nsh\""
+       nsis_template "${nsis_template}")
 # Written through configure_file, so that the packages are made again only
 # when the script really changed.
 file(WRITE ${package_text_dir}/NSIS.template.in.new "${nsis_template}")
@@ -85,7 +94,7 @@ add_custom_command(
   COMMAND ${CMAKE_CPACK_COMMAND} --config ${CMAKE_BINARY_DIR}/CPackConfig.cmake
   DEPENDS Ordalis ${package_languages} ${package_text_dir}/ReadMe.txt ${package_text_dir}/License.txt
           ${packaging_dir}/Ordalis.nsh ${CMAKE_BINARY_DIR}/CPackConfig.cmake
-          ${package_text_dir}/templates/NSIS.template.in
+          ${package_text_dir}/templates/NSIS.template.in ${package_text_dir}/PackageNames.cmake
   WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
   COMMENT "Packages: ${ORDALIS_PACKAGE_BASE_NAME}-setup.exe and ${ORDALIS_PACKAGE_BASE_NAME}-portable.zip"
   VERBATIM)
