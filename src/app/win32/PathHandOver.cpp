@@ -1,6 +1,7 @@
 #include "app/win32/PathHandOver.h"
 
 #include "app/HandedPaths.h"
+#include "app/RunFlags.h"
 #include "app/win32/Startup.h"
 #include "runs/RunDriver.h"
 #include "ui/MessageBox.h"
@@ -59,6 +60,9 @@ bool ReceiveHandedPaths(HWND mainWindow, const COPYDATASTRUCT* data) {
   // The second start must not wait for what follows (a message box waits
   // for the user): it is released now, with the paths already copied.
   ReplyMessage(TRUE);
+  // An unattended instance has no list to show and nobody to answer a
+  // message: it ends after its own runs, and the paths are not its business.
+  if (gApp.runFlags & kRunNoGui) return true;
   if (gRunState.running) {
     // The list is the run's while it goes on; the user learns which paths
     // were not taken, to send them again afterwards.
