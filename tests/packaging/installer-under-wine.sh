@@ -164,4 +164,8 @@ check "the Explorer entries are gone" bash -c '! "$0" reg query "HKLM\Software\C
 check "the \"Send to\" entry is gone" bash -c '! ls "$0"/users/*/AppData/Roaming/Microsoft/Windows/SendTo/Ordalis.lnk >/dev/null 2>&1' "$drive_c"
 
 echo "$((checks - failures)) of $checks checks passed in $((SECONDS - started)) s"
-[ "$failures" -eq 0 ]
+[ "$failures" -eq 0 ] || exit 1
+# A prefix takes hundreds of megabytes: it is kept only to look into a failure.
+cleanup
+trap - EXIT
+rm -rf "$WINEPREFIX" "$work/older"
