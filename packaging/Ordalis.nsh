@@ -8,6 +8,10 @@
 
 !define ORDALIS_UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\Ordalis"
 
+; An upgrade goes where the older version was installed (the installer
+; records its folder there), also when that was not the default folder.
+InstallDirRegKey HKLM "Software\The Ordalis developers\Ordalis" ""
+
 ; One Explorer verb: its label, the program's icon, and the command that
 ; starts the program with the option and the chosen path.
 !macro OrdalisVerb CLASS VERB LABEL OPTION
