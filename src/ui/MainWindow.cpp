@@ -349,6 +349,12 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       return TRUE;
     case WM_COMMAND:
       return OnCommand(wParam, lParam) ? TRUE : FALSE;
+    case WM_COPYDATA: {
+      auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
+      const bool understood = gMain.setup.copyData && gMain.setup.copyData(window, data);
+      SetWindowLongPtrW(window, DWLP_MSGRESULT, understood ? TRUE : FALSE);
+      return TRUE;
+    }
     case WM_CTLCOLORDLG: {
       // The window's face matches the program's own controls.
       static HBRUSH face = CreateSolidBrush(Theme::kFace);

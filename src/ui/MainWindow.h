@@ -32,6 +32,8 @@ struct MainWindowSetup {
   // A right click on one of the lists outside its header (the header shows
   // the column menu): the list and the screen point.
   std::function<void(HWND window, HWND list, POINT at)> contextMenu;
+  // Data sent by another process (WM_COPYDATA); true when it was understood.
+  std::function<bool(HWND window, const COPYDATASTRUCT* data)> copyData;
 };
 
 // Creates the main dialog (hidden). Returns null when it could not be created

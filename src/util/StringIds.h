@@ -34,6 +34,9 @@ constexpr uint32_t kStrHelpTitle = 440;  // "Ordalis - Guida"
 constexpr uint32_t kStrHelpBody = 441;   // the options and what they do
 constexpr uint32_t kStrHelpClose = 442;  // "Chiudi"
 
+// Paths handed over by a second start while a run goes on (ids 600 to 619).
+constexpr uint32_t kStrHandedPathsDuringRun = 600;  // "È in corso un'analisi o una deframmentazione: ..."
+
 // Settings, main menu and language: the menus' texts.
 constexpr uint32_t kStrMenuFile = 89;                  // "&File"
 constexpr uint32_t kStrMenuProfiles = 13;              // "&Profili"

@@ -60,6 +60,7 @@ std::map<uint32_t, std::string> UsedIds(const std::map<std::string, uint32_t>& n
 
 TEST(EnglishLanguageFile, HasANonEmptyEntryForEveryIdInUse) {
   ResetTexts();
+  // The table the program makes, with room for its own texts above 511.
   SetTextCapacity(kProgramTextCapacity);
   fs::path file = fs::path(ORDALIS_LANG_DIR) / "Ordalis_EN.lng";
   UnicodeTextReader reader;

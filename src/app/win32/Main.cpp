@@ -5,6 +5,7 @@
 
 #include "app/RunFlags.h"
 #include "app/win32/Console.h"
+#include "app/win32/PathHandOver.h"
 #include "app/win32/ProcessControl.h"
 #include "app/win32/SingleInstance.h"
 #include "app/win32/Startup.h"
@@ -73,6 +74,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     if (gApp.runFlags & kRunNoGui) SetWindowPos(window, nullptr, -100, -100, 1, 1, SWP_NOZORDER);
   };
   setup.exitCode = [] { return static_cast<int>(gApp.exitCode); };
+  setup.copyData = ReceiveHandedPaths;
   HWND mainWindow = CreateMainWindow(instance, setup);
   if (!mainWindow && !gApp.exitRequested) {
     CoUninitialize();

@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include "app/win32/PathHandOver.h"
+#include "app/win32/Startup.h"
+
 namespace {
 
 constexpr wchar_t kInstanceBaseName[] = L"Ordalis-7a8caa0e-a83e-4ebe-a126-8e15046ca30d1";
@@ -48,6 +51,7 @@ bool AnotherInstanceTookOver() {
   if (error != ERROR_ALREADY_EXISTS && error != ERROR_ACCESS_DENIED) return false;
   HWND other = FindWindowW(L"#32770", L"Ordalis");
   if (!other) return false;
+  HandPathsToRunningInstance(other, CommandLineArguments());
   BringForward(other);
   return true;
 }

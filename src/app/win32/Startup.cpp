@@ -49,6 +49,8 @@ constexpr wchar_t kNoResourcesText[] =
   ExitProcess(0);
 }
 
+}  // namespace
+
 std::vector<std::wstring> CommandLineArguments() {
   std::wstring line = GetCommandLineW();
   if (line.size() > kMaxCommandLine) line.resize(kMaxCommandLine);
@@ -61,8 +63,6 @@ std::vector<std::wstring> CommandLineArguments() {
   LocalFree(argv);
   return args;
 }
-
-}  // namespace
 
 void RequestExit(uint32_t code) {
   gApp.exitCode = code;
@@ -119,6 +119,17 @@ void FailWindowPanels(HWND mainWindow) {
   RequestExit(6);
 }
 
+bool AddPathsToList(HWND mainWindow, const std::vector<std::wstring>& args) {
+  CommandLineHooks hooks;
+  hooks.console = ConsoleWriteText;
+  hooks.showMessage = [mainWindow](const std::wstring& text) {
+    ShowMessage(mainWindow, text, L"Ordalis", MB_OK | MB_ICONEXCLAMATION);
+  };
+  hooks.afterPath = RefreshItemList;
+  hooks.addItem = [](bool isFolder, const std::wstring& path) { return AddItem(isFolder, path); };
+  return AddPathArguments(args, gApp.runFlags, hooks);
+}
+
 void RunCommandLine(HWND mainWindow) {
   std::vector<std::wstring> args = CommandLineArguments();
   CommandLineChoices choices;
@@ -149,14 +160,7 @@ void RunCommandLine(HWND mainWindow) {
     ConsoleWriteText(ConsoleBanner());
   }
 
-  CommandLineHooks hooks;
-  hooks.console = ConsoleWriteText;
-  hooks.showMessage = [mainWindow](const std::wstring& text) {
-    ShowMessage(mainWindow, text, L"Ordalis", MB_OK | MB_ICONEXCLAMATION);
-  };
-  hooks.afterPath = RefreshItemList;
-  hooks.addItem = [](bool isFolder, const std::wstring& path) { return AddItem(isFolder, path); };
-  bool pathGiven = AddPathArguments(args, gApp.runFlags, hooks);
+  bool pathGiven = AddPathsToList(mainWindow, args);
 
   if (pathGiven && ItemCount() == 0) {
     gApp.runFlags &= ~(kRunAnalyze | kRunDefrag);

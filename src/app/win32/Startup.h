@@ -2,6 +2,8 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 // Stores the exit code and sends the main window the Exit command; the
 // message loop ends with that code once the window is gone.
@@ -21,3 +23,11 @@ void FailWindowPanels(HWND mainWindow);
 
 // The command line, once the main window exists.
 void RunCommandLine(HWND mainWindow);
+
+// The program's arguments (its own name left out), split as the command
+// line's paths need: a quoted path ending in a backslash stays one argument.
+std::vector<std::wstring> CommandLineArguments();
+
+// Adds the path arguments among args to the list, as the command line does,
+// with its messages for paths that cannot be added. True when a path was given.
+bool AddPathsToList(HWND mainWindow, const std::vector<std::wstring>& args);
