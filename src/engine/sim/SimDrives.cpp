@@ -168,8 +168,10 @@ std::unique_ptr<SimDriveRequests> ParseSimDrives(const std::string& description,
 }
 
 bool InstallSimDrivesFromEnvironment() {
-  const char* description = std::getenv("ORDALIS_SIM_DRIVES");
-  if (description == nullptr) return true;
+  // Without a description no simulated drive answers: the host's drives
+  // are never asked.
+  const char* found = std::getenv("ORDALIS_SIM_DRIVES");
+  const char* description = found ? found : "";
   std::string error;
   std::unique_ptr<SimDriveRequests> requests = ParseSimDrives(description, error);
   if (!requests) {

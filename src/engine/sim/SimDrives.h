@@ -38,7 +38,7 @@ class SimDriveRequests : public DeviceRequests {
 std::unique_ptr<SimDriveRequests> ParseSimDrives(const std::string& description, std::string& error);
 
 // Reads ORDALIS_SIM_DRIVES and installs its drives as the device requests;
-// openings are appended to the file ORDALIS_SIM_DRIVES_LOG names. Nothing
-// happens without the variable. False (with a line on stderr) when it
+// openings are appended to the file ORDALIS_SIM_DRIVES_LOG names. Without
+// the variable no drive answers. False (with a line on stderr) when it
 // cannot be read.
 bool InstallSimDrivesFromEnvironment();
