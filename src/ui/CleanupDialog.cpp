@@ -98,6 +98,8 @@ void EnableAll(HWND dialog, bool enabled) {
 }
 
 void StartCleanup(HWND dialog) {
+  ShowWindow(dialog, SW_SHOW);
+  UpdateWindow(dialog);
   EnableAll(dialog, false);
   if (!gCleanupDialog.useExternal) {
     const int result = BuiltInCleanup(dialog, false, GetDlgItem(dialog, kExplanation));

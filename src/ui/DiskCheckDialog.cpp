@@ -182,6 +182,10 @@ void EndWith(HWND dialog, int result) {
 // drive table, refused letters included.
 void RunCheck(HWND dialog) {
   HWND list = GetDlgItem(dialog, kDriveList);
+  // Started at once on opening, the check must not run before the dialog
+  // is on the screen.
+  ShowWindow(dialog, SW_SHOW);
+  UpdateWindow(dialog);
   gDiskDialog.checking = true;
   EnableButtons(dialog, false);
   SetDlgItemTextW(dialog, kOutput, L"");

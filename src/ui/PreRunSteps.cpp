@@ -37,6 +37,8 @@ void SetRadio(uint32_t first, uint32_t last, uint32_t command) {
 }
 
 bool SolidStateWarning() {
+  // Unattended, the question takes its default: the files stay as they are.
+  if (gApp.runFlags & kRunNoGui) return true;
   const std::wstring text = std::wstring(L"<b>") + Text(kStrSolidStateHeading, L"Rilevato disco SSD") + L"</b>\r\n\r\n" +
                             Text(kStrSolidStateText,
                                  L"Le prestazioni delle unità a stato solido non sono influenzate dalla frammentazione "

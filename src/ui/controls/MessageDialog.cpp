@@ -11,8 +11,10 @@
 
 namespace {
 
-constexpr int kTextControlId = 100;
-constexpr int kIconControlId = 101;
+// Out of the range of the results a box's buttons carry: the text control's
+// notifications come as commands with its number.
+constexpr int kTextControlId = 32100;
+constexpr int kIconControlId = 32101;
 
 struct ButtonChoice {
   int result;
