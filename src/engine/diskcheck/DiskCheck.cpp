@@ -55,8 +55,8 @@ BOOLEAN WINAPI ReportFromChecker(DWORD command, DWORD, PVOID argument) {
       char converted[kOutputBufferBytes] = {};
       const DWORD length = static_cast<DWORD>(strnlen(output->text, kOutputBufferBytes - 1));
       OemToCharBuffA(output->text, converted, length);
-      // The caret goes to the end first, so each piece is appended.
-      PostMessageW(gDiskCheck.sink.output, EM_SETSEL, static_cast<WPARAM>(-1), -1);
+      // Each piece goes in at the caret, which the previous piece left at
+      // the end; the box scrolls along.
       PostMessageW(gDiskCheck.sink.output, EM_SCROLLCARET, 0, 0);
       SendMessageA(gDiskCheck.sink.output, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(converted));
       RedrawWindow(gDiskCheck.sink.output, nullptr, nullptr, RDW_INVALIDATE);
@@ -95,8 +95,8 @@ bool CheckVolume(const ChkdskRequest& request, const DiskCheckSink& sink, bool& 
     return false;
   }
   quit = !WaitForWorker(worker);
-  // The checker's last text may still be on its way: the box is sent to, so
-  // it is complete once the worker has ended.
+  // The checker's text is sent, not posted: the box is complete once the
+  // worker has ended.
   gDiskCheck.request.fileSystem.clear();
   return gDiskCheck.errorFlag == 1;
 }
