@@ -19,8 +19,11 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
   GetModuleFileNameW(nullptr, self, MAX_PATH);
   wchar_t tempPath[MAX_PATH] = L"";
   GetTempPathW(MAX_PATH, tempPath);
-  const fs::path root = fs::path(tempPath) / L"ordalis-run-and-wait";
-  fs::remove_all(root);
+  // A folder of this run's own: the program started without waiting may
+  // still hold its copy when the test ends.
+  const fs::path root = fs::path(tempPath) / (L"ordalis-run-and-wait-" + std::to_wstring(GetCurrentProcessId()));
+  std::error_code ignored;
+  fs::remove_all(root, ignored);
   fs::create_directories(root / L"Clean er");
   // This test program stands in for the cleaner; a file where the path's
   // first word would point is no program at all, so starting it would fail.
@@ -46,7 +49,7 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
   gEngineHooks = EngineHooks{};
 
   EXPECT_EQ(RunAndWait((root / L"missing.exe").wstring(), L"", SW_HIDE, true), 0);
-  fs::remove_all(root);
+  fs::remove_all(root, ignored);
 }
 
 }  // namespace
