@@ -109,6 +109,15 @@ class FileQueries {
 
   // The error number of the last failed query on this thread.
   virtual uint32_t LastError() = 0;
+
+  // Changes to the file system, for the cleanup of the temporary folder.
+  // A file system that is only read refuses them (false).
+  virtual bool ChangeAttributes(const std::wstring& path, uint32_t attributes);
+  // Deletes a file, or the link itself when the entry is a link.
+  virtual bool RemoveFile(const std::wstring& path);
+  // Removes an empty folder, or a link to a folder (a junction, a mounted
+  // folder, a symbolic link) without touching what it points to.
+  virtual bool RemoveFolder(const std::wstring& path);
 };
 
 // The process-wide implementation: the Windows one in the program, an

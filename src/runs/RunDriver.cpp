@@ -74,12 +74,7 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
 bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
   const bool skipSolidState = (gSettings.solidStateFlags & kSolidStateSkip) != 0;
   bool detected = false;
-  uint64_t onSolidState = 0;
-  if (!(gSettings.solidStateFlags & kSolidStateNoDetection)) {
-    Call(gRunHooks.setBusyState, kBusyCheckingDrives);
-    onSolidState = CountSolidStateItems(skipSolidState, detected);
-    Call(gRunHooks.setBusyState, kBusyIdle);
-  }
+  const uint64_t onSolidState = MarkItemsOnSolidStateDrives(detected);
   const uint64_t leftOut = filterSkipped + onSolidState;
   if (leftOut > 0) {
     if (skipSolidState && leftOut == considered) return false;

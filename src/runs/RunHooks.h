@@ -54,9 +54,6 @@ struct RunHooks {
   std::function<bool()> closeForDiskErrors;  // the question after errors: true closes
   std::function<bool()> cleanupDialog;      // false: cancelled
   std::function<bool()> solidStateWarning;  // true: do not defragment
-  // Items on solid-state drives among those to be processed; marks them
-  // skipped when skipping is on. `detected` tells whether any drive was one.
-  std::function<uint64_t(bool skip, bool& detected)> countSolidState;
   // The summary dialog; the shutdown dialog (true when the machine goes off).
   std::function<void()> showSummary;
   std::function<void()> shutdownDialog;

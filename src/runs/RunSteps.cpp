@@ -1,9 +1,8 @@
 #include "runs/RunSteps.h"
 
-#include <cwctype>
-
 #include "app/RunFlags.h"
 #include "engine/Relocation.h"
+#include "engine/SolidState.h"
 #include "items/ItemList.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunHooks.h"
@@ -11,38 +10,39 @@
 
 namespace {
 
-wchar_t DriveLetterOf(const ItemRecord& record) {
-  return record.path.empty() ? L'\0' : wchar_t(std::towupper(std::wint_t(record.path[0])));
-}
-
 bool ToBeProcessed(const ItemRecord& record) {
   return (record.flags & ItemFlags::kToProcess) && !(record.flags & ItemFlags::kSkipped);
 }
 
 }  // namespace
 
-bool IsSolidStateDrive(wchar_t) { return false; }
-
-uint64_t CountSolidStateItems(bool skip, bool& detected) {
-  if (gRunHooks.countSolidState) return gRunHooks.countSolidState(skip, detected);
+uint64_t MarkItemsOnSolidStateDrives(bool& detected) {
   detected = false;
-  bool asked[26] = {};
-  bool solid[26] = {};
-  uint64_t count = 0;
+  const uint32_t flags = gSettings.solidStateFlags;
+  if (flags & kSolidStateNoDetection) return 0;
+  if (gRunHooks.setBusyState) gRunHooks.setBusyState(kBusyCheckingDrives);
+  bool used[26] = {};
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
-    ItemRecord& record = node->record;
-    const wchar_t letter = DriveLetterOf(record);
-    if (!ToBeProcessed(record) || letter < L'A' || letter > L'Z') continue;
-    const int index = letter - L'A';
-    if (!asked[index]) {
-      asked[index] = true;
-      solid[index] = IsSolidStateDrive(letter);
-      detected = detected || solid[index];
-    }
-    if (!solid[index]) continue;
-    ++count;
-    if (skip) record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
+    const std::wstring& path = node->record.path;
+    if (path.empty()) continue;
+    // A character below "[" counts from "A", any other from "a".
+    const int index = path[0] < L'[' ? int(path[0]) - 'A' : int(path[0]) - 'a';
+    if (index >= 0 && index < 26) used[index] = true;
   }
+  uint64_t count = 0;
+  for (int index = 0; index < 26; ++index) {
+    const wchar_t letter = wchar_t(L'A' + index);
+    if (!used[index] || !IsSolidStateVolume(letter)) continue;
+    detected = true;
+    for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
+      ItemRecord& record = node->record;
+      if (!ToBeProcessed(record) || record.path.empty() || record.path[0] != letter) continue;
+      ++count;
+      if (flags & kSolidStateSkip) record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
+    }
+  }
+  if (gRunHooks.setBusyState) gRunHooks.setBusyState(kBusyIdle);
+  if (gRunHooks.redrawItems) gRunHooks.redrawItems();
   return count;
 }
 

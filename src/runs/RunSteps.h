@@ -13,13 +13,12 @@ constexpr uint32_t kCleanupAuto = 9053;
 constexpr uint32_t kCleanupOff = 9054;
 constexpr uint32_t kCleanupAsk = 9055;
 
-// Whether the drive with this letter is a solid-state drive. No drive is
-// recognised as one yet.
-bool IsSolidStateDrive(wchar_t letter);
-
-// Counts the to-be-processed items on solid-state drives, marking them
-// skipped when `skip` is on; `detected` tells whether any drive was one.
-uint64_t CountSolidStateItems(bool skip, bool& detected);
+// Asks each drive letter the items use, once, whether it is a solid-state
+// drive, and counts the to-be-processed items on those drives whose paths
+// begin with the upper-case letter; with "SKIPSSD=" on they are marked
+// skipped. `detected` tells whether any drive was one. Nothing is asked, and
+// 0 returned, while detection is off.
+uint64_t MarkItemsOnSolidStateDrives(bool& detected);
 
 // True when the user chose not to defragment after the warning (never asked
 // when skipping is on, nothing was detected or detection is off).

@@ -18,6 +18,7 @@
 #include "ui/CommandIds.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
+#include "ui/PreRunSteps.h"
 #include "ui/StatusBars.h"
 #include "ui/TaskbarProgress.h"
 #include "util/StringIds.h"
@@ -266,6 +267,8 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
     if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
   };
   hooks.dateTexts = LocalDateTexts;
+  // The solid-state warning, the disk check and the cleanup.
+  InstallPreRunSteps(mainWindow);
 }
 
 bool HandleRunCommand(HWND mainWindow, uint32_t command) {

@@ -348,8 +348,9 @@ TEST_F(RunsProgramTest, StopDuringASlowMoveInterruptsTheFile) {
     Describe("volume letter=Z clusters=4000 clusterSize=4096 moveDelay=30",
              {{"data/big.bin", "size=" + std::to_string(kExtents * 4096) + " runs=" + runs}}, gaps);
 
+    // Neither the disk check nor the cleanup is asked before this defragmentation.
     std::unique_ptr<TestDriver::RunningProgram> program = TestDriver::StartProgram(
-        exe_, L"/LANG:IT " + TestDriver::HostPathToWindows((host_ / "data" / "big.bin").string()));
+        exe_, L"/LANG:IT /CHKDSK:0 /CLEAN:0 " + TestDriver::HostPathToWindows((host_ / "data" / "big.bin").string()));
     ASSERT_TRUE(program);
     HWND main = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(main, nullptr);
@@ -417,8 +418,9 @@ protected:
     }
 
     void Start(const Texts& texts) {
-        program_ = TestDriver::StartProgram(
-            exe_, L"/QUICK /LANG:" + texts.language + L" " + TestDriver::HostPathToWindows((host_ / "data").string()));
+        // Neither the disk check nor the cleanup is asked before a defragmentation.
+        program_ = TestDriver::StartProgram(exe_, L"/QUICK /CHKDSK:0 /CLEAN:0 /LANG:" + texts.language + L" " +
+                                                      TestDriver::HostPathToWindows((host_ / "data").string()));
         ASSERT_TRUE(program_);
         main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
         ASSERT_NE(main_, nullptr);

@@ -4,6 +4,9 @@
 #include "RunTestSupport.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunSteps.h"
+#include "engine/SolidState.h"
+#include "engine/sim/SimDrives.h"
+#include "settings/Settings.h"
 
 #include <chrono>
 #include <future>
@@ -392,6 +395,86 @@ TEST(RunResultsTest, StatusRefreshThinsOutAsTheCountGrows) {
     if (StatusRefreshDue(count)) due.push_back(count);
   }
   EXPECT_EQ(due, (std::vector<uint64_t>{32, 64, 128, 256, 512, 768, 1024}));
+}
+
+}  // namespace
+
+namespace {
+
+// Items on a drive that the solid-state probes recognise.
+class SolidStateRunTest : public RunsTest {
+ protected:
+  void SetUp() override {
+    RunsTest::SetUp();
+    std::string error;
+    drives_ = ParseSimDrives("Z:rotation", error);
+    ASSERT_TRUE(drives_) << error;
+    SetDeviceRequests(drives_.get());
+    savedFlags_ = gSettings.solidStateFlags;
+  }
+  void TearDown() override {
+    SetDeviceRequests(nullptr);
+    gSettings.solidStateFlags = savedFlags_;
+    RunsTest::TearDown();
+  }
+  uint64_t Opened() const { return drives_->opened['Z' - 'A']; }
+
+  std::unique_ptr<SimDriveRequests> drives_;
+  uint32_t savedFlags_ = 0;
+};
+
+TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
+  int warnings = 0;
+  bool stopAtWarning = true;
+  gRunHooks.solidStateWarning = [&] {
+    ++warnings;
+    return stopAtWarning;
+  };
+  // Skipping on: every item lies on the drive, so the run ends unseen; the
+  // drive was asked once for both items.
+  gSettings.solidStateFlags = kSolidStateSkip;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+  EXPECT_EQ(warnings, 0);
+  EXPECT_EQ(Opened(), 1u);
+  EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), ItemFlags::kSkipped);
+  EXPECT_EQ(Check(), "check ok");
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+
+  // Skipping off: the warning; "do not defragment" ends the run, the other
+  // answer goes on and moves files.
+  gSettings.solidStateFlags = 0;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(warnings, 1);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+  stopAtWarning = false;
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(warnings, 2);
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
+
+  // Detection off: no device is opened and nothing is asked.
+  gSettings.solidStateFlags = kSolidStateSkip | kSolidStateNoDetection;
+  const uint64_t before = Opened();
+  StartRun(RunMode::DefragmentAll);
+  EXPECT_EQ(Opened(), before);
+  EXPECT_EQ(warnings, 2);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
+}
+
+TEST_F(SolidStateRunTest, ALowerCaseDriveLetterMarksTheDriveButNotTheItem) {
+  gSettings.solidStateFlags = kSolidStateSkip;
+  std::vector<uint32_t> busy;
+  gRunHooks.setBusyState = [&](uint32_t state) { busy.push_back(state); };
+  for (uint64_t row = 0; row < 2; ++row) ItemAtRow(row)->flags |= ItemFlags::kToProcess;
+  ItemAtRow(0)->path[0] = L'z';
+  bool detected = false;
+  EXPECT_EQ(MarkItemsOnSolidStateDrives(detected), 1u);
+  EXPECT_TRUE(detected);
+  EXPECT_EQ(Opened(), 1u);
+  EXPECT_TRUE(ItemAtRow(0)->flags & ItemFlags::kToProcess);
+  EXPECT_TRUE(ItemAtRow(1)->flags & ItemFlags::kSkipped);
+  EXPECT_EQ(busy, (std::vector<uint32_t>{kBusyCheckingDrives, kBusyIdle}));
 }
 
 }  // namespace

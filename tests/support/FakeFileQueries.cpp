@@ -380,3 +380,31 @@ std::wstring FakeFileQueries::ErrorText(uint32_t error) {
 }
 
 uint32_t FakeFileQueries::LastError() { return tLastError; }
+
+bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
+  changes.push_back(L"attributes " + path);
+  Node* node = Lookup(path);
+  if (node == nullptr) return false;
+  // The kind of entry is not the caller's to change.
+  const uint32_t fixed = kAttrDirectory | kAttrReparsePoint;
+  node->entry.attributes = (node->entry.attributes & fixed) | (attributes & ~fixed);
+  return true;
+}
+
+bool FakeFileQueries::RemoveFile(const std::wstring& path) {
+  changes.push_back(L"file " + path);
+  Node* node = Lookup(path);
+  if (node == nullptr || (node->entry.attributes & (kAttrDirectory | kAttrReadOnly))) {
+    tLastError = kErrAccessDenied;
+    return false;
+  }
+  return Remove(path);
+}
+
+bool FakeFileQueries::RemoveFolder(const std::wstring& path) {
+  changes.push_back(L"folder " + path);
+  Node* node = Lookup(path);
+  if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
+  if (!node->children.empty() && !(node->entry.attributes & kAttrReparsePoint)) return false;
+  return Remove(path);
+}

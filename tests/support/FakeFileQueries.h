@@ -72,6 +72,15 @@ class FakeFileQueries : public FileQueries {
   std::wstring FullPath(const std::wstring& path, size_t maxCount) override;
   std::wstring ErrorText(uint32_t error) override;
   uint32_t LastError() override;
+  // As the system does: a read-only file is not deleted, a folder is removed
+  // only when empty or when it is a link (then without what it shows).
+  bool ChangeAttributes(const std::wstring& path, uint32_t attributes) override;
+  bool RemoveFile(const std::wstring& path) override;
+  bool RemoveFolder(const std::wstring& path) override;
+
+  // Every change asked for, in order: "attributes PATH", "file PATH" or
+  // "folder PATH" (also those refused).
+  std::vector<std::wstring> changes;
 
  private:
   struct Node {

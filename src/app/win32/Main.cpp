@@ -9,10 +9,12 @@
 #include "app/win32/ProcessControl.h"
 #include "app/win32/SingleInstance.h"
 #include "app/win32/Startup.h"
+#include "engine/probes/Win32DeviceRequests.h"
 #include "engine/win32/Win32FileQueries.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #ifdef ORDALIS_SIMULATED_VOLUME
 #include "app/win32/sim/SimSwitches.h"
+#include "engine/sim/SimDrives.h"
 #include "engine/sim/SimEnvironment.h"
 #endif
 #include "items/ItemList.h"
@@ -42,10 +44,12 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   static Win32FileQueries fileQueries;
   SetFileQueries(&fileQueries);
   SetVolumeAccess(&Win32Volumes());
+  SetDeviceRequests(&Win32DeviceRequests());
 #ifdef ORDALIS_SIMULATED_VOLUME
   // Without its description the simulating program has nothing to work on;
   // the reason is already on stderr.
   if (!InstallSimVolumeFromEnvironment()) return kSimVolumeMissingExitCode;
+  if (!InstallSimDrivesFromEnvironment()) return kSimVolumeMissingExitCode;
   InstallSimPowerOffLog();
   InstallSimPanelRefusal();
 #endif

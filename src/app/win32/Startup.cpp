@@ -8,6 +8,7 @@
 #include "app/CommandLine.h"
 #include "app/RunFlags.h"
 #include "app/win32/Console.h"
+#include "engine/diskcheck/DiskCheck.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
 #include "settings/Settings.h"
@@ -97,8 +98,9 @@ void RunStartupChecks(HWND mainWindow) {
   if (!ResolveNtFsControlFile()) {
     FailStartup(nullptr, L"Could not find NtFsControlFile entry point in NTDLL.DLL.");
   }
-  HMODULE fmifs = LoadLibraryW(L"fmifs.dll");
-  if (!fmifs || !GetProcAddress(fmifs, "Chkdsk")) {
+  // The disk check before a defragmentation calls the checker through the
+  // address kept here.
+  if (!ResolveChkdsk()) {
     FailStartup(nullptr, L"Could not find Chkdsk entry point in FMIFS.DLL.");
   }
   wchar_t programPath[MAX_PATH * 2] = {};

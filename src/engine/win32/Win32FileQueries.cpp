@@ -164,3 +164,13 @@ std::wstring Win32FileQueries::ErrorText(uint32_t error) {
 }
 
 uint32_t Win32FileQueries::LastError() { return tLastError; }
+
+bool Win32FileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
+  return SetFileAttributesW(path.c_str(), attributes) != FALSE;
+}
+
+bool Win32FileQueries::RemoveFile(const std::wstring& path) { return DeleteFileW(path.c_str()) != FALSE; }
+
+// On a junction or a symbolic link to a folder the system removes the link
+// itself, whatever the folder it points to holds.
+bool Win32FileQueries::RemoveFolder(const std::wstring& path) { return RemoveDirectoryW(path.c_str()) != FALSE; }

@@ -11,8 +11,10 @@
 
 namespace {
 
-constexpr int kTextControlId = 100;
-constexpr int kIconControlId = 101;
+// Out of the range of the results a box's buttons carry: the text control's
+// notifications come as commands with its number.
+constexpr int kTextControlId = 32100;
+constexpr int kIconControlId = 32101;
 
 struct ButtonChoice {
   int result;
@@ -88,10 +90,13 @@ struct DialogInput {
   std::wstring text;
   int icon;
   std::wstring title;
+  const std::vector<MessageButton>* buttons = nullptr;  // instead of the flags' set
+  int width = 400;
 };
 
 struct DialogState {
   ButtonSet buttons;
+  std::vector<ButtonChoice> ownButtons;
   int bandTop = 0;
   HFONT boldFont = nullptr;
   HICON icon = nullptr;
@@ -125,7 +130,7 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
 
   const int margin = scaled(16);
   const int iconSize = scaled(32);
-  const int width = scaled(400);
+  const int width = scaled(input.width);
   const int textLeft = margin + iconSize + scaled(14);
   const int textWidth = width - textLeft - margin;
 
@@ -192,7 +197,7 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   }
 
   const bool english = !BuiltInTexts();
-  const int buttonWidth = scaled(84);
+  const int buttonWidth = scaled(state.ownButtons.empty() ? 84 : 150);
   const int gap = scaled(8);
   int x = width - margin - static_cast<int>(state.buttons.count) * buttonWidth -
           static_cast<int>(state.buttons.count - 1) * gap;
@@ -232,7 +237,14 @@ INT_PTR CALLBACK MessageDialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
   switch (message) {
     case WM_INITDIALOG: {
       const auto* input = reinterpret_cast<const DialogInput*>(lParam);
-      state = new DialogState{ButtonsFor(input->flags)};
+      state = new DialogState{ButtonsFor(input->flags), {}};
+      if (input->buttons) {
+        // The caller's own buttons: none of them is the answer to Escape.
+        for (const MessageButton& button : *input->buttons) {
+          state->ownButtons.push_back({button.result, button.text.c_str(), button.text.c_str()});
+        }
+        state->buttons = {state->ownButtons.data(), state->ownButtons.size(), 0};
+      }
       SetWindowLongPtrW(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(state));
       BuildDialog(dialog, *input, *state);
       MessageBeep(input->flags & kMsgIconError ? MB_ICONHAND
@@ -303,6 +315,18 @@ int RunMessageDialog(HWND owner, uint32_t flags, const std::wstring& text, int c
   static const bool richEditLoaded = LoadLibraryW(L"RICHED20.DLL") != nullptr;
   (void)richEditLoaded;
   DialogInput input{flags, text, IconFor(flags, customIcon), title.empty() ? L"Ordalis" : title};
+  std::vector<WORD> dialogTemplate = DialogTemplate();
+  INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr),
+                                           reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()), owner,
+                                           MessageDialogProc, reinterpret_cast<LPARAM>(&input));
+  return result < 0 ? 0 : static_cast<int>(result);
+}
+
+int RunMessageDialogWithButtons(HWND owner, uint32_t flags, const std::wstring& text, const std::wstring& title,
+                                const std::vector<MessageButton>& buttons, int width) {
+  static const bool richEditLoaded = LoadLibraryW(L"RICHED20.DLL") != nullptr;
+  (void)richEditLoaded;
+  DialogInput input{flags, text, IconFor(flags, 0), title.empty() ? L"Ordalis" : title, &buttons, width};
   std::vector<WORD> dialogTemplate = DialogTemplate();
   INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr),
                                            reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()), owner,

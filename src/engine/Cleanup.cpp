@@ -1,0 +1,61 @@
+#include "engine/Cleanup.h"
+
+#include <memory>
+
+#include "engine/EngineHooks.h"
+#include "engine/FileQueries.h"
+#include "engine/Relocation.h"
+
+uint32_t gCleanupCount = 0;
+
+namespace {
+
+std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
+  if (!folder.empty() && folder.back() == L'\\') return folder + name;
+  return folder + L'\\' + name;
+}
+
+bool StopRequested() { return (gEngine.flags.load() & kStopRequested) != 0; }
+
+}  // namespace
+
+void DeleteFolderContents(const std::wstring& folder) {
+  FileQueries& fs = Fs();
+  std::unique_ptr<DirListing> listing = fs.OpenListing(Joined(folder, L"*"));
+  if (!listing) return;
+  DirEntry entry;
+  while (listing->Next(entry)) {
+    if (entry.name == L"." || entry.name == L"..") continue;
+    if (StopRequested()) return;
+    ++gCleanupCount;
+    const std::wstring path = Joined(folder, entry.name);
+    fs.ChangeAttributes(path, entry.attributes & ~kAttrReadOnly);
+    if (entry.attributes & kAttrDirectory) {
+      if (!(entry.attributes & kAttrReparsePoint)) DeleteFolderContents(path);
+      fs.RemoveFolder(path);
+      continue;
+    }
+    fs.RemoveFile(path);
+    if (gCleanupCount % 4 == 0 && !PumpMessages()) {
+      // The program is closing: leave the rest for another time.
+      gEngine.flags.fetch_or(kStopRequested);
+    }
+  }
+}
+
+bool IsDriveRootPath(const std::wstring& path) {
+  std::wstring view = path;
+  if (view.size() >= 4 && view[2] == L'?') view = view.substr(4);
+  if (view.size() != 3) return false;
+  const wchar_t letter = view[0];
+  const bool isLetter = (letter >= L'A' && letter <= L'Z') || (letter >= L'a' && letter <= L'z');
+  return isLetter && view[1] == L':' && view[2] == L'\\';
+}
+
+ProgramLaunch LaunchOf(const std::wstring& program, const std::wstring& switches) {
+  ProgramLaunch launch;
+  launch.applicationName = program;
+  launch.commandLine = L"\"" + program + L"\"";
+  if (!switches.empty()) launch.commandLine += L" \"" + switches + L"\"";
+  return launch;
+}

@@ -1,0 +1,52 @@
+#include "engine/cleanup/RunAndWait.h"
+
+#include <windows.h>
+
+#include <vector>
+
+#include "engine/Cleanup.h"
+#include "engine/EngineHooks.h"
+
+namespace {
+
+constexpr DWORD kIdleWaitMs = 1500;
+
+// Blocks until the process ends or input arrives, handling the window's
+// messages after each wake. False when a quit message came first (the pump
+// posts it again for the message loop).
+bool WaitWithMessages(HANDLE process) {
+  if (!gEngineHooks.pumpMessages) {
+    // No window to keep alive: only the process matters.
+    return WaitForSingleObject(process, INFINITE) == WAIT_OBJECT_0;
+  }
+  for (;;) {
+    const DWORD woke = MsgWaitForMultipleObjectsEx(1, &process, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    if (woke == WAIT_OBJECT_0) return true;
+    if (woke == WAIT_FAILED) return WaitForSingleObject(process, INFINITE) == WAIT_OBJECT_0;
+    if (!PumpMessages()) return false;
+  }
+}
+
+}  // namespace
+
+int RunAndWait(const std::wstring& program, const std::wstring& parameters, int showCommand, bool wait) {
+  // The program's path goes in as the application name, never to be split at
+  // a blank by the system's search for the program.
+  const ProgramLaunch launch = LaunchOf(program, parameters);
+  std::vector<wchar_t> commandLine(launch.commandLine.begin(), launch.commandLine.end());
+  commandLine.push_back(L'\0');
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESHOWWINDOW;
+  startup.wShowWindow = static_cast<WORD>(showCommand);
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessW(launch.applicationName.c_str(), commandLine.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS,
+                      nullptr, nullptr, &startup, &process)) {
+    return 0;
+  }
+  WaitForInputIdle(process.hProcess, kIdleWaitMs);
+  const bool ended = wait && WaitWithMessages(process.hProcess);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return ended ? 1 : 0;
+}

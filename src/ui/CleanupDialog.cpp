@@ -1,0 +1,303 @@
+#include "ui/CleanupDialog.h"
+
+#include <commdlg.h>
+
+#include <string>
+#include <vector>
+
+#include "engine/Cleanup.h"
+#include "engine/Relocation.h"
+#include "engine/cleanup/RunAndWait.h"
+#include "runs/RunSteps.h"
+#include "settings/Settings.h"
+#include "ui/Dpi.h"
+#include "ui/MainWindow.h"
+#include "ui/MessageBox.h"
+#include "ui/PreRunSteps.h"
+#include "ui/controls/Theme.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+namespace {
+
+enum ControlId : int {
+  kHeading = 1101,
+  kExplanation,
+  kBuiltIn,
+  kExternal,
+  kPathLabel,
+  kPath,
+  kBrowse,
+  kSwitchesLabel,
+  kSwitches,
+  kNeverClean,
+  kStart,
+  kSkip,
+};
+
+constexpr size_t kMaxPathCount = 32768;
+constexpr int kExternalFields[] = {kPathLabel, kPath, kBrowse, kSwitchesLabel, kSwitches};
+
+struct CleanupDialogState {
+  bool automatic = false;
+  bool useExternal = false;
+  uint32_t modeOnEntry = kCleanupAsk;
+  HFONT headingFont = nullptr;
+};
+CleanupDialogState gCleanupDialog;
+
+void Refuse(HWND owner, bool quiet, const std::wstring& text) {
+  if (!quiet) ShowMessageText(owner, kMsgIconError, text);
+}
+
+// The built-in cleanup: the temporary folder's contents go, unless the
+// folder cannot be named, is a drive root or does not exist.
+int BuiltInCleanup(HWND owner, bool quiet, HWND working) {
+  gSettings.cleanupProgramPath.clear();
+  gSettings.cleanupProgramSwitches.clear();
+  std::vector<wchar_t> buffer(kMaxPathCount);
+  const DWORD count = GetTempPathW(static_cast<DWORD>(buffer.size()), buffer.data());
+  const DWORD error = GetLastError();
+  if (count == 0 || count > kMaxPathCount) {
+    Refuse(owner, quiet,
+           L"Errore della funzione GetTempPath. Codice di errore: " + std::to_wstring(error) + L".");
+    return kCleanupResultCancelled;
+  }
+  const std::wstring folder(buffer.data(), count);
+  if (IsDriveRootPath(folder)) {
+    Refuse(owner, quiet,
+           L"Impossibile eliminare i file temporanei poiché sono memorizzati nella cartella principale del disco.");
+    return kCleanupResultCancelled;
+  }
+  if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    Refuse(owner, quiet,
+           L"Impossibile eliminare i file temporanei poiché il seguente percorso non esiste:\n\n" + folder);
+    return kCleanupResultCancelled;
+  }
+  if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
+  if (working) SetWindowTextW(working, L"Eliminazione dei file temporanei in corso...");
+  gCleanupCount = 0;
+  DeleteFolderContents(folder);
+  if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
+  return kCleanupResultDone;
+}
+
+std::wstring ControlText(HWND dialog, int id) {
+  std::vector<wchar_t> text(kMaxPathCount);
+  GetDlgItemTextW(dialog, id, text.data(), static_cast<int>(text.size()));
+  return text.data();
+}
+
+void EnableExternalFields(HWND dialog, bool enabled) {
+  for (int id : kExternalFields) EnableWindow(GetDlgItem(dialog, id), enabled);
+}
+
+void EnableAll(HWND dialog, bool enabled) {
+  for (int id : {kStart, kSkip, kBuiltIn, kExternal, kNeverClean}) EnableWindow(GetDlgItem(dialog, id), enabled);
+  EnableExternalFields(dialog, enabled && gCleanupDialog.useExternal);
+}
+
+void StartCleanup(HWND dialog) {
+  ShowWindow(dialog, SW_SHOW);
+  UpdateWindow(dialog);
+  EnableAll(dialog, false);
+  if (!gCleanupDialog.useExternal) {
+    const int result = BuiltInCleanup(dialog, false, GetDlgItem(dialog, kExplanation));
+    // A cancel during the walk has already ended the dialog.
+    if (result == kCleanupResultCancelled && (gEngine.flags.load() & kStopRequested)) return;
+    EndDialog(dialog, result);
+    return;
+  }
+  gSettings.cleanupProgramPath = ControlText(dialog, kPath);
+  gSettings.cleanupProgramSwitches = ControlText(dialog, kSwitches);
+  const std::wstring& path = gSettings.cleanupProgramPath;
+  if (path.empty() || GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    ShowMessageText(dialog, kMsgIconError,
+                    path.empty() ? L"Nessun programma esterno specificato."
+                                 : L"Impossibile trovare l'applicazione esterna specificata.");
+    EnableAll(dialog, true);
+    return;
+  }
+  EnableWindow(GetDlgItem(dialog, IDCANCEL), FALSE);
+  SetDlgItemTextW(dialog, kExplanation, L"Eliminazione dei file temporanei in corso...");
+  RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
+  EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
+  EndDialog(dialog, kCleanupResultDone);
+}
+
+void Browse(HWND dialog) {
+  std::vector<wchar_t> name(kMaxPathCount);
+  const std::wstring current = ControlText(dialog, kPath);
+  current.copy(name.data(), std::min(current.size(), name.size() - 1));
+  const wchar_t filter[] = L"Programmi (*.exe;*.com;*.bat;*.cmd)\0*.exe;*.com;*.bat;*.cmd\0Tutti i file (*.*)\0*.*\0";
+  OPENFILENAMEW open{};
+  open.lStructSize = sizeof open;
+  open.hwndOwner = dialog;
+  open.lpstrFilter = filter;
+  open.lpstrFile = name.data();
+  open.nMaxFile = static_cast<DWORD>(name.size());
+  open.Flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
+  if (GetOpenFileNameW(&open)) SetDlgItemTextW(dialog, kPath, name.data());
+}
+
+HWND MakeControl(HWND dialog, const wchar_t* className, const wchar_t* text, DWORD style, int id, DWORD exStyle = 0) {
+  HWND control = CreateWindowExW(exStyle, className, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 10, 10, dialog,
+                                 reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+  SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(Theme::WindowFont(dialog)), FALSE);
+  return control;
+}
+
+void BuildDialog(HWND dialog) {
+  const UINT dpi = WindowDpi(dialog);
+  auto s = [dpi](int size) { return ScaleForDpi(size, dpi); };
+  SetWindowTextW(dialog, Text(kStrCleanupTitle, L"Eliminazione file temporanei"));
+  HWND heading = MakeControl(dialog, L"STATIC", Text(kStrCleanupHeading, L"Pulitura disco"), SS_NOPREFIX, kHeading);
+  LOGFONTW logFont{};
+  GetObjectW(Theme::WindowFont(dialog), sizeof logFont, &logFont);
+  logFont.lfWeight = FW_BOLD;
+  gCleanupDialog.headingFont = CreateFontIndirectW(&logFont);
+  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gCleanupDialog.headingFont), FALSE);
+  MakeControl(dialog, L"STATIC",
+              Text(kStrCleanupExplanation,
+                   L"Prima di avviare la deframmentazione dei file, è possibile liberare spazio su disco eliminando i "
+                   L"file temporanei."),
+              SS_NOPREFIX, kExplanation);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupBuiltIn, L"Usa &Ordalis per eliminare i file temporanei"),
+              BS_RADIOBUTTON | WS_TABSTOP | WS_GROUP, kBuiltIn);
+  MakeControl(dialog, L"BUTTON",
+              Text(kStrCleanupExternal, L"Usa programma &esterno per eliminare i file temporanei"),
+              BS_RADIOBUTTON | WS_TABSTOP, kExternal);
+  MakeControl(dialog, L"STATIC", L"Percorso:", SS_NOPREFIX, kPathLabel);
+  MakeControl(dialog, L"EDIT", gSettings.cleanupProgramPath.c_str(), ES_AUTOHSCROLL | WS_TABSTOP | WS_GROUP, kPath,
+              WS_EX_CLIENTEDGE);
+  MakeControl(dialog, L"BUTTON", L"S&foglia...", BS_PUSHBUTTON | WS_TABSTOP, kBrowse);
+  MakeControl(dialog, L"STATIC", L"Parametri aggiuntivi:", SS_NOPREFIX, kSwitchesLabel);
+  MakeControl(dialog, L"EDIT", gSettings.cleanupProgramSwitches.c_str(), ES_AUTOHSCROLL | WS_TABSTOP, kSwitches,
+              WS_EX_CLIENTEDGE);
+  MakeControl(dialog, L"BUTTON", L"&Non eliminare i file temporanei in futuro", BS_AUTOCHECKBOX | WS_TABSTOP,
+              kNeverClean);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupStart, L"&Avvia pulitura"), BS_DEFPUSHBUTTON | WS_TABSTOP, kStart);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupSkip, L"N&on avviare pulitura"), BS_PUSHBUTTON | WS_TABSTOP, kSkip);
+  MakeControl(dialog, L"BUTTON", Text(kStrCancel, L"Annulla"), BS_PUSHBUTTON | WS_TABSTOP, IDCANCEL);
+  EnableMenuItem(GetSystemMenu(dialog, FALSE), SC_CLOSE, MF_BYCOMMAND | MF_GRAYED);
+
+  const int width = s(520);
+  const int margin = s(12);
+  const int inner = width - 2 * margin;
+  const int indent = s(28);
+  int y = margin;
+  auto place = [&](int id, int x, int top, int w, int h) {
+    SetWindowPos(GetDlgItem(dialog, id), nullptr, x, top, w, h, SWP_NOZORDER | SWP_NOACTIVATE);
+  };
+  place(kHeading, margin, y, inner, s(20));
+  y += s(24);
+  place(kExplanation, margin, y, inner, s(34));
+  y += s(42);
+  place(kBuiltIn, margin, y, inner, s(20));
+  y += s(24);
+  place(kExternal, margin, y, inner, s(20));
+  y += s(26);
+  place(kPathLabel, margin + indent, y + s(3), s(130), s(18));
+  place(kPath, margin + indent + s(134), y, inner - indent - s(134) - s(96), s(22));
+  place(kBrowse, width - margin - s(88), y - 1, s(88), s(24));
+  y += s(30);
+  place(kSwitchesLabel, margin + indent, y + s(3), s(130), s(18));
+  place(kSwitches, margin + indent + s(134), y, inner - indent - s(134), s(22));
+  y += s(36);
+  place(kNeverClean, margin, y, inner, s(20));
+  y += s(34);
+  const int buttonWidth = s(140);
+  place(IDCANCEL, width - margin - buttonWidth, y, buttonWidth, s(26));
+  place(kSkip, width - margin - 2 * buttonWidth - s(8), y, buttonWidth, s(26));
+  place(kStart, width - margin - 3 * buttonWidth - s(16), y, buttonWidth, s(26));
+  y += s(26) + margin;
+  RECT frame{0, 0, width, y};
+  AdjustWindowRectEx(&frame, GetWindowLongW(dialog, GWL_STYLE), FALSE, GetWindowLongW(dialog, GWL_EXSTYLE));
+  const int frameWidth = frame.right - frame.left;
+  const int frameHeight = frame.bottom - frame.top;
+  RECT work{};
+  SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+  SetWindowPos(dialog, nullptr, work.left + (work.right - work.left - frameWidth) / 2,
+               work.top + (work.bottom - work.top - frameHeight) / 2, frameWidth, frameHeight, SWP_NOZORDER);
+
+  gCleanupDialog.useExternal = !gSettings.cleanupProgramPath.empty();
+  CheckDlgButton(dialog, kBuiltIn, gCleanupDialog.useExternal ? BST_UNCHECKED : BST_CHECKED);
+  CheckDlgButton(dialog, kExternal, gCleanupDialog.useExternal ? BST_CHECKED : BST_UNCHECKED);
+  EnableExternalFields(dialog, gCleanupDialog.useExternal);
+}
+
+void Cancel(HWND dialog) {
+  gEngine.flags.fetch_or(kStopRequested);
+  PumpWindowMessages();
+  SetCleanupChoice(gCleanupDialog.modeOnEntry);
+  gSettings.cleanupProgramPath = ControlText(dialog, kPath);
+  gSettings.cleanupProgramSwitches = ControlText(dialog, kSwitches);
+  if (!gCleanupDialog.useExternal) {
+    gSettings.cleanupProgramPath.clear();
+    gSettings.cleanupProgramSwitches.clear();
+  }
+  EndDialog(dialog, kCleanupResultCancelled);
+}
+
+INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+  switch (message) {
+    case WM_INITDIALOG:
+      BuildDialog(dialog);
+      SetFocus(GetDlgItem(dialog, IDCANCEL));
+      if (gCleanupDialog.automatic) PostMessageW(dialog, WM_COMMAND, kStart, 0);
+      return FALSE;
+    case WM_COMMAND:
+      switch (LOWORD(wParam)) {
+        case kBuiltIn:
+        case kExternal:
+          gCleanupDialog.useExternal = LOWORD(wParam) == kExternal;
+          CheckDlgButton(dialog, kBuiltIn, gCleanupDialog.useExternal ? BST_UNCHECKED : BST_CHECKED);
+          CheckDlgButton(dialog, kExternal, gCleanupDialog.useExternal ? BST_CHECKED : BST_UNCHECKED);
+          EnableExternalFields(dialog, gCleanupDialog.useExternal);
+          return TRUE;
+        case kBrowse:
+          Browse(dialog);
+          return TRUE;
+        case kNeverClean:
+          SetCleanupChoice(IsDlgButtonChecked(dialog, kNeverClean) ? kCleanupOff : gCleanupDialog.modeOnEntry);
+          return TRUE;
+        case kStart:
+          StartCleanup(dialog);
+          return TRUE;
+        case kSkip:
+          EndDialog(dialog, kCleanupResultSkipped);
+          return TRUE;
+        case IDCANCEL:
+          if (IsWindowEnabled(GetDlgItem(dialog, IDCANCEL))) Cancel(dialog);
+          return TRUE;
+      }
+      break;
+    case WM_NCDESTROY:
+      if (gCleanupDialog.headingFont) DeleteObject(gCleanupDialog.headingFont);
+      gCleanupDialog.headingFont = nullptr;
+      return FALSE;
+  }
+  return FALSE;
+}
+
+}  // namespace
+
+int RunCleanupDialog(HWND owner, bool automatic) {
+  gCleanupDialog = CleanupDialogState{};
+  gCleanupDialog.automatic = automatic;
+  gCleanupDialog.modeOnEntry = CleanupChoice();
+  gEngine.flags.fetch_and(~kStopRequested);
+  std::vector<WORD> dialogTemplate = EmptyDialogTemplate(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME);
+  const INT_PTR result = DialogBoxIndirectParamW(
+      GetModuleHandleW(nullptr), reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()), owner, CleanupProc, 0);
+  return result < 0 ? kCleanupResultCancelled : static_cast<int>(result);
+}
+
+int RunCleanupUnattended() {
+  gEngine.flags.fetch_and(~kStopRequested);
+  const std::wstring& path = gSettings.cleanupProgramPath;
+  if (path.empty()) return BuiltInCleanup(nullptr, true, nullptr);
+  if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return kCleanupResultCancelled;
+  RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
+  return kCleanupResultDone;
+}

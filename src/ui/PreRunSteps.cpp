@@ -1,0 +1,110 @@
+#include "ui/PreRunSteps.h"
+
+#include "app/RunFlags.h"
+#include "runs/RunHooks.h"
+#include "runs/RunSteps.h"
+#include "ui/CleanupDialog.h"
+#include "ui/DiskCheckDialog.h"
+#include "ui/MainWindow.h"
+#include "ui/MessageBox.h"
+#include "ui/controls/MessageDialog.h"
+#include "util/StringIds.h"
+#include "util/Text.h"
+
+namespace {
+
+constexpr int kKeepOff = 100;     // "&Non deframmentare"
+constexpr int kGoOnAnyway = 200;  // "&Deframmenta comunque"
+constexpr int kSolidStateWarningWidth = 480;
+
+struct PreRunState {
+  HWND main = nullptr;
+};
+PreRunState gPreRun;
+
+uint32_t RadioIn(uint32_t first, uint32_t last, uint32_t fallback) {
+  HMENU menu = gPreRun.main ? GetMenu(gPreRun.main) : nullptr;
+  for (uint32_t command = first; menu && command <= last; ++command) {
+    if (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) return command;
+  }
+  return fallback;
+}
+
+void SetRadio(uint32_t first, uint32_t last, uint32_t command) {
+  if (HMENU menu = gPreRun.main ? GetMenu(gPreRun.main) : nullptr) {
+    CheckMenuRadioItem(menu, first, last, command, MF_BYCOMMAND);
+  }
+}
+
+bool SolidStateWarning() {
+  // Unattended, the question takes its default: the files stay as they are.
+  if (gApp.runFlags & kRunNoGui) return true;
+  const std::wstring text = std::wstring(L"<b>") + Text(kStrSolidStateHeading, L"Rilevato disco SSD") + L"</b>\r\n\r\n" +
+                            Text(kStrSolidStateText,
+                                 L"Le prestazioni delle unità a stato solido non sono influenzate dalla frammentazione "
+                                 L"dei dati. Le numerose operazioni di scrittura effettuate durante la deframmentazione "
+                                 L"dei file potrebbero ridurre la durata dell'unità. Si consiglia pertanto di non "
+                                 L"deframmentare i file memorizzati sulle unità a stato solido.");
+  const std::vector<MessageButton> buttons = {
+      {kKeepOff, Text(kStrSolidStateKeepOff, L"&Non deframmentare")},
+      {kGoOnAnyway, Text(kStrSolidStateGoOn, L"&Deframmenta comunque")}};
+  const int result = RunMessageDialogWithButtons(gPreRun.main, kMsgIconWarning, text,
+                                                 Text(kStrSolidStateTitle, L"Disco SSD"), buttons,
+                                                 kSolidStateWarningWidth);
+  return result == kKeepOff;
+}
+
+int DiskCheckDialog() {
+  if (gApp.runFlags & kRunNoGui) return RunDiskCheckUnattended();
+  return RunDiskCheckDialog(gPreRun.main, DiskCheckChoice() == kDiskCheckAuto);
+}
+
+// Question 318 after a check that found errors: "Esci" closes.
+bool CloseForDiskErrors() {
+  const int answer = ShowMessageBox(
+      gPreRun.main, kMsgIconWarning | kMsgContinueQuit, kStrDiskErrorsQuestion,
+      L"Sono stati rilevati errori durante il controllo di coerenza sul disco. Si consiglia di chiudere Ordalis e "
+      L"correggere gli errori. In alternativa, è possibile continuare normalmente.");
+  return answer == kMsgResultQuit;
+}
+
+}  // namespace
+
+uint32_t DiskCheckChoice() { return RadioIn(kDiskCheckAuto, kDiskCheckAsk, kDiskCheckAsk); }
+void SetDiskCheckChoice(uint32_t command) { SetRadio(kDiskCheckAuto, kDiskCheckAsk, command); }
+uint32_t CleanupChoice() { return RadioIn(kCleanupAuto, kCleanupAsk, kCleanupAsk); }
+void SetCleanupChoice(uint32_t command) { SetRadio(kCleanupAuto, kCleanupAsk, command); }
+
+std::vector<WORD> EmptyDialogTemplate(DWORD style) {
+  std::vector<WORD> words(sizeof(DLGTEMPLATE) / sizeof(WORD), 0);
+  auto* header = reinterpret_cast<DLGTEMPLATE*>(words.data());
+  header->style = style | DS_SETFONT;
+  header->cx = 300;
+  header->cy = 200;
+  words.push_back(0);  // no menu
+  words.push_back(0);  // the dialog class
+  words.push_back(0);  // no title yet
+  words.push_back(9);  // point size
+  for (const wchar_t* c = L"Segoe UI"; *c; ++c) words.push_back(*c);
+  words.push_back(0);
+  return words;
+}
+
+void InstallPreRunSteps(HWND mainWindow) {
+  gPreRun.main = mainWindow;
+  RunHooks& hooks = gRunHooks;
+  hooks.diskCheckChoice = DiskCheckChoice;
+  hooks.cleanupChoice = CleanupChoice;
+  hooks.solidStateWarning = SolidStateWarning;
+  hooks.diskCheckDialog = DiskCheckDialog;
+  hooks.closeForDiskErrors = CloseForDiskErrors;
+  // While the drives are asked what they are, the pointer says so.
+  hooks.setBusyState = [](uint32_t state) {
+    SetCursor(LoadCursorW(nullptr, state == kBusyCheckingDrives ? IDC_WAIT : IDC_ARROW));
+  };
+  hooks.cleanupDialog = [] {
+    const int result = (gApp.runFlags & kRunNoGui) ? RunCleanupUnattended()
+                                                   : RunCleanupDialog(gPreRun.main, CleanupChoice() == kCleanupAuto);
+    return result != kCleanupResultCancelled;
+  };
+}

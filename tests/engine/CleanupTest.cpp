@@ -1,0 +1,105 @@
+// Emptying the temporary folder through the file-system seam, and how an
+// external cleaning program is started.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "FakeFileQueries.h"
+#include "engine/Cleanup.h"
+#include "engine/EngineHooks.h"
+#include "engine/Relocation.h"
+
+namespace {
+
+class CleanupTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    gEngine.flags = 0;
+    gEngineHooks = EngineHooks{};
+    gCleanupCount = 0;
+  }
+  void TearDown() override {
+    gEngine.flags = 0;
+    gEngineHooks = EngineHooks{};
+  }
+  bool Changed(const std::wstring& change) const {
+    const auto& changes = files_.fake.changes;
+    return std::find(changes.begin(), changes.end(), change) != changes.end();
+  }
+  ScopedFakeFileQueries files_;
+};
+
+TEST_F(CleanupTest, EverythingBelowGoesReadOnlyFilesToo) {
+  FakeFileQueries& fake = files_.fake;
+  fake.AddFile(L"C:\\Temp\\a.tmp", 10);
+  fake.AddFile(L"C:\\Temp\\locked.tmp", 10, kAttrReadOnly | kAttrArchive);
+  fake.AddFile(L"C:\\Temp\\deep\\deeper\\b.tmp", 10, kAttrReadOnly);
+  fake.AddFolder(L"C:\\Temp\\empty");
+  fake.AddFile(L"C:\\Other\\keep.txt", 10);
+  int pumps = 0;
+  gEngineHooks.pumpMessages = [&] {
+    ++pumps;
+    return true;
+  };
+  DeleteFolderContents(L"C:\\Temp");
+  EXPECT_TRUE(fake.Exists(L"C:\\Temp"));
+  for (const wchar_t* gone : {L"C:\\Temp\\a.tmp", L"C:\\Temp\\locked.tmp", L"C:\\Temp\\deep", L"C:\\Temp\\empty"}) {
+    EXPECT_FALSE(fake.Exists(gone)) << std::string(gone, gone + wcslen(gone));
+  }
+  EXPECT_TRUE(fake.Exists(L"C:\\Other\\keep.txt"));
+  EXPECT_EQ(gCleanupCount, 6u);  // a.tmp, locked.tmp, deep, deeper, b.tmp, empty
+  EXPECT_EQ(pumps, 0);           // three files deleted: no fourth yet
+
+  // A folder that cannot be read is passed over without a word.
+  fake.InjectError(FakeQuery::FindEntries, L"C:\\Missing", kErrPathNotFound);
+  DeleteFolderContents(L"C:\\Missing");
+}
+
+TEST_F(CleanupTest, ALinkToAFolderIsRemovedAsALinkAndNeverEntered) {
+  FakeFileQueries& fake = files_.fake;
+  fake.AddFile(L"C:\\Users\\me\\Documents\\thesis.doc", 100);
+  // What the link shows is the target's content; the link itself is the
+  // only thing that may go.
+  fake.AddFolder(L"C:\\Temp\\docs", kAttrDirectory | kAttrReparsePoint);
+  fake.AddFile(L"C:\\Temp\\docs\\thesis.doc", 100);
+  fake.AddFile(L"C:\\Temp\\x.tmp", 1);
+  DeleteFolderContents(L"C:\\Temp\\");
+  EXPECT_FALSE(fake.Exists(L"C:\\Temp\\docs"));
+  EXPECT_FALSE(fake.Exists(L"C:\\Temp\\x.tmp"));
+  EXPECT_TRUE(fake.Exists(L"C:\\Users\\me\\Documents\\thesis.doc"));
+  EXPECT_TRUE(Changed(L"folder C:\\Temp\\docs"));
+  EXPECT_FALSE(Changed(L"file C:\\Temp\\docs\\thesis.doc"));
+  EXPECT_FALSE(Changed(L"attributes C:\\Temp\\docs\\thesis.doc"));
+}
+
+TEST_F(CleanupTest, AStopEndsTheWalkAndMessagesFlowEveryFourthFile) {
+  FakeFileQueries& fake = files_.fake;
+  for (int i = 0; i < 10; ++i) fake.AddFile(L"C:\\Temp\\f" + std::to_wstring(i), 1);
+  int pumps = 0;
+  gEngineHooks.pumpMessages = [&] {
+    // The user cancels during the second round of messages.
+    if (++pumps == 2) gEngine.flags.fetch_or(kStopRequested);
+    return true;
+  };
+  DeleteFolderContents(L"C:\\Temp");
+  EXPECT_EQ(pumps, 2);
+  EXPECT_EQ(gCleanupCount, 8u);
+  EXPECT_TRUE(fake.Exists(L"C:\\Temp\\f8"));
+  EXPECT_FALSE(fake.Exists(L"C:\\Temp\\f7"));
+}
+
+TEST(CleanupRulesTest, DriveRootsAndProgramLaunch) {
+  EXPECT_TRUE(IsDriveRootPath(L"C:\\"));
+  EXPECT_TRUE(IsDriveRootPath(L"\\\\?\\d:\\"));
+  EXPECT_FALSE(IsDriveRootPath(L"C:"));
+  EXPECT_FALSE(IsDriveRootPath(L"C:\\Temp\\"));
+  EXPECT_FALSE(IsDriveRootPath(L"1:\\"));
+
+  // A path with blanks is the application name whole: never "C:\Program.exe".
+  const ProgramLaunch launch = LaunchOf(L"C:\\Program Files\\Cleaner\\clean.exe", L"/a /b");
+  EXPECT_EQ(launch.applicationName, L"C:\\Program Files\\Cleaner\\clean.exe");
+  EXPECT_EQ(launch.commandLine, L"\"C:\\Program Files\\Cleaner\\clean.exe\" \"/a /b\"");
+  EXPECT_EQ(LaunchOf(L"C:\\clean.exe", L"").commandLine, L"\"C:\\clean.exe\"");
+}
+
+}  // namespace

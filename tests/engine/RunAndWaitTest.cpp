@@ -1,0 +1,55 @@
+// Starting an external program whose path has blanks: the program named is
+// the one that starts, never a program named by the path's first word.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "engine/EngineHooks.h"
+#include "engine/cleanup/RunAndWait.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
+  wchar_t self[MAX_PATH] = L"";
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  wchar_t tempPath[MAX_PATH] = L"";
+  GetTempPathW(MAX_PATH, tempPath);
+  // A folder of this run's own: the program started without waiting may
+  // still hold its copy when the test ends.
+  const fs::path root = fs::path(tempPath) / (L"ordalis-run-and-wait-" + std::to_wstring(GetCurrentProcessId()));
+  std::error_code ignored;
+  fs::remove_all(root, ignored);
+  fs::create_directories(root / L"Clean er");
+  // This test program stands in for the cleaner; a file where the path's
+  // first word would point is no program at all, so starting it would fail.
+  fs::copy_file(self, root / L"Clean er" / L"clean.exe");
+  std::ofstream(root / L"Clean.exe") << "not a program";
+  const std::wstring program = (root / L"Clean er" / L"clean.exe").wstring();
+
+  // The switches arrive as one argument, which the stand-in understands.
+  EXPECT_EQ(RunAndWait(program, L"--gtest_list_tests", SW_HIDE, true), 1);
+  EXPECT_EQ(RunAndWait(program, L"--gtest_list_tests", SW_HIDE, false), 0);
+
+  // With the window's pump the wait also ends with the program.
+  int pumps = 0;
+  gEngineHooks.pumpMessages = [&pumps] {
+    ++pumps;
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+    return true;
+  };
+  PostThreadMessageW(GetCurrentThreadId(), WM_USER, 0, 0);
+  EXPECT_EQ(RunAndWait(program, L"--gtest_list_tests", SW_HIDE, true), 1);
+  EXPECT_GE(pumps, 1);
+  gEngineHooks = EngineHooks{};
+
+  EXPECT_EQ(RunAndWait((root / L"missing.exe").wstring(), L"", SW_HIDE, true), 0);
+  fs::remove_all(root, ignored);
+}
+
+}  // namespace
