@@ -21,11 +21,12 @@ TEST_F(TextTest, BuiltInFlagShowsLiteralEvenWhenTableHasEntry) {
 TEST_F(TextTest, LoadedLanguageShowsEmptyTextForMissingOrOutOfRangeIds) {
   SetBuiltInTexts(false);
   EXPECT_STREQ(Text(6, L"Non frammentato"), L"");
-  EXPECT_STREQ(Text(599, L"x"), L"");
-  EXPECT_STREQ(Text(600, L"x"), L"");
-  EXPECT_FALSE(SetText(600, L"beyond"));
-  EXPECT_TRUE(SetText(599, L"last"));
-  EXPECT_STREQ(Text(599, L"x"), L"last");
+  constexpr uint32_t last = kDefaultTextCapacity - 1;
+  EXPECT_STREQ(Text(last, L"x"), L"");
+  EXPECT_STREQ(Text(last + 1, L"x"), L"");
+  EXPECT_FALSE(SetText(last + 1, L"beyond"));
+  EXPECT_TRUE(SetText(last, L"last"));
+  EXPECT_STREQ(Text(last, L"x"), L"last");
 }
 
 TEST_F(TextTest, CapacityAndClearEmptyTheTable) {
