@@ -12,6 +12,7 @@
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/FolderWalk.h"
+#include "runs/RunDriver.h"
 #include "runs/RunHooks.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
@@ -266,29 +267,38 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
     if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
   };
   hooks.dateTexts = LocalDateTexts;
+  hooks.enableSaveReport = SetMainReportReady;
+  hooks.enableRunMenus = [](bool) { RefreshCommandStates(); };
 }
 
 bool HandleRunCommand(HWND mainWindow, uint32_t command) {
   switch (command) {
     case kCmdAnalyzeAll:
     case kCmdDefragAll:
+    case kCmdDefragAllFiles:
     case kCmdAnalyzeSelected:
-    case kCmdDefragSelected: {
+    case kCmdDefragSelected:
+    case kCmdDefragSelectedFiles: {
       // A run started during a run would walk the lists under its feet.
-      if (gRunState.running) return true;
-      const RunMode mode = command == kCmdAnalyzeAll        ? RunMode::AnalyseAll
-                           : command == kCmdDefragAll       ? RunMode::DefragmentAll
-                           : command == kCmdAnalyzeSelected ? RunMode::AnalyseSelected
-                                                            : RunMode::DefragmentSelected;
+      if (MainWindowBusy()) return true;
+      const RunMode mode = command == kCmdAnalyzeAll            ? RunMode::AnalyseAll
+                           : command == kCmdAnalyzeSelected     ? RunMode::AnalyseSelected
+                           : command == kCmdDefragSelected      ? RunMode::DefragmentSelected
+                           : command == kCmdDefragSelectedFiles ? RunMode::DefragmentMarkedFiles
+                                                                : RunMode::DefragmentAll;
+      WindowBusyScope busy;
       StartRun(mode);
       return true;
     }
     case kCmdStop:
       RequestStop();
+      if (gRunState.running) UpdateMainStatus(kStatusPleaseWait);
       return true;
-    case kCmdSaveReport:
+    case kCmdSaveReport: {
+      WindowBusyScope busy;
       SaveReportCommand(mainWindow);
       return true;
+    }
   }
   return false;
 }
@@ -299,6 +309,7 @@ void RunCommandLineRuns(HWND mainWindow) {
   const bool defragment = (gApp.runFlags & kRunDefrag) != 0;
   if (gApp.exitRequested) return;
   bool anyErrors = false;
+  WindowBusyScope busy;
   if (analyse) {
     StartRun(RunMode::AnalyseAll);
     anyErrors = !gRun.errors.empty();

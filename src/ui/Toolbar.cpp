@@ -3,6 +3,7 @@
 #include "res/ResourceIds.h"
 #include "ui/Artwork.h"
 #include "ui/CommandIds.h"
+#include "ui/Commands.h"
 #include "ui/Dpi.h"
 #include "ui/MenuTexts.h"
 #include "ui/controls/Controls.h"
@@ -85,6 +86,7 @@ void RunToolbarDropDown(HWND mainWindow, HWND button) {
   const bool add = GetDlgCtrlID(button) == static_cast<int>(kCmdAddFiles);
   HMENU menu = add ? LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList) : LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
   if (!menu) return;
+  ApplyCommandStates(menu);
   RECT bounds{};
   GetWindowRect(button, &bounds);
   UINT chosen = static_cast<UINT>(
@@ -94,14 +96,8 @@ void RunToolbarDropDown(HWND mainWindow, HWND button) {
   if (chosen) PostMessageW(mainWindow, WM_COMMAND, MAKEWPARAM(chosen, 0), 0);
 }
 
-void EnableToolbarCommands(bool listHasItems, bool running) {
+void EnableToolbarCommands(bool (*allowed)(uint32_t command)) {
   for (int i = 0; i < kToolCount; ++i) {
-    bool enabled = true;
-    switch (kTools[i].command) {
-      case kCmdAddFiles: enabled = !running; break;
-      case kCmdStop: enabled = running; break;
-      default: enabled = listHasItems && !running; break;
-    }
-    EnableWindow(gButtons[i], enabled);
+    if (gButtons[i]) EnableWindow(gButtons[i], allowed(kTools[i].command));
   }
 }

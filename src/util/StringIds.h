@@ -222,3 +222,7 @@ constexpr uint32_t kStrShutdownTitle = 329;       // "Arresto del sistema"
 constexpr uint32_t kStrShutdownText = 330;        // "Il computer verrà spento tra pochi secondi."
 constexpr uint32_t kStrCancel = 331;              // "Annulla"
 constexpr uint32_t kStrReportFileKind = 332;      // "File di testo (*.txt)"
+// Texts the window's commands add.
+constexpr uint32_t kStrChooseFolder = 480;            // "Seleziona la cartella da aggiungere all'elenco"
+constexpr uint32_t kStrUnknownCommand = 481;          // "Il comando %s non è noto al programma."
+constexpr uint32_t kStrCommandWithoutHandler = 482;   // "Il comando %s non ha un gestore."

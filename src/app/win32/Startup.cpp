@@ -129,6 +129,7 @@ void RunCommandLine(HWND mainWindow) {
   gSettings.languageInFile = gSettings.language;
   BuildLanguageList();
   LoadSettings();
+  ApplyPanelMarks();
   // The exclude and include lists, and the recent profiles the settings named.
   LoadSelectionState();
   ApplyLanguage(gSettings.language);
@@ -171,6 +172,7 @@ void RunCommandLine(HWND mainWindow) {
   }
   if (gApp.runFlags & kRunProfile) {
     bool noGui = (gApp.runFlags & kRunNoGui) != 0;
+    WindowBusyScope busy;
     if (ImportProfile(mainWindow, choices.profilePath, noGui) == ImportResult::CannotOpen) {
       gApp.exitCode = 1;
       if (noGui) {
