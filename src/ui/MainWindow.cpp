@@ -65,6 +65,7 @@ struct MainWindowState {
   // The window was asked to close while busy: it closes once the work ends.
   bool closePending = false;
   bool reportReady = false;
+  uint32_t busyState = kBusyIdle;
   HWND lastFocusedList = nullptr;
   HACCEL accelerators = nullptr;
   uint32_t bottomTab = kCmdTabFragmented;
@@ -447,8 +448,28 @@ bool PumpWindowMessages() {
   return true;
 }
 
+namespace {
+// The menu key and Shift+F10 open the focused list's menu, whatever the
+// system's default handling does with them; their releases are swallowed so
+// that the menu does not open twice.
+bool OnContextMenuKey(const MSG& message) {
+  const bool down = message.message == WM_KEYDOWN || message.message == WM_SYSKEYDOWN;
+  const bool up = message.message == WM_KEYUP || message.message == WM_SYSKEYUP;
+  if (!down && !up) return false;
+  const bool shift = (GetKeyState(VK_SHIFT) & 0x8000) != 0;
+  if (message.wParam != VK_APPS && !(message.wParam == VK_F10 && shift)) return false;
+  for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
+    if (!list || message.hwnd != list) continue;
+    if (down) OnContextMenu(list, POINT{-1, -1});
+    return true;
+  }
+  return false;
+}
+}  // namespace
+
 bool TranslateMainWindowMessage(MSG& message) {
   if (!gMain.window) return false;
+  if (OnContextMenuKey(message)) return true;
   if (gMain.accelerators && TranslateAcceleratorW(gMain.window, gMain.accelerators, &message)) return true;
   return IsDialogMessageW(gMain.window, &message) != FALSE;
 }
@@ -590,6 +611,13 @@ HWND LastFocusedList() {
   }
   return gMain.lastFocusedList;
 }
+
+void SetMainBusyState(uint32_t state) {
+  gMain.busyState = state;
+  // Checking drives or adding many items can take a while: the cursor says so.
+  SetCursor(LoadCursorW(nullptr, state == kBusyIdle ? IDC_ARROW : IDC_WAIT));
+}
+uint32_t MainBusyState() { return gMain.busyState; }
 
 bool MainReportReady() { return gMain.reportReady; }
 void SetMainReportReady(bool ready) {

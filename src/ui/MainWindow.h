@@ -94,6 +94,10 @@ bool TranslateMainWindowMessage(MSG& message);
 HWND LastFocusedList();
 // A column command of the list last focused.
 bool ApplyMainColumnCommand(uint32_t command);
+// The busy word of the window: 9000 idle, 9001 checking drives, 9002
+// adding items, 9005 recording an error.
+void SetMainBusyState(uint32_t state);
+uint32_t MainBusyState();
 // An analysis left results that the report can save.
 bool MainReportReady();
 void SetMainReportReady(bool ready);

@@ -8,6 +8,8 @@
 
 #include "app/RunFlags.h"
 #include "engine/EngineHooks.h"
+#include "engine/Analysis.h"
+#include "filters/win32/ChoiceDialog.h"
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
@@ -16,7 +18,9 @@
 #include "runs/RunHooks.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
+#include "ui/Artwork.h"
 #include "ui/CommandIds.h"
+#include "ui/Commands.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "ui/StatusBars.h"
@@ -269,6 +273,40 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
   hooks.dateTexts = LocalDateTexts;
   hooks.enableSaveReport = SetMainReportReady;
   hooks.enableRunMenus = [](bool) { RefreshCommandStates(); };
+  hooks.setBusyState = SetMainBusyState;
+  // The shell's icon of a listed file is looked up once, as it is listed,
+  // rather than while the list paints.
+  hooks.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
+  hooks.solidStateWarning = [] {
+    const int answer = AskChoice(
+        gRunWindow.main, Text(kStrSolidStateTitle, L"Disco SSD"), Text(kStrSolidStateHeading, L"Rilevato disco SSD"),
+        Text(kStrSolidStateText,
+             L"Le prestazioni delle unità a stato solido non sono influenzate dalla frammentazione dei dati. Le "
+             L"numerose operazioni di scrittura effettuate durante la deframmentazione dei file potrebbero ridurre "
+             L"la durata dell'unità. Si consiglia pertanto di non deframmentare i file memorizzati sulle unità a "
+             L"stato solido."),
+        {Text(kStrSolidStateDoNot, L"&Non deframmentare"), Text(kStrSolidStateAnyway, L"&Deframmenta comunque")}, 1);
+    return answer == 0;
+  };
+  ItemHooks& items = gItemSettings.hooks;
+  items.setBusyState = SetMainBusyState;
+  items.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
+  // A file whose size on disk looks far too large is analysed: a file
+  // without clusters of its own then counts as taking none.
+  items.analyseClusters = [](const std::wstring& longPath) -> uint64_t {
+    FileAnalysis analysis;
+    AnalyseFile(longPath, analysis);
+    return analysis.outcome.empty() ? analysis.clusters : 1;
+  };
+}
+
+std::vector<std::string> MissingProgramHooks() {
+  std::vector<std::string> missing;
+  for (const std::string& name : MissingEngineHooks(gEngineHooks)) missing.push_back("engine." + name);
+  for (const std::string& name : MissingRunHooks(gRunHooks)) missing.push_back("run." + name);
+  for (const std::string& name : MissingItemHooks(gItemSettings.hooks)) missing.push_back("item." + name);
+  for (uint32_t command : CommandsWithoutHandler()) missing.push_back("command." + std::to_string(command));
+  return missing;
 }
 
 bool HandleRunCommand(HWND mainWindow, uint32_t command) {

@@ -414,4 +414,75 @@ TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     EXPECT_NE(big.find(",1598:1"), std::string::npos) << big;
 }
 
+// The program's own start-up installs every hook that the window, the runs,
+// the items and the commands call. What is left belongs to the disk check
+// and the cleanup before a defragmentation, which come apart.
+TEST_F(WindowCommandsTest, TheStartUpInstallsEveryHook) {
+    Prepare("hooks");
+    Describe(kVolume, {});
+    SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", L"1");
+    Start(L"");
+    SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr);
+    if (HasFatalFailure()) return;
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+    EXPECT_EQ(program_->Output(),
+              "missing hooks: run.diskCheckChoice run.cleanupChoice run.diskCheckDialog run.closeForDiskErrors "
+              "run.cleanupDialog\r\n");
+}
+
+// The context menus of the two lists, by a right click and by the menu key,
+// greyed by the same rules as the menu bar.
+TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
+    Prepare("menus");
+    MakeFile("data/tree/a.bin", 16384);
+    MakeFile("data/tree/b.bin", 8192);
+    Describe(kVolume, {{"data/tree/a.bin", "size=16384 runs=300:2,310:2"}, {"data/tree/b.bin", "size=8192 runs=400:2"}});
+    Start(Win("data/tree"));
+    if (HasFatalFailure()) return;
+    SetWindowPos(main_, nullptr, 0, 0, MulDiv(760, ScreenDpi(), 96), MulDiv(520, ScreenDpi(), 96),
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
+    ASSERT_EQ(TestDriver::ListViewRowCount(fragmented_), 1);
+    TestDriver::PumpMessages(500);
+
+    auto openMenu = [this]() -> HWND {
+        for (int i = 0; i < 100; ++i) {
+            TestDriver::PumpMessages(20);
+            HWND menu = TestDriver::FindTopWindow({L"#32768", nullptr, program_->ProcessId()});
+            if (menu) return menu;
+        }
+        return nullptr;
+    };
+    auto closeMenu = [this](HWND menu) {
+        TestDriver::PressKey(menu, VK_ESCAPE);
+        for (int i = 0; i < 100 && IsWindowVisible(menu); ++i) TestDriver::PumpMessages(20);
+    };
+    const std::wstring dpi = std::to_wstring(ScreenDpi());
+
+    TestDriver::SelectListViewRows(items_, {0});
+    RECT row{};
+    GetWindowRect(items_, &row);
+    const LPARAM at = MAKELPARAM(row.left + 60, row.top + MulDiv(30, ScreenDpi(), 96));
+    PostMessageW(items_, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(items_), at);
+    HWND menu = openMenu();
+    ASSERT_NE(menu, nullptr) << "no menu for the item list";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"commands-menu-items-" + dpi);
+    closeMenu(menu);
+
+    TestDriver::ClickAt(fragmented_, POINT{MulDiv(80, ScreenDpi(), 96), MulDiv(28, ScreenDpi(), 96)});
+    TestDriver::PumpMessages(300);
+    TestDriver::PressKey(fragmented_, VK_APPS);
+    menu = openMenu();
+    ASSERT_NE(menu, nullptr) << "no menu for the fragmented files from the menu key";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"commands-menu-fragmented-" + dpi);
+    closeMenu(menu);
+
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+}
+
 }  // namespace

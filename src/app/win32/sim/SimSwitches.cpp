@@ -3,7 +3,10 @@
 #include <windows.h>
 #include <commctrl.h>
 
+#include <string>
+
 #include "app/win32/ProcessControl.h"
+#include "ui/RunWindow.h"
 #include "ui/controls/Controls.h"
 
 namespace {
@@ -63,4 +66,13 @@ LRESULT CALLBACK MenuProbe(HWND window, UINT message, WPARAM wParam, LPARAM lPar
 void InstallSimMenuProbe(HWND mainWindow) {
   const UINT probe = RegisterWindowMessageW(L"Ordalis.MenuItemState");
   if (probe) SetWindowSubclass(mainWindow, MenuProbe, 1, probe);
+}
+
+void ReportMissingHooksFromEnvironment() {
+  if (GetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr, 0) == 0) return;
+  std::string line = "missing hooks:";
+  for (const std::string& name : MissingProgramHooks()) line += " " + name;
+  line += "\r\n";
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
 }

@@ -19,3 +19,8 @@ void InstallSimPanelRefusal();
 // number) with 1 when the menu bar's item is enabled, 0 when greyed and -1
 // when there is none, so that tests can see what a person would see.
 void InstallSimMenuProbe(HWND mainWindow);
+
+// With ORDALIS_SIM_REPORT_HOOKS set, writes "missing hooks:" and the names of
+// the hooks the program left empty (none: nothing follows) as one line on
+// standard output, once the start-up is done.
+void ReportMissingHooksFromEnvironment();
