@@ -59,6 +59,8 @@ struct CommandEntry {
 struct CommandHooks {
   std::function<bool(HWND window, uint32_t command)> option;
   std::function<bool(HWND window, uint32_t command)> selection;
+  // Fills a menu with the recent profiles (the toolbar's drop-down).
+  std::function<void(HMENU menu)> fillRecentProfiles;
 };
 extern CommandHooks gCommandHooks;
 

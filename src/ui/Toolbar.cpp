@@ -27,6 +27,8 @@ constexpr ToolButtonLayout kTools[] = {
      L"Consente di aggiungere in elenco gli elementi che devono essere analizzati o deframmentati.", true},
     {kCmdRemove, IDI_TOOL_REMOVE, kStrToolRemove, L"Rimuovi", kStrTipRemove,
      L"Rimuove dall'elenco gli oggetti selezionati.", false},
+    {kCmdImportProfile, IDI_TOOL_PROFILES, kStrToolProfiles, L"Profili", kStrTipProfiles,
+     L"Importa un profilo. Fare clic sulla freccia per scegliere uno dei profili recenti.", true},
     {kCmdAnalyzeAll, IDI_TOOL_ANALYSE, kStrToolAnalyse, L"Analizza", kStrTipAnalyse,
      L"Analizza la frammentazione degli oggetti in elenco.", false},
     {kCmdDefragAll, IDI_TOOL_DEFRAG, kStrToolDefragment, L"Deframmenta", kStrTipDefragment,
@@ -83,8 +85,16 @@ void ShowToolbar(bool show) {
 }
 
 void RunToolbarDropDown(HWND mainWindow, HWND button) {
-  const bool add = GetDlgCtrlID(button) == static_cast<int>(kCmdAddFiles);
-  HMENU menu = add ? LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList) : LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
+  const int command = GetDlgCtrlID(button);
+  HMENU menu = nullptr;
+  if (command == static_cast<int>(kCmdAddFiles)) {
+    menu = LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList);
+  } else if (command == static_cast<int>(kCmdImportProfile)) {
+    menu = LoadPopupMenu(IDR_RECENT_PROFILES_MENU, MenuKind::Main);
+    if (menu && gCommandHooks.fillRecentProfiles) gCommandHooks.fillRecentProfiles(menu);
+  } else {
+    menu = LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
+  }
   if (!menu) return;
   ApplyCommandStates(menu);
   RECT bounds{};

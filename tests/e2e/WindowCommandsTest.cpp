@@ -481,6 +481,18 @@ TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
     TestDriver::SaveScreenshot(L"commands-menu-fragmented-" + dpi);
     closeMenu(menu);
 
+    // The profiles button's arrow: the recent profiles, none yet.
+    HWND profiles = GetDlgItem(main_, kImport);
+    ASSERT_NE(profiles, nullptr);
+    RECT button{};
+    GetClientRect(profiles, &button);
+    TestDriver::ClickAt(profiles, POINT{button.right - MulDiv(6, ScreenDpi(), 96), button.bottom / 2});
+    menu = openMenu();
+    ASSERT_NE(menu, nullptr) << "no drop-down of recent profiles";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"commands-menu-recent-" + dpi);
+    closeMenu(menu);
+
     TestDriver::SendCommand(main_, kExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }

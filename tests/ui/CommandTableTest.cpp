@@ -48,6 +48,7 @@ protected:
   void SetUp() override {
     gCommandHooks.option = [](HWND, uint32_t) { return true; };
     gCommandHooks.selection = [](HWND, uint32_t) { return true; };
+    gCommandHooks.fillRecentProfiles = [](HMENU) {};
   }
   void TearDown() override { gCommandHooks = CommandHooks{}; }
 };

@@ -72,6 +72,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   };
   gCommandHooks.option = HandleOptionCommand;
   gCommandHooks.selection = HandleSelectionCommand;
+  gCommandHooks.fillRecentProfiles = FillRecentProfilesMenu;
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
     if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
