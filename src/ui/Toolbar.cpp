@@ -27,7 +27,9 @@ constexpr ToolButtonLayout kTools[] = {
      L"Consente di aggiungere in elenco gli elementi che devono essere analizzati o deframmentati.", true},
     {kCmdRemove, IDI_TOOL_REMOVE, kStrToolRemove, L"Rimuovi", kStrTipRemove,
      L"Rimuove dall'elenco gli oggetti selezionati.", false},
-    {kCmdImportProfile, IDI_TOOL_PROFILES, kStrToolProfiles, L"Profili", kStrTipProfiles,
+    // The profiles button shows its picture alone: with a word the row no
+    // longer fits the narrowest window. Its tip names it.
+    {kCmdImportProfile, IDI_TOOL_PROFILES, 0, nullptr, kStrTipProfiles,
      L"Importa un profilo. Fare clic sulla freccia per scegliere uno dei profili recenti.", true},
     {kCmdAnalyzeAll, IDI_TOOL_ANALYSE, kStrToolAnalyse, L"Analizza", kStrTipAnalyse,
      L"Analizza la frammentazione degli oggetti in elenco.", false},
@@ -41,13 +43,15 @@ constexpr int kToolCount = static_cast<int>(std::size(kTools));
 
 HWND gButtons[kToolCount] = {};
 
+const wchar_t* ButtonText(const ToolButtonLayout& tool) { return tool.italian ? Text(tool.textId, tool.italian) : L""; }
+
 }  // namespace
 
 void CreateToolbar(HWND mainWindow) {
   UINT dpi = WindowDpi(mainWindow);
   for (int i = 0; i < kToolCount; ++i) {
     const ToolButtonLayout& tool = kTools[i];
-    gButtons[i] = CreateToolbarButton(mainWindow, static_cast<int>(tool.command), Text(tool.textId, tool.italian),
+    gButtons[i] = CreateToolbarButton(mainWindow, static_cast<int>(tool.command), ButtonText(tool),
                                       LoadToolbarIcon(tool.icon, dpi), tool.dropDown);
     SendMessageW(gButtons[i], WM_SETFONT, SendMessageW(mainWindow, WM_GETFONT, 0, 0), FALSE);
     SendMessageW(gButtons[i], kToolbarSetTip, 0, reinterpret_cast<LPARAM>(Text(tool.tipId, tool.tipItalian)));
@@ -58,7 +62,7 @@ void RetextToolbar() {
   for (int i = 0; i < kToolCount; ++i) {
     if (!gButtons[i]) continue;
     const ToolButtonLayout& tool = kTools[i];
-    SetWindowTextW(gButtons[i], Text(tool.textId, tool.italian));
+    SetWindowTextW(gButtons[i], ButtonText(tool));
     SendMessageW(gButtons[i], kToolbarSetTip, 0, reinterpret_cast<LPARAM>(Text(tool.tipId, tool.tipItalian)));
     InvalidateRect(gButtons[i], nullptr, TRUE);
   }
