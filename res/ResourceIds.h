@@ -92,6 +92,7 @@
 #define IDI_TOOL_ANALYSE 12602
 #define IDI_TOOL_DEFRAG 12603
 #define IDI_TOOL_STOP 12604
+#define IDI_TOOL_PROFILES 12605
 
 // State pictures beside the item names, in ItemStateImage order.
 #define IDI_STATE_FIRST 12610

@@ -227,6 +227,20 @@ def pictures():
         (round_rect(0.20, 0.19, 0.80, 0.46, 0.10), solid(rgb('FFFFFF', 45))),
         (round_rect(0.36, 0.36, 0.64, 0.64, 0.03), solid(WHITE)),
     ]
+    # Profiles: two pages of a saved list, the recent ones behind the arrow.
+    art['tb_profiles'] = [
+        (round_rect(0.28, 0.04, 0.86, 0.80, 0.05), solid(OUTLINE)),
+        (round_rect(0.30, 0.06, 0.84, 0.78, 0.04), vertical(PAPER_TOP, PAPER_BOTTOM)),
+    ] + [(round_rect(x0 - 0.14, y0 + 0.14, x1 - 0.14, y1 + 0.14, r), paint)
+         for (x0, y0, x1, y1, r), paint in [((0.28, 0.04, 0.86, 0.80, 0.05), solid(OUTLINE)),
+                                            ((0.30, 0.06, 0.84, 0.78, 0.04), vertical(PAPER_TOP, PAPER_BOTTOM))]] + [
+        (segment(0.26, 0.42, 0.58, 0.42, 0.05), solid(rgb('9AA6B4'))),
+        (segment(0.26, 0.54, 0.58, 0.54, 0.05), solid(rgb('9AA6B4'))),
+        (segment(0.26, 0.66, 0.48, 0.66, 0.05), solid(rgb('9AA6B4'))),
+        (circle(0.72, 0.72, 0.24), solid(OUTLINE)),
+        (circle(0.72, 0.72, 0.22), vertical(BLUE_TOP, BLUE_BOTTOM, 0.50, 0.94)),
+        (polygon([(0.62, 0.66), (0.82, 0.66), (0.72, 0.80)]), solid(WHITE)),
+    ]
     # State pictures beside the item names: waiting, processing, fragmented,
     # not fragmented, defragmented, error (the order of ItemStateImage).
     art['st_waiting'] = [

@@ -35,3 +35,20 @@ void RedrawList() {
 void FileTried() {
   if (gEngineHooks.fileTried) gEngineHooks.fileTried();
 }
+
+std::vector<std::string> MissingEngineHooks(const EngineHooks& hooks) {
+  std::vector<std::string> missing;
+  auto need = [&missing](bool present, const char* name) {
+    if (!present) missing.push_back(name);
+  };
+  need(bool(hooks.pumpMessages), "pumpMessages");
+  need(bool(hooks.waitForWorker), "waitForWorker");
+  need(bool(hooks.text), "text");
+  need(bool(hooks.setStatusText), "setStatusText");
+  need(bool(hooks.setWorkingIcon), "setWorkingIcon");
+  need(bool(hooks.showProgress), "showProgress");
+  need(bool(hooks.setProgress), "setProgress");
+  need(bool(hooks.hideProgress), "hideProgress");
+  need(bool(hooks.redrawList), "redrawList");
+  return missing;
+}

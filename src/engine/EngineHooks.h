@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 class WorkerThread;
 
@@ -42,6 +43,10 @@ struct EngineHooks {
   std::function<void()> fileTried;
 };
 extern EngineHooks gEngineHooks;
+
+// The names of the hooks left empty (the program's start-up checks that
+// none is). `fileTried` belongs to the run that counts files.
+std::vector<std::string> MissingEngineHooks(const EngineHooks& hooks);
 
 // Calls through the table, tolerating empty hooks.
 bool PumpMessages();

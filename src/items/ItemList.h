@@ -13,6 +13,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 enum class ItemState : uint32_t {
   None = 0,
@@ -125,6 +126,9 @@ ItemHooks PortableItemHooks();
 // The Windows hooks (shell type names, the user's locale, a message box);
 // the portable ones in the native build.
 ItemHooks PlatformItemHooks();
+
+// The names of the hooks left empty (the program's start-up checks that none is).
+std::vector<std::string> MissingItemHooks(const ItemHooks& hooks);
 
 struct ItemSettings {
   ItemHooks hooks = PlatformItemHooks();

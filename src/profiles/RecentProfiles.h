@@ -1,7 +1,7 @@
 #pragma once
 // The recent-profiles list under the "Profili" menu. Sorted by path,
 // case-insensitively, so the menu reads alphabetically; age is carried by the
-// menu id alone (4500 plus a counter that grows at every insertion), so the
+// menu id alone (4501 plus a counter that grows at every insertion), so the
 // oldest entry is the one with the smallest id.
 //
 // gSettings.recentProfiles mirrors the list's paths in list order after every
@@ -10,8 +10,12 @@
 #include <functional>
 #include <string>
 
-constexpr uint32_t kFirstRecentProfileId = 4500;
-constexpr uint32_t kLastRecentProfileId = 8999;
+// The greyed placeholder of an empty list has an id of its own, so that it
+// never stands for a profile.
+constexpr uint32_t kRecentProfilesPlaceholderId = 4500;
+constexpr uint32_t kFirstRecentProfileId = 4501;
+// Below 5001 and 5002, the commands of the bottom tabs.
+constexpr uint32_t kLastRecentProfileId = 4999;
 constexpr int64_t kMaxRecentProfilesLimit = 10;
 // The menu shows at most this many characters of a path.
 constexpr size_t kRecentProfileMenuChars = 32;

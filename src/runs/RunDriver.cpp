@@ -4,6 +4,7 @@
 #include <mutex>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "app/RunFlags.h"
 #include "engine/EngineHooks.h"
@@ -16,7 +17,7 @@
 #include "runs/RunResults.h"
 #include "runs/RunSteps.h"
 #include "settings/Settings.h"
-#include "ui/CommandIds.h"
+#include "settings/StoredCommands.h"
 #include "util/SharedLock.h"
 #include "util/WideString.h"
 
@@ -41,7 +42,8 @@ bool OptionChecked(uint32_t command) {
 bool Unattended() { return (gApp.runFlags & kRunNoGui) != 0; }
 
 bool IsDefragmentation(RunMode mode) {
-  return mode == RunMode::DefragmentAll || mode == RunMode::DefragmentSelected;
+  return mode == RunMode::DefragmentAll || mode == RunMode::DefragmentSelected ||
+         mode == RunMode::DefragmentMarkedFiles;
 }
 
 bool IsProcessed(const ItemRecord& record) {
@@ -182,19 +184,51 @@ void AnalyseFolderItem(ItemRecord& record) {
   }
 }
 
-void DefragmentFileItem(ItemRecord& record) {
-  DefragmentFile(record.path, nullptr);
-  const std::wstring code = gEngine.moveResultCode;
-  ApplyFileMoveResult(record, code);
+// The outcome of one relocated file in the run's counters and errors.
+void CountMoveResult(const std::wstring& longPath, const std::wstring& code) {
   ++gRun.counters.filesSeen;
   if (code.empty()) {
     ++gRun.counters.filesMoved;
   } else if (code == kMoveAlreadyContiguous) {
     ++gRun.counters.notFragmented;
   } else if (code != kMoveStopped) {
-    gRun.errors.push_back(MakeErrorEntry(record.longPath, code));
+    gRun.errors.push_back(MakeErrorEntry(longPath, code));
     Call(gRunHooks.refreshErrors);
   }
+}
+
+// The item's counts become those the relocation's own analysis found, so a
+// file shows its state after the move rather than before it.
+void DefragmentFileItem(ItemRecord& record) {
+  FileAnalysis counts;
+  DefragmentFile(record.path, &counts);
+  record.fragments = static_cast<int64_t>(counts.fragments);
+  record.clusters = static_cast<int64_t>(counts.clusters);
+  const std::wstring code = gEngine.moveResultCode;
+  ApplyFileMoveResult(record, code);
+  CountMoveResult(record.longPath, code);
+}
+
+// The marked files one by one; a file that is also an item of the list gets
+// its state and counts there.
+void DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) {
+  for (const FragmentedFileRecord& file : files) {
+    const std::wstring& path = file.path;
+    gCurrentClusterSize = file.clusterSize;
+    if (ItemRecord* record = ItemByPath(path); record && !(record->flags & ItemFlags::kFolder)) {
+      MarkItemProcessing(*record);
+      Call(gRunHooks.redrawItems);
+      DefragmentFileItem(*record);
+    } else {
+      DefragmentFile(path, nullptr);
+      CountMoveResult(path, gEngine.moveResultCode);
+    }
+    Call(gRunHooks.redrawItems);
+    RefreshCountersAndStatus();
+    if (StopRequested()) break;
+    ApplyPendingPriority();
+  }
+  Call(gRunHooks.redrawItems);
 }
 
 // The folder's state compares the files that needed a move with the files
@@ -251,14 +285,18 @@ void AnalysisRun() {
   Call(gRunHooks.updateStatus, kStatusItemCount | kStatusWaiting);
 }
 
-void DefragRun() {
-  ProcessItems([](ItemRecord& record) {
-    if (record.flags & ItemFlags::kFolder) {
-      DefragmentFolderItem(record);
-    } else {
-      DefragmentFileItem(record);
-    }
-  });
+void DefragRun(const std::vector<FragmentedFileRecord>* markedFiles) {
+  if (markedFiles) {
+    DefragmentMarkedFiles(*markedFiles);
+  } else {
+    ProcessItems([](ItemRecord& record) {
+      if (record.flags & ItemFlags::kFolder) {
+        DefragmentFolderItem(record);
+      } else {
+        DefragmentFileItem(record);
+      }
+    });
+  }
   RefreshCountersAndStatus();
   Call(gRunHooks.taskbarProgress, false);
 
@@ -351,7 +389,24 @@ void StartRun(RunMode mode) {
   gRunState.lastEnd = RunEnd::NotStarted;
   uint64_t considered = 0;
   uint64_t skipped = 0;
-  SelectItems(mode, considered, skipped);
+  // The marked files are taken before the run empties the result lists;
+  // their cluster size is that of the analysis that listed them.
+  std::vector<FragmentedFileRecord> markedFiles;
+  const bool marked = mode == RunMode::DefragmentMarkedFiles;
+  if (marked) {
+    for (const FragmentedFileRecord& record : gRun.fragmented) {
+      if (!record.marked) continue;
+      if (FileLeftOut(record.path)) {
+        ++skipped;
+      } else {
+        markedFiles.push_back(record);
+      }
+      ++considered;
+    }
+    if (markedFiles.empty()) return;
+  } else {
+    SelectItems(mode, considered, skipped);
+  }
   const bool defragmenting = IsDefragmentation(mode);
   if (defragmenting && !PrepareDefragmentation(considered, skipped)) return;
 
@@ -369,7 +424,7 @@ void StartRun(RunMode mode) {
 
   CountTriedFiles countTried;
   if (defragmenting) {
-    DefragRun();
+    DefragRun(marked ? &markedFiles : nullptr);
   } else {
     AnalysisRun();
   }

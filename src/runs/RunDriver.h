@@ -11,6 +11,8 @@ enum class RunMode : uint32_t {
   AnalyseAll = 1,
   DefragmentSelected = 2,
   AnalyseSelected = 4,
+  // The files marked in the fragmented-file list of the last analysis.
+  DefragmentMarkedFiles = 8,
 };
 
 // How a run ended, for the unattended mode that decides the exit itself.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 // Status updates of the main window's bars, combinable.
 constexpr uint32_t kStatusItemCount = 0x02;       // "Oggetti totali in elenco: " + count
@@ -67,3 +68,8 @@ extern RunHooks gRunHooks;
 
 // Hooks with no window: fixed UTC date formats, everything else empty.
 RunHooks PortableRunHooks();
+
+// The names of the hooks left empty. A run calls them as "nothing to do", so
+// the program's start-up checks that none is missing. The solid-state count
+// has a built-in answer and is not listed.
+std::vector<std::string> MissingRunHooks(const RunHooks& hooks);

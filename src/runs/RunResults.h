@@ -25,6 +25,8 @@ struct FragmentedFileRecord {
   std::wstring modifiedDate;  // local time, the user's formats
   std::wstring modifiedTime;
   std::wstring attributes;    // letters from "RHSAEC"
+  // Marked by the user for a defragmentation of the marked files only.
+  bool marked = false;
 };
 
 struct ErrorEntry {

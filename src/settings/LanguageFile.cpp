@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ui/CommandIds.h"
+#include "settings/StoredCommands.h"
 #include "util/Text.h"
 #include "util/WideString.h"
 

@@ -7,7 +7,7 @@
 #include <cwctype>
 
 #include "settings/Settings.h"
-#include "ui/CommandIds.h"
+#include "settings/StoredCommands.h"
 #include "util/WideString.h"
 
 namespace {

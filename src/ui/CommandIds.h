@@ -3,6 +3,8 @@
 // and the stored choices that double as command numbers.
 #include <cstdint>
 
+#include "settings/StoredCommands.h"
+
 constexpr uint32_t kCmdAddFiles = 9001;
 constexpr uint32_t kCmdAddFolder = 9002;
 constexpr uint32_t kCmdExit = 9003;
@@ -14,32 +16,13 @@ constexpr uint32_t kCmdAnalyzeAll = 9009;
 constexpr uint32_t kCmdDefragAll = 9010;
 constexpr uint32_t kCmdStop = 9011;
 constexpr uint32_t kCmdSelectAll = 9013;
-constexpr uint32_t kCmdFullRow = 9014;
-constexpr uint32_t kCmdCloseAfterDefrag = 9015;
-constexpr uint32_t kCmdFollowItem = 9018;
-constexpr uint32_t kCmdConfirmPrompts = 9019;
 constexpr uint32_t kCmdOpen = 9020;
-constexpr uint32_t kCmdQuickStrategy = 9030;
-constexpr uint32_t kCmdSmartStrategy = 9031;
-constexpr uint32_t kCmdPriorityHigh = 9047;
-constexpr uint32_t kCmdPriorityAboveNormal = 9048;
-constexpr uint32_t kCmdPriorityNormal = 9049;
-constexpr uint32_t kCmdPriorityBelowNormal = 9050;
-constexpr uint32_t kCmdPriorityIdle = 9051;
-constexpr uint32_t kCmdCleanupAuto = 9053;
-constexpr uint32_t kCmdCleanupOff = 9054;
-constexpr uint32_t kCmdCleanupAsk = 9055;
-constexpr uint32_t kCmdDiskCheckAuto = 9057;
-constexpr uint32_t kCmdDiskCheckOff = 9058;
-constexpr uint32_t kCmdDiskCheckAsk = 9059;
 constexpr uint32_t kCmdAnalyzeSelected = 9075;
 constexpr uint32_t kCmdDefragSelected = 9076;
 constexpr uint32_t kCmdOpenFromKeyboard = 8000;
 constexpr uint32_t kCmdToggleDefragMark = 8001;
 
 // The rest of the main menu, the context menus and the option commands.
-constexpr uint32_t kCmdOnTop = 9012;
-constexpr uint32_t kCmdShutdownAfterDefrag = 9016;
 constexpr uint32_t kCmdWarrantyDisclaimer = 9017;
 constexpr uint32_t kCmdCommandLineHelp = 9021;
 constexpr uint32_t kCmdProperties = 9029;
@@ -56,23 +39,10 @@ constexpr uint32_t kCmdExcludeSelected = 9066;
 constexpr uint32_t kCmdHighlightDialog = 9067;
 constexpr uint32_t kCmdSaveReport = 9068;
 constexpr uint32_t kCmdFilterDialog = 9069;
-constexpr uint32_t kCmdSkipSolidState = 9070;
-constexpr uint32_t kCmdNoSolidStateDetection = 9071;
-constexpr uint32_t kCmdShowInfoPanel = 9072;
-constexpr uint32_t kCmdShowStatusBar = 9073;
-constexpr uint32_t kCmdShowToolbar = 9074;
 constexpr uint32_t kCmdRecentProfilesDialog = 9077;
-constexpr uint32_t kCmdShowStateIcons = 9078;
-constexpr uint32_t kCmdShowSystemIcons = 9079;
 constexpr uint32_t kCmdOpenItemFolder = 9080;
 constexpr uint32_t kCmdViewLanguageFile = 9081;
-constexpr uint32_t kCmdCleanupShowErrors = 9082;
-// Languages of the "Lingua" menu: the built-in one, then one per file found.
-constexpr uint32_t kCmdFirstLanguage = 4000;
-constexpr uint32_t kCmdLastLanguage = 4499;
-// Recent profiles; the placeholder stands alone while the list is empty. It
-// shares its number with the first recent profile, so the menus' text table
-// leaves it alone: the recent-profiles menu writes it itself.
+// Recent profiles; the placeholder stands alone while the list is empty.
 constexpr uint32_t kCmdRecentProfilesEmpty = 4500;
 
 // Sub-menus carry numbers of their own, so that their texts can be replaced

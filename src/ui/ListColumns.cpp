@@ -78,15 +78,17 @@ bool ApplyColumnCommand(HWND list, const ColumnTable& table, std::vector<uint8_t
   return false;
 }
 
-void RunColumnMenu(HWND owner, HWND list, const ColumnTable& table, std::vector<uint8_t>& visible, POINT at) {
+void RunColumnMenu(HWND owner, HWND list, const ColumnTable& table, std::vector<uint8_t>& visible, POINT at,
+                   bool enabled) {
   HMENU menu = LoadPopupMenu(table.menuResource, MenuKind::Columns);
   if (!menu) return;
   for (int index = 0; index < table.count; ++index) {
     const UINT command = table.columns[index].command;
     CheckMenuItem(menu, command, MF_BYCOMMAND | (ColumnHidden(visible, index) ? MF_UNCHECKED : MF_CHECKED));
     // The name column carries the row's picture and selection: it always stays.
-    if (index == 0) EnableMenuItem(menu, command, MF_BYCOMMAND | MF_GRAYED);
+    if (index == 0 || !enabled) EnableMenuItem(menu, command, MF_BYCOMMAND | MF_GRAYED);
   }
+  if (!enabled) EnableMenuItem(menu, kCmdDefaultColumns, MF_BYCOMMAND | MF_GRAYED);
   UINT chosen = static_cast<UINT>(
       TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON | TPM_NONOTIFY, at.x, at.y, 0, owner, nullptr));
   DestroyMenu(menu);

@@ -26,8 +26,10 @@ void BuildListColumns(HWND list, const ColumnTable& table);
 void RetextListColumns(HWND list, const ColumnTable& table);
 // Sets the width of every hidden column to 0 (visible: empty means all).
 void ApplyColumnVisibility(HWND list, const ColumnTable& table, const std::vector<uint8_t>& visible);
-// Shows the column menu at a screen point and carries out the choice.
-void RunColumnMenu(HWND owner, HWND list, const ColumnTable& table, std::vector<uint8_t>& visible, POINT at);
+// Shows the column menu at a screen point and carries out the choice; with
+// enabled false every item is greyed (the window is busy).
+void RunColumnMenu(HWND owner, HWND list, const ColumnTable& table, std::vector<uint8_t>& visible, POINT at,
+                   bool enabled);
 // Shows or hides the column whose menu command this is; false when the table
 // has no such column. "Predefinito" restores every column, width and order.
 bool ApplyColumnCommand(HWND list, const ColumnTable& table, std::vector<uint8_t>& visible, uint32_t command);

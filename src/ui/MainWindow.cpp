@@ -1,6 +1,7 @@
 #include "ui/MainWindow.h"
 
 #include <commctrl.h>
+#include <shellapi.h>
 
 #include <string>
 #include <vector>
@@ -8,14 +9,17 @@
 #include "engine/EngineHooks.h"
 #include "engine/EngineThread.h"
 #include "items/ItemList.h"
-#include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
+#include "runs/FolderWalk.h"
 #include "runs/RunDriver.h"
+#include "runs/RunHooks.h"
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
 #include "ui/CommandIds.h"
+#include "ui/Commands.h"
 #include "ui/Dpi.h"
 #include "ui/ErrorListView.h"
+#include "ui/ItemCommands.h"
 #include "ui/ItemListView.h"
 #include "ui/MenuTexts.h"
 #include "ui/ResultListView.h"
@@ -56,6 +60,14 @@ struct MainWindowState {
   bool showPanel = true;
   bool showStatus = true;
   bool running = false;
+  // Imports and report saves under way (runs count through gRunState).
+  int busyDepth = 0;
+  // The window was asked to close while busy: it closes once the work ends.
+  bool closePending = false;
+  bool reportReady = false;
+  uint32_t busyState = kBusyIdle;
+  HWND lastFocusedList = nullptr;
+  HACCEL accelerators = nullptr;
   uint32_t bottomTab = kCmdTabFragmented;
   MainWindowSetup setup;
 };
@@ -152,43 +164,81 @@ ListColumnsOf ColumnsOf(HWND list) {
   return {&kResultColumnTable, &gSettings.resultColumnVisible};
 }
 
-// The error list's own menu; its command goes to the window like a menu
-// bar's. The exclusion lists stay as they are while a run reads them.
-void RunErrorListMenu(POINT at) {
-  HMENU menu = LoadPopupMenu(IDR_ERROR_LIST_MENU, MenuKind::FileList);
+// The context menu of a list, greyed by the command rules; its choice goes
+// to the window like a menu bar's.
+void RunListMenu(HWND list, POINT at) {
+  const int resource = list == gMain.list         ? IDR_ITEM_LIST_MENU
+                       : list == gMain.resultList ? IDR_FILE_LIST_MENU
+                                                  : IDR_ERROR_LIST_MENU;
+  const MenuKind kind = list == gMain.list ? MenuKind::ItemList : MenuKind::FileList;
+  HMENU menu = LoadPopupMenu(resource, kind);
   if (!menu) return;
-  const bool rows = ListView_GetSelectedCount(gMain.errorList) > 0;
-  EnableMenuItem(menu, kCmdExcludeSelected, MF_BYCOMMAND | (rows && !gRunState.running ? MF_ENABLED : MF_GRAYED));
+  gMain.lastFocusedList = list;
+  ApplyCommandStates(menu);
+  if (HMENU bar = GetMenu(gMain.window)) {
+    // "Sc&orri elenco" carries the menu bar's mark.
+    CheckMenuItem(menu, kCmdFollowItem,
+                  MF_BYCOMMAND | (GetMenuState(bar, kCmdFollowItem, MF_BYCOMMAND) & MF_CHECKED ? MF_CHECKED : 0));
+  }
   TrackPopupMenu(menu, TPM_RIGHTBUTTON, at.x, at.y, 0, gMain.window, nullptr);
   DestroyMenu(menu);
+}
+
+// Where a menu asked for with the keyboard (Shift+F10, the menu key) opens:
+// beside the focused row when it is in view, else at the list's corner.
+POINT KeyboardMenuPoint(HWND list) {
+  RECT bounds{};
+  GetWindowRect(list, &bounds);
+  POINT at{bounds.left + 8, bounds.top + 8};
+  const int row = ListView_GetNextItem(list, -1, LVNI_FOCUSED);
+  RECT item{};
+  if (row >= 0 && ListView_GetItemRect(list, row, &item, LVIR_LABEL)) {
+    POINT corner{item.left + 8, item.bottom};
+    ClientToScreen(list, &corner);
+    if (PtInRect(&bounds, corner)) at = corner;
+  }
+  return at;
 }
 
 void OnContextMenu(HWND target, POINT at) {
   for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
     if (target != list && GetParent(target) != list) continue;
     if (at.x == -1 && at.y == -1) {
-      RECT bounds{};
-      GetWindowRect(list, &bounds);
-      at = {bounds.left + 8, bounds.top + 8};
+      at = KeyboardMenuPoint(list);
     } else if (PointInHeader(list, at)) {
       ListColumnsOf columns = ColumnsOf(list);
-      RunColumnMenu(gMain.window, list, *columns.table, *columns.visible, at);
+      RunColumnMenu(gMain.window, list, *columns.table, *columns.visible, at, !MainWindowBusy());
       return;
     }
-    if (list == gMain.errorList) {
-      RunErrorListMenu(at);
-      return;
-    }
-    if (gMain.setup.contextMenu) gMain.setup.contextMenu(gMain.window, list, at);
+    RunListMenu(list, at);
     return;
   }
 }
 
+// A click on a row's box in the fragmented-file list flips its mark.
+void OnResultListClick(NMITEMACTIVATE* click) {
+  LVHITTESTINFO hit{};
+  hit.pt = click->ptAction;
+  const int row = ListView_SubItemHitTest(gMain.resultList, &hit);
+  if (row < 0 || !(hit.flags & LVHT_ONITEMSTATEICON) || MainWindowBusy()) return;
+  if (static_cast<size_t>(row) >= gRun.fragmented.size()) return;
+  gRun.fragmented[static_cast<size_t>(row)].marked = !gRun.fragmented[static_cast<size_t>(row)].marked;
+  RefreshResultList();
+}
+
 LRESULT OnNotify(NMHDR* header) {
   LRESULT result = 0;
+  const bool fromList =
+      header->hwndFrom == gMain.list || header->hwndFrom == gMain.resultList || header->hwndFrom == gMain.errorList;
+  if (fromList && header->code == NM_SETFOCUS) gMain.lastFocusedList = header->hwndFrom;
+  if (fromList && (header->code == NM_CLICK || header->code == LVN_ITEMCHANGED || header->code == NM_SETFOCUS)) {
+    RefreshCommandStates();
+  }
+  if (header->hwndFrom == gMain.resultList && header->code == NM_CLICK) {
+    OnResultListClick(reinterpret_cast<NMITEMACTIVATE*>(header));
+  }
   if (header->hwndFrom == gMain.list) {
     if (OnItemListNotify(gMain.list, header, result)) return result;
-    if ((header->code == NM_CLICK || header->code == LVN_ITEMCHANGED) && !gMain.running) RefreshCommandStates();
   } else if (header->hwndFrom == gMain.resultList) {
     if (OnResultListNotify(gMain.resultList, header, result)) return result;
   } else if (header->hwndFrom == gMain.errorList) {
@@ -214,20 +264,11 @@ bool OnCommand(WPARAM wParam, LPARAM lParam) {
     RunToolbarDropDown(gMain.window, reinterpret_cast<HWND>(lParam));
     return true;
   }
-  switch (command) {
-    case kCmdTabFragmented:
-    case kCmdTabErrors:
-      SelectBottomTab(command);
-      return true;
-    case kCmdExit:
-      DestroyWindow(gMain.window);
-      return true;
-  }
-  if (command >= kCmdColumnName && command <= kCmdDefaultColumns) {
-    return ApplyColumnCommand(gMain.list, kItemColumnTable, gSettings.itemColumnVisible, command);
-  }
-  if (HandleSelectionCommand(gMain.window, command)) return true;
-  return gMain.setup.command && gMain.setup.command(gMain.window, command);
+  // Menus (0), accelerators (1) and buttons (BN_CLICKED is 0) carry commands;
+  // the other codes are notifications of controls.
+  if (code != 0 && code != 1) return false;
+  DispatchCommand(gMain.window, command);
+  return true;
 }
 
 // What the engine needs of the window, unless a caller set its own first.
@@ -355,13 +396,32 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       SetWindowLongPtrW(window, DWLP_MSGRESULT, understood ? TRUE : FALSE);
       return TRUE;
     }
+    case WM_INITMENUPOPUP:
+      ApplyCommandStates(reinterpret_cast<HMENU>(wParam));
+      return TRUE;
+    case WM_DROPFILES:
+      AddDroppedPaths(window, reinterpret_cast<HDROP>(wParam));
+      return TRUE;
+    case WM_QUERYENDSESSION:
+      // The session waits while a run stops; the window then closes itself.
+      if (MainWindowBusy()) {
+        CloseMainWindow(window);
+        SetWindowLongPtrW(window, DWLP_MSGRESULT, FALSE);
+        return TRUE;
+      }
+      SetWindowLongPtrW(window, DWLP_MSGRESULT, TRUE);
+      return TRUE;
+    case WM_ENDSESSION:
+      // Ending regardless: at least no further file is started.
+      if (wParam && MainWindowBusy()) RequestStop();
+      return TRUE;
     case WM_CTLCOLORDLG: {
       // The window's face matches the program's own controls.
       static HBRUSH face = CreateSolidBrush(Theme::kFace);
       return reinterpret_cast<INT_PTR>(face);
     }
     case WM_CLOSE:
-      DestroyWindow(window);
+      CloseMainWindow(window);
       return TRUE;
     case WM_DESTROY:
       RememberWindowSize();
@@ -386,13 +446,41 @@ bool PumpWindowMessages() {
       PostQuitMessage(static_cast<int>(message.wParam));
       return false;
     }
-    if (!gMain.window || !IsDialogMessageW(gMain.window, &message)) {
+    if (!TranslateMainWindowMessage(message)) {
       TranslateMessage(&message);
       DispatchMessageW(&message);
     }
   }
   return true;
 }
+
+namespace {
+// The menu key and Shift+F10 open the focused list's menu, whatever the
+// system's default handling does with them; their releases are swallowed so
+// that the menu does not open twice.
+bool OnContextMenuKey(const MSG& message) {
+  const bool down = message.message == WM_KEYDOWN || message.message == WM_SYSKEYDOWN;
+  const bool up = message.message == WM_KEYUP || message.message == WM_SYSKEYUP;
+  if (!down && !up) return false;
+  const bool shift = (GetKeyState(VK_SHIFT) & 0x8000) != 0;
+  if (message.wParam != VK_APPS && !(message.wParam == VK_F10 && shift)) return false;
+  for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
+    if (!list || message.hwnd != list) continue;
+    if (down) OnContextMenu(list, POINT{-1, -1});
+    return true;
+  }
+  return false;
+}
+}  // namespace
+
+bool TranslateMainWindowMessage(MSG& message) {
+  if (!gMain.window) return false;
+  if (OnContextMenuKey(message)) return true;
+  if (gMain.accelerators && TranslateAcceleratorW(gMain.window, gMain.accelerators, &message)) return true;
+  return IsDialogMessageW(gMain.window, &message) != FALSE;
+}
+
+void SetMainAccelerators(HACCEL accelerators) { gMain.accelerators = accelerators; }
 
 // Blocks until the worker ends or nudges, or input for this thread arrives
 // (also input already seen but not yet removed), then handles the messages.
@@ -470,13 +558,78 @@ void SetDefragmentationLayout(bool running) {
 
 void UpdateMainStatus(uint32_t flags, const std::wstring& text) { UpdateStatus(flags, text); }
 
+namespace {
+// Sorting waits while the window is busy; a close asked for meanwhile
+// happens once it is idle again.
+void BusyChanged() {
+  const bool busy = MainWindowBusy();
+  SetItemListRunning(busy);
+  RefreshCommandStates();
+  if (!busy && gMain.closePending && gMain.window) PostMessageW(gMain.window, WM_CLOSE, 0, 0);
+}
+}  // namespace
+
 void SetRunInProgress(bool running) {
   gMain.running = running;
-  SetItemListRunning(running);
-  RefreshCommandStates();
+  BusyChanged();
 }
 
-void RefreshCommandStates() { EnableToolbarCommands(ItemCount() > 0, gMain.running); }
+void RefreshCommandStates() {
+  if (!gMain.window) return;
+  EnableToolbarCommands([](uint32_t command) { return CommandEnabled(command); });
+  ApplyCommandStates(GetMenu(gMain.window));
+  DrawMenuBar(gMain.window);
+}
+
+bool MainWindowBusy() { return gMain.busyDepth > 0 || gRunState.running || gMain.running; }
+
+
+void SetWindowBusy(bool busy) {
+  gMain.busyDepth += busy ? 1 : -1;
+  BusyChanged();
+}
+
+WindowBusyScope::WindowBusyScope() { SetWindowBusy(true); }
+WindowBusyScope::~WindowBusyScope() { SetWindowBusy(false); }
+
+void CloseMainWindow(HWND window) {
+  if (!MainWindowBusy()) {
+    DestroyWindow(window);
+    return;
+  }
+  // The work under way stops first; the file being moved finishes or
+  // stops cleanly, and nothing is moved once the window is gone.
+  gMain.closePending = true;
+  RequestStop();
+  UpdateMainStatus(kStatusPleaseWait);
+}
+
+bool ApplyMainColumnCommand(uint32_t command) {
+  HWND list = gMain.lastFocusedList ? gMain.lastFocusedList : gMain.list;
+  ListColumnsOf columns = ColumnsOf(list);
+  return ApplyColumnCommand(list, *columns.table, *columns.visible, command);
+}
+
+HWND LastFocusedList() {
+  HWND focus = GetFocus();
+  for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
+    if (list && focus == list) return list;
+  }
+  return gMain.lastFocusedList;
+}
+
+void SetMainBusyState(uint32_t state) {
+  gMain.busyState = state;
+  // Checking drives or adding many items can take a while: the cursor says so.
+  SetCursor(LoadCursorW(nullptr, state == kBusyIdle ? IDC_ARROW : IDC_WAIT));
+}
+uint32_t MainBusyState() { return gMain.busyState; }
+
+bool MainReportReady() { return gMain.reportReady; }
+void SetMainReportReady(bool ready) {
+  gMain.reportReady = ready;
+  RefreshCommandStates();
+}
 
 void SetFullRowSelect(bool fullRow) {
   for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {

@@ -26,12 +26,6 @@ struct MainWindowSetup {
   std::function<void(HWND)> beforeDestroy;
   // The code the message loop ends with.
   std::function<int()> exitCode;
-  // A command from the menu, the toolbar, an accelerator or a context menu
-  // that the window does not handle itself; true when it was handled.
-  std::function<bool(HWND window, uint32_t command)> command;
-  // A right click on one of the lists outside its header (the header shows
-  // the column menu): the list and the screen point.
-  std::function<void(HWND window, HWND list, POINT at)> contextMenu;
   // Data sent by another process (WM_COPYDATA); true when it was understood.
   std::function<bool(HWND window, const COPYDATASTRUCT* data)> copyData;
 };
@@ -73,8 +67,42 @@ void RefreshCounters();
 void UpdateMainStatus(uint32_t flags, const std::wstring& text = std::wstring());
 // A run starts or ends: sorting and command enabling are suspended meanwhile.
 void SetRunInProgress(bool running);
-// Enables the toolbar's commands for the list's current state.
+// Enables the toolbar's buttons and the menu bar's items by the command
+// rules (ui/Commands.h) for the window's current state.
 void RefreshCommandStates();
+
+// Busy: a run, a profile import or a report being saved. Meanwhile the
+// commands that change the lists, the filters, the language or the settings
+// are refused, drops too, and sorting waits.
+bool MainWindowBusy();
+void SetWindowBusy(bool busy);
+struct WindowBusyScope {
+  WindowBusyScope();
+  ~WindowBusyScope();
+  WindowBusyScope(const WindowBusyScope&) = delete;
+  WindowBusyScope& operator=(const WindowBusyScope&) = delete;
+};
+// The close box, Alt+F4, "Esc&i" and the session's end: at once when idle;
+// while busy the work is asked to stop and the window closes when it has.
+void CloseMainWindow(HWND window);
+
+// The accelerators and the dialog keys of the main window, for every message
+// loop of the window thread; true when the message was used.
+void SetMainAccelerators(HACCEL accelerators);
+bool TranslateMainWindowMessage(MSG& message);
+
+// The list that last had the keyboard focus (the menu bar and the toolbar
+// take none), or null.
+HWND LastFocusedList();
+// A column command of the list last focused.
+bool ApplyMainColumnCommand(uint32_t command);
+// The busy word of the window: 9000 idle, 9001 checking drives, 9002
+// adding items, 9005 recording an error.
+void SetMainBusyState(uint32_t state);
+uint32_t MainBusyState();
+// An analysis left results that the report can save.
+bool MainReportReady();
+void SetMainReportReady(bool ready);
 
 // Selection and highlighting of whole rows in the lists.
 void SetFullRowSelect(bool fullRow);

@@ -56,13 +56,23 @@ void AnswerCell(NMLVDISPINFOW* info) {
   if ((item.mask & LVIF_IMAGE) && item.iSubItem == 0) {
     item.iImage = gSettings.showSystemIcons ? ShellImageIndex(record.path, false) : StateImageIndex(2);
   }
+  // The box of column 0: the mark plus 1 (1 empty, 2 ticked).
+  if ((item.mask & LVIF_STATE) && item.iSubItem == 0) {
+    item.state = (item.state & ~LVIS_STATEIMAGEMASK) | INDEXTOSTATEIMAGEMASK(record.marked ? 2 : 1);
+    item.stateMask |= LVIS_STATEIMAGEMASK;
+  }
 }
 
 }  // namespace
 
 const ColumnTable kResultColumnTable{kResultColumns, static_cast<int>(std::size(kResultColumns)), IDR_FILE_COLUMNS_MENU};
 
-void InitResultListView(HWND list) { InitPanelListView(list, kResultColumnTable, gSettings.resultColumnVisible); }
+void InitResultListView(HWND list) {
+  InitPanelListView(list, kResultColumnTable, gSettings.resultColumnVisible);
+  // Each file has a box for its mark; the list asks for its state like a cell.
+  ListView_SetExtendedListViewStyleEx(list, LVS_EX_CHECKBOXES, LVS_EX_CHECKBOXES);
+  ListView_SetCallbackMask(list, LVIS_STATEIMAGEMASK);
+}
 
 void RefreshResultRows(HWND list) { SetPanelRowCount(list, gRun.fragmented.size()); }
 

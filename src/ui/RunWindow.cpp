@@ -8,14 +8,19 @@
 
 #include "app/RunFlags.h"
 #include "engine/EngineHooks.h"
+#include "engine/Analysis.h"
+#include "filters/win32/ChoiceDialog.h"
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/FolderWalk.h"
+#include "runs/RunDriver.h"
 #include "runs/RunHooks.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
+#include "ui/Artwork.h"
 #include "ui/CommandIds.h"
+#include "ui/Commands.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
@@ -269,29 +274,61 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
   hooks.dateTexts = LocalDateTexts;
   // The solid-state warning, the disk check and the cleanup.
   InstallPreRunSteps(mainWindow);
+  hooks.enableSaveReport = SetMainReportReady;
+  hooks.enableRunMenus = [](bool) { RefreshCommandStates(); };
+  hooks.setBusyState = SetMainBusyState;
+  // The shell's icon of a listed file is looked up once, as it is listed,
+  // rather than while the list paints.
+  hooks.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
+  ItemHooks& items = gItemSettings.hooks;
+  items.setBusyState = SetMainBusyState;
+  items.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
+  // A file whose size on disk looks far too large is analysed: a file
+  // without clusters of its own then counts as taking none.
+  items.analyseClusters = [](const std::wstring& longPath) -> uint64_t {
+    FileAnalysis analysis;
+    AnalyseFile(longPath, analysis);
+    return analysis.outcome.empty() ? analysis.clusters : 1;
+  };
+}
+
+std::vector<std::string> MissingProgramHooks() {
+  std::vector<std::string> missing;
+  for (const std::string& name : MissingEngineHooks(gEngineHooks)) missing.push_back("engine." + name);
+  for (const std::string& name : MissingRunHooks(gRunHooks)) missing.push_back("run." + name);
+  for (const std::string& name : MissingItemHooks(gItemSettings.hooks)) missing.push_back("item." + name);
+  for (uint32_t command : CommandsWithoutHandler()) missing.push_back("command." + std::to_string(command));
+  return missing;
 }
 
 bool HandleRunCommand(HWND mainWindow, uint32_t command) {
   switch (command) {
     case kCmdAnalyzeAll:
     case kCmdDefragAll:
+    case kCmdDefragAllFiles:
     case kCmdAnalyzeSelected:
-    case kCmdDefragSelected: {
+    case kCmdDefragSelected:
+    case kCmdDefragSelectedFiles: {
       // A run started during a run would walk the lists under its feet.
-      if (gRunState.running) return true;
-      const RunMode mode = command == kCmdAnalyzeAll        ? RunMode::AnalyseAll
-                           : command == kCmdDefragAll       ? RunMode::DefragmentAll
-                           : command == kCmdAnalyzeSelected ? RunMode::AnalyseSelected
-                                                            : RunMode::DefragmentSelected;
+      if (MainWindowBusy()) return true;
+      const RunMode mode = command == kCmdAnalyzeAll            ? RunMode::AnalyseAll
+                           : command == kCmdAnalyzeSelected     ? RunMode::AnalyseSelected
+                           : command == kCmdDefragSelected      ? RunMode::DefragmentSelected
+                           : command == kCmdDefragSelectedFiles ? RunMode::DefragmentMarkedFiles
+                                                                : RunMode::DefragmentAll;
+      WindowBusyScope busy;
       StartRun(mode);
       return true;
     }
     case kCmdStop:
       RequestStop();
+      if (gRunState.running) UpdateMainStatus(kStatusPleaseWait);
       return true;
-    case kCmdSaveReport:
+    case kCmdSaveReport: {
+      WindowBusyScope busy;
       SaveReportCommand(mainWindow);
       return true;
+    }
   }
   return false;
 }
@@ -302,6 +339,7 @@ void RunCommandLineRuns(HWND mainWindow) {
   const bool defragment = (gApp.runFlags & kRunDefrag) != 0;
   if (gApp.exitRequested) return;
   bool anyErrors = false;
+  WindowBusyScope busy;
   if (analyse) {
     StartRun(RunMode::AnalyseAll);
     anyErrors = !gRun.errors.empty();

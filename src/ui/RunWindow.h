@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "runs/RunDriver.h"
 
@@ -20,6 +21,10 @@ struct RunWindowSetup {
 
 // Fills the run hooks with this main window's status bars, lists and dialogs.
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
+
+// The hooks of the engine, the runs, the items and the commands that are
+// still empty once the window is set up, by name ("run.cleanupDialog").
+std::vector<std::string> MissingProgramHooks();
 
 // The run commands (analyse, defragment, all or selected; stop; save the
 // report). True when the command was one of them.

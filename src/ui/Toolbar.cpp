@@ -3,6 +3,7 @@
 #include "res/ResourceIds.h"
 #include "ui/Artwork.h"
 #include "ui/CommandIds.h"
+#include "ui/Commands.h"
 #include "ui/Dpi.h"
 #include "ui/MenuTexts.h"
 #include "ui/controls/Controls.h"
@@ -26,6 +27,10 @@ constexpr ToolButtonLayout kTools[] = {
      L"Consente di aggiungere in elenco gli elementi che devono essere analizzati o deframmentati.", true},
     {kCmdRemove, IDI_TOOL_REMOVE, kStrToolRemove, L"Rimuovi", kStrTipRemove,
      L"Rimuove dall'elenco gli oggetti selezionati.", false},
+    // The profiles button shows its picture alone: with a word the row no
+    // longer fits the narrowest window. Its tip names it.
+    {kCmdImportProfile, IDI_TOOL_PROFILES, 0, nullptr, kStrTipProfiles,
+     L"Importa un profilo. Fare clic sulla freccia per scegliere uno dei profili recenti.", true},
     {kCmdAnalyzeAll, IDI_TOOL_ANALYSE, kStrToolAnalyse, L"Analizza", kStrTipAnalyse,
      L"Analizza la frammentazione degli oggetti in elenco.", false},
     {kCmdDefragAll, IDI_TOOL_DEFRAG, kStrToolDefragment, L"Deframmenta", kStrTipDefragment,
@@ -38,13 +43,15 @@ constexpr int kToolCount = static_cast<int>(std::size(kTools));
 
 HWND gButtons[kToolCount] = {};
 
+const wchar_t* ButtonText(const ToolButtonLayout& tool) { return tool.italian ? Text(tool.textId, tool.italian) : L""; }
+
 }  // namespace
 
 void CreateToolbar(HWND mainWindow) {
   UINT dpi = WindowDpi(mainWindow);
   for (int i = 0; i < kToolCount; ++i) {
     const ToolButtonLayout& tool = kTools[i];
-    gButtons[i] = CreateToolbarButton(mainWindow, static_cast<int>(tool.command), Text(tool.textId, tool.italian),
+    gButtons[i] = CreateToolbarButton(mainWindow, static_cast<int>(tool.command), ButtonText(tool),
                                       LoadToolbarIcon(tool.icon, dpi), tool.dropDown);
     SendMessageW(gButtons[i], WM_SETFONT, SendMessageW(mainWindow, WM_GETFONT, 0, 0), FALSE);
     SendMessageW(gButtons[i], kToolbarSetTip, 0, reinterpret_cast<LPARAM>(Text(tool.tipId, tool.tipItalian)));
@@ -55,7 +62,7 @@ void RetextToolbar() {
   for (int i = 0; i < kToolCount; ++i) {
     if (!gButtons[i]) continue;
     const ToolButtonLayout& tool = kTools[i];
-    SetWindowTextW(gButtons[i], Text(tool.textId, tool.italian));
+    SetWindowTextW(gButtons[i], ButtonText(tool));
     SendMessageW(gButtons[i], kToolbarSetTip, 0, reinterpret_cast<LPARAM>(Text(tool.tipId, tool.tipItalian)));
     InvalidateRect(gButtons[i], nullptr, TRUE);
   }
@@ -82,9 +89,18 @@ void ShowToolbar(bool show) {
 }
 
 void RunToolbarDropDown(HWND mainWindow, HWND button) {
-  const bool add = GetDlgCtrlID(button) == static_cast<int>(kCmdAddFiles);
-  HMENU menu = add ? LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList) : LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
+  const int command = GetDlgCtrlID(button);
+  HMENU menu = nullptr;
+  if (command == static_cast<int>(kCmdAddFiles)) {
+    menu = LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList);
+  } else if (command == static_cast<int>(kCmdImportProfile)) {
+    menu = LoadPopupMenu(IDR_RECENT_PROFILES_MENU, MenuKind::Main);
+    if (menu && gCommandHooks.fillRecentProfiles) gCommandHooks.fillRecentProfiles(menu);
+  } else {
+    menu = LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
+  }
   if (!menu) return;
+  ApplyCommandStates(menu);
   RECT bounds{};
   GetWindowRect(button, &bounds);
   UINT chosen = static_cast<UINT>(
@@ -94,14 +110,8 @@ void RunToolbarDropDown(HWND mainWindow, HWND button) {
   if (chosen) PostMessageW(mainWindow, WM_COMMAND, MAKEWPARAM(chosen, 0), 0);
 }
 
-void EnableToolbarCommands(bool listHasItems, bool running) {
+void EnableToolbarCommands(bool (*allowed)(uint32_t command)) {
   for (int i = 0; i < kToolCount; ++i) {
-    bool enabled = true;
-    switch (kTools[i].command) {
-      case kCmdAddFiles: enabled = !running; break;
-      case kCmdStop: enabled = running; break;
-      default: enabled = listHasItems && !running; break;
-    }
-    EnableWindow(gButtons[i], enabled);
+    if (gButtons[i]) EnableWindow(gButtons[i], allowed(kTools[i].command));
   }
 }

@@ -4,6 +4,8 @@
 // and stop. Each button sends its command to the main window.
 #include <windows.h>
 
+#include <cstdint>
+
 void CreateToolbar(HWND mainWindow);
 // Lays the buttons out in a row starting at (left, top); returns the height used.
 int LayoutToolbar(int left, int top);
@@ -13,4 +15,5 @@ void RetextToolbar();
 // A drop-down arrow was clicked: shows the button's menu under it and sends
 // the chosen command to the main window.
 void RunToolbarDropDown(HWND mainWindow, HWND button);
-void EnableToolbarCommands(bool listHasItems, bool running);
+// Enables each button whose command the rule allows.
+void EnableToolbarCommands(bool (*allowed)(uint32_t command));

@@ -287,3 +287,9 @@ constexpr uint32_t kStrCleanupBuiltIn = 566;          // "Usa &Ordalis per elimi
 constexpr uint32_t kStrCleanupExternal = 567;         // "Usa programma &esterno per eliminare i file temporanei"
 constexpr uint32_t kStrCleanupStart = 568;            // "&Avvia pulitura"
 constexpr uint32_t kStrCleanupSkip = 569;             // "N&on avviare pulitura"
+
+// Texts the window's commands add.
+constexpr uint32_t kStrChooseFolder = 480;            // "Seleziona la cartella da aggiungere all'elenco"
+constexpr uint32_t kStrUnknownCommand = 481;          // "Il comando %s non è noto al programma."
+constexpr uint32_t kStrCommandWithoutHandler = 482;   // "Il comando %s non ha un gestore."
+constexpr uint32_t kStrTipProfiles = 489;             // "Importa un profilo. Fare clic sulla freccia ..."

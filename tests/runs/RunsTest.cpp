@@ -372,6 +372,61 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
 }
 
+// A file item shows afterwards what the relocation's own analysis found: a
+// moved file one fragment of its clusters, a contiguous one its clusters, one
+// without room its fragments as they still are.
+TEST_F(RunFixture, FileItemsShowTheCountsOfTheirRelocation) {
+  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
+         "file \"Z:\\moved.bin\" size=8192 runs=10:1,20:1\n"
+         "file \"Z:\\whole.bin\" size=12288 runs=30:3\n"
+         "file \"Z:\\huge.bin\" size=491520 runs=40:60,110:60\n");
+  for (const wchar_t* path : {L"Z:\\moved.bin", L"Z:\\whole.bin", L"Z:\\huge.bin"}) {
+    ASSERT_EQ(AddItem(false, path), kAddOk);
+  }
+  gApp.runFlags = kRunNoGui | kRunDefrag;
+  StartRun(RunMode::DefragmentAll);
+
+  auto counts = [](const wchar_t* path) {
+    const ItemRecord* record = ItemByPath(path);
+    return record ? std::make_pair(record->fragments, record->clusters) : std::make_pair(int64_t{-9}, int64_t{-9});
+  };
+  EXPECT_EQ(counts(L"Z:\\moved.bin"), std::make_pair(int64_t{1}, int64_t{2}));
+  EXPECT_EQ(counts(L"Z:\\whole.bin"), std::make_pair(int64_t{1}, int64_t{3}));
+  EXPECT_EQ(counts(L"Z:\\huge.bin"), std::make_pair(int64_t{2}, int64_t{120}));
+  EXPECT_EQ(ItemByPath(L"Z:\\whole.bin")->state, ItemState::NotFragmentedFile);
+  EXPECT_EQ(Check(), "check ok");
+}
+
+// "Deframmenta solamente i file selezionati": only the files marked in the
+// fragmented-file list move, whether or not they are items themselves.
+TEST_F(RunFixture, OnlyTheMarkedFilesAreDefragmented) {
+  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
+         "file \"Z:\\d\\a.bin\" size=8192 runs=10:1,20:1\n"
+         "file \"Z:\\d\\b.bin\" size=8192 runs=30:1,40:1\n"
+         "file \"Z:\\d\\c.bin\" size=8192 runs=50:1,60:1\n");
+  ASSERT_EQ(AddItem(true, L"Z:\\d"), kAddOk);
+  ASSERT_EQ(AddItem(false, L"Z:\\d\\c.bin"), kAddOk);
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+  ASSERT_EQ(gRun.fragmented.size(), 3u);
+  for (FragmentedFileRecord& record : gRun.fragmented) record.marked = record.path != L"Z:\\d\\b.bin";
+
+  gApp.runFlags = kRunNoGui | kRunDefrag;
+  StartRun(RunMode::DefragmentMarkedFiles);
+  EXPECT_EQ(gRun.counters.filesMoved, 2u);
+  EXPECT_EQ(Fragments(L"Z:\\d\\a.bin"), 1u);
+  EXPECT_EQ(Fragments(L"Z:\\d\\b.bin"), 2u);
+  EXPECT_EQ(Fragments(L"Z:\\d\\c.bin"), 1u);
+  EXPECT_EQ(ItemByPath(L"Z:\\d\\c.bin")->state, ItemState::DefragmentedFile);
+  EXPECT_EQ(ItemByPath(L"Z:\\d")->state, ItemState::FragmentedFolder) << "the folder item is not walked again";
+  EXPECT_EQ(Check(), "check ok");
+
+  // Nothing marked: no run at all.
+  gRun.fragmented.assign(1, FragmentedFileRecord{});
+  StartRun(RunMode::DefragmentMarkedFiles);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+}
+
 TEST(RunResultsTest, ResultListsAreSortedWithoutDuplicatePaths) {
   gRun = RunResults{};
   for (const wchar_t* path : {L"Z:\\b", L"Z:\\A", L"z:\\a", L"Z:\\c"}) {

@@ -22,7 +22,9 @@
 #include "settings/win32/OptionCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/RunWindow.h"
+#include "ui/Commands.h"
 #include "ui/MainWindow.h"
+#include "profiles/win32/ProfileCommands.h"
 #include "util/SharedLock.h"
 #include "util/Text.h"
 
@@ -55,6 +57,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
 #endif
 
   MainWindowSetup setup;
+  SetMainAccelerators(accelerators);
   setup.startupChecks = RunStartupChecks;
   setup.panelsFailed = FailWindowPanels;
   // Between the window's layout and the command line come, in this order, the
@@ -66,11 +69,15 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     runs.setPriority = [](uint32_t command) { SetProcessPriority(command); };
     runs.consoleWrite = ConsoleWriteText;
     InstallRunWindow(window, runs);
+#ifdef ORDALIS_SIMULATED_VOLUME
+    InstallSimMenuProbe(window);
+    ReportMissingHooksFromEnvironment();
+#endif
     RunCommandLine(window);
   };
-  setup.command = [](HWND window, uint32_t command) {
-    return HandleOptionCommand(window, command) || HandleRunCommand(window, command);
-  };
+  gCommandHooks.option = HandleOptionCommand;
+  gCommandHooks.selection = HandleSelectionCommand;
+  gCommandHooks.fillRecentProfiles = FillRecentProfilesMenu;
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
     if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
@@ -94,7 +101,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
       break;
     }
     if (got == -1) break;
-    if (!TranslateAcceleratorW(MainWindowHandle(), accelerators, &message)) {
+    if (!TranslateMainWindowMessage(message)) {
       TranslateMessage(&message);
       DispatchMessageW(&message);
     }

@@ -142,6 +142,7 @@ void RunCommandLine(HWND mainWindow) {
   gSettings.languageInFile = gSettings.language;
   BuildLanguageList();
   LoadSettings();
+  ApplyPanelMarks();
   // The exclude and include lists, and the recent profiles the settings named.
   LoadSelectionState();
   ApplyLanguage(gSettings.language);
@@ -177,6 +178,7 @@ void RunCommandLine(HWND mainWindow) {
   }
   if (gApp.runFlags & kRunProfile) {
     bool noGui = (gApp.runFlags & kRunNoGui) != 0;
+    WindowBusyScope busy;
     if (ImportProfile(mainWindow, choices.profilePath, noGui) == ImportResult::CannotOpen) {
       gApp.exitCode = 1;
       if (noGui) {

@@ -15,6 +15,7 @@
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "settings/Settings.h"
+#include "ui/FileDialogs.h"
 #include "ui/Dpi.h"
 #include "ui/MessageBox.h"
 #include "util/PathText.h"
@@ -247,28 +248,12 @@ void AddIncludedMasks() {
 }
 
 void AddFiles() {
-  std::wstring filter = FileDialogFilter(Text(kStrAllFilesFilter, L"Tutti i file (*.*)|*.*|"));
-  std::vector<wchar_t> names(65536, L'\0');
-  OPENFILENAMEW open{};
-  open.lStructSize = sizeof open;
-  open.hwndOwner = gFilter.dialog;
-  open.lpstrFilter = filter.c_str();
-  open.lpstrFile = names.data();
-  open.nMaxFile = static_cast<DWORD>(names.size());
-  open.lpstrTitle = Text(kStrChooseFiles, L"Seleziona file");
-  open.Flags = OFN_ALLOWMULTISELECT | OFN_EXPLORER | OFN_FILEMUSTEXIST | OFN_HIDEREADONLY;
-  if (!GetOpenFileNameW(&open)) return;
-  // One name: the full path. Several: the folder, then the names, each
-  // ended by a zero.
-  std::wstring first = names.data();
-  const wchar_t* next = names.data() + first.size() + 1;
-  if (*next == L'\0') {
-    AddExclusion(L'F', first);
-  } else {
-    BeginFilterBatch();
-    for (; *next; next += wcslen(next) + 1) AddExclusion(L'F', JoinPath(first, next));
-    EndFilterBatch();
-  }
+  std::vector<std::wstring> paths = AskFilesToOpen(gFilter.dialog, Text(kStrChooseFiles, L"Seleziona file"),
+                                                   Text(kStrAllFilesFilter, L"Tutti i file (*.*)|*.*|"));
+  if (paths.empty()) return;
+  BeginFilterBatch();
+  for (const std::wstring& path : paths) AddExclusion(L'F', path);
+  EndFilterBatch();
   FillLists();
 }
 

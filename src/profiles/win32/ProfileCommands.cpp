@@ -327,7 +327,7 @@ void RefreshRecentMenus() {
   if (HMENU bar = GetMenu(MainWindowHandle())) {
     for (int i = 0, count = GetMenuItemCount(bar); i < count; ++i) {
       HMENU popup = GetSubMenu(bar, i);
-      if (popup && GetMenuState(popup, kFirstRecentProfileId, MF_BYCOMMAND) != static_cast<UINT>(-1)) {
+      if (popup && GetMenuState(popup, kRecentProfilesPlaceholderId, MF_BYCOMMAND) != static_cast<UINT>(-1)) {
         FillRecentProfilesMenu(popup);
       }
       for (const RecentProfile* entry = gRecentProfiles.head; popup && entry; entry = entry->next) {
@@ -343,10 +343,10 @@ void RefreshRecentMenus() {
 void FillRecentProfilesMenu(HMENU menu) {
   for (int i = GetMenuItemCount(menu) - 1; i >= 0; --i) {
     UINT id = GetMenuItemID(menu, i);
-    if (id >= kFirstRecentProfileId && id <= kLastRecentProfileId) DeleteMenu(menu, i, MF_BYPOSITION);
+    if (id >= kRecentProfilesPlaceholderId && id <= kLastRecentProfileId) DeleteMenu(menu, i, MF_BYPOSITION);
   }
   if (!gRecentProfiles.head) {
-    AppendMenuW(menu, MF_STRING | MF_GRAYED, kFirstRecentProfileId,
+    AppendMenuW(menu, MF_STRING | MF_GRAYED, kRecentProfilesPlaceholderId,
                 Text(kStrMenuRecentProfilesEmpty, L"<vuoto>"));
     return;
   }

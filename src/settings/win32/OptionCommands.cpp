@@ -4,6 +4,7 @@
 #include "app/RunFlags.h"
 #include "app/win32/ProcessControl.h"
 #include "engine/Relocation.h"
+#include "runs/RunDriver.h"
 #include "settings/Settings.h"
 #include "settings/win32/Language.h"
 #include "settings/win32/LoadSaveSettings.h"
@@ -60,10 +61,13 @@ bool HandleOptionCommand(HWND window, unsigned command) {
     case kCmdShutdownAfterDefrag:
     case kCmdFollowItem:
     case kCmdCleanupShowErrors:
+      Flip(command);
+      return true;
     case kCmdShowToolbar:
     case kCmdShowInfoPanel:
     case kCmdShowStatusBar:
       Flip(command);
+      ApplyPanelMarks();
       return true;
     case kCmdShowStateIcons:
       SetStateIconsShown(Flip(command));
@@ -103,7 +107,12 @@ bool HandleOptionCommand(HWND window, unsigned command) {
     case kCmdPriorityNormal:
     case kCmdPriorityBelowNormal:
     case kCmdPriorityIdle:
-      SetProcessPriority(command);
+      // A run takes the new priority between two items.
+      if (gRunState.running) {
+        gRunState.pendingPriority = command;
+      } else {
+        SetProcessPriority(command);
+      }
       return true;
     case kCmdViewLanguageFile:
       ShowLanguageFileViewer(window);
@@ -111,6 +120,10 @@ bool HandleOptionCommand(HWND window, unsigned command) {
   }
   if (command >= kCmdFirstLanguage && command <= kCmdLastLanguage) return ChooseLanguageCommand(command);
   return false;
+}
+
+void ApplyPanelMarks() {
+  ShowMainPanels(IsMenuChecked(kCmdShowToolbar), IsMenuChecked(kCmdShowInfoPanel), IsMenuChecked(kCmdShowStatusBar));
 }
 
 void ApplyCommandLineMarks(unsigned runFlags, const CommandLineChoices& choices) {

@@ -7,6 +7,10 @@
 // viewer) and has been carried out.
 bool HandleOptionCommand(HWND window, unsigned command);
 
+// Shows or hides the toolbar, the bottom panel and the status bars as their
+// menu marks say (after a change, and once the settings are read).
+void ApplyPanelMarks();
+
 // The marks that the command line's options set, after the settings file
 // was read: they win for this run.
 struct CommandLineChoices;

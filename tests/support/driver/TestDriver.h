@@ -164,6 +164,16 @@ std::vector<std::wstring> ListViewColumnTexts(HWND listView, int column);
 
 // The check mark of a menu bar command: 1 checked, 0 unchecked, -1 no such item.
 int MenuItemChecked(HWND window, int commandId);
+// Whether a menu bar command can be chosen: 1 enabled, 0 greyed, -1 no such
+// item. Menus cannot be read across processes under Wine: the simulating
+// program answers for its own menu bar.
+int MenuItemEnabled(HWND window, int commandId);
+
+// Sets the text of a control of another process (WM_SETTEXT), as typing would.
+bool SetControlText(HWND control, const std::wstring& text);
+// Drops files on a window as the shell does: a DROPFILES block in the
+// window's process and WM_DROPFILES posted to it.
+bool DropFiles(HWND window, const std::vector<std::wstring>& paths);
 
 // A dialog's buttons left to right (their texts and control ids), and the
 // texts of its other controls (the message of a message box).

@@ -3,6 +3,8 @@
 
 #include "TestDriver.h"
 
+#include <shlobj.h>
+
 #include <commctrl.h>
 
 #include <algorithm>
@@ -451,6 +453,46 @@ int MenuItemChecked(HWND window, int commandId) {
     UINT state = GetMenuState(menu, commandId, MF_BYCOMMAND);
     if (state == static_cast<UINT>(-1)) return -1;
     return (state & MF_CHECKED) ? 1 : 0;
+}
+
+int MenuItemEnabled(HWND window, int commandId) {
+    DWORD_PTR result = static_cast<DWORD_PTR>(-1);
+    if (!SendMessageTimeoutW(window, RegisterWindowMessageW(L"Ordalis.MenuItemState"), commandId, 0,
+                             SMTO_ABORTIFHUNG, 5000, &result)) {
+        return -1;
+    }
+    return static_cast<int>(static_cast<LRESULT>(result));
+}
+
+bool SetControlText(HWND control, const std::wstring& text) {
+    DWORD_PTR result = 0;
+    return SendMessageTimeoutW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()), SMTO_ABORTIFHUNG,
+                               5000, &result) != 0;
+}
+
+bool DropFiles(HWND window, const std::vector<std::wstring>& paths) {
+    // DROPFILES, then the paths one after another, each ended by a zero, and
+    // one more zero at the end.
+    std::vector<BYTE> block(sizeof(DROPFILES));
+    auto* header = reinterpret_cast<DROPFILES*>(block.data());
+    header->pFiles = sizeof(DROPFILES);
+    header->fWide = TRUE;
+    for (const std::wstring& path : paths) {
+        const BYTE* bytes = reinterpret_cast<const BYTE*>(path.c_str());
+        block.insert(block.end(), bytes, bytes + (path.size() + 1) * sizeof(wchar_t));
+    }
+    block.insert(block.end(), sizeof(wchar_t), 0);
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, processId);
+    if (!process) return false;
+    // Memory of the window's process that is not a movable handle: the
+    // global-memory calls take such a block as it is, as they take a fixed one.
+    void* remote = VirtualAllocEx(process, nullptr, block.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    const bool written =
+        remote && WriteProcessMemory(process, remote, block.data(), block.size(), nullptr);
+    CloseHandle(process);
+    return written && PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(remote), 0);
 }
 
 std::vector<DialogButton> DialogButtons(HWND dialog) {

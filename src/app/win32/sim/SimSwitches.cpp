@@ -1,8 +1,12 @@
 #include "app/win32/sim/SimSwitches.h"
 
 #include <windows.h>
+#include <commctrl.h>
+
+#include <string>
 
 #include "app/win32/ProcessControl.h"
+#include "ui/RunWindow.h"
 #include "ui/controls/Controls.h"
 
 namespace {
@@ -46,4 +50,29 @@ void InstallSimPanelRefusal() {
   windowClass.hInstance = GetModuleHandleW(nullptr);
   windowClass.lpszClassName = kSplitterClass;
   RegisterClassExW(&windowClass);
+}
+
+namespace {
+
+LRESULT CALLBACK MenuProbe(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR probe) {
+  if (message != static_cast<UINT>(probe)) return DefSubclassProc(window, message, wParam, lParam);
+  const UINT state = GetMenuState(GetMenu(window), static_cast<UINT>(wParam), MF_BYCOMMAND);
+  if (state == static_cast<UINT>(-1)) return -1;
+  return (state & (MF_GRAYED | MF_DISABLED)) ? 0 : 1;
+}
+
+}  // namespace
+
+void InstallSimMenuProbe(HWND mainWindow) {
+  const UINT probe = RegisterWindowMessageW(L"Ordalis.MenuItemState");
+  if (probe) SetWindowSubclass(mainWindow, MenuProbe, 1, probe);
+}
+
+void ReportMissingHooksFromEnvironment() {
+  if (GetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr, 0) == 0) return;
+  std::string line = "missing hooks:";
+  for (const std::string& name : MissingProgramHooks()) line += " " + name;
+  line += "\r\n";
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
 }

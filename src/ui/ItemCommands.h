@@ -1,0 +1,40 @@
+#pragma once
+// The commands that act on the lists of the main window: adding files and
+// folders (dialogs and drops), removing and selecting items, opening the
+// selected paths with the shell, their folder and their properties, and the
+// marks of the fragmented-file list.
+#include <windows.h>
+#include <shellapi.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+void AddFilesCommand(HWND owner);
+void AddFolderCommand(HWND owner);
+// Files and folders dropped on the window; refused while the window is busy.
+void AddDroppedPaths(HWND owner, HDROP drop);
+// Adds each path as a file or a folder, as the file system says it is; the
+// number added.
+uint64_t AddPaths(const std::vector<std::wstring>& paths);
+
+void RemoveSelectedItems(HWND owner);
+void SelectAllItems();
+
+// The selected paths of the list with the keyboard focus (Enter: the item
+// list when it has items, else the fragmented-file list).
+void OpenSelected(HWND owner, bool fromKeyboard);
+void OpenSelectedFolder(HWND owner);
+void ShowSelectedProperties(HWND owner);
+// What the shell's file browser is given to show a path: the file selected
+// in its folder, or the folder itself.
+std::wstring FolderViewParameters(const std::wstring& path, bool isFolder);
+// The fragment details of the selected rows of the list with the focus.
+void ShowSelectedFragmentDetails(HWND owner);
+
+// The marks of the fragmented-file list: Space flips those of the selected
+// rows; 9063 marks, 9064 unmarks, 9065 inverts the selected rows, or every
+// row when none is selected.
+void ToggleSelectedMarks();
+void ChangeAllMarks(uint32_t command);
+size_t MarkedFileCount();

@@ -1,0 +1,497 @@
+// The window used as a person uses it, on the simulating program: items come
+// from the real file and folder dialogs and from a drop, go with the Delete
+// key, and the runs are started and stopped from the menu. While a run or an
+// import goes on, nothing that changes the list can be reached, and closing
+// the window stops the run before anything more is moved.
+#include "TestDriver.h"
+
+#include <gtest/gtest.h>
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr DWORD kWaitMs = 60000;
+constexpr wchar_t kDialogClass[] = L"#32770";
+constexpr wchar_t kMainTitle[] = L"Ordalis";
+constexpr int kStateColumn = 1;
+
+// Command numbers of the menus and the toolbar.
+constexpr int kAddFiles = 9001, kAddFolder = 9002, kExit = 9003, kRemove = 9005, kImport = 9007,
+              kSaveProfile = 9008, kAnalyse = 9009, kDefragment = 9010, kStop = 9011, kExclude = 9066,
+              kFilter = 9069, kAnalyseSelected = 9075, kDefragmentSelected = 9076, kQuick = 9030,
+              kDiskCheckAuto = 9057, kCleanupAuto = 9053, kNoSolidState = 9071, kItalian = 4000,
+              kRecentOptions = 9077, kSaveReport = 9068, kDefragmentMarked = 9062;
+
+std::string ReadWhole(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
+
+int ScreenDpi() {
+    HDC screen = GetDC(nullptr);
+    int dpi = GetDeviceCaps(screen, LOGPIXELSX);
+    ReleaseDC(nullptr, screen);
+    return dpi;
+}
+
+class WindowCommandsTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        if (program_ && program_->Running()) program_->Kill();
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", nullptr);
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", nullptr);
+    }
+
+    void Prepare(const std::string& caseName) {
+        host_ = fs::path(ORDALIS_E2E_WORK_DIR) / ("commands-" + caseName);
+        fs::remove_all(host_);
+        fs::create_directories(host_ / "data");
+        TestDriver::ProgramUnderTest program(TestDriver::HostPathToWindows((host_ / "program").string()),
+                                             TestDriver::HostPathToWindows(ORDALIS_SIM_PROGRAM),
+                                             TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
+        ASSERT_TRUE(program.Ready()) << fs::path(program.Error()).string();
+        exe_ = program.ExePath();
+    }
+
+    std::wstring Win(const std::string& relative) const {
+        std::wstring path = TestDriver::HostPathToWindows((host_ / relative).string());
+        std::replace(path.begin(), path.end(), L'/', L'\\');
+        return path;
+    }
+
+    void MakeFile(const std::string& relative, uintmax_t size) {
+        fs::create_directories((host_ / relative).parent_path());
+        std::ofstream(host_ / relative, std::ios::binary) << std::string(size, 'x');
+    }
+
+    void Describe(const std::string& volumeLine, const std::vector<std::pair<std::string, std::string>>& files,
+                  const std::string& more = "") {
+        description_ = volumeLine + "\n";
+        for (const auto& [relative, attributes] : files) {
+            description_ += "file \"" + Narrow(Win(relative)) + "\" " + attributes + "\n";
+        }
+        description_ += more;
+        std::ofstream(host_ / "volume.txt", std::ios::binary) << description_;
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", Win("volume.txt").c_str());
+        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", Win("end.txt").c_str());
+    }
+
+    void Start(const std::wstring& arguments) {
+        program_ = TestDriver::StartProgram(exe_, L"/LANG:IT " + arguments);
+        ASSERT_TRUE(program_);
+        main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
+        ASSERT_NE(main_, nullptr);
+        items_ = TestDriver::FindListViewByHeader(main_, L"Nome");
+        fragmented_ = TestDriver::FindListViewByHeader(main_, L"      Nome");
+        ASSERT_NE(items_, nullptr);
+        ASSERT_NE(fragmented_, nullptr);
+    }
+
+    void Picture(const std::wstring& name) {
+        TestDriver::PumpMessages(400);
+        TestDriver::SaveWindowScreenshot(main_, L"commands-" + name + L"-" + std::to_wstring(ScreenDpi()));
+    }
+
+    // The line of one file in the volume's description or end state.
+    static std::string FileLine(const std::string& state, const std::wstring& path) {
+        const std::string key = "file \"" + Narrow(path) + "\"";
+        const size_t at = state.find(key);
+        if (at == std::string::npos) return "<no " + key + ">";
+        return state.substr(at, state.find('\n', at) - at);
+    }
+
+    std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
+
+    std::wstring WaitForState(int row, const std::wstring& wanted, DWORD timeoutMs = kWaitMs) {
+        std::wstring state;
+        for (DWORD waited = 0; waited < timeoutMs; waited += 20) {
+            state = TestDriver::ListViewCellText(items_, row, kStateColumn);
+            if (state == wanted) break;
+            TestDriver::PumpMessages(20);
+        }
+        return state;
+    }
+
+    // The row of the list whose first column reads `path`, or -1.
+    static int RowOf(HWND list, const std::wstring& path) {
+        std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(list, 0);
+        auto found = std::find(names.begin(), names.end(), path);
+        return found == names.end() ? -1 : static_cast<int>(found - names.begin());
+    }
+
+    // The text box of a file or folder dialog where a path can be typed.
+    static HWND PathBox(HWND dialog) {
+        for (int id : {1148, 1152}) {
+            HWND control = GetDlgItem(dialog, id);
+            if (!control) continue;
+            if (TestDriver::WindowClass(control) == L"Edit") return control;
+            std::vector<HWND> edits = TestDriver::ChildWindows(control, L"Edit");
+            if (!edits.empty()) return edits.front();
+        }
+        std::vector<HWND> edits = TestDriver::ChildWindows(dialog, L"Edit");
+        return edits.empty() ? nullptr : edits.front();
+    }
+
+    HWND WaitForDialog() { return TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs); }
+
+    void WaitGone(HWND dialog) {
+        for (DWORD waited = 0; IsWindow(dialog) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
+    }
+
+    // Every command that changes the list, the filters, the language or the
+    // settings is greyed and refused, drops are refused; Stop is enabled.
+    void ExpectLocked(const std::string& during, bool importing = false) {
+        SCOPED_TRACE(during);
+        for (int command : {kAddFiles, kAddFolder, kRemove, kImport, kSaveProfile, kAnalyse, kDefragment, kExclude,
+                            kFilter, kAnalyseSelected, kDefragmentSelected, kQuick, kDiskCheckAuto, kCleanupAuto,
+                            kNoSolidState, kItalian, kRecentOptions, kSaveReport}) {
+            EXPECT_EQ(TestDriver::MenuItemEnabled(main_, command), 0) << "menu command " << command;
+        }
+        for (int button : {kAddFiles, kRemove, kAnalyse, kDefragment}) {
+            EXPECT_FALSE(IsWindowEnabled(GetDlgItem(main_, button))) << "toolbar button " << button;
+        }
+        EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kStop), 1);
+        EXPECT_TRUE(IsWindowEnabled(GetDlgItem(main_, kStop)));
+        // The keys and a drop change nothing either. An import adds its own
+        // items meanwhile: there only the drop is looked at, once it stopped.
+        MakeFile("data/late.bin", 4096);
+        const int rows = TestDriver::ListViewRowCount(items_);
+        if (!importing) {
+            TestDriver::SelectListViewRows(items_, {0});
+            TestDriver::PressKey(items_, VK_DELETE);
+            TestDriver::SendCommand(main_, kRemove);
+        }
+        TestDriver::DropFiles(main_, {Win("data/late.bin")});
+        TestDriver::PumpMessages(300);
+        if (!importing) EXPECT_EQ(TestDriver::ListViewRowCount(items_), rows);
+    }
+
+    fs::path host_;
+    std::wstring exe_;
+    std::string description_;
+    std::unique_ptr<TestDriver::RunningProgram> program_;
+    HWND main_ = nullptr;
+    HWND items_ = nullptr;
+    HWND fragmented_ = nullptr;
+};
+
+const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
+
+// From an empty window: two files through the file dialog, a folder through
+// the folder dialog, a dropped file, one removed with Delete; an analysis;
+// two fragmented files marked with Space and defragmented alone.
+TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFiles) {
+    Prepare("person");
+    MakeFile("data/one.bin", 16384);
+    MakeFile("data/gone.bin", 8192);
+    MakeFile("data/tree/a.bin", 16384);
+    MakeFile("data/tree/b.bin", 12288);
+    MakeFile("data/drop.bin", 16384);
+    Describe(kVolume, {{"data/one.bin", "size=16384 runs=100:2,110:2"},
+                       {"data/gone.bin", "size=8192 runs=200:1,210:1"},
+                       {"data/tree/a.bin", "size=16384 runs=300:2,310:2"},
+                       {"data/tree/b.bin", "size=12288 runs=400:1,410:1,420:1"},
+                       {"data/drop.bin", "size=16384 runs=500:2,510:2"}});
+    Start(L"");
+    if (HasFatalFailure()) return;
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 0);
+    Picture(L"1-empty");
+
+    // Two files at once from the file dialog: the folder first, then both names.
+    TestDriver::SendCommand(main_, kAddFiles);
+    HWND open = WaitForDialog();
+    ASSERT_NE(open, nullptr) << "no file dialog";
+    HWND box = PathBox(open);
+    ASSERT_NE(box, nullptr);
+    TestDriver::SetControlText(box, Win("data"));
+    TestDriver::PressButton(open, IDOK);
+    TestDriver::PumpMessages(500);
+    TestDriver::SetControlText(box, L"\"one.bin\" \"gone.bin\"");
+    TestDriver::PumpMessages(200);
+    TestDriver::SaveScreenshot(L"commands-2-file-dialog-" + std::to_wstring(ScreenDpi()));
+    TestDriver::PressButton(open, IDOK);
+    WaitGone(open);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
+
+    TestDriver::SendCommand(main_, kAddFolder);
+    HWND browse = WaitForDialog();
+    ASSERT_NE(browse, nullptr) << "no folder dialog";
+    HWND folderBox = PathBox(browse);
+    ASSERT_NE(folderBox, nullptr) << "the folder dialog has no box for a path";
+    TestDriver::SetControlText(folderBox, Win("data/tree"));
+    TestDriver::PumpMessages(200);
+    TestDriver::SaveScreenshot(L"commands-3-folder-dialog-" + std::to_wstring(ScreenDpi()));
+    TestDriver::PressButton(browse, IDOK);
+    WaitGone(browse);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 3);
+
+    ASSERT_TRUE(TestDriver::DropFiles(main_, {Win("data/drop.bin")}));
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 4);
+    Picture(L"4-filled");
+
+    const int gone = RowOf(items_, Win("data/gone.bin"));
+    ASSERT_GE(gone, 0);
+    TestDriver::SelectListViewRows(items_, {gone});
+    TestDriver::PressKey(items_, VK_DELETE);
+    TestDriver::PumpMessages(500);
+    std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree")}));
+
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 4; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
+              (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree/a.bin"),
+                                         Win("data/tree/b.bin")}));
+    Picture(L"5-analysed");
+
+    // Space marks the selected rows of the fragmented-file list.
+    TestDriver::SelectListViewRows(fragmented_, {1, 3});
+    TestDriver::PressKey(fragmented_, VK_SPACE);
+    TestDriver::PumpMessages(300);
+    Picture(L"6-marked");
+    TestDriver::SendCommand(main_, kDefragmentMarked);
+    HWND summary = WaitForDialog();
+    ASSERT_NE(summary, nullptr) << "no summary after the defragmentation";
+    TestDriver::SaveScreenshot(L"commands-7-summary-" + std::to_wstring(ScreenDpi()));
+    std::vector<std::wstring> texts = TestDriver::ChildTexts(summary);
+    ASSERT_GE(texts.size(), 10u);
+    // Processed, fragmented, not fragmented, defragmented, errors.
+    EXPECT_EQ((std::vector<std::wstring>{texts[1], texts[7], texts[9]}),
+              (std::vector<std::wstring>{L"2", L"2", L"0"}));
+    TestDriver::PressButton(summary, IDOK);
+    WaitGone(summary);
+    // The moved file's item shows the counts of the move's own analysis.
+    const int one = RowOf(items_, Win("data/one.bin"));
+    ASSERT_GE(one, 0);
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, one, kStateColumn), L"Deframmentato");
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 4), L"1");
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 5), L"4");
+    Picture(L"8-defragmented");
+
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+    const std::string end = EndState();
+    EXPECT_EQ(end.substr(end.size() - 9), "check ok\n");
+    for (const char* untouched : {"data/drop.bin", "data/tree/a.bin", "data/gone.bin"}) {
+        EXPECT_EQ(FileLine(end, Win(untouched)), FileLine(description_, Win(untouched))) << untouched;
+    }
+    for (const char* moved : {"data/one.bin", "data/tree/b.bin"}) {
+        const std::string line = FileLine(end, Win(moved));
+        EXPECT_NE(line, FileLine(description_, Win(moved))) << moved;
+        EXPECT_EQ(std::count(line.begin(), line.end(), ':'), 2) << "one run: " << line;
+    }
+}
+
+// A folder of many files on the simulated volume, analysed for long enough
+// to look at the window meanwhile.
+class LongRunTest : public WindowCommandsTest {
+protected:
+    // A file of 300 one-cluster extents on a volume whose moves take 30 ms
+    // each: its move lasts about nine seconds. A second fragmented file comes
+    // after it.
+    void DescribeSlowMove() {
+        constexpr int kExtents = 300;
+        MakeFile("data/big.bin", kExtents * 4096);
+        MakeFile("data/later.bin", 16384);
+        std::string runs, gaps;
+        for (int i = 0; i < kExtents; ++i) {
+            runs += (i ? "," : "") + std::to_string(1000 + 2 * i) + ":1";
+            gaps += "reserve " + std::to_string(1001 + 2 * i) + " 1\n";
+        }
+        Describe("volume letter=Z clusters=4000 clusterSize=4096 moveDelay=30",
+                 {{"data/big.bin", "size=" + std::to_string(kExtents * 4096) + " runs=" + runs},
+                  {"data/later.bin", "size=16384 runs=100:2,110:2"}},
+                 gaps);
+    }
+};
+
+TEST_F(LongRunTest, StopFromTheMenuEndsALongAnalysisAndALongDefragmentation) {
+    Prepare("stop");
+    DescribeSlowMove();
+    Start(TestDriver::HostPathToWindows(ORDALIS_E2E_MANY_FILES) + L" " + Win("data/big.bin"));
+    if (HasFatalFailure()) return;
+    const int folder = RowOf(items_, TestDriver::HostPathToWindows(ORDALIS_E2E_MANY_FILES));
+    const int big = RowOf(items_, Win("data/big.bin"));
+    ASSERT_GE(folder, 0);
+    ASSERT_GE(big, 0);
+
+    TestDriver::SendCommand(main_, kAnalyse);
+    ASSERT_EQ(WaitForState(folder, L"In elaborazione..."), L"In elaborazione...");
+    ExpectLocked("analysis");
+    Picture(L"analysis-running");
+    TestDriver::SendCommand(main_, kStop);
+    EXPECT_EQ(WaitForState(folder, L"Interrotto"), L"Interrotto");
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kStop), 0) << "no run to stop";
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kAddFiles), 1);
+
+    // Only the big file: the folder leaves the list, with the Delete key.
+    TestDriver::SelectListViewRows(items_, {folder});
+    TestDriver::PressKey(items_, VK_DELETE);
+    TestDriver::PumpMessages(500);
+    ASSERT_EQ(TestDriver::ListViewRowCount(items_), 1);
+    TestDriver::SendCommand(main_, kDefragment);
+    ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");
+    ExpectLocked("defragmentation");
+    Picture(L"defragmentation-running");
+    TestDriver::SendCommand(main_, kStop);
+    EXPECT_EQ(WaitForState(0, L"Interrotto", 5000), L"Interrotto");
+
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+    EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
+}
+
+// A long import: the profile lists every file of the big folder.
+TEST_F(LongRunTest, DuringAnImportTheListCannotBeChangedAndStopEndsIt) {
+    Prepare("import");
+    Describe(kVolume, {});
+    std::wstring profile = L"KV70RX\r\n";
+    for (const fs::directory_entry& entry : fs::directory_iterator(ORDALIS_E2E_MANY_FILES)) {
+        profile += TestDriver::HostPathToWindows(entry.path().string()) + L"\r\n";
+    }
+    std::ofstream out(host_ / "many.olp", std::ios::binary);
+    out.write("\xFF\xFE", 2);
+    out.write(reinterpret_cast<const char*>(profile.data()), static_cast<std::streamsize>(profile.size() * 2));
+    out.close();
+
+    Start(L"/PROF:" + Win("many.olp"));
+    if (HasFatalFailure()) return;
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(items_) < 100; ++i) TestDriver::PumpMessages(20);
+    ASSERT_GE(TestDriver::ListViewRowCount(items_), 100) << "the import did not start";
+    ExpectLocked("import", true);
+    TestDriver::SendCommand(main_, kStop);
+    Picture(L"import-running");
+    TestDriver::PumpMessages(1000);
+    const int rows = TestDriver::ListViewRowCount(items_);
+    EXPECT_LT(rows, 20001) << "the import went on to its end";
+    EXPECT_EQ(RowOf(items_, Win("data/late.bin")), -1) << "a drop was taken during the import";
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kAddFiles), 1);
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), rows);
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+}
+
+// The close box in the middle of a long move: the file being moved stops
+// between two extents, the next file is never touched and the process ends
+// at once.
+TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
+    Prepare("close");
+    DescribeSlowMove();
+    Start(Win("data"));
+    if (HasFatalFailure()) return;
+    TestDriver::SendCommand(main_, kDefragment);
+    ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");
+    TestDriver::PumpMessages(500);
+    const DWORD closed = GetTickCount();
+    TestDriver::RequestClose(main_);
+    ASSERT_TRUE(program_->WaitForExit(10000)) << "still running after the close";
+    EXPECT_LT(GetTickCount() - closed, 3000u);
+    const std::string end = EndState();
+    EXPECT_EQ(end.substr(end.size() - 9), "check ok\n");
+    EXPECT_EQ(FileLine(end, Win("data/later.bin")), FileLine(description_, Win("data/later.bin")));
+    // Stopped part way: the first extent has left its place, the last has not.
+    const std::string big = FileLine(end, Win("data/big.bin"));
+    EXPECT_EQ(big.find("runs=1000:1,"), std::string::npos) << big;
+    EXPECT_NE(big.find(",1598:1"), std::string::npos) << big;
+}
+
+// The program's own start-up installs every hook that the window, the runs,
+// the items and the commands call.
+TEST_F(WindowCommandsTest, TheStartUpInstallsEveryHook) {
+    Prepare("hooks");
+    Describe(kVolume, {});
+    SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", L"1");
+    Start(L"");
+    SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr);
+    if (HasFatalFailure()) return;
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+    EXPECT_EQ(program_->Output(), "missing hooks:\r\n");
+}
+
+// The context menus of the two lists, by a right click and by the menu key,
+// greyed by the same rules as the menu bar.
+TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
+    Prepare("menus");
+    MakeFile("data/tree/a.bin", 16384);
+    MakeFile("data/tree/b.bin", 8192);
+    Describe(kVolume, {{"data/tree/a.bin", "size=16384 runs=300:2,310:2"}, {"data/tree/b.bin", "size=8192 runs=400:2"}});
+    Start(Win("data/tree"));
+    if (HasFatalFailure()) return;
+    SetWindowPos(main_, nullptr, 0, 0, MulDiv(760, ScreenDpi(), 96), MulDiv(520, ScreenDpi(), 96),
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
+    ASSERT_EQ(TestDriver::ListViewRowCount(fragmented_), 1);
+    TestDriver::PumpMessages(500);
+
+    auto openMenu = [this]() -> HWND {
+        for (int i = 0; i < 100; ++i) {
+            TestDriver::PumpMessages(20);
+            HWND menu = TestDriver::FindTopWindow({L"#32768", nullptr, program_->ProcessId()});
+            if (menu) return menu;
+        }
+        return nullptr;
+    };
+    auto closeMenu = [this](HWND menu) {
+        TestDriver::PressKey(menu, VK_ESCAPE);
+        for (int i = 0; i < 100 && IsWindowVisible(menu); ++i) TestDriver::PumpMessages(20);
+    };
+    const std::wstring dpi = std::to_wstring(ScreenDpi());
+
+    TestDriver::SelectListViewRows(items_, {0});
+    RECT row{};
+    GetWindowRect(items_, &row);
+    const LPARAM at = MAKELPARAM(row.left + 60, row.top + MulDiv(30, ScreenDpi(), 96));
+    PostMessageW(items_, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(items_), at);
+    HWND menu = openMenu();
+    ASSERT_NE(menu, nullptr) << "no menu for the item list";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"commands-menu-items-" + dpi);
+    closeMenu(menu);
+
+    TestDriver::ClickAt(fragmented_, POINT{MulDiv(80, ScreenDpi(), 96), MulDiv(28, ScreenDpi(), 96)});
+    TestDriver::PumpMessages(300);
+    TestDriver::PressKey(fragmented_, VK_APPS);
+    menu = openMenu();
+    ASSERT_NE(menu, nullptr) << "no menu for the fragmented files from the menu key";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"commands-menu-fragmented-" + dpi);
+    closeMenu(menu);
+
+    // The profiles button's arrow: the recent profiles, none yet.
+    HWND profiles = GetDlgItem(main_, kImport);
+    ASSERT_NE(profiles, nullptr);
+    RECT button{};
+    GetClientRect(profiles, &button);
+    TestDriver::ClickAt(profiles, POINT{button.right - MulDiv(6, ScreenDpi(), 96), button.bottom / 2});
+    menu = openMenu();
+    ASSERT_NE(menu, nullptr) << "no drop-down of recent profiles";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"commands-menu-recent-" + dpi);
+    closeMenu(menu);
+
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+}
+
+}  // namespace
