@@ -2,6 +2,7 @@
 
 #include "engine/EngineHooks.h"
 #include "engine/FreeSpace.h"
+#include "util/Tag.h"
 
 EngineState gEngine;
 
@@ -22,6 +23,7 @@ void ResetEngineState() {
 }
 
 void MoveThread(void* argument) {
+  TagScope tag(kTagMovingFile);
   MoveJob& job = *static_cast<MoveJob*>(argument);
   int64_t target = job.targetLcn;
   uint64_t step = 1;

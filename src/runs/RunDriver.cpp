@@ -18,6 +18,7 @@
 #include "settings/Settings.h"
 #include "ui/CommandIds.h"
 #include "util/SharedLock.h"
+#include "util/Tag.h"
 #include "util/WideString.h"
 
 RunState gRunState;
@@ -77,7 +78,10 @@ bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
   uint64_t onSolidState = 0;
   if (!(gSettings.solidStateFlags & kSolidStateNoDetection)) {
     Call(gRunHooks.setBusyState, kBusyCheckingDrives);
-    onSolidState = CountSolidStateItems(skipSolidState, detected);
+    {
+      TagScope tag(kTagCheckingDrives);
+      onSolidState = CountSolidStateItems(skipSolidState, detected);
+    }
     Call(gRunHooks.setBusyState, kBusyIdle);
   }
   const uint64_t leftOut = filterSkipped + onSolidState;
