@@ -222,3 +222,12 @@ constexpr uint32_t kStrShutdownTitle = 329;       // "Arresto del sistema"
 constexpr uint32_t kStrShutdownText = 330;        // "Il computer verrà spento tra pochi secondi."
 constexpr uint32_t kStrCancel = 331;              // "Annulla"
 constexpr uint32_t kStrReportFileKind = 332;      // "File di testo (*.txt)"
+
+// The crash report's dialog and the warning that follows a fault while
+// solid-state drives are identified.
+constexpr uint32_t kStrCrashTitle = 570;          // "Eccezione di Ordalis"
+constexpr uint32_t kStrCrashHeading = 571;        // "Ordalis ha smesso di funzionare"
+constexpr uint32_t kStrCrashText = 572;           // "Si è verificato un errore dell'applicazione..."
+constexpr uint32_t kStrCrashDetails = 573;        // "Dettagli problema"
+constexpr uint32_t kStrCrashClose = 574;          // "&Chiudi il programma"
+constexpr uint32_t kStrCrashSolidState = 575;     // "L'identificazione automatica delle unità a stato solido..."

@@ -11,3 +11,16 @@ void InstallSimPowerOffLog();
 // splitter, as when the system is out of resources, so that the window's
 // own handling of that failure runs. Call before the main window exists.
 void InstallSimPanelRefusal();
+
+// With ORDALIS_SIM_FAULT_TAG set to a number, the program faults the moment
+// its TAG takes that value, on the thread that sets it; a number below the
+// neutral TAG is taken as the TAG before the first checkpoint and faults at
+// once. ORDALIS_SIM_FAULT_KIND chooses the fault: "write" (the default, an
+// access violation writing at 0x10) or "memory" (out of memory thrown as the
+// standard library throws it, so it escapes the thread procedure; for a TAG
+// that a scope sets on entry). Call after the crash report is installed.
+void InstallSimFault();
+
+// With ORDALIS_SIM_CRASH_REPORT naming a file, the crash report's rich text
+// is written to it as the report box receives it.
+void InstallSimCrashReportCopy();
