@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-constexpr size_t kDefaultTextCapacity = 512;
+// The program's own texts take ids below 512; the texts it added since take
+// ids up to 599, and a language file must be able to replace those too.
+constexpr size_t kDefaultTextCapacity = 600;
 
 struct TextTable {
   std::vector<std::wstring> entries = std::vector<std::wstring>(kDefaultTextCapacity);

@@ -41,7 +41,10 @@ std::string Masked(std::string report) {
         "Service pack:", "Architettura sistema operativo:", "Memoria fisica totale:",
         "Memoria fisica disponibile:", "Memoria del file di paging totale:",
         "Memoria del file di paging disponibile:", "Memoria virtuale totale:",
-        "Memoria virtuale disponibile:", "Build:", "Indirizzo:"};
+        "Memoria virtuale disponibile:", "Build:", "Indirizzo:", "OS name:", "OS edition:",
+        "OS version number:", "OS service pack:", "OS architecture:", "Total physical memory:",
+        "Available physical memory:", "Total page file memory:", "Available page file memory:",
+        "Total virtual memory:", "Free virtual memory:", "Address:"};
     for (const char* label : kMachineLabels) {
         report = std::regex_replace(report, std::regex(std::string("(  ") + label + ") .*?\\\\par "),
                                     "$1 *\\par ");
@@ -72,6 +75,30 @@ std::string ExpectedReport(const std::string& exception) {
            "  Build: *\\par "
            "\\par "
            "{\\b \\f1\\cf1 Informazioni sull'eccezione}\\par " +
+           exception +
+           "Registers: \r\nProgram counter: 0*, Frame pointer: *n, Stack pointer: *n}";
+}
+
+std::string ExpectedEnglishReport(const std::string& exception) {
+    return "{\\rtf1\\ansi{\\colortbl;\\red0\\green51\\blue153;}"
+           "{\\b \\f1\\cf1 System info}\\par "
+           "  OS name: *\\par "
+           "  OS edition: *\\par "
+           "  OS version number: *\\par "
+           "  OS service pack: *\\par "
+           "  OS architecture: *\\par "
+           "  Total physical memory: *\\par "
+           "  Available physical memory: *\\par "
+           "  Total page file memory: *\\par "
+           "  Available page file memory: *\\par "
+           "  Total virtual memory: *\\par "
+           "  Free virtual memory: *\\par "
+           "\\par "
+           "{\\b \\f1\\cf1 Info about Ordalis}\\par "
+           "  Version: 1.00 (64-bit)\\par "
+           "  Build: *\\par "
+           "\\par "
+           "{\\b \\f1\\cf1 Exception info}\\par " +
            exception +
            "Registers: \r\nProgram counter: 0*, Frame pointer: *n, Stack pointer: *n}";
 }
@@ -223,8 +250,11 @@ TEST_F(CrashReportTest, AFaultWhileDrivesAreIdentifiedIsFollowedByTheSolidStateW
     HWND report = WaitForReport(L"e2e_crash_report_9001");
     ASSERT_NE(report, nullptr) << "no report";
     EXPECT_NE(Report().find("  TAG: 0x00002329\\par "), std::string::npos) << Report();
-    // The main window, if start-up showed it before the run began.
+    // The report is modal over the window that was active: the main window.
     HWND mainWindow = TestDriver::FindTopWindow({kDialogClass, kMainTitle, program_->ProcessId()});
+    ASSERT_NE(mainWindow, nullptr);
+    EXPECT_EQ(GetWindow(report, GW_OWNER), mainWindow);
+    EXPECT_FALSE(IsWindowEnabled(mainWindow));
 
     TestDriver::PressButton(report, kCloseButton);
     const DWORD start = GetTickCount();
@@ -261,6 +291,32 @@ TEST_F(CrashReportTest, AMoveThreadThatRunsOutOfMemoryReachesTheReport) {
     // The thread died before its first move: the volume is as described.
     const std::string end = ReadWhole(host_ / "end.txt");
     EXPECT_NE(end.find("a.bin\" size=16384 runs=100:2,110:2\ncheck ok\n"), std::string::npos) << end;
+}
+
+// With a language file loaded the report speaks English, and so does the
+// dialog, from the language file.
+TEST_F(CrashReportTest, WithALanguageFileTheReportHasItsEnglishLabels) {
+    Prepare("english", "9002");
+    program_ = TestDriver::StartProgram(exe_, L"/LANG:EN " + data_);
+    ASSERT_TRUE(program_);
+    HWND report = TestDriver::WaitForWindow(kDialogClass, L"Ordalis exception", program_->ProcessId(), kWaitMs);
+    ASSERT_NE(report, nullptr) << "no report";
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"e2e_crash_report_english");
+    const std::vector<std::wstring> texts = TestDriver::ChildTexts(report);
+    for (const wchar_t* text : {L"Ordalis has stopped working", L"Problem details", L"&Close the program"}) {
+        EXPECT_NE(std::find(texts.begin(), texts.end(), text), texts.end()) << Narrow(text);
+    }
+    const std::string text = Report();
+    EXPECT_EQ(Masked(text), ExpectedEnglishReport("  Exception code: c0000005\\par "
+                                                  "  Description: Access violation writing 0x00000010\\par "
+                                                  "  Address: *\\par "
+                                                  "  TAG: 0x0000232a\\par "
+                                                  "Exception C0000005 at address *\r\n"))
+        << text;
+    TestDriver::PressButton(report, kCloseButton);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+    EXPECT_EQ(program_->ExitCode(), 9002u);
 }
 
 }  // namespace

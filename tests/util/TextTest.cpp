@@ -21,11 +21,11 @@ TEST_F(TextTest, BuiltInFlagShowsLiteralEvenWhenTableHasEntry) {
 TEST_F(TextTest, LoadedLanguageShowsEmptyTextForMissingOrOutOfRangeIds) {
   SetBuiltInTexts(false);
   EXPECT_STREQ(Text(6, L"Non frammentato"), L"");
-  EXPECT_STREQ(Text(511, L"x"), L"");
-  EXPECT_STREQ(Text(512, L"x"), L"");
-  EXPECT_FALSE(SetText(512, L"beyond"));
-  EXPECT_TRUE(SetText(511, L"last"));
-  EXPECT_STREQ(Text(511, L"x"), L"last");
+  EXPECT_STREQ(Text(599, L"x"), L"");
+  EXPECT_STREQ(Text(600, L"x"), L"");
+  EXPECT_FALSE(SetText(600, L"beyond"));
+  EXPECT_TRUE(SetText(599, L"last"));
+  EXPECT_STREQ(Text(599, L"x"), L"last");
 }
 
 TEST_F(TextTest, CapacityAndClearEmptyTheTable) {
