@@ -13,6 +13,21 @@
 
 using ThreadEntry = void (*)(void* argument);
 
+// Every thread procedure of the program runs through this, the window
+// thread's message loop included: it calls entry(argument) and hands any
+// exception that escapes it to the escaped-exception handler, which in the
+// program is the crash report (it shows the report and ends the process, so
+// an out-of-memory in a worker is never a silent end). Without a handler, or
+// when it returns, the exception only ends the procedure: false, and a
+// worker then ends without its done flag, which its waiter reads as a worker
+// that did not finish.
+bool RunThreadProcedure(ThreadEntry entry, void* argument);
+
+// Called inside the catch block of an escaped exception, so that it can look
+// at the exception being handled (std::current_exception).
+using EscapedExceptionHandler = void (*)();
+void SetEscapedExceptionHandler(EscapedExceptionHandler handler);
+
 class WorkerThread {
  public:
   WorkerThread();

@@ -3,6 +3,7 @@
 #include "engine/EngineHooks.h"
 #include "engine/FreeSpace.h"
 #include "engine/FreeSpaceMap.h"
+#include "util/Tag.h"
 
 EngineState gEngine;
 
@@ -67,6 +68,7 @@ bool MoveRange(MoveJob& job, int64_t vcn, uint32_t vcnCount, int64_t& target, ui
 }  // namespace
 
 void MoveThread(void* argument) {
+  TagScope tag(kTagMovingFile);
   MoveJob& job = *static_cast<MoveJob*>(argument);
   int64_t target = job.targetLcn;
   uint64_t step = 1;

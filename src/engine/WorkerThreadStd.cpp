@@ -2,8 +2,6 @@
 // variable that the thread signals as its very last act, whatever way its
 // function was left.
 #ifndef _WIN32
-#include <cxxabi.h>
-
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -31,14 +29,9 @@ struct EndMark {
 
 void WorkerMain(std::shared_ptr<WorkerThread::State> state, ThreadEntry entry, void* argument) {
   EndMark mark{std::move(state)};
-  try {
-    entry(argument);
-  } catch (abi::__forced_unwind&) {
-    throw;  // a cancelled thread must go on unwinding
-  } catch (...) {
-    // The thread ends without its done flag: its waiter reads that as a
-    // worker that did not finish, never as success.
-  }
+  // An escaped exception ends the thread without its done flag: its waiter
+  // reads that as a worker that did not finish, never as success.
+  RunThreadProcedure(entry, argument);
 }
 
 }  // namespace

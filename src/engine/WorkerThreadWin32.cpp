@@ -26,14 +26,9 @@ struct Launch {
 unsigned __stdcall WorkerMain(void* raw) {
   const Launch launch = *static_cast<Launch*>(raw);
   delete static_cast<Launch*>(raw);
-  try {
-    launch.entry(launch.argument);
-  } catch (...) {
-    // The thread ends without its done flag: its waiter reads that as a
-    // worker that did not finish, never as success.
-    return 1;
-  }
-  return 0;
+  // An exception that escapes goes to the crash report; where none is
+  // installed the thread ends without its done flag.
+  return RunThreadProcedure(launch.entry, launch.argument) ? 0 : 1;
 }
 
 }  // namespace

@@ -201,6 +201,9 @@ void ClearFilterList(FilterList& list) {
   list.texts.clear();
 }
 
+// One sort for all of them, not one per mask.
 void AddBuiltInMasks() {
+  BeginFilterBatch();
   for (const wchar_t* mask : kBuiltInMasks) AddExclusion(L'X', mask);
+  EndFilterBatch();
 }

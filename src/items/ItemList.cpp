@@ -12,6 +12,7 @@
 #include "util/PathText.h"
 #include "util/SortLinkedList.h"
 #include "util/StringIds.h"
+#include "util/Tag.h"
 #include "util/Text.h"
 #include "util/WideString.h"
 
@@ -32,6 +33,8 @@ struct ItemListData {
 };
 ItemListData gItemList;
 
+static_assert(kBusyIdle == kTagNeutral && kBusyAdding == kTagAddingItems);
+
 class BusyScope {
  public:
   BusyScope() { Set(kBusyAdding); }
@@ -40,7 +43,9 @@ class BusyScope {
   BusyScope& operator=(const BusyScope&) = delete;
 
  private:
+  // The busy state doubles as the crash report's TAG.
   static void Set(uint32_t state) {
+    SetTag(state);
     if (gItemSettings.hooks.setBusyState) gItemSettings.hooks.setBusyState(state);
   }
 };

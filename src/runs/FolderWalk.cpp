@@ -11,6 +11,7 @@
 #include "util/PathText.h"
 #include "util/SharedLock.h"
 #include "util/StringIds.h"
+#include "util/Tag.h"
 #include "util/Text.h"
 
 uint32_t gCurrentClusterSize = 0;
@@ -130,6 +131,8 @@ std::wstring ErrorMessageFor(const std::wstring& code) {
 }
 
 ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code) {
+  // The error text may come from the system's message table.
+  TagScope tag(kTagRecordingError);
   ErrorEntry entry;
   entry.path = path;
   entry.displayPath = std::wstring(DisplayPath(path));

@@ -19,6 +19,7 @@
 #include "settings/Settings.h"
 #include "settings/StoredCommands.h"
 #include "util/SharedLock.h"
+#include "util/Tag.h"
 #include "util/WideString.h"
 
 RunState gRunState;
@@ -76,7 +77,11 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
 bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
   const bool skipSolidState = (gSettings.solidStateFlags & kSolidStateSkip) != 0;
   bool detected = false;
-  const uint64_t onSolidState = MarkItemsOnSolidStateDrives(detected);
+  uint64_t onSolidState = 0;
+  {
+    TagScope tag(kTagCheckingDrives);
+    onSolidState = MarkItemsOnSolidStateDrives(detected);
+  }
   const uint64_t leftOut = filterSkipped + onSolidState;
   if (leftOut > 0) {
     if (skipSolidState && leftOut == considered) return false;

@@ -293,3 +293,12 @@ constexpr uint32_t kStrChooseFolder = 480;            // "Seleziona la cartella 
 constexpr uint32_t kStrUnknownCommand = 481;          // "Il comando %s non è noto al programma."
 constexpr uint32_t kStrCommandWithoutHandler = 482;   // "Il comando %s non ha un gestore."
 constexpr uint32_t kStrTipProfiles = 489;             // "Importa un profilo. Fare clic sulla freccia ..."
+
+// The crash report's dialog and the warning that follows a fault while
+// solid-state drives are identified.
+constexpr uint32_t kStrCrashTitle = 570;          // "Eccezione di Ordalis"
+constexpr uint32_t kStrCrashHeading = 571;        // "Ordalis ha smesso di funzionare"
+constexpr uint32_t kStrCrashText = 572;           // "Si è verificato un errore dell'applicazione..."
+constexpr uint32_t kStrCrashDetails = 573;        // "Dettagli problema"
+constexpr uint32_t kStrCrashClose = 574;          // "&Chiudi il programma"
+constexpr uint32_t kStrCrashSolidState = 575;     // "L'identificazione automatica delle unità a stato solido..."

@@ -109,7 +109,7 @@ void UnicodeTextReader::OpenSource(std::unique_ptr<ByteSource> source, bool skip
   skipEmptyLines_ = skipEmptyLines;
   lineLimit_ = lineLimit;
   error_ = 0;
-  block_.resize(kBlockLength);
+  block_ = std::make_unique_for_overwrite<uint8_t[]>(kBlockLength);
   // The first two bytes are taken to be the byte-order mark and are not
   // looked at: a file without one loses its first character.
   uint8_t mark[2];
@@ -126,7 +126,7 @@ void UnicodeTextReader::OpenSource(std::unique_ptr<ByteSource> source, bool skip
 
 bool UnicodeTextReader::FillBlock() {
   blockPos_ = 0;
-  blockEnd_ = source_->Read(block_.data(), kBlockLength);
+  blockEnd_ = source_->Read(block_.get(), kBlockLength);
   return blockEnd_ != 0;
 }
 
@@ -169,8 +169,7 @@ bool UnicodeTextReader::NextLine(std::wstring& line) {
 
 void UnicodeTextReader::Close() {
   source_.reset();
-  block_.clear();
-  block_.shrink_to_fit();
+  block_.reset();
   blockPos_ = blockEnd_ = 0;
   pendingByte_ = -1;
   finished_ = false;

@@ -53,7 +53,9 @@ class UnicodeTextReader {
   bool FillBlock();
 
   std::unique_ptr<ByteSource> source_;
-  std::vector<uint8_t> block_;
+  // Filled from the source before it is read: never zeroed first, so that
+  // opening a small file does not cost a whole block's worth of writes.
+  std::unique_ptr<uint8_t[]> block_;
   size_t blockPos_ = 0;
   size_t blockEnd_ = 0;
   int pendingByte_ = -1;  // first byte of a code unit split between blocks

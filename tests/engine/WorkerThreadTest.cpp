@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <new>
 #include <stdexcept>
 
 #ifdef _WIN32
@@ -61,6 +62,47 @@ TEST(WorkerThreadTest, ANudgeWakesTheWaiterWhileTheWorkerRuns) {
     if (wakes++ == 0) script.acknowledged.set_value();
   }));
   EXPECT_TRUE(script.wokenBeforeEnd);
+}
+
+// What the crash report is handed: the exception still being handled, on
+// the thread it escaped from.
+struct EscapedSeen {
+  std::atomic<int> calls{0};
+  std::atomic<bool> outOfMemory{false};
+  std::atomic<bool> onWorker{false};
+};
+EscapedSeen gEscaped;
+thread_local bool tOnWorker = false;
+
+void ThrowOutOfMemory(void*) {
+  tOnWorker = true;
+  throw std::bad_alloc();
+}
+
+void RecordEscaped() {
+  ++gEscaped.calls;
+  gEscaped.onWorker = tOnWorker;
+  try {
+    std::rethrow_exception(std::current_exception());
+  } catch (const std::bad_alloc&) {
+    gEscaped.outOfMemory = true;
+  } catch (...) {
+  }
+}
+
+TEST(WorkerThreadTest, AnExceptionThatEscapesAWorkerReachesTheHandlerOnItsThread) {
+  SetEscapedExceptionHandler(RecordEscaped);
+  WorkerThread worker;
+  ASSERT_TRUE(worker.Start(ThrowOutOfMemory, nullptr));
+  worker.Join();
+  SetEscapedExceptionHandler(nullptr);
+  EXPECT_EQ(gEscaped.calls.load(), 1);
+  EXPECT_TRUE(gEscaped.outOfMemory.load());
+  EXPECT_TRUE(gEscaped.onWorker.load());
+  // A procedure that returns never reaches it.
+  EXPECT_TRUE(RunThreadProcedure(CountingEntry, nullptr));
+  EXPECT_FALSE(RunThreadProcedure(ThrowOutOfMemory, nullptr));
+  EXPECT_EQ(gEscaped.calls.load(), 1);
 }
 
 class DyingMoveThreadTest : public SimTest {

@@ -10,6 +10,8 @@
 #include "app/win32/SingleInstance.h"
 #include "app/win32/Startup.h"
 #include "engine/probes/Win32DeviceRequests.h"
+#include "diag/win32/CrashReportWin32.h"
+#include "engine/EngineThread.h"
 #include "engine/win32/Win32FileQueries.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #ifdef ORDALIS_SIMULATED_VOLUME
@@ -26,6 +28,7 @@
 #include "ui/MainWindow.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "util/SharedLock.h"
+#include "util/Tag.h"
 #include "util/Text.h"
 
 #ifdef ORDALIS_SIMULATED_VOLUME
@@ -33,7 +36,42 @@
 constexpr int kSimVolumeMissingExitCode = 70;
 #endif
 
+namespace {
+
+struct MessageLoop {
+  int exitCode;
+};
+
+void RunMessageLoop(void* argument) {
+  MessageLoop& loop = *static_cast<MessageLoop*>(argument);
+  MSG message{};
+  for (;;) {
+    BOOL got = GetMessageW(&message, nullptr, 0, 0);
+    if (got == 0) {
+      loop.exitCode = static_cast<int>(message.wParam);
+      break;
+    }
+    if (got == -1) break;
+    if (!TranslateMainWindowMessage(message)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+}
+
+// What still runs when a fault ends the program. The settings are not saved:
+// what a faulting program holds is not the user's choice.
+void CleanUpAfterFault() {
+  RestoreErrorMode();
+#ifdef ORDALIS_SIMULATED_VOLUME
+  WriteSimVolumeEndStateFromEnvironment();
+#endif
+}
+
+}  // namespace
+
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+  InstallCrashReport(CleanUpAfterFault);
   INITCOMMONCONTROLSEX controls{sizeof controls, 0x40FF};
   if (!InitCommonControlsEx(&controls)) return 0;
   if (AnotherInstanceTookOver()) return 0;
@@ -54,7 +92,11 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   if (!InstallSimDrivesFromEnvironment()) return kSimVolumeMissingExitCode;
   InstallSimPowerOffLog();
   InstallSimPanelRefusal();
+  InstallSimCrashReportCopy();
+  InstallSimFault();
 #endif
+  // The first checkpoint: from here on a fault shows the crash report.
+  SetTag(kTagNeutral);
 
   MainWindowSetup setup;
   SetMainAccelerators(accelerators);
@@ -92,20 +134,9 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     return 0;
   }
 
-  MSG message{};
-  int exitCode = static_cast<int>(gApp.exitCode);
-  for (;;) {
-    BOOL got = GetMessageW(&message, nullptr, 0, 0);
-    if (got == 0) {
-      exitCode = static_cast<int>(message.wParam);
-      break;
-    }
-    if (got == -1) break;
-    if (!TranslateMainWindowMessage(message)) {
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
-    }
-  }
+  MessageLoop loop{static_cast<int>(gApp.exitCode)};
+  RunThreadProcedure(RunMessageLoop, &loop);
+  const int exitCode = loop.exitCode;
 #ifdef ORDALIS_SIMULATED_VOLUME
   WriteSimVolumeEndStateFromEnvironment();
 #endif

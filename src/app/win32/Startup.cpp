@@ -22,6 +22,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "util/ProgramFolder.h"
+#include "util/Tag.h"
 
 namespace {
 
@@ -141,11 +142,14 @@ void RunCommandLine(HWND mainWindow) {
   gSettings.language = LanguageFromLocale();
   gSettings.languageInFile = gSettings.language;
   BuildLanguageList();
-  LoadSettings();
-  ApplyPanelMarks();
-  // The exclude and include lists, and the recent profiles the settings named.
-  LoadSelectionState();
-  ApplyLanguage(gSettings.language);
+  {
+    TagScope tag(kTagReadingFiles);
+    LoadSettings();
+    ApplyPanelMarks();
+    // The exclude and include lists, and the recent profiles the settings named.
+    LoadSelectionState();
+    ApplyLanguage(gSettings.language);
+  }
 
   if (gApp.runFlags & kRunLanguage) {
     gSettings.languageFromCommandLine = true;

@@ -5,9 +5,15 @@
 
 #include <string>
 
+#include <cstdlib>
+#include <new>
+#include <string>
+
 #include "app/win32/ProcessControl.h"
 #include "ui/RunWindow.h"
+#include "diag/win32/CrashReportWin32.h"
 #include "ui/controls/Controls.h"
+#include "util/Tag.h"
 
 namespace {
 
@@ -35,7 +41,55 @@ LRESULT CALLBACK RefusingProc(HWND window, UINT message, WPARAM wParam, LPARAM l
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
+struct SimFault {
+  uint32_t tag = 0;
+  bool outOfMemory = false;
+};
+SimFault gSimFault;
+
+std::wstring Variable(const wchar_t* name) {
+  wchar_t value[MAX_PATH];
+  DWORD length = GetEnvironmentVariableW(name, value, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) return {};
+  return std::wstring(value, length);
+}
+
+void Fault() {
+  if (gSimFault.outOfMemory) throw std::bad_alloc();
+  volatile int* volatile target = reinterpret_cast<int*>(0x10);
+  *target = 1;
+}
+
+void FaultAtTag(uint32_t tag) {
+  if (tag == gSimFault.tag) Fault();
+}
+
+void WriteCrashReport(const std::string& richText) {
+  const std::wstring path = Variable(L"ORDALIS_SIM_CRASH_REPORT");
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;
+  DWORD written = 0;
+  WriteFile(file, richText.data(), static_cast<DWORD>(richText.size()), &written, nullptr);
+  CloseHandle(file);
+}
+
 }  // namespace
+
+void InstallSimFault() {
+  const std::wstring tag = Variable(L"ORDALIS_SIM_FAULT_TAG");
+  if (tag.empty()) return;
+  gSimFault.tag = static_cast<uint32_t>(std::wcstoul(tag.c_str(), nullptr, 10));
+  gSimFault.outOfMemory = Variable(L"ORDALIS_SIM_FAULT_KIND") == L"memory";
+  if (gSimFault.tag < kTagNeutral) {
+    SetTag(gSimFault.tag);
+    Fault();
+  }
+  SetTagObserver(FaultAtTag);
+}
+
+void InstallSimCrashReportCopy() {
+  if (!Variable(L"ORDALIS_SIM_CRASH_REPORT").empty()) SetCrashReportObserver(WriteCrashReport);
+}
 
 void InstallSimPowerOffLog() {
   if (GetEnvironmentVariableW(kPowerOffLogVariable, nullptr, 0)) SetPowerOffCall(LoggedPowerOff);
