@@ -238,7 +238,9 @@ std::vector<uint32_t> CommandsWithoutHandler() {
     if ((entry.handler == Selection || entry.handler == BusySelection) && !gCommandHooks.selection) {
       missing.push_back(entry.first);
     }
-    if (entry.first == kFirstRecentProfileId && !gCommandHooks.fillRecentProfiles) missing.push_back(entry.first);
+    if (entry.first == kFirstRecentProfileId && (!gCommandHooks.fillRecentProfiles || !gCommandHooks.refreshRecentProfiles)) {
+      missing.push_back(entry.first);
+    }
   }
   return missing;
 }

@@ -61,6 +61,9 @@ struct CommandHooks {
   std::function<bool(HWND window, uint32_t command)> selection;
   // Fills a menu with the recent profiles (the toolbar's drop-down).
   std::function<void(HMENU menu)> fillRecentProfiles;
+  // Writes the recent profiles (or the empty list's placeholder) again in
+  // every menu that shows them, after a change of language.
+  std::function<void()> refreshRecentProfiles;
 };
 extern CommandHooks gCommandHooks;
 

@@ -670,7 +670,7 @@ void RetextMainWindow() {
   SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabErrors, L"Errori")));
   RetextToolbar();
   // The empty list's placeholder is written by the recent-profiles menu.
-  RefreshRecentMenus();
+  if (gCommandHooks.refreshRecentProfiles) gCommandHooks.refreshRecentProfiles();
   // The buttons' widths follow their new words.
   LayoutChildren();
   RefreshCounters();

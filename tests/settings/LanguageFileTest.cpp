@@ -30,8 +30,8 @@ TEST_F(LanguageFileTest, EntriesCommentsEndAndEscapes) {
       L"5=Fragmented",
       L"no equals sign",
       L"abc=read as entry 0",
-      L"599=last entry",
-      L"600=beyond the table",
+      L"511=last entry",
+      L"512=beyond the table",
       L"99999999999999999999=far beyond",
       L"6=",
       L"$",
@@ -40,7 +40,7 @@ TEST_F(LanguageFileTest, EntriesCommentsEndAndEscapes) {
   EXPECT_EQ(std::wstring(Text(123, L"")), L"Col\t umn\r\nnext \\x\\");
   EXPECT_EQ(std::wstring(Text(5, L"")), L"Fragmented");
   EXPECT_EQ(std::wstring(Text(0, L"")), L"read as entry 0");
-  EXPECT_EQ(std::wstring(Text(599, L"")), L"last entry");
+  EXPECT_EQ(std::wstring(Text(511, L"")), L"last entry");
   EXPECT_EQ(std::wstring(Text(6, L"")), L"");
   EXPECT_EQ(std::wstring(Text(7, L"Errore")), L"");
   EXPECT_EQ(std::wstring(Text(200, L"")), L"");  // the table was cleared first

@@ -120,6 +120,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   gCommandHooks.option = HandleOptionCommand;
   gCommandHooks.selection = HandleSelectionCommand;
   gCommandHooks.fillRecentProfiles = FillRecentProfilesMenu;
+  gCommandHooks.refreshRecentProfiles = RefreshRecentMenus;
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
     if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
