@@ -88,8 +88,10 @@ protected:
         SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", Win("end.txt").c_str());
     }
 
+    // These runs are about the window's commands: no disk check and no
+    // cleanup come before a defragmentation.
     void Start(const std::wstring& arguments) {
-        program_ = TestDriver::StartProgram(exe_, L"/LANG:IT " + arguments);
+        program_ = TestDriver::StartProgram(exe_, L"/LANG:IT /CHKDSK:0 /CLEAN:0 " + arguments);
         ASSERT_TRUE(program_);
         main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
         ASSERT_NE(main_, nullptr);
