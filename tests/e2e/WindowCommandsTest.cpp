@@ -480,6 +480,19 @@ TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
     TestDriver::SaveScreenshot(L"commands-menu-fragmented-" + dpi);
     closeMenu(menu);
 
+    // The fragment details of the selected fragmented file: as many rows as
+    // the file has fragments on the volume.
+    constexpr int kFragmentDetails = 9045, kFragmentTable = 7518;
+    TestDriver::SendCommand(main_, kFragmentDetails);
+    HWND details = TestDriver::WaitForWindow(L"#32770", L"Frammenti", program_->ProcessId(), kWaitMs);
+    ASSERT_NE(details, nullptr) << "no fragment details";
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewRowCount(GetDlgItem(details, kFragmentTable)), 2);
+    TestDriver::SaveScreenshot(L"commands-fragments-" + dpi);
+    PostMessageW(details, WM_COMMAND, IDCANCEL, 0);
+    for (int i = 0; i < 100 && IsWindow(details); ++i) TestDriver::PumpMessages(20);
+    EXPECT_FALSE(IsWindow(details));
+
     // The profiles button's arrow: the recent profiles, none yet.
     HWND profiles = GetDlgItem(main_, kImport);
     ASSERT_NE(profiles, nullptr);
