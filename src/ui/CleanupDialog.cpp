@@ -15,6 +15,7 @@
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
 #include "ui/controls/Theme.h"
+#include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -211,14 +212,7 @@ void BuildDialog(HWND dialog) {
   place(kSkip, width - margin - 2 * buttonWidth - s(8), y, buttonWidth, s(26));
   place(kStart, width - margin - 3 * buttonWidth - s(16), y, buttonWidth, s(26));
   y += s(26) + margin;
-  RECT frame{0, 0, width, y};
-  AdjustWindowRectEx(&frame, GetWindowLongW(dialog, GWL_STYLE), FALSE, GetWindowLongW(dialog, GWL_EXSTYLE));
-  const int frameWidth = frame.right - frame.left;
-  const int frameHeight = frame.bottom - frame.top;
-  RECT work{};
-  SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
-  SetWindowPos(dialog, nullptr, work.left + (work.right - work.left - frameWidth) / 2,
-               work.top + (work.bottom - work.top - frameHeight) / 2, frameWidth, frameHeight, SWP_NOZORDER);
+  SizeAndCentreDialog(dialog, width, y);
 
   gCleanupDialog.useExternal = !gSettings.cleanupProgramPath.empty();
   CheckDlgButton(dialog, kBuiltIn, gCleanupDialog.useExternal ? BST_UNCHECKED : BST_CHECKED);

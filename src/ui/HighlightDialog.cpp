@@ -8,6 +8,7 @@
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/controls/Controls.h"
+#include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -59,16 +60,7 @@ void Layout(HWND dialog) {
   top += s(18) + s(18);
   MoveWindow(GetDlgItem(dialog, IDCANCEL), margin + rowWidth - s(90), top, s(90), button, FALSE);
   MoveWindow(GetDlgItem(dialog, IDOK), margin + rowWidth - 2 * s(90) - s(8), top, s(90), button, FALSE);
-  // The client area around the controls, the frame added.
-  RECT frame{0, 0, margin + rowWidth + margin, top + button + margin};
-  AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_STYLE)), FALSE,
-                     static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_EXSTYLE)));
-  const int width = frame.right - frame.left, height = frame.bottom - frame.top;
-  // Centred over the owner at the size its controls need.
-  RECT area{};
-  GetWindowRect(GetParent(dialog) ? GetParent(dialog) : GetDesktopWindow(), &area);
-  SetWindowPos(dialog, nullptr, area.left + (area.right - area.left - width) / 2,
-               area.top + (area.bottom - area.top - height) / 2, width, height, SWP_NOZORDER);
+  SizeAndCentreDialog(dialog, margin + rowWidth + margin, top + button + margin);
 }
 
 void OnInit(HWND dialog) {

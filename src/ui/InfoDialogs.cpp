@@ -6,6 +6,7 @@
 #include "res/ResourceIds.h"
 #include "ui/Dpi.h"
 #include "ui/HelpDialog.h"
+#include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -57,14 +58,7 @@ void Layout(HWND dialog, const std::wstring& text) {
   MoveWindow(GetDlgItem(dialog, IDC_INFO_TEXT), textLeft, textTop, textWidth, textHeight, FALSE);
   const int buttonTop = textTop + textHeight + s(12);
   MoveWindow(GetDlgItem(dialog, IDOK), textLeft + textWidth - s(90), buttonTop, s(90), button, FALSE);
-  RECT frame{0, 0, textLeft + textWidth + margin, buttonTop + button + margin};
-  AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_STYLE)), FALSE,
-                     static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_EXSTYLE)));
-  const int width = frame.right - frame.left, height = frame.bottom - frame.top;
-  RECT area{};
-  GetWindowRect(GetParent(dialog) ? GetParent(dialog) : GetDesktopWindow(), &area);
-  SetWindowPos(dialog, nullptr, area.left + (area.right - area.left - width) / 2,
-               area.top + (area.bottom - area.top - height) / 2, width, height, SWP_NOZORDER);
+  SizeAndCentreDialog(dialog, textLeft + textWidth + margin, buttonTop + button + margin);
 }
 
 // The heading's font: the dialog's, in bold. Made once, kept for the

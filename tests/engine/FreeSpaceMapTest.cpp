@@ -193,19 +193,7 @@ Scenario RandomScenario(std::mt19937_64& random) {
                 static_cast<unsigned long long>(clusters), chance(40) ? "on" : "off",
                 chance(30) ? "on" : "off", 1u << (random() % 6), chance(10) ? "on" : "off");
   s.description = line;
-  auto place = [&](uint64_t count, int64_t& lcn) {
-    for (int attempt = 0; attempt < 20; ++attempt) {
-      if (count > clusters) return false;
-      const uint64_t at = random() % (clusters - count + 1);
-      bool free = true;
-      for (uint64_t c = at; c < at + count && free; ++c) free = !used[c];
-      if (!free) continue;
-      for (uint64_t c = at; c < at + count; ++c) used[c] = true;
-      lcn = int64_t(at);
-      return true;
-    }
-    return false;
-  };
+  auto place = [&](uint64_t count, int64_t& lcn) { return PlaceRandomRun(random, used, count, lcn); };
   // Crumbled free space: many small reserved stretches.
   for (int r = int(random() % 200); r > 0; --r) {
     int64_t lcn;

@@ -44,20 +44,7 @@ Generated RandomVolume(std::mt19937_64& random) {
                 chance(50) ? "0xC0000021" : "0xC000000D", chance(30) ? "on" : "off",
                 chance(30) ? "on" : "off", chance(20) ? "on" : "off", chunks[random() % 4]);
   g.description = line;
-  // Places `count` clusters at a random free spot, or fails.
-  auto place = [&](uint64_t count, int64_t& lcn) {
-    for (int attempt = 0; attempt < 20; ++attempt) {
-      if (count > clusters) return false;
-      const uint64_t at = random() % (clusters - count + 1);
-      bool free = true;
-      for (uint64_t c = at; c < at + count && free; ++c) free = !used[c];
-      if (!free) continue;
-      for (uint64_t c = at; c < at + count; ++c) used[c] = true;
-      lcn = int64_t(at);
-      return true;
-    }
-    return false;
-  };
+  auto place = [&](uint64_t count, int64_t& lcn) { return PlaceRandomRun(random, used, count, lcn); };
   for (int r = int(random() % 6); r > 0; --r) {
     int64_t lcn;
     const uint64_t count = 1 + random() % (clusters / 8 + 1);

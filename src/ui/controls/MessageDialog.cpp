@@ -6,6 +6,7 @@
 
 #include "ui/Dpi.h"
 #include "ui/MessageBox.h"
+#include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Theme.h"
 #include "util/Text.h"
 
@@ -146,20 +147,7 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   state.bandTop = margin + contentHeight + margin;
   const int clientHeight = state.bandTop + bandHeight;
 
-  RECT frame{0, 0, width, clientHeight};
-  AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_STYLE)), FALSE,
-                     static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_EXSTYLE)));
-  // Centred over the owner, or over the screen's work area.
-  RECT over{};
-  HWND owner = GetWindow(dialog, GW_OWNER);
-  if (!owner || !IsWindowVisible(owner) || IsIconic(owner) || !GetWindowRect(owner, &over)) {
-    SystemParametersInfoW(SPI_GETWORKAREA, 0, &over, 0);
-  }
-  int frameWidth = frame.right - frame.left;
-  int frameHeight = frame.bottom - frame.top;
-  SetWindowPos(dialog, nullptr, over.left + (over.right - over.left - frameWidth) / 2,
-               over.top + (over.bottom - over.top - frameHeight) / 2, frameWidth, frameHeight,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  SizeAndCentreDialog(dialog, width, clientHeight);
 
   HINSTANCE instance = GetModuleHandleW(nullptr);
   state.icon = static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(input.icon), IMAGE_ICON, iconSize,
