@@ -14,7 +14,9 @@ namespace {
 class RememberingHost final : public SettingsHost {
  public:
   RememberingHost() {
-    for (int list = 0; list < 2; ++list) {
+    // The item list, the fragmented files and the errors, each its own
+    // columns: lists that shared them would read each other's widths.
+    for (int list = 0; list < kLists; ++list) {
       for (int column = 0; column < (list == 0 ? 10 : 8); ++column) {
         order[list].push_back(column);
         widths[list].push_back(100);
@@ -53,11 +55,12 @@ class RememberingHost final : public SettingsHost {
   bool FileExists(const std::wstring& path) override { return path.size() % 2 == 0; }
 
   std::set<uint32_t> checked;
-  std::vector<int> order[2];
-  std::vector<int> widths[2];
+  static constexpr int kLists = 3;
+  std::vector<int> order[kLists];
+  std::vector<int> widths[kLists];
 
  private:
-  static size_t Index(SettingsList list) { return list == SettingsList::Items ? 0 : 1; }
+  static size_t Index(SettingsList list) { return static_cast<size_t>(list); }
 };
 
 std::vector<std::wstring> ReadAndWrite(const uint8_t* data, size_t size, RememberingHost& host) {
