@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/FreeSpaceMap.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
@@ -23,6 +23,7 @@
 namespace {
 
 uint64_t gPumps = 0;
+RecordingEngineUi gUi;
 
 // Counts the bitmap reads and the time spent in them, passing everything on.
 class CountingAccess : public VolumeAccess {
@@ -133,7 +134,7 @@ Measured Defragment(const Built& built, CountingAccess& access, bool smart, bool
   const auto start = std::chrono::steady_clock::now();
   for (const std::wstring& path : built.paths) {
     if (m.files == limit) break;
-    DefragmentFile(path, nullptr);
+    DefragmentFile(gUi, path, nullptr);
     ++m.files;
     m.moved += gEngine.moveResultCode.empty();
   }
@@ -155,7 +156,7 @@ void SearchOnly(const Built& built, SimVolume& volume, bool smart, int scanLimit
   for (const std::wstring& path : built.paths) sizes.push_back(volume.FindFile(path)->AllocatedClusters());
   int64_t lcn = 0;
   auto start = std::chrono::steady_clock::now();
-  gFreeSpaceMap.Read(handle, gVolumeCache.generation, message);
+  gFreeSpaceMap.Read(gUi, handle, gVolumeCache.generation, message);
   const double readSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   start = std::chrono::steady_clock::now();
   uint64_t agree = 0;
@@ -166,7 +167,7 @@ void SearchOnly(const Built& built, SimVolume& volume, bool smart, int scanLimit
   for (uint64_t size : sizes) {
     if (scanned == scanLimit) break;
     int64_t found = 0;
-    FindFreeRun(handle, size, smart, found, message);
+    FindFreeRun(gUi, handle, size, smart, found, message);
     agree += found == gFreeSpaceMap.Find(size, smart);
     ++scanned;
   }
@@ -193,7 +194,7 @@ int main(int argc, char** argv) {
   const int files = argc > 1 ? std::atoi(argv[1]) : 1000;
   const int scanFiles = argc > 2 ? std::atoi(argv[2]) : 200;
   // Polls while the move thread runs are the move's wait, not the search's.
-  gEngineHooks.pumpMessages = [] {
+  gUi.pump = [] {
     if (gEngine.doneFlags[kDoneMoveThread].load() == 1) ++gPumps;
     return true;
   };

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "NtfsImages.h"
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/FreeSpace.h"
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsLibrary.h"
@@ -202,6 +202,7 @@ int main(int argc, char** argv) {
     if (volume.Open(image, true, L'N', message) != NtfsOpenFailure::None) return 1;
     SetVolumeAccess(&volume);
     gEngine.flags = kSmartStrategy;
+    RecordingEngineUi ui;
     double search = 0;
     uint64_t moved = 0;
     start = Clock::now();
@@ -213,10 +214,10 @@ int main(int argc, char** argv) {
       int64_t lcn = -1;
       std::wstring text;
       const auto searchStart = Clock::now();
-      FindFreeRun(handle, counts.clusters, true, lcn, text);
+      FindFreeRun(ui, handle, counts.clusters, true, lcn, text);
       search += Seconds(searchStart);
       volume.Close(handle);
-      DefragmentFile(enginePath(path), nullptr);
+      DefragmentFile(ui, enginePath(path), nullptr);
       moved += gEngine.moveResultCode.empty();
     }
     const double total = Seconds(start);

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "ReferenceScan.h"
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/sim/SimVolume.h"
 
 namespace {
@@ -17,6 +17,7 @@ namespace {
 constexpr uint64_t kClusters = 64ull << 20;
 
 uint64_t gPumps = 0;
+RecordingEngineUi gUi;
 
 double Milliseconds(ChunkScanner scanner, FsHandle volume, bool smart, int64_t& lcn) {
   std::wstring message;
@@ -24,7 +25,7 @@ double Milliseconds(ChunkScanner scanner, FsHandle volume, bool smart, int64_t& 
   for (int round = 0; round < 3; ++round) {
     gPumps = 0;
     const auto start = std::chrono::steady_clock::now();
-    FindFreeRunWith(scanner, volume, kClusters, smart, lcn, message);
+    FindFreeRunWith(scanner, gUi, volume, kClusters, smart, lcn, message);
     const double ms =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     best = std::min(best, ms);
@@ -33,8 +34,8 @@ double Milliseconds(ChunkScanner scanner, FsHandle volume, bool smart, int64_t& 
 }
 
 // Reads the chunks and pumps, nothing else: what any walk costs at least.
-void ReadOnly(FreeRunSearch&, const uint8_t*, uint64_t examined, int64_t) {
-  for (uint64_t i = 0; i < examined; i += kPumpInterval) PumpMessages();
+void ReadOnly(FreeRunSearch& search, const uint8_t*, uint64_t examined, int64_t) {
+  for (uint64_t i = 0; i < examined; i += kPumpInterval) search.pump->PumpMessages();
 }
 
 }  // namespace
@@ -87,7 +88,7 @@ void Run(const char* name, double meanUsed, double meanFree) {
 }
 
 int main() {
-  gEngineHooks.pumpMessages = [] {
+  gUi.pump = [] {
     ++gPumps;
     return true;
   };

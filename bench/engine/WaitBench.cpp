@@ -12,7 +12,7 @@
 #include <memory>
 #include <string>
 
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/EngineThread.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
@@ -43,7 +43,7 @@ std::string Description(int extents, int delayMs) {
   return text;
 }
 
-void Measure(const char* name, int extents, int delayMs) {
+void Measure(const char* name, EngineUi& ui, int extents, int delayMs) {
   SimVolume volume;
   std::string error;
   if (!ParseSimDescription(Description(extents, delayMs), volume, error)) {
@@ -53,7 +53,7 @@ void Measure(const char* name, int extents, int delayMs) {
   SetVolumeAccess(&volume);
   const double cpuBefore = ThreadSeconds();
   const auto wallBefore = std::chrono::steady_clock::now();
-  DefragmentFile(L"Z:\\big", nullptr);
+  DefragmentFile(ui, L"Z:\\big", nullptr);
   const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wallBefore).count();
   const double cpu = ThreadSeconds() - cpuBefore;
   const std::wstring outcome = gEngine.moveResultCode;
@@ -71,10 +71,10 @@ void Measure(const char* name, int extents, int delayMs) {
 int main(int argc, char** argv) {
   const int extents = argc > 1 ? std::atoi(argv[1]) : 200;
   const int delayMs = argc > 2 ? std::atoi(argv[2]) : 10;
-  gEngineHooks = EngineHooks{};
-  gEngineHooks.waitForWorker = [](WorkerThread&) { return PumpWindowMessages(); };
-  Measure("polling pump (old wait)", extents, delayMs);
-  gEngineHooks.waitForWorker = WaitForWorkerWithMessages;
-  Measure("message-aware wait", extents, delayMs);
+  RecordingEngineUi ui;
+  ui.waitStep = [](WorkerThread&) { return PumpWindowMessages(); };
+  Measure("polling pump (old wait)", ui, extents, delayMs);
+  ui.waitStep = WaitForWorkerWithMessages;
+  Measure("message-aware wait", ui, extents, delayMs);
   return 0;
 }

@@ -6,7 +6,8 @@
 #include <thread>
 
 #include "FakeFileQueries.h"
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
+#include "runs/RunOptions.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
 #include "items/ItemList.h"
@@ -51,7 +52,9 @@ void Run(uint64_t count) {
   SetFileQueries(&fake);
   SetVolumeAccess(&volume);
   gItemSettings.hooks = PortableItemHooks();
-  gEngineHooks.pumpMessages = [] {
+  RecordingRunUi ui;
+  RunOptions options;
+  ui.pump = [] {
     std::this_thread::yield();
     return true;
   };
@@ -59,11 +62,11 @@ void Run(uint64_t count) {
   AddItem(true, L"Z:\\tree");
 
   auto start = Clock::now();
-  StartRun(RunMode::AnalyseAll);
+  StartRun(RunMode::AnalyseAll, options, ui);
   const double analysis = Seconds(start);
   const size_t fragmented = gRun.fragmented.size();
   start = Clock::now();
-  StartRun(RunMode::DefragmentAll);
+  StartRun(RunMode::DefragmentAll, options, ui);
   const double defrag = Seconds(start);
   std::printf("%8llu files: analysis %.3f s (%.2f us/file, %zu fragmented), "
               "defragmentation %.3f s (%.2f us/file, %llu moved), check %s\n",

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 #include "engine/FileQueries.h"
 #include "engine/Relocation.h"
 
@@ -19,7 +19,7 @@ bool StopRequested() { return (gEngine.flags.load() & kStopRequested) != 0; }
 
 }  // namespace
 
-void DeleteFolderContents(const std::wstring& folder) {
+void DeleteFolderContents(MessagePump& pump, const std::wstring& folder) {
   FileQueries& fs = Fs();
   std::unique_ptr<DirListing> listing = fs.OpenListing(Joined(folder, L"*"));
   if (!listing) return;
@@ -31,12 +31,12 @@ void DeleteFolderContents(const std::wstring& folder) {
     const std::wstring path = Joined(folder, entry.name);
     fs.ChangeAttributes(path, entry.attributes & ~kAttrReadOnly);
     if (entry.attributes & kAttrDirectory) {
-      if (!(entry.attributes & kAttrReparsePoint)) DeleteFolderContents(path);
+      if (!(entry.attributes & kAttrReparsePoint)) DeleteFolderContents(pump, path);
       fs.RemoveFolder(path);
       continue;
     }
     fs.RemoveFile(path);
-    if (gCleanupCount % 4 == 0 && !PumpMessages()) {
+    if (gCleanupCount % 4 == 0 && !pump.PumpMessages()) {
       // The program is closing: leave the rest for another time.
       gEngine.flags.fetch_or(kStopRequested);
     }

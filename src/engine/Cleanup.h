@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+class MessagePump;
+
 // Entries the last DeleteFolderContents visited.
 extern uint32_t gCleanupCount;
 
@@ -16,7 +18,7 @@ extern uint32_t gCleanupCount;
 // temporary folder points at is not temporary. Stops at the next entry once
 // a stop is requested; handles the window's messages every fourth deleted
 // file. Failures are ignored: a file in use simply stays.
-void DeleteFolderContents(const std::wstring& folder);
+void DeleteFolderContents(MessagePump& pump, const std::wstring& folder);
 
 // A drive root: a letter, a colon and a backslash and nothing more, also
 // behind the "\\?\" prefix.

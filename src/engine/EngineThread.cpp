@@ -5,7 +5,7 @@
 #include <cxxabi.h>
 #endif
 
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 
 namespace {
 
@@ -33,13 +33,14 @@ bool RunThreadProcedure(ThreadEntry entry, void* argument) {
   }
 }
 
-bool WaitForWorker(WorkerThread& worker, const std::function<void()>& onWake) {
+bool NoWindowPump::WaitForWorker(WorkerThread& worker) {
+  worker.WaitEndedOrNudged();
+  return true;
+}
+
+bool WaitForWorker(MessagePump& pump, WorkerThread& worker, const std::function<void()>& onWake) {
   while (worker.Running()) {
-    if (gEngineHooks.waitForWorker) {
-      if (!gEngineHooks.waitForWorker(worker)) return false;
-    } else {
-      worker.WaitEndedOrNudged();
-    }
+    if (!pump.WaitForWorker(worker)) return false;
     if (onWake) onWake();
   }
   return true;

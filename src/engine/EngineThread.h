@@ -60,9 +60,11 @@ class WorkerThread {
   std::shared_ptr<State> state_;
 };
 
+class MessagePump;
+
 // Keeps the window alive until `worker` has ended: each step blocks until
 // the worker ends, nudges or a window message arrives, and handles what
-// came (the engine hook `waitForWorker`; without it the step only blocks).
-// `onWake`, when given, runs after every step. False when a quit message
-// ended the wait first; the worker may then still be running.
-bool WaitForWorker(WorkerThread& worker, const std::function<void()>& onWake = nullptr);
+// came (`pump`'s own wait step). `onWake`, when given, runs after every
+// step. False when a quit message ended the wait first; the worker may then
+// still be running.
+bool WaitForWorker(MessagePump& pump, WorkerThread& worker, const std::function<void()>& onWake = nullptr);

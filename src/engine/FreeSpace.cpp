@@ -4,7 +4,6 @@
 #include <bit>
 #include <cstring>
 
-#include "engine/EngineHooks.h"
 
 static_assert(std::endian::native == std::endian::little,
               "the bitmap is read a word at a time, least significant bit first");
@@ -75,7 +74,7 @@ uint64_t NextBit(const uint8_t* bits, uint64_t from, uint64_t limit, bool set) {
 void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t examined,
                       int64_t chunkStart) {
   for (uint64_t window = 0; window < examined && !search.done; window += kPumpInterval) {
-    PumpMessages();
+    search.pump->PumpMessages();
     const uint64_t end = std::min(examined, window + kPumpInterval);
     uint64_t i = window;
     // Stretches of free and used clusters alternate.
@@ -100,17 +99,18 @@ void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t exami
   }
 }
 
-int FindFreeRun(FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message) {
-  return FindFreeRunWith(ScanChunkByWords, volume, needed, smart, lcn, message);
+int FindFreeRun(MessagePump& pump, FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message) {
+  return FindFreeRunWith(ScanChunkByWords, pump, volume, needed, smart, lcn, message);
 }
 
-int FindFreeRunWith(ChunkScanner scanner, FsHandle volume, uint64_t needed, bool smart,
+int FindFreeRunWith(ChunkScanner scanner, MessagePump& pump, FsHandle volume, uint64_t needed, bool smart,
                     int64_t& lcn, std::wstring& message) {
   lcn = -1;
   message.clear();
   FreeRunSearch search;
   search.needed = needed;
   search.smart = smart;
+  search.pump = &pump;
   int64_t startingLcn = 0;
   for (;;) {
     NtStatus status = Va().GetVolumeBitmap(volume, search.block, &startingLcn, sizeof startingLcn,

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/EngineUi.h"
 #include "engine/VolumeAccess.h"
 
 // Clusters examined per chunk at most: the bitmap bytes of the shared buffer.
@@ -33,6 +34,8 @@ struct FreeRunSearch {
   // When set, every judged run is recorded here instead of being judged:
   // the free-space map replays the search this way (FreeSpaceMap.h).
   std::vector<Run>* judged = nullptr;
+  // Keeps the window alive during long scans; set by the search.
+  MessagePump* pump = nullptr;
   // The status block of the bitmap read. Its information word doubles as
   // the guard: the start of the run closed last. Every read overwrites it with
   // the number of bytes returned, so a run that happens to start at that LCN
@@ -74,6 +77,6 @@ void ScanChunkByWords(FreeRunSearch& search, const uint8_t* bits, uint64_t exami
 
 // 1 when the bitmap was searched (`lcn` is then a run start, or -1 when no
 // run qualifies), 0 when a read failed (`message` then holds its text).
-int FindFreeRun(FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message);
-int FindFreeRunWith(ChunkScanner scanner, FsHandle volume, uint64_t needed, bool smart,
+int FindFreeRun(MessagePump& pump, FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message);
+int FindFreeRunWith(ChunkScanner scanner, MessagePump& pump, FsHandle volume, uint64_t needed, bool smart,
                     int64_t& lcn, std::wstring& message);

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <limits>
 
-#include "engine/EngineHooks.h"
 
 FreeSpaceMap gFreeSpaceMap;
 bool gPerFileScan = false;
@@ -35,7 +34,7 @@ bool FreeSpaceMap::AllFree(const ClusterRun& range) const {
   return it->first + int64_t(it->second) >= range.lcn + int64_t(range.count);
 }
 
-int FreeSpaceMap::NoteMove(FsHandle volume, int64_t target, uint64_t clusters,
+int FreeSpaceMap::NoteMove(MessagePump& pump, FsHandle volume, int64_t target, uint64_t clusters,
                            const std::vector<ClusterRun>& oldRuns, std::wstring& message) {
   if (!regular_) return 1;
   // Held clusters the target took are no longer awaited.
@@ -50,18 +49,18 @@ int FreeSpaceMap::NoteMove(FsHandle volume, int64_t target, uint64_t clusters,
   }
   std::vector<ClusterRun> ranges = oldRuns;
   ranges.push_back({target, clusters});
-  if (Refresh(volume, ranges, message) == 0) return 0;
+  if (Refresh(pump, volume, ranges, message) == 0) return 0;
   for (const ClusterRun& range : oldRuns) {
     if (!AllFree(range)) held_.push_back(range);
   }
   return 1;
 }
 
-int FreeSpaceMap::RefreshHeld(FsHandle volume, std::wstring& message) {
+int FreeSpaceMap::RefreshHeld(MessagePump& pump, FsHandle volume, std::wstring& message) {
   if (held_.empty() || !valid_) return 1;
   const std::vector<ClusterRun> held = std::move(held_);
   held_.clear();
-  if (Refresh(volume, held, message) == 0) return 0;
+  if (Refresh(pump, volume, held, message) == 0) return 0;
   for (const ClusterRun& range : held) {
     if (!AllFree(range)) held_.push_back(range);
   }
@@ -91,11 +90,11 @@ bool FreeSpaceMap::ReadAt(FsHandle volume, int64_t lcn, ReadChunk& chunk, std::w
   return true;
 }
 
-void FreeSpaceMap::TakeChunk(const ReadChunk& chunk, bool pump, std::vector<Run>* collected) {
+void FreeSpaceMap::TakeChunk(const ReadChunk& chunk, MessagePump* pump, std::vector<Run>* collected) {
   const uint8_t* bits = gSharedBuffer.bytes + sizeof(VolumeBitmapHeader);
   const int64_t base = chunk.header.startingLcn;
   for (uint64_t window = 0; window < chunk.examined; window += kPumpInterval) {
-    if (pump) PumpMessages();
+    if (pump) pump->PumpMessages();
     const uint64_t end = std::min(chunk.examined, window + kPumpInterval);
     uint64_t i = window;
     while (i < end) {
@@ -116,7 +115,7 @@ void FreeSpaceMap::TakeChunk(const ReadChunk& chunk, bool pump, std::vector<Run>
   }
 }
 
-int FreeSpaceMap::Read(FsHandle volume, uint64_t volumeGeneration, std::wstring& message) {
+int FreeSpaceMap::Read(MessagePump& pump, FsHandle volume, uint64_t volumeGeneration, std::wstring& message) {
   std::vector<ClusterRun> held;
   if (volume == volume_ && volumeGeneration == generation_) held = std::move(held_);
   Invalidate();
@@ -143,7 +142,7 @@ int FreeSpaceMap::Read(FsHandle volume, uint64_t volumeGeneration, std::wstring&
     }
     if (!regular_) break;
     information_[size_t(chunk.header.startingLcn / kChunk)] = chunk.information;
-    TakeChunk(chunk, true, &collected);
+    TakeChunk(chunk, &pump, &collected);
     if (chunk.status != kStatusBufferOverflow) break;
     lcn = chunk.header.startingLcn + int64_t(chunk.examined);
   }
@@ -167,7 +166,7 @@ int FreeSpaceMap::Read(FsHandle volume, uint64_t volumeGeneration, std::wstring&
   return 1;
 }
 
-int FreeSpaceMap::Refresh(FsHandle volume, const std::vector<ClusterRun>& ranges,
+int FreeSpaceMap::Refresh(MessagePump& pump, FsHandle volume, const std::vector<ClusterRun>& ranges,
                           std::wstring& message) {
   if (!valid_ || !regular_) return 1;  // nothing kept: the next search reads
   std::set<int64_t> chunks;
@@ -184,7 +183,7 @@ int FreeSpaceMap::Refresh(FsHandle volume, const std::vector<ClusterRun>& ranges
       valid_ = false;
       return 0;
     }
-    PumpMessages();
+    pump.PumpMessages();
     const int64_t lo = chunk.header.startingLcn;
     const int64_t hi = lo + int64_t(chunk.examined);
     lowest = std::min(lowest, lo);
@@ -200,7 +199,7 @@ int FreeSpaceMap::Refresh(FsHandle volume, const std::vector<ClusterRun>& ranges
       it = EraseRun(it);
     }
     for (const Run& run : outside) InsertRun(run.start, run.length);
-    TakeChunk(chunk, false, nullptr);
+    TakeChunk(chunk, nullptr, nullptr);
   }
   UpdateTree();
   // Only a change at or before the end of the replayed start can alter it.
@@ -371,15 +370,15 @@ std::vector<FreeSpaceMap::Run> FreeSpaceMap::Runs() const {
   return out;
 }
 
-int SearchFreeRun(FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message) {
-  if (gPerFileScan) return FindFreeRun(volume, needed, smart, lcn, message);
+int SearchFreeRun(MessagePump& pump, FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message) {
+  if (gPerFileScan) return FindFreeRun(pump, volume, needed, smart, lcn, message);
   lcn = -1;
   if (!gFreeSpaceMap.ReadFor(volume, gVolumeCache.generation) &&
-      gFreeSpaceMap.Read(volume, gVolumeCache.generation, message) == 0) {
+      gFreeSpaceMap.Read(pump, volume, gVolumeCache.generation, message) == 0) {
     return 0;
   }
-  if (gFreeSpaceMap.RefreshHeld(volume, message) == 0) return 0;
-  if (!gFreeSpaceMap.Regular()) return FindFreeRun(volume, needed, smart, lcn, message);
+  if (gFreeSpaceMap.RefreshHeld(pump, volume, message) == 0) return 0;
+  if (!gFreeSpaceMap.Regular()) return FindFreeRun(pump, volume, needed, smart, lcn, message);
   message.clear();
   lcn = gFreeSpaceMap.Find(needed, smart);
   return 1;

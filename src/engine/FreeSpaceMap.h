@@ -27,7 +27,7 @@ class FreeSpaceMap {
 
   // Reads the whole bitmap of `volume`, pumping messages as the scan does.
   // 0 with the system text when a read failed; the map is then empty.
-  int Read(FsHandle volume, uint64_t volumeGeneration, std::wstring& message);
+  int Read(MessagePump& pump, FsHandle volume, uint64_t volumeGeneration, std::wstring& message);
   // True when read for this open volume handle and still usable.
   bool ReadFor(FsHandle volume, uint64_t volumeGeneration) const;
   // Forgets everything: the next search reads the bitmap again.
@@ -46,16 +46,16 @@ class FreeSpaceMap {
   // Reads again the bitmap chunks that hold any cluster of `ranges` and
   // takes over what changed there. 0 with the text when a read failed; the
   // map is then invalid.
-  int Refresh(FsHandle volume, const std::vector<ClusterRun>& ranges, std::wstring& message);
+  int Refresh(MessagePump& pump, FsHandle volume, const std::vector<ClusterRun>& ranges, std::wstring& message);
 
   // After a move: reads back the target and the clusters the file had. Those
   // the volume still shows in use (held until its next checkpoint) are read
   // again before each later search until they show free, so that space a
   // checkpoint frees is found as the per-file scan finds it.
-  int NoteMove(FsHandle volume, int64_t target, uint64_t clusters,
+  int NoteMove(MessagePump& pump, FsHandle volume, int64_t target, uint64_t clusters,
                const std::vector<ClusterRun>& oldRuns, std::wstring& message);
   // Reads again what awaits a checkpoint; called before each search.
-  int RefreshHeld(FsHandle volume, std::wstring& message);
+  int RefreshHeld(MessagePump& pump, FsHandle volume, std::wstring& message);
 
   // For benchmarks and tests.
   uint64_t BitmapReads() const { return bitmapReads_; }
@@ -75,7 +75,7 @@ class FreeSpaceMap {
   bool ReadAt(FsHandle volume, int64_t lcn, ReadChunk& chunk, std::wstring& message);
   // The free stretches of the chunk just read into the shared buffer.
   // Into the map, or when `collected` is given appended there (in order).
-  void TakeChunk(const ReadChunk& chunk, bool pump, std::vector<Run>* collected);
+  void TakeChunk(const ReadChunk& chunk, MessagePump* pump, std::vector<Run>* collected);
 
   void InsertRun(int64_t start, uint64_t length);
   void InsertMerging(int64_t start, uint64_t length);
@@ -117,5 +117,5 @@ extern FreeSpaceMap gFreeSpaceMap;
 // The search a relocation makes: through the map, read at the first search
 // on a volume handle, or by the per-file scan when `perFileScan` is set (the
 // reference the map is proven against) or the map cannot replay the volume.
-int SearchFreeRun(FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message);
+int SearchFreeRun(MessagePump& pump, FsHandle volume, uint64_t needed, bool smart, int64_t& lcn, std::wstring& message);
 extern bool gPerFileScan;

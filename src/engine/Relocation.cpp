@@ -1,6 +1,5 @@
 #include "engine/Relocation.h"
 
-#include "engine/EngineHooks.h"
 #include "engine/FreeSpace.h"
 #include "engine/FreeSpaceMap.h"
 #include "util/Tag.h"
@@ -74,12 +73,12 @@ void MoveThread(void* argument) {
   uint64_t step = 1;
   if (job.unitMoves.empty()) {
     for (const Extent* extent = gExtentList.Head(); extent != nullptr; extent = extent->next) {
-      SetProgress(step++);
+      job.ui->SetProgress(step++);
       if (!MoveRange(job, extent->vcn, uint32_t(extent->clusterCount), target, extent->clusterCount)) break;
     }
   } else {
     for (const UnitMove& move : job.unitMoves) {
-      SetProgress(step++);
+      job.ui->SetProgress(step++);
       if (!MoveRange(job, move.vcn, move.vcnCount, target, move.clusters)) break;
     }
   }
@@ -93,7 +92,7 @@ namespace {
 // file's outcome code. `fileTaken`: the thread closes the file handle (it
 // closes it as its last step before its done flag, so a thread that ended
 // without the flag never did).
-std::wstring MoveOnThread(bool& started, bool& fileTaken) {
+std::wstring MoveOnThread(MessagePump& pump, bool& started, bool& fileTaken) {
   gEngine.doneFlags[kDoneMoveThread].store(0, std::memory_order_release);
   started = gEngine.moveThread.Start(MoveThread, &gEngine.moveJob);
   fileTaken = started;
@@ -101,7 +100,7 @@ std::wstring MoveOnThread(bool& started, bool& fileTaken) {
     gEngine.doneFlags[kDoneMoveThread].store(1, std::memory_order_release);
     return kOutcomeNoResources;
   }
-  if (!WaitForWorker(gEngine.moveThread)) {
+  if (!WaitForWorker(pump, gEngine.moveThread)) {
     // The program is ending while the thread still moves: the file is in an
     // unknown, partly moved state, which must not read as moved.
     return kMoveStopped;
@@ -145,7 +144,7 @@ void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) 
 
 // What a move changed is read back into the free-space map: the target, and
 // the clusters the file had (a volume may keep them in use for a while).
-void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<FileRun>& runs) {
+void NoteMove(MessagePump& pump, FsHandle volume, int64_t target, uint64_t clusters, const std::vector<FileRun>& runs) {
   if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
     // The thread still moves (the program is ending): nothing is known.
     gFreeSpaceMap.Invalidate();
@@ -155,7 +154,7 @@ void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vec
   ranges.reserve(runs.size());
   for (const FileRun& run : runs) ranges.push_back({run.lcn, run.count});
   std::wstring ignored;  // a failed read leaves the map to be read afresh
-  gFreeSpaceMap.NoteMove(volume, target, clusters, ranges, ignored);
+  gFreeSpaceMap.NoteMove(pump, volume, target, clusters, ranges, ignored);
 }
 
 // Compressed and sparse files move in whole compression units (a file with
@@ -165,7 +164,8 @@ bool MovesInUnits(FsHandle file, const std::vector<FileRun>& runs) {
 }
 
 // True when the move thread took the file handle over: it closes it itself.
-bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, bool firstAttempt) {
+// `tried`: the file needed a move and reached the volume step.
+bool Relocate(EngineUi& ui, FsHandle file, const std::wstring& path, FileAnalysis* counts, bool& tried) {
   FileAnalysis analysis;
   std::vector<FileRun> before;
   BuildExtentList(file, analysis, &before);
@@ -181,22 +181,22 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, boo
     gEngine.moveResultCode = kMoveAlreadyContiguous;
     return false;
   }
-  SetStatusText(kStatusPartPath, path);
-  if (firstAttempt) FileTried();
+  ui.SetStatusText(kStatusPartPath, path);
+  tried = true;
   std::wstring message;
   FsHandle volume = VolumeForPath(path, message);
   if (volume == kInvalidHandle) {
     gEngine.moveResultCode = message;
     return false;
   }
-  ShowProgress(analysis.fragments);
-  SetStatusText(kStatusPartState, DisplayText(kTextDefragmenting, kTextDefragmentingLiteral));
-  SetWorkingIcon(true);
-  RedrawList();
+  ui.ShowProgress(analysis.fragments);
+  ui.SetStatusText(kStatusPartState, ui.Text(kTextDefragmenting, kTextDefragmentingLiteral));
+  ui.SetWorkingIcon(true);
+  ui.RedrawList();
 
   const bool smart = (gEngine.flags.load() & kSmartStrategy) != 0;
   int64_t target = -1;
-  if (SearchFreeRun(volume, analysis.clusters, smart, target, message) == 0) {
+  if (SearchFreeRun(ui, volume, analysis.clusters, smart, target, message) == 0) {
     gEngine.moveResultCode = message;
     return false;
   }
@@ -205,17 +205,17 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, boo
     return false;
   }
 
-  gEngine.moveJob = MoveJob{target, file, volume, {}, 0, {}};
+  gEngine.moveJob = MoveJob{target, file, volume, {}, 0, {}, &ui};
   if (MovesInUnits(file, before)) gEngine.moveJob.unitMoves = PlanUnitMoves(before);
   bool started = false;
   bool fileTaken = false;
-  gEngine.moveResultCode = MoveOnThread(started, fileTaken);
-  HideProgress();
-  SetWorkingIcon(false);
-  SetStatusText(kStatusPartPath, std::wstring());
+  gEngine.moveResultCode = MoveOnThread(ui, started, fileTaken);
+  ui.HideProgress();
+  ui.SetWorkingIcon(false);
+  ui.SetStatusText(kStatusPartPath, std::wstring());
   // The same display serves analyses and defragmentations.
-  SetStatusText(kStatusPartState, DisplayText(kTextAnalysing, kTextAnalysingLiteral));
-  if (started) NoteMove(volume, target, analysis.clusters, before);
+  ui.SetStatusText(kStatusPartState, ui.Text(kTextAnalysing, kTextAnalysingLiteral));
+  if (started) NoteMove(ui, volume, target, analysis.clusters, before);
   if (gEngine.moveResultCode.empty()) VerifyMove(path, target, counts);
   return fileTaken;
 }
@@ -234,31 +234,32 @@ bool TargetRefused() {
 
 }  // namespace
 
-void DefragmentFile(const std::wstring& path, FileAnalysis* counts) {
+bool DefragmentFile(EngineUi& ui, const std::wstring& path, FileAnalysis* counts) {
   // A thread left running by a quit must not see its list or job replaced.
   WaitForMoveThread();
   // A move refused for its target is tried once more, with the free space
   // read afresh. A second try that moves nothing (no room now, say) leaves
   // the refusal as the outcome: the first try may have moved part.
   std::wstring refusal;
+  bool tried = false;
   for (int attempt = 1;; ++attempt) {
     gEngine.moveResultCode.clear();
     gEngine.moveJob = MoveJob{};
     FsHandle file = Va().OpenFileForMoving(path);
     if (file == kInvalidHandle) {
       gEngine.moveResultCode = FailureText(Va().LastError());
-      return;
+      return tried;
     }
     // Closed once: by the move thread when it ran (it may even still be
     // running after a quit), else here. A second close could close a handle
     // the system has handed out again meanwhile.
-    const bool moved = Relocate(file, path, counts, attempt == 1);
+    const bool moved = Relocate(ui, file, path, counts, tried);
     if (!moved) Va().Close(file);
     if (attempt == 2) {
       if (!moved) gEngine.moveResultCode = refusal;
-      return;
+      return tried;
     }
-    if (!TargetRefused()) return;
+    if (!TargetRefused()) return tried;
     refusal = gEngine.moveResultCode;
     gFreeSpaceMap.MarkStale();
   }

@@ -10,6 +10,7 @@
 
 #include "engine/Analysis.h"
 #include "engine/EngineThread.h"
+#include "engine/EngineUi.h"
 #include "engine/UnitMoves.h"
 #include "engine/VolumeAccess.h"
 
@@ -49,6 +50,8 @@ struct MoveJob {
   // For a file moved in whole compression units: the requests that replace
   // the fragment-by-fragment moves of the extent list. Empty otherwise.
   std::vector<UnitMove> unitMoves;
+  // Shown the thread's progress (from the thread itself).
+  EngineUi* ui = nullptr;
 };
 
 struct EngineState {
@@ -75,10 +78,11 @@ void EndOfRunRelease();
 // messages: only after a quit message can one still be running).
 void WaitForMoveThread();
 
-// Relocates the file at `path` (opened as given); the outcome is
-// gEngine.moveResultCode. When `counts` is given it receives the fragments
-// and clusters of the list-building analysis.
-void DefragmentFile(const std::wstring& path, FileAnalysis* counts);
+// Relocates the file at `path` (opened as given), showing its work on `ui`;
+// the outcome is gEngine.moveResultCode. When `counts` is given it receives
+// the fragments and clusters of the list-building analysis. True when the
+// file needed a move and so was tried (it reached the volume step).
+bool DefragmentFile(EngineUi& ui, const std::wstring& path, FileAnalysis* counts);
 
 // The move thread: moves the extents of gExtentList, in list order, to
 // consecutive clusters from the job's target; stops between two extents when

@@ -421,17 +421,3 @@ ItemHooks PortableItemHooks() {
 #ifndef _WIN32
 ItemHooks PlatformItemHooks() { return PortableItemHooks(); }
 #endif
-
-std::vector<std::string> MissingItemHooks(const ItemHooks& hooks) {
-  std::vector<std::string> missing;
-  auto need = [&missing](bool present, const char* name) {
-    if (!present) missing.push_back(name);
-  };
-  need(bool(hooks.typeName), "typeName");
-  need(bool(hooks.dateTexts), "dateTexts");
-  need(bool(hooks.cacheIcon), "cacheIcon");
-  need(bool(hooks.showAccessError), "showAccessError");
-  need(bool(hooks.setBusyState), "setBusyState");
-  need(bool(hooks.analyseClusters), "analyseClusters");
-  return missing;
-}

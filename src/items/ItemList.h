@@ -127,8 +127,6 @@ ItemHooks PortableItemHooks();
 // the portable ones in the native build.
 ItemHooks PlatformItemHooks();
 
-// The names of the hooks left empty (the program's start-up checks that none is).
-std::vector<std::string> MissingItemHooks(const ItemHooks& hooks);
 
 struct ItemSettings {
   ItemHooks hooks = PlatformItemHooks();

@@ -4,10 +4,10 @@
 #include <mutex>
 #include <vector>
 
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 #include "engine/Relocation.h"
 #include "runs/RunFilters.h"
-#include "runs/RunHooks.h"
+#include "runs/RunUi.h"
 #include "util/PathText.h"
 #include "util/SharedLock.h"
 #include "util/StringIds.h"
@@ -45,7 +45,7 @@ void AppendName(std::wstring& path, const std::wstring& name) {
 
 bool IsDotEntry(const std::wstring& name) { return name == L"." || name == L".."; }
 
-void AnalyseWalkedFile(const std::wstring& path, const DirEntry& entry) {
+void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entry) {
   FileAnalysis analysis;
   AnalyseFile(path, analysis);
   if (!analysis.outcome.empty()) {
@@ -56,34 +56,26 @@ void AnalyseWalkedFile(const std::wstring& path, const DirEntry& entry) {
     std::lock_guard lock(SharedLock());
     ++gRun.counters.notFragmented;
   } else {
-    FragmentedFileRecord record = MakeFragmentedRecord(path, entry, analysis, gCurrentClusterSize);
+    FragmentedFileRecord record = MakeFragmentedRecord(ui, path, entry, analysis, gCurrentClusterSize);
     std::lock_guard lock(SharedLock());
     gRun.pendingFragmented.push_back(std::move(record));
   }
 }
 
-void RefreshCounters() {
-  if (gRunHooks.refreshCounters) gRunHooks.refreshCounters();
-}
-
-void RefreshErrors() {
-  if (gRunHooks.refreshErrors) gRunHooks.refreshErrors();
-}
-
-void DefragmentWalkedFile(const std::wstring& path) {
+void DefragmentWalkedFile(RunUi& ui, const std::wstring& path) {
   // Opened without the long prefix, so a path beyond the ordinary limit
   // fails here with the system's text.
-  DefragmentFile(std::wstring(DisplayPath(path)), nullptr);
+  DefragmentRunFile(ui, std::wstring(DisplayPath(path)), nullptr);
   const std::wstring& code = gEngine.moveResultCode;
   if (code.empty()) {
     ++gRun.counters.filesMoved;
-    RefreshCounters();
+    ui.RefreshCounters();
   } else if (code == kMoveAlreadyContiguous) {
     ++gRun.counters.notFragmented;
   } else if (code != kMoveStopped) {
     // This walk runs alone on the run's thread: no lock.
     gRun.errors.push_back(MakeErrorEntry(path, code));
-    RefreshErrors();
+    ui.RefreshErrors();
   }
 }
 
@@ -140,7 +132,7 @@ ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code) {
   return entry;
 }
 
-FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEntry& entry,
+FragmentedFileRecord MakeFragmentedRecord(RunUi& ui, const std::wstring& path, const DirEntry& entry,
                                           const FileAnalysis& analysis, uint32_t clusterSize) {
   FragmentedFileRecord record;
   record.path = std::wstring(DisplayPath(path));
@@ -157,12 +149,12 @@ FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEnt
   record.fragments = analysis.fragments;
   record.clusters = analysis.clusters;
   record.clusterSize = clusterSize;
-  if (gRunHooks.dateTexts) gRunHooks.dateTexts(entry.lastWriteTime, record.modifiedDate, record.modifiedTime);
+  ui.DateTexts(entry.lastWriteTime, record.modifiedDate, record.modifiedTime);
   record.attributes = AttributeLetters(entry.attributes);
   return record;
 }
 
-void WalkFolder(const std::wstring& folder, WalkKind kind) {
+void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
   // A junction leading back up the tree makes the walk as deep as the
   // longest path the system accepts. Each level therefore holds only its
   // open search, and all levels share one path that each cuts back to its
@@ -192,26 +184,31 @@ void WalkFolder(const std::wstring& folder, WalkKind kind) {
     }
     if (!FileLeftOut(std::wstring(DisplayPath(path)))) {
       if (kind == WalkKind::Analysis) {
-        AnalyseWalkedFile(path, entry);
+        AnalyseWalkedFile(ui, path, entry);
       } else {
-        DefragmentWalkedFile(path);
+        DefragmentWalkedFile(ui, path);
       }
     }
     CountSeen(kind);
     if (kind == WalkKind::Defragmentation && gRun.counters.filesSeen % 32 == 0) {
-      RefreshErrors();
-      RefreshCounters();
-      if (gRun.counters.filesSeen % 64 == 0) PumpMessages();
+      ui.RefreshErrors();
+      ui.RefreshCounters();
+      if (gRun.counters.filesSeen % 64 == 0) ui.PumpMessages();
     }
   }
 }
 
-void AnalyseFolderWorker(void* folder) {
-  WalkFolder(*static_cast<const std::wstring*>(folder), WalkKind::Analysis);
+void AnalyseFolderWorker(void* argument) {
+  const FolderJob& job = *static_cast<const FolderJob*>(argument);
+  WalkFolder(*job.ui, job.folder, WalkKind::Analysis);
   gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
 }
 
-void AnalyseListedFile(ItemRecord& record) {
+void DefragmentRunFile(RunUi& ui, const std::wstring& path, FileAnalysis* counts) {
+  if (DefragmentFile(ui, path, counts)) ++gRun.counters.filesTried;
+}
+
+void AnalyseListedFile(RunUi& ui, ItemRecord& record) {
   FileAnalysis analysis;
   AnalyseFile(record.longPath, analysis);
   if (!analysis.outcome.empty()) {
@@ -230,5 +227,5 @@ void AnalyseListedFile(ItemRecord& record) {
     entry = found;
     return false;
   });
-  gRun.fragmented.push_back(MakeFragmentedRecord(record.longPath, entry, analysis, gCurrentClusterSize));
+  gRun.fragmented.push_back(MakeFragmentedRecord(ui, record.longPath, entry, analysis, gCurrentClusterSize));
 }

@@ -18,28 +18,39 @@
 #include "items/ItemList.h"
 #include "runs/RunResults.h"
 
+class RunUi;
+
 enum class WalkKind { Analysis, Defragmentation };
 
 // Walks the folder (its long path) and everything below it.
-void WalkFolder(const std::wstring& folder, WalkKind kind);
+void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind);
 
-// The folder worker: `folder` points to a std::wstring that stays alive until
-// the worker has set DoneFlags slot 0, which is its last act. It runs on
+// What the folder worker is handed.
+struct FolderJob {
+  std::wstring folder;
+  RunUi* ui = nullptr;
+};
+// The folder worker: `job` points to a FolderJob that stays alive until the
+// worker has set DoneFlags slot 0, which is its last act. It runs on
 // gFolderWorker, which it nudges every 32 files so that the waiting window
 // thread takes over what was staged and shows the count.
-void AnalyseFolderWorker(void* folder);
+void AnalyseFolderWorker(void* job);
 extern WorkerThread gFolderWorker;
 
 // A file item of an analysis run: analyses it and sets its state; a
 // fragmented file or an error goes straight into the run's lists.
-void AnalyseListedFile(ItemRecord& record);
+void AnalyseListedFile(RunUi& ui, ItemRecord& record);
+
+// Relocates one file of a defragmentation run and counts it as tried when it
+// needed a move; the outcome is gEngine.moveResultCode.
+void DefragmentRunFile(RunUi& ui, const std::wstring& path, FileAnalysis* counts);
 
 // The shown text of a failed file from its outcome code.
 std::wstring ErrorMessageFor(const std::wstring& code);
 ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code);
 
 // The record of a fragmented file, from its directory entry and analysis.
-FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEntry& entry,
+FragmentedFileRecord MakeFragmentedRecord(RunUi& ui, const std::wstring& path, const DirEntry& entry,
                                           const FileAnalysis& analysis, uint32_t clusterSize);
 
 // The cluster size of the volume of the item being processed.

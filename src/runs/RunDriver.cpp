@@ -6,18 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "app/RunFlags.h"
-#include "engine/EngineHooks.h"
 #include "engine/EngineThread.h"
 #include "engine/Relocation.h"
 #include "items/ItemList.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunFilters.h"
-#include "runs/RunHooks.h"
+#include "runs/RunOptions.h"
 #include "runs/RunResults.h"
 #include "runs/RunSteps.h"
+#include "runs/RunUi.h"
 #include "settings/Settings.h"
-#include "settings/StoredCommands.h"
 #include "util/SharedLock.h"
 #include "util/Tag.h"
 #include "util/WideString.h"
@@ -31,17 +29,6 @@ constexpr uint32_t kNoPriority = 0xFFFFFFFF;
 constexpr size_t kFlushBatch = 32;
 constexpr uint64_t kNothingRefreshed = ~0ull;
 
-template <typename Hook, typename... Args>
-void Call(const Hook& hook, Args&&... args) {
-  if (hook) hook(std::forward<Args>(args)...);
-}
-
-bool OptionChecked(uint32_t command) {
-  return gRunHooks.optionChecked && gRunHooks.optionChecked(command);
-}
-
-bool Unattended() { return (gApp.runFlags & kRunNoGui) != 0; }
-
 bool IsDefragmentation(RunMode mode) {
   return mode == RunMode::DefragmentAll || mode == RunMode::DefragmentSelected ||
          mode == RunMode::DefragmentMarkedFiles;
@@ -51,16 +38,67 @@ bool IsProcessed(const ItemRecord& record) {
   return (record.flags & ItemFlags::kToProcess) && !(record.flags & ItemFlags::kSkipped);
 }
 
+// The next count at or after which the status is due, after `count` (none
+// refreshed yet: every count is due).
+uint64_t NextStatusRefresh(uint64_t count) {
+  if (count == kNothingRefreshed) return 0;
+  if (count < 32) return 32;
+  if (count < 64) return 64;
+  if (count < 128) return 128;
+  return (count / 256 + 1) * 256;
+}
+
+void ClearRunResults() {
+  std::lock_guard lock(SharedLock());
+  gRun.counters = RunCounters{};
+  gRun.fragmented.clear();
+  gRun.errors.clear();
+  gRun.pendingFragmented.clear();
+  gRun.pendingErrors.clear();
+}
+
+// One run, with whom it talks to and what it was told.
+class Run {
+ public:
+  Run(RunOptions& options, RunUi& ui) : options_(options), ui_(ui) {}
+  RunEnd Start(RunMode mode);
+
+ private:
+  bool Unattended() const { return options_.unattended; }
+  void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped);
+  bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped);
+  void ApplyPendingPriority();
+  void RefreshCountersAndStatus();
+  void EveryThirtySecond(uint64_t row);
+  void BeginItem(ItemRecord& record, uint64_t row);
+  void AnalyseFolderItem(ItemRecord& record);
+  void CountMoveResult(const std::wstring& longPath, const std::wstring& code);
+  void DefragmentFileItem(ItemRecord& record);
+  void DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files);
+  void DefragmentFolderItem(ItemRecord& record);
+  void FinishItems(uint64_t lastRow);
+  template <typename Work>
+  void ProcessItems(const Work& work);
+  void AnalysisRun();
+  void DefragRun(const std::vector<FragmentedFileRecord>* markedFiles);
+
+  RunOptions& options_;
+  RunUi& ui_;
+  bool diskErrors_ = false;
+};
+
+}  // namespace
+
 // Reset and selection. Returns the number of items considered and the
 // number the filters skipped.
-void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
+void Run::SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   const bool selectedOnly = mode == RunMode::DefragmentSelected || mode == RunMode::AnalyseSelected;
   considered = skipped = 0;
   uint64_t row = 0;
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
     ItemRecord& record = node->record;
     ResetItemForRun(record);
-    if (selectedOnly && !(gRunHooks.rowSelected && gRunHooks.rowSelected(row))) continue;
+    if (selectedOnly && !ui_.RowSelected(row)) continue;
     ++considered;
     const bool folder = (record.flags & ItemFlags::kFolder) != 0;
     const bool excluded = folder ? FolderLeftOut(record.path) : FileLeftOut(record.path);
@@ -74,76 +112,69 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
 }
 
 // The steps before a defragmentation; false when one of them ends the run.
-bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
-  const bool skipSolidState = (gSettings.solidStateFlags & kSolidStateSkip) != 0;
+bool Run::PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
+  const bool skipSolidState = (options_.solidStateFlags & kSolidStateSkip) != 0;
   bool detected = false;
   uint64_t onSolidState = 0;
   {
     TagScope tag(kTagCheckingDrives);
-    onSolidState = MarkItemsOnSolidStateDrives(detected);
+    onSolidState = MarkItemsOnSolidStateDrives(ui_, options_, detected);
   }
   const uint64_t leftOut = filterSkipped + onSolidState;
   if (leftOut > 0) {
     if (skipSolidState && leftOut == considered) return false;
-    if (AskSolidStateWarning(detected)) return false;
+    if (AskSolidStateWarning(ui_, options_, detected)) return false;
   }
-  const DefragSteps steps = StepsForThisRun();
-  if (!RunDiskCheckStep(steps.diskCheck)) return false;
-  if (!RunCleanupStep(steps.cleanup)) return false;
-  Call(gRunHooks.runLayout, true, true);
+  const StepEnd diskCheck = RunDiskCheckStep(ui_, options_);
+  if (diskCheck != StepEnd::GoOn) {
+    diskErrors_ = diskCheck == StepEnd::StopForDiskErrors;
+    return false;
+  }
+  if (!RunCleanupStep(ui_, options_)) return false;
+  ui_.RunLayout(true, true);
   return true;
 }
 
-void ApplyPendingPriority() {
+void Run::ApplyPendingPriority() {
   if (gRunState.pendingPriority == kNoPriority) return;
-  Call(gRunHooks.applyPriority, gRunState.pendingPriority);
+  ui_.ApplyPriority(gRunState.pendingPriority);
   gRunState.pendingPriority = kNoPriority;
 }
 
-void RefreshCountersAndStatus() {
-  Call(gRunHooks.refreshCounters);
-  Call(gRunHooks.updateStatus, kStatusProcessedCount);
+void Run::RefreshCountersAndStatus() {
+  ui_.RefreshCounters();
+  ui_.UpdateStatus(kStatusProcessedCount);
 }
 
 // Every 32nd position: follow the item, refresh, keep the window alive.
-void EveryThirtySecond(uint64_t row) {
+void Run::EveryThirtySecond(uint64_t row) {
   if (row % 32 != 0) return;
-  if (OptionChecked(kCmdFollowItem)) Call(gRunHooks.scrollToRow, row);
+  if (options_.followItem) ui_.ScrollToRow(row);
   RefreshCountersAndStatus();
-  PumpMessages();
+  ui_.PumpMessages();
 }
 
-void BeginItem(ItemRecord& record, uint64_t row) {
+void Run::BeginItem(ItemRecord& record, uint64_t row) {
   MarkItemProcessing(record);
-  Call(gRunHooks.redrawRow, row);
+  ui_.RedrawRow(row);
   EveryThirtySecond(row);
   gCurrentClusterSize = record.clusterSize;
 }
 
-// The next count at or after which the status is due, after `count` (none
-// refreshed yet: every count is due).
-uint64_t NextStatusRefresh(uint64_t count) {
-  if (count == kNothingRefreshed) return 0;
-  if (count < 32) return 32;
-  if (count < 64) return 64;
-  if (count < 128) return 128;
-  return (count / 256 + 1) * 256;
-}
-
 // The folder worker runs while this thread keeps the window alive and takes
 // its results over in batches whenever the worker nudges it.
-void AnalyseFolderItem(ItemRecord& record) {
-  Call(gRunHooks.redrawItems);
+void Run::AnalyseFolderItem(ItemRecord& record) {
+  ui_.RedrawItems();
   {
     std::lock_guard lock(SharedLock());
     gRun.pendingFragmented.clear();
     gRun.pendingErrors.clear();
   }
   const size_t fragmentedBefore = gRun.fragmented.size();
-  static std::wstring workerFolder;  // outlives the worker
-  workerFolder = record.longPath;
+  static FolderJob workerJob;  // outlives the worker
+  workerJob = FolderJob{record.longPath, &ui_};
   gEngine.doneFlags[kDoneFolderWorker].store(0, std::memory_order_release);
-  if (!gFolderWorker.Start(AnalyseFolderWorker, &workerFolder)) {
+  if (!gFolderWorker.Start(AnalyseFolderWorker, &workerJob)) {
     gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
   }
   uint64_t lastRefreshed = kNothingRefreshed;
@@ -156,31 +187,31 @@ void AnalyseFolderItem(ItemRecord& record) {
       staged = gRun.pendingFragmented.size();
       processed = gRun.counters.filesSeen;
     }
-    if (staged > kFlushBatch) FlushPending();
+    if (staged > kFlushBatch) FlushPending(ui_);
     // The worker may have gone past a refresh point while this thread slept.
     if (processed != lastRefreshed && processed >= NextStatusRefresh(lastRefreshed)) {
       lastRefreshed = processed;
-      Call(gRunHooks.updateStatus, kStatusProcessedCount);
+      ui_.UpdateStatus(kStatusProcessedCount);
     }
     if (StopRequested() && !waitShown) {
       waitShown = true;
-      Call(gRunHooks.updateStatus, kStatusPleaseWait);
+      ui_.UpdateStatus(kStatusPleaseWait);
     }
   };
   showProgress();
-  if (!WaitForWorker(gFolderWorker, showProgress)) {
+  if (!WaitForWorker(ui_, gFolderWorker, showProgress)) {
     // The program is ending: the walk must still end before its lists go.
     RequestStop();
     gFolderWorker.Join();
   }
-  FlushPending();
+  FlushPending(ui_);
   if (gEngine.doneFlags[kDoneFolderWorker].load(std::memory_order_acquire) == 0) {
     // The worker's thread ended before its walk did: what it staged is
     // kept, the folder itself is an error.
     gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
     const std::wstring code = FailureText(kErrorThreadEnded);
     gRun.errors.push_back(MakeErrorEntry(record.longPath, code));
-    Call(gRunHooks.refreshErrors);
+    ui_.RefreshErrors();
     SetItemOutcome(record, ItemState::Error, ItemFlags::kOutcomeError);
   } else if (StopRequested()) {
     ApplyFolderAborted(record);
@@ -190,7 +221,7 @@ void AnalyseFolderItem(ItemRecord& record) {
 }
 
 // The outcome of one relocated file in the run's counters and errors.
-void CountMoveResult(const std::wstring& longPath, const std::wstring& code) {
+void Run::CountMoveResult(const std::wstring& longPath, const std::wstring& code) {
   ++gRun.counters.filesSeen;
   if (code.empty()) {
     ++gRun.counters.filesMoved;
@@ -198,15 +229,15 @@ void CountMoveResult(const std::wstring& longPath, const std::wstring& code) {
     ++gRun.counters.notFragmented;
   } else if (code != kMoveStopped) {
     gRun.errors.push_back(MakeErrorEntry(longPath, code));
-    Call(gRunHooks.refreshErrors);
+    ui_.RefreshErrors();
   }
 }
 
 // The item's counts become those the relocation's own analysis found, so a
 // file shows its state after the move rather than before it.
-void DefragmentFileItem(ItemRecord& record) {
+void Run::DefragmentFileItem(ItemRecord& record) {
   FileAnalysis counts;
-  DefragmentFile(record.path, &counts);
+  DefragmentRunFile(ui_, record.path, &counts);
   record.fragments = static_cast<int64_t>(counts.fragments);
   record.clusters = static_cast<int64_t>(counts.clusters);
   const std::wstring code = gEngine.moveResultCode;
@@ -216,32 +247,32 @@ void DefragmentFileItem(ItemRecord& record) {
 
 // The marked files one by one; a file that is also an item of the list gets
 // its state and counts there.
-void DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) {
+void Run::DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) {
   for (const FragmentedFileRecord& file : files) {
     const std::wstring& path = file.path;
     gCurrentClusterSize = file.clusterSize;
     if (ItemRecord* record = ItemByPath(path); record && !(record->flags & ItemFlags::kFolder)) {
       MarkItemProcessing(*record);
-      Call(gRunHooks.redrawItems);
+      ui_.RedrawItems();
       DefragmentFileItem(*record);
     } else {
-      DefragmentFile(path, nullptr);
+      DefragmentRunFile(ui_, path, nullptr);
       CountMoveResult(path, gEngine.moveResultCode);
     }
-    Call(gRunHooks.redrawItems);
+    ui_.RedrawItems();
     RefreshCountersAndStatus();
     if (StopRequested()) break;
     ApplyPendingPriority();
   }
-  Call(gRunHooks.redrawItems);
+  ui_.RedrawItems();
 }
 
 // The folder's state compares the files that needed a move with the files
 // moved during its walk.
-void DefragmentFolderItem(ItemRecord& record) {
+void Run::DefragmentFolderItem(ItemRecord& record) {
   const uint64_t triedBefore = gRun.counters.filesTried;
   const uint64_t movedBefore = gRun.counters.filesMoved;
-  WalkFolder(record.longPath, WalkKind::Defragmentation);
+  WalkFolder(ui_, record.longPath, WalkKind::Defragmentation);
   if (StopRequested()) {
     ApplyFolderAborted(record);
   } else {
@@ -251,50 +282,50 @@ void DefragmentFolderItem(ItemRecord& record) {
 }
 
 // Scrolling, redrawing and counters after the last item.
-void FinishItems(uint64_t lastRow) {
-  if (!StopRequested() && OptionChecked(kCmdFollowItem) && ItemCount() > 0) {
-    Call(gRunHooks.scrollToRow, lastRow);
+void Run::FinishItems(uint64_t lastRow) {
+  if (!StopRequested() && options_.followItem && ItemCount() > 0) {
+    ui_.ScrollToRow(lastRow);
   }
-  Call(gRunHooks.redrawItems);
+  ui_.RedrawItems();
 }
 
 // Each item the run processes, in list order: begun, worked on, redrawn;
 // a stop asked for during an item ends the loop after it.
 template <typename Work>
-void ProcessItems(const Work& work) {
+void Run::ProcessItems(const Work& work) {
   uint64_t row = 0;
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
     ItemRecord& record = node->record;
     if (!IsProcessed(record)) continue;
     BeginItem(record, row);
     work(record);
-    Call(gRunHooks.redrawRow, row);
+    ui_.RedrawRow(row);
     if (StopRequested()) break;
     ApplyPendingPriority();
   }
   FinishItems(ItemCount() - 1);
 }
 
-void AnalysisRun() {
-  ProcessItems([](ItemRecord& record) {
+void Run::AnalysisRun() {
+  ProcessItems([this](ItemRecord& record) {
     if (record.flags & ItemFlags::kFolder) {
       AnalyseFolderItem(record);
     } else {
-      AnalyseListedFile(record);
+      AnalyseListedFile(ui_, record);
       ++gRun.counters.filesSeen;
     }
   });
   SortAndDeduplicateResults();
   RefreshCountersAndStatus();
-  Call(gRunHooks.enableSaveReport, true);
-  Call(gRunHooks.updateStatus, kStatusItemCount | kStatusWaiting);
+  ui_.EnableSaveReport(true);
+  ui_.UpdateStatus(kStatusItemCount | kStatusWaiting);
 }
 
-void DefragRun(const std::vector<FragmentedFileRecord>* markedFiles) {
+void Run::DefragRun(const std::vector<FragmentedFileRecord>* markedFiles) {
   if (markedFiles) {
     DefragmentMarkedFiles(*markedFiles);
   } else {
-    ProcessItems([](ItemRecord& record) {
+    ProcessItems([this](ItemRecord& record) {
       if (record.flags & ItemFlags::kFolder) {
         DefragmentFolderItem(record);
       } else {
@@ -303,54 +334,31 @@ void DefragRun(const std::vector<FragmentedFileRecord>* markedFiles) {
     });
   }
   RefreshCountersAndStatus();
-  Call(gRunHooks.taskbarProgress, false);
+  ui_.TaskbarProgress(false);
 
   const bool stopped = StopRequested();
-  const uint32_t flags = gApp.runFlags;
-  const bool abortAllowed = (flags & kRunAllowAbort) != 0;
   // Powering off follows only a run the user stopped; the unattended mode
   // decides for itself once the command line's work is done.
-  if (!Unattended() && stopped && !abortAllowed &&
-      ((flags & kRunShutdown) || OptionChecked(kCmdShutdownAfterDefrag))) {
-    Call(gRunHooks.shutdownDialog);
+  if (!Unattended() && stopped && !options_.allowAbort && (options_.shutdown || options_.shutdownAfterDefrag)) {
+    ui_.ShutdownCountdown();
   }
-  Call(gRunHooks.enableSaveReport, false);
-  Call(gRunHooks.runLayout, false, true);
+  ui_.EnableSaveReport(false);
+  ui_.RunLayout(false, true);
   if (!stopped && !Unattended()) {
-    Call(gRunHooks.bringToFront);
-    const bool closeIfOk = (flags & kRunCloseIfOk) != 0;
-    const bool close = (flags & kRunClose) || OptionChecked(kCmdCloseAfterDefrag);
-    if ((closeIfOk && !gRun.errors.empty()) || (!closeIfOk && !close) || (flags & kRunShowReport)) {
-      Call(gRunHooks.showSummary);
+    ui_.BringToFront();
+    const bool closeIfOk = options_.closeIfOk;
+    const bool close = options_.close || options_.closeAfterDefrag;
+    if ((closeIfOk && !gRun.errors.empty()) || (!closeIfOk && !close) || options_.showReport) {
+      ui_.ShowSummary();
     }
-    if (closeIfOk && gRun.errors.empty()) gApp.runFlags |= kRunClose;
+    // A run that ended without errors turns "close if it went well" into
+    // "close" for the runs that follow.
+    if (closeIfOk && gRun.errors.empty()) options_.close = true;
   }
   // The count shown afterwards, in the summary and on the console, is 0.
   gRun.fragmented.clear();
 }
 
-void ClearRunResults() {
-  std::lock_guard lock(SharedLock());
-  gRun.counters = RunCounters{};
-  gRun.fragmented.clear();
-  gRun.errors.clear();
-  gRun.pendingFragmented.clear();
-  gRun.pendingErrors.clear();
-}
-
-// The engine counts the files that reach the volume step.
-struct CountTriedFiles {
-  std::function<void()> previous = gEngineHooks.fileTried;
-  CountTriedFiles() {
-    gEngineHooks.fileTried = [this] {
-      ++gRun.counters.filesTried;
-      if (previous) previous();
-    };
-  }
-  ~CountTriedFiles() { gEngineHooks.fileTried = previous; }
-};
-
-}  // namespace
 
 bool StatusRefreshDue(uint64_t count) {
   if (count <= 32) return count % 32 == 0;
@@ -359,18 +367,18 @@ bool StatusRefreshDue(uint64_t count) {
   return count % 256 == 0;
 }
 
-void FlushPending() {
+void FlushPending(RunUi& ui) {
   {
     std::lock_guard lock(SharedLock());
     for (FragmentedFileRecord& record : gRun.pendingFragmented) {
-      Call(gRunHooks.cacheIcon, record.path);
+      ui.CacheIcon(record.path);
       gRun.fragmented.push_back(std::move(record));
     }
     for (ErrorEntry& entry : gRun.pendingErrors) gRun.errors.push_back(std::move(entry));
     gRun.pendingFragmented.clear();
     gRun.pendingErrors.clear();
   }
-  Call(gRunHooks.refreshCounters);
+  ui.RefreshCounters();
 }
 
 void SortAndDeduplicateResults() {
@@ -390,8 +398,14 @@ void SortAndDeduplicateResults() {
                     gRun.errors.end());
 }
 
-void StartRun(RunMode mode) {
+void StartRun(RunMode mode, RunOptions& options, RunUi& ui) {
+  Run run(options, ui);
   gRunState.lastEnd = RunEnd::NotStarted;
+  gRunState.diskErrors = false;
+  gRunState.lastEnd = run.Start(mode);
+}
+
+RunEnd Run::Start(RunMode mode) {
   uint64_t considered = 0;
   uint64_t skipped = 0;
   // The marked files are taken before the run empties the result lists;
@@ -408,12 +422,15 @@ void StartRun(RunMode mode) {
       }
       ++considered;
     }
-    if (markedFiles.empty()) return;
+    if (markedFiles.empty()) return RunEnd::NotStarted;
   } else {
     SelectItems(mode, considered, skipped);
   }
   const bool defragmenting = IsDefragmentation(mode);
-  if (defragmenting && !PrepareDefragmentation(considered, skipped)) return;
+  if (defragmenting && !PrepareDefragmentation(considered, skipped)) {
+    gRunState.diskErrors = diskErrors_;
+    return RunEnd::NotStarted;
+  }
 
   gRunState.running = true;
   ClearRunResults();
@@ -421,13 +438,11 @@ void StartRun(RunMode mode) {
     std::lock_guard lock(SharedLock());
     gEngine.flags.fetch_and(~kStopRequested);
   }
-  Call(gRunHooks.setHiddenStatus, std::wstring());
-  Call(gRunHooks.enableRunMenus, true);
-  Call(gRunHooks.updateStatus, kStatusRunStarting);
-  Call(gRunHooks.clipChildren, true);
-  if (!Unattended()) Call(gRunHooks.taskbarProgress, true);
+  ui_.EnableRunMenus(true);
+  ui_.UpdateStatus(kStatusRunStarting);
+  ui_.ClipChildren(true);
+  if (!Unattended()) ui_.TaskbarProgress(true);
 
-  CountTriedFiles countTried;
   if (defragmenting) {
     DefragRun(marked ? &markedFiles : nullptr);
   } else {
@@ -437,22 +452,22 @@ void StartRun(RunMode mode) {
   const bool stopped = StopRequested();
   gRunState.lastEnd = stopped ? RunEnd::Stopped : RunEnd::Completed;
 
-  Call(gRunHooks.taskbarProgress, false);
-  Call(gRunHooks.enableResultTabs);
-  Call(gRunHooks.updateStatus, kStatusWaiting | kStatusProcessedCount);
-  Call(gRunHooks.redrawItems);
+  ui_.TaskbarProgress(false);
+  ui_.EnableResultTabs();
+  ui_.UpdateStatus(kStatusWaiting | kStatusProcessedCount);
+  ui_.RedrawItems();
   {
     std::lock_guard lock(SharedLock());
     gRun.pendingErrors.clear();
   }
-  Call(gRunHooks.clipChildren, false);
-  Call(gRunHooks.enableRunMenus, false);
+  ui_.ClipChildren(false);
+  ui_.EnableRunMenus(false);
   gRunState.running = false;
 
   // Closing follows only a defragmentation the user stopped.
-  const uint32_t flags = gApp.runFlags;
-  if (defragmenting && !Unattended() && stopped && !(flags & kRunAllowAbort) &&
-      ((flags & kRunClose) || OptionChecked(kCmdCloseAfterDefrag))) {
-    Call(gRunHooks.requestExit, gRun.errors.empty() ? 0u : 3u);
+  if (defragmenting && !Unattended() && stopped && !options_.allowAbort &&
+      (options_.close || options_.closeAfterDefrag)) {
+    ui_.RequestExit(gRun.errors.empty() ? 0u : 3u);
   }
+  return gRunState.lastEnd;
 }

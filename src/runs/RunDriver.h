@@ -6,6 +6,9 @@
 // the follow-ups.
 #include <cstdint>
 
+class RunUi;
+struct RunOptions;
+
 enum class RunMode : uint32_t {
   DefragmentAll = 0,
   AnalyseAll = 1,
@@ -25,16 +28,21 @@ enum class RunEnd : uint32_t {
 struct RunState {
   bool running = false;
   RunEnd lastEnd = RunEnd::NotStarted;
+  // The disk check before the last run found errors, and the run was not
+  // started for them.
+  bool diskErrors = false;
   // A priority command asked during the run, or all ones.
   uint32_t pendingPriority = 0xFFFFFFFF;
 };
 extern RunState gRunState;
 
-// The only entry: returns when the run and its follow-ups are over.
-void StartRun(RunMode mode);
+// The only entry: returns when the run and its follow-ups are over. The run
+// talks to its user through `ui`; a run that closes "if it went well" turns
+// `options.closeIfOk` into `options.close` for the runs after it.
+void StartRun(RunMode mode, RunOptions& options, RunUi& ui);
 
 // Moves the folder worker's staged results into the run's lists.
-void FlushPending();
+void FlushPending(RunUi& ui);
 
 // Sorts both result lists by path and keeps only the first of equal paths.
 void SortAndDeduplicateResults();

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdio>
 
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 #include "items/ItemList.h"
 #include "runs/RunResults.h"
 #include "util/DateText.h"
@@ -126,13 +126,13 @@ std::vector<std::wstring> AnalysisReportLines(const ReportFormat& format,
   return lines;
 }
 
-bool SaveAnalysisReport(std::wstring path, const ReportFormat& format) {
+bool SaveAnalysisReport(std::wstring path, const ReportFormat& format, MessagePump& pump) {
   if (path.size() < 4 || !EqualNoCase(std::wstring_view(path).substr(path.size() - 4), L".txt")) {
     path += L".txt";
   }
   UnicodeTextWriter writer;
   if (!writer.Create(path)) return false;
-  for (const std::wstring& line : AnalysisReportLines(format, [] { PumpMessages(); })) {
+  for (const std::wstring& line : AnalysisReportLines(format, [&pump] { pump.PumpMessages(); })) {
     writer.WriteLine(line);
   }
   writer.Close();

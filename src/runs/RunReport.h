@@ -30,9 +30,12 @@ std::wstring RightAligned16(const std::wstring& text);
 std::vector<std::wstring> AnalysisReportLines(const ReportFormat& format,
                                               const std::function<void()>& eachLine = {});
 
-// Writes the report (".txt" appended when missing). False when the file could
+class MessagePump;
+
+// Writes the report (".txt" appended when missing), keeping the window alive
+// through `pump` while a long list is formatted. False when the file could
 // not be created.
-bool SaveAnalysisReport(std::wstring path, const ReportFormat& format);
+bool SaveAnalysisReport(std::wstring path, const ReportFormat& format, MessagePump& pump);
 
 // The console summary, as the texts to write one after another (each short
 // enough for one console write), for the analysis of every item and for the

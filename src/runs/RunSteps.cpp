@@ -1,11 +1,11 @@
 #include "runs/RunSteps.h"
 
-#include "app/RunFlags.h"
 #include "engine/Relocation.h"
 #include "engine/SolidState.h"
 #include "items/ItemList.h"
 #include "runs/FolderWalk.h"
-#include "runs/RunHooks.h"
+#include "runs/RunOptions.h"
+#include "runs/RunUi.h"
 #include "settings/Settings.h"
 
 namespace {
@@ -16,11 +16,11 @@ bool ToBeProcessed(const ItemRecord& record) {
 
 }  // namespace
 
-uint64_t MarkItemsOnSolidStateDrives(bool& detected) {
+uint64_t MarkItemsOnSolidStateDrives(RunUi& ui, const RunOptions& options, bool& detected) {
   detected = false;
-  const uint32_t flags = gSettings.solidStateFlags;
+  const uint32_t flags = options.solidStateFlags;
   if (flags & kSolidStateNoDetection) return 0;
-  if (gRunHooks.setBusyState) gRunHooks.setBusyState(kBusyCheckingDrives);
+  ui.SetBusyState(kBusyCheckingDrives);
   bool used[26] = {};
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
     const std::wstring& path = node->record.path;
@@ -41,46 +41,41 @@ uint64_t MarkItemsOnSolidStateDrives(bool& detected) {
       if (flags & kSolidStateSkip) record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
     }
   }
-  if (gRunHooks.setBusyState) gRunHooks.setBusyState(kBusyIdle);
-  if (gRunHooks.redrawItems) gRunHooks.redrawItems();
+  ui.SetBusyState(kBusyIdle);
+  ui.RedrawItems();
   return count;
 }
 
-bool AskSolidStateWarning(bool detected) {
-  const uint32_t flags = gSettings.solidStateFlags;
-  if ((flags & kSolidStateSkip) || (flags & kSolidStateNoDetection) || !detected) return false;
-  return gRunHooks.solidStateWarning && gRunHooks.solidStateWarning();
+bool AskSolidStateWarning(RunUi& ui, const RunOptions& options, bool detected) {
+  const uint32_t flags = options.solidStateFlags;
+  if (!(flags & kSolidStateWarn) || (flags & kSolidStateSkip) || (flags & kSolidStateNoDetection) || !detected) {
+    return false;
+  }
+  if (options.unattended) return false;
+  return ui.SolidStateWarning();
 }
 
-DefragSteps StepsForThisRun() {
-  DefragSteps steps;
-  steps.diskCheck = gRunHooks.diskCheckChoice ? gRunHooks.diskCheckChoice() : kDiskCheckOff;
-  steps.cleanup = gRunHooks.cleanupChoice ? gRunHooks.cleanupChoice() : kCleanupOff;
-  if (gApp.runFlags & kRunNoGui) {
-    if (!(gApp.runFlags & kRunDiskCheckGiven)) steps.diskCheck = kDiskCheckOff;
-    if (!(gApp.runFlags & kRunCleanupGiven)) steps.cleanup = kCleanupOff;
+DefragSteps StepsForThisRun(const DefragSteps& stored, bool unattended, bool diskCheckGiven, bool cleanupGiven) {
+  DefragSteps steps = stored;
+  if (unattended) {
+    if (!diskCheckGiven) steps.diskCheck = kDiskCheckOff;
+    if (!cleanupGiven) steps.cleanup = kCleanupOff;
   }
   return steps;
 }
 
-bool RunDiskCheckStep(uint32_t choice) {
-  if (choice == kDiskCheckOff) return true;
-  if (gRunHooks.setHiddenStatus) gRunHooks.setHiddenStatus(std::wstring());
-  // Without the dialog there is nothing to check with: the run goes on.
-  if (!gRunHooks.diskCheckDialog) return true;
-  const int result = gRunHooks.diskCheckDialog();
-  if (result == kDiskCheckCancelled) return false;
-  if (!(result & kDiskCheckErrorsFound)) return true;
-  const bool close = (gApp.runFlags & kRunNoGui) ||
-                     (gRunHooks.closeForDiskErrors && gRunHooks.closeForDiskErrors());
-  if (!close) return true;
-  if (gRunHooks.setHiddenStatus) gRunHooks.setHiddenStatus(kDiskCheckErrorsMarker);
-  return false;
+StepEnd RunDiskCheckStep(RunUi& ui, const RunOptions& options) {
+  if (options.diskCheck == kDiskCheckOff) return StepEnd::GoOn;
+  const int result = ui.DiskCheck(options.diskCheck == kDiskCheckAuto);
+  if (result == kDiskCheckCancelled) return StepEnd::Stop;
+  if (!(result & kDiskCheckErrorsFound)) return StepEnd::GoOn;
+  const bool close = options.unattended || ui.CloseForDiskErrors();
+  return close ? StepEnd::StopForDiskErrors : StepEnd::GoOn;
 }
 
-bool RunCleanupStep(uint32_t choice) {
-  if (choice == kCleanupOff || !gRunHooks.cleanupDialog) return true;
-  if (gRunHooks.cleanupDialog()) return true;
+bool RunCleanupStep(RunUi& ui, const RunOptions& options) {
+  if (options.cleanup == kCleanupOff) return true;
+  if (ui.Cleanup(options.cleanup == kCleanupAuto)) return true;
   RequestStop();
   return false;
 }

@@ -1,8 +1,11 @@
 #pragma once
 // The steps before a defragmentation: the solid-state drive count and its
-// warning, the disk check and the cleanup. Their dialogs come through the
-// run hooks; without them each step takes its "nothing to do" path.
+// warning, the disk check and the cleanup. Their questions go to the run's
+// user through its RunUi.
 #include <cstdint>
+
+class RunUi;
+struct RunOptions;
 
 constexpr uint32_t kBusyCheckingDrives = 9001;
 
@@ -18,22 +21,28 @@ constexpr uint32_t kCleanupAsk = 9055;
 // begin with the upper-case letter; with "SKIPSSD=" on they are marked
 // skipped. `detected` tells whether any drive was one. Nothing is asked, and
 // 0 returned, while detection is off.
-uint64_t MarkItemsOnSolidStateDrives(bool& detected);
+uint64_t MarkItemsOnSolidStateDrives(RunUi& ui, const RunOptions& options, bool& detected);
 
-// True when the user chose not to defragment after the warning (never asked
-// when skipping is on, nothing was detected or detection is off).
-bool AskSolidStateWarning(bool detected);
+// True when the user chose not to defragment after the warning. Asked only
+// when the warning is on, skipping is off, detection is on, a drive was
+// detected and there is a user to ask: unattended, the settings decide.
+bool AskSolidStateWarning(RunUi& ui, const RunOptions& options, bool detected);
 
 struct DefragSteps {
   uint32_t diskCheck = kDiskCheckOff;
   uint32_t cleanup = kCleanupOff;
 };
-// The choices for this run: the stored ones, except that the unattended mode
+// The choices for a run: the stored ones, except that the unattended mode
 // takes a choice not given on its command line as none (the stored choice
 // itself is left alone).
-DefragSteps StepsForThisRun();
+DefragSteps StepsForThisRun(const DefragSteps& stored, bool unattended, bool diskCheckGiven, bool cleanupGiven);
 
-// False when the step ends the run. A disk check that found errors leaves
-// "FQ" in the hidden status field when it ends the run.
-bool RunDiskCheckStep(uint32_t choice);
-bool RunCleanupStep(uint32_t choice);
+enum class StepEnd {
+  GoOn,
+  Stop,
+  // The disk check found errors and the run closes for them.
+  StopForDiskErrors,
+};
+StepEnd RunDiskCheckStep(RunUi& ui, const RunOptions& options);
+// False when the cleanup ends the run.
+bool RunCleanupStep(RunUi& ui, const RunOptions& options);

@@ -78,7 +78,8 @@ int BuiltInCleanup(HWND owner, bool quiet, HWND working) {
   if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
   if (working) SetWindowTextW(working, L"Eliminazione dei file temporanei in corso...");
   gCleanupCount = 0;
-  DeleteFolderContents(folder);
+  WindowMessagePump pump;
+  DeleteFolderContents(pump, folder);
   if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
   return kCleanupResultDone;
 }
@@ -121,7 +122,8 @@ void StartCleanup(HWND dialog) {
   }
   EnableWindow(GetDlgItem(dialog, IDCANCEL), FALSE);
   SetDlgItemTextW(dialog, kExplanation, L"Eliminazione dei file temporanei in corso...");
-  RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
+  WindowMessagePump pump;
+  RunAndWait(pump, path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
   EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
   EndDialog(dialog, kCleanupResultDone);
 }
@@ -292,6 +294,7 @@ int RunCleanupUnattended() {
   const std::wstring& path = gSettings.cleanupProgramPath;
   if (path.empty()) return BuiltInCleanup(nullptr, true, nullptr);
   if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return kCleanupResultCancelled;
-  RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
+  WindowMessagePump pump;
+  RunAndWait(pump, path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
   return kCleanupResultDone;
 }

@@ -34,6 +34,8 @@ void Option(HWND window, uint32_t command) {
                     FormatWithStrings(Text(kStrCommandWithoutHandler, L"Il comando %s non ha un gestore."),
                                       {std::to_wstring(command)}));
   }
+  // A running run reads some of the options as they change.
+  FollowRunOptionMarks();
 }
 
 void Selection(HWND window, uint32_t command) {

@@ -201,7 +201,8 @@ void RunCheck(HWND dialog) {
     request.fileSystem = fileSystem;
     request.root = RootOf(letter);
     bool quit = false;
-    if (CheckVolume(request, sink, quit)) gDiskDialog.errors = kErrorsFound;
+    WindowMessagePump pump;
+    if (CheckVolume(pump, request, sink, quit)) gDiskDialog.errors = kErrorsFound;
     if (quit) return;
     SetCell(list, thisRow, 1, Text(kStrDiskCheckDone, L"Completato"));
   }
@@ -442,7 +443,8 @@ int RunDiskCheckUnattended() {
     request.fileSystem = FileSystemOf(root, nullptr);
     request.root = root;
     bool quit = false;
-    if (CheckVolume(request, DiskCheckSink{}, quit)) errors = kErrorsFound;
+    WindowMessagePump pump;
+    if (CheckVolume(pump, request, DiskCheckSink{}, quit)) errors = kErrorsFound;
     if (quit) break;
   }
   return 1 + errors + kAutoContinueValue;

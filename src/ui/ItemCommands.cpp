@@ -187,7 +187,8 @@ void OpenSelectedFolder(HWND) {
   wchar_t windows[MAX_PATH] = {};
   const UINT length = GetWindowsDirectoryW(windows, MAX_PATH);
   if (length == 0 || length >= MAX_PATH) return;
-  RunAndWait(std::wstring(windows) + L"\\explorer.exe",
+  WindowMessagePump pump;
+  RunAndWait(pump, std::wstring(windows) + L"\\explorer.exe",
              FolderViewParameters(paths.front().path, paths.front().isFolder), SW_SHOWNORMAL, false);
 }
 

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 #include "engine/EngineThread.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunDriver.h"
-#include "runs/RunHooks.h"
+#include "runs/RunUi.h"
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
 #include "ui/CommandIds.h"
@@ -271,34 +271,6 @@ bool OnCommand(WPARAM wParam, LPARAM lParam) {
   return true;
 }
 
-// What the engine needs of the window, unless a caller set its own first.
-void FillEngineHooks() {
-  EngineHooks& hooks = gEngineHooks;
-  if (!hooks.pumpMessages) hooks.pumpMessages = PumpWindowMessages;
-  if (!hooks.waitForWorker) hooks.waitForWorker = WaitForWorkerWithMessages;
-  if (!hooks.text) hooks.text = [](uint32_t id, const wchar_t* literal) { return std::wstring(Text(id, literal)); };
-  if (!hooks.setStatusText) hooks.setStatusText = SetUpperStatusPart;
-  if (!hooks.setWorkingIcon) hooks.setWorkingIcon = SetLowerStatusIcon;
-  if (!hooks.showProgress) {
-    hooks.showProgress = [](uint64_t last) {
-      SendMessageW(gMain.progress, kProgressSetRange, 0, static_cast<LPARAM>(last));
-      ShowWindow(gMain.progress, SW_SHOW);
-    };
-  }
-  if (!hooks.setProgress) {
-    // Called from the move thread: only post.
-    hooks.setProgress = [](uint64_t position) {
-      PostMessageW(gMain.progress, kProgressSetPosition, 0, static_cast<LPARAM>(position));
-    };
-  }
-  if (!hooks.hideProgress) hooks.hideProgress = [] { ShowWindow(gMain.progress, SW_HIDE); };
-  if (!hooks.redrawList) {
-    hooks.redrawList = [] {
-      if (gMain.list) RefreshItemRows(gMain.list);
-    };
-  }
-}
-
 // A virtual report list of the bottom panel, hosted in the tab body.
 HWND CreatePanelList(HWND window, int id) {
   HWND list = CreateWindowExW(0, WC_LISTVIEWW, L"",
@@ -350,7 +322,6 @@ void OnInitDialog(HWND window) {
   InitStatusBars(gMain.statusUpper, gMain.statusLower);
   LayoutChildren();
   InitItemListView(gMain.list);
-  FillEngineHooks();
   UpdateMainStatus(kStatusItemCount | kStatusWaiting);
   ShowBottomTabContent();
   RefreshCommandStates();
@@ -495,6 +466,24 @@ bool WaitForWorkerWithMessages(WorkerThread& worker) {
     worker.WaitEndedOrNudged();
   }
   return PumpWindowMessages();
+}
+
+bool WindowMessagePump::PumpMessages() { return PumpWindowMessages(); }
+bool WindowMessagePump::WaitForWorker(WorkerThread& worker) { return WaitForWorkerWithMessages(worker); }
+
+void ShowMainProgress(uint64_t last) {
+  SendMessageW(gMain.progress, kProgressSetRange, 0, static_cast<LPARAM>(last));
+  ShowWindow(gMain.progress, SW_SHOW);
+}
+
+void SetMainProgress(uint64_t position) {
+  PostMessageW(gMain.progress, kProgressSetPosition, 0, static_cast<LPARAM>(position));
+}
+
+void HideMainProgress() { ShowWindow(gMain.progress, SW_HIDE); }
+
+void RedrawMainItemRows() {
+  if (gMain.list) RefreshItemRows(gMain.list);
 }
 
 HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup) {

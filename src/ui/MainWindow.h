@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-class WorkerThread;
+#include "engine/EngineUi.h"
 
 struct MainWindowSetup {
   // The checks that the platform offers what the program needs; they end the
@@ -46,6 +46,20 @@ HWND MainErrorListView();
 // the worker ends or nudges or a message arrives.
 bool PumpWindowMessages();
 bool WaitForWorkerWithMessages(WorkerThread& worker);
+// The same two as the engine's message pump.
+class WindowMessagePump : public MessagePump {
+ public:
+  bool PumpMessages() override;
+  bool WaitForWorker(WorkerThread& worker) override;
+};
+
+// The progress bar of the lower status bar: range 1..last, shown; a position
+// (posted: called from the move thread); hidden.
+void ShowMainProgress(uint64_t last);
+void SetMainProgress(uint64_t position);
+void HideMainProgress();
+// The item list's rows repainted from their records.
+void RedrawMainItemRows();
 
 // Shows the window at the size the settings hold (maximised when asked).
 void ShowMainWindow(bool maximized);

@@ -1,7 +1,6 @@
 #include "ui/PreRunSteps.h"
 
-#include "app/RunFlags.h"
-#include "runs/RunHooks.h"
+#include "runs/RunUi.h"
 #include "runs/RunSteps.h"
 #include "ui/CleanupDialog.h"
 #include "ui/DiskCheckDialog.h"
@@ -17,13 +16,10 @@ constexpr int kKeepOff = 100;     // "&Non deframmentare"
 constexpr int kGoOnAnyway = 200;  // "&Deframmenta comunque"
 constexpr int kSolidStateWarningWidth = 480;
 
-struct PreRunState {
-  HWND main = nullptr;
-};
-PreRunState gPreRun;
+HWND Main() { return MainWindowHandle(); }
 
 uint32_t RadioIn(uint32_t first, uint32_t last, uint32_t fallback) {
-  HMENU menu = gPreRun.main ? GetMenu(gPreRun.main) : nullptr;
+  HMENU menu = Main() ? GetMenu(Main()) : nullptr;
   for (uint32_t command = first; menu && command <= last; ++command) {
     if (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) return command;
   }
@@ -31,14 +27,14 @@ uint32_t RadioIn(uint32_t first, uint32_t last, uint32_t fallback) {
 }
 
 void SetRadio(uint32_t first, uint32_t last, uint32_t command) {
-  if (HMENU menu = gPreRun.main ? GetMenu(gPreRun.main) : nullptr) {
+  if (HMENU menu = Main() ? GetMenu(Main()) : nullptr) {
     CheckMenuRadioItem(menu, first, last, command, MF_BYCOMMAND);
   }
 }
 
-bool SolidStateWarning() {
-  // Unattended, the question takes its default: the files stay as they are.
-  if (gApp.runFlags & kRunNoGui) return true;
+}  // namespace
+
+bool SolidStateWarningDialog(HWND owner) {
   const std::wstring text = std::wstring(L"<b>") + Text(kStrSolidStateHeading, L"Rilevato disco SSD") + L"</b>\r\n\r\n" +
                             Text(kStrSolidStateText,
                                  L"Le prestazioni delle unità a stato solido non sono influenzate dalla frammentazione "
@@ -48,27 +44,29 @@ bool SolidStateWarning() {
   const std::vector<MessageButton> buttons = {
       {kKeepOff, Text(kStrSolidStateKeepOff, L"&Non deframmentare")},
       {kGoOnAnyway, Text(kStrSolidStateGoOn, L"&Deframmenta comunque")}};
-  const int result = RunMessageDialogWithButtons(gPreRun.main, kMsgIconWarning, text,
+  const int result = RunMessageDialogWithButtons(owner, kMsgIconWarning, text,
                                                  Text(kStrSolidStateTitle, L"Disco SSD"), buttons,
                                                  kSolidStateWarningWidth);
   return result == kKeepOff;
 }
 
-int DiskCheckDialog() {
-  if (gApp.runFlags & kRunNoGui) return RunDiskCheckUnattended();
-  return RunDiskCheckDialog(gPreRun.main, DiskCheckChoice() == kDiskCheckAuto);
+int DiskCheckForRun(HWND owner, bool automatic, bool unattended) {
+  if (unattended) return RunDiskCheckUnattended();
+  return RunDiskCheckDialog(owner, automatic);
 }
 
-// Question 318 after a check that found errors: "Esci" closes.
-bool CloseForDiskErrors() {
+bool CloseForDiskErrorsQuestion(HWND owner) {
   const int answer = ShowMessageBox(
-      gPreRun.main, kMsgIconWarning | kMsgContinueQuit, kStrDiskErrorsQuestion,
+      owner, kMsgIconWarning | kMsgContinueQuit, kStrDiskErrorsQuestion,
       L"Sono stati rilevati errori durante il controllo di coerenza sul disco. Si consiglia di chiudere Ordalis e "
       L"correggere gli errori. In alternativa, è possibile continuare normalmente.");
   return answer == kMsgResultQuit;
 }
 
-}  // namespace
+bool CleanupForRun(HWND owner, bool automatic, bool unattended) {
+  const int result = unattended ? RunCleanupUnattended() : RunCleanupDialog(owner, automatic);
+  return result != kCleanupResultCancelled;
+}
 
 uint32_t DiskCheckChoice() { return RadioIn(kDiskCheckAuto, kDiskCheckAsk, kDiskCheckAsk); }
 void SetDiskCheckChoice(uint32_t command) { SetRadio(kDiskCheckAuto, kDiskCheckAsk, command); }
@@ -88,23 +86,4 @@ std::vector<WORD> EmptyDialogTemplate(DWORD style) {
   for (const wchar_t* c = L"Segoe UI"; *c; ++c) words.push_back(*c);
   words.push_back(0);
   return words;
-}
-
-void InstallPreRunSteps(HWND mainWindow) {
-  gPreRun.main = mainWindow;
-  RunHooks& hooks = gRunHooks;
-  hooks.diskCheckChoice = DiskCheckChoice;
-  hooks.cleanupChoice = CleanupChoice;
-  hooks.solidStateWarning = SolidStateWarning;
-  hooks.diskCheckDialog = DiskCheckDialog;
-  hooks.closeForDiskErrors = CloseForDiskErrors;
-  // While the drives are asked what they are, the pointer says so.
-  hooks.setBusyState = [](uint32_t state) {
-    SetCursor(LoadCursorW(nullptr, state == kBusyCheckingDrives ? IDC_WAIT : IDC_ARROW));
-  };
-  hooks.cleanupDialog = [] {
-    const int result = (gApp.runFlags & kRunNoGui) ? RunCleanupUnattended()
-                                                   : RunCleanupDialog(gPreRun.main, CleanupChoice() == kCleanupAuto);
-    return result != kCleanupResultCancelled;
-  };
 }

@@ -7,15 +7,18 @@
 #include <string>
 
 #include "app/RunFlags.h"
-#include "engine/EngineHooks.h"
 #include "engine/Analysis.h"
 #include "filters/win32/ChoiceDialog.h"
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
+#include "settings/StoredCommands.h"
+#include "settings/Settings.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunDriver.h"
-#include "runs/RunHooks.h"
+#include "runs/RunOptions.h"
+#include "runs/RunUi.h"
+#include "runs/UnattendedRun.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
 #include "ui/Artwork.h"
@@ -24,6 +27,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
+#include "ui/StatusBars.h"
 #include "ui/StatusBars.h"
 #include "ui/TaskbarProgress.h"
 #include "util/StringIds.h"
@@ -35,15 +39,21 @@ constexpr UINT_PTR kShutdownTimer = 1;
 constexpr UINT kShutdownStepMs = 250;
 constexpr int kShutdownSteps = 60;
 
+class WindowRunUi;
+
 struct RunWindowState {
   HWND main = nullptr;
   RunWindowSetup setup;
+  // What the window's runs are told; the options that may change during a
+  // run follow their menu marks as they change.
+  RunOptions options;
 };
 RunWindowState gRunWindow;
 
-HWND Control(int id) { return gRunWindow.main ? GetDlgItem(gRunWindow.main, id) : nullptr; }
-
-void TaskbarProgress(bool busy) { SetTaskbarBusy(gRunWindow.main, busy); }
+bool MenuChecked(uint32_t command) {
+  HMENU menu = gRunWindow.main ? GetMenu(gRunWindow.main) : nullptr;
+  return menu && (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) != 0;
+}
 
 void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
   FILETIME utc{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
@@ -58,7 +68,11 @@ void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
 
 HWND ItemListView() { return MainItemListView(); }
 
+void PowerOff();
+void RequestExitCode(uint32_t code);
+
 void SaveReportCommand(HWND owner) {
+  WindowMessagePump pump;
   wchar_t name[MAX_PATH * 2] = L"";
   std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L'\0' +
                         L"*.txt" + L'\0' + L'\0';
@@ -71,7 +85,7 @@ void SaveReportCommand(HWND owner) {
   dialog.lpstrDefExt = nullptr;
   dialog.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
   if (!GetSaveFileNameW(&dialog)) return;
-  if (!SaveAnalysisReport(name, PlatformReportFormat())) return;
+  if (!SaveAnalysisReport(name, PlatformReportFormat(), pump)) return;
   ShowMessage(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
               MB_OK | MB_ICONINFORMATION);
 }
@@ -145,23 +159,135 @@ void RequestExitCode(uint32_t code) {
   if (gRunWindow.setup.requestExit) gRunWindow.setup.requestExit(code);
 }
 
-bool RowSelected(uint64_t row) {
-  HWND list = ItemListView();
-  return list && (ListView_GetItemState(list, static_cast<int>(row), LVIS_SELECTED) & LVIS_SELECTED);
-}
-
 void WriteConsole(const std::vector<std::wstring>& texts) {
   if (!gRunWindow.setup.consoleWrite) return;
   for (const std::wstring& text : texts) gRunWindow.setup.consoleWrite(text);
 }
 
-// The exit code of the unattended mode once its runs are over: 2 when the
-// disk check stopped the defragmentation for errors, 3 for a stopped
-// defragmentation that closes with errors, else 4 when any run left errors.
-uint32_t UnattendedExitCode(bool diskErrors, bool stoppedWithErrors, bool anyErrors) {
-  if (diskErrors) return 2;
-  if (stoppedWithErrors) return 3;
-  return anyErrors ? 4 : 0;
+// The main window's side of a run: its status bars, lists, dialogs and
+// task-bar button.
+class WindowRunUi final : public RunUi {
+ public:
+  bool PumpMessages() override { return PumpWindowMessages(); }
+  bool WaitForWorker(WorkerThread& worker) override { return WaitForWorkerWithMessages(worker); }
+  std::wstring Text(uint32_t id, const wchar_t* literal) override { return ::Text(id, literal); }
+  void SetStatusText(int part, const std::wstring& text) override { SetUpperStatusPart(part, text); }
+  void SetWorkingIcon(bool working) override { SetLowerStatusIcon(working); }
+  void ShowProgress(uint64_t last) override { ShowMainProgress(last); }
+  // Called from the move thread: only posts.
+  void SetProgress(uint64_t position) override { SetMainProgress(position); }
+  void HideProgress() override { HideMainProgress(); }
+  void RedrawList() override { RedrawMainItemRows(); }
+
+  bool RowSelected(uint64_t row) override {
+    HWND list = ItemListView();
+    return list && (ListView_GetItemState(list, static_cast<int>(row), LVIS_SELECTED) & LVIS_SELECTED);
+  }
+  void ScrollToRow(uint64_t row) override {
+    if (HWND list = ItemListView()) ListView_EnsureVisible(list, static_cast<int>(row), FALSE);
+  }
+  void RedrawRow(uint64_t row) override {
+    if (HWND list = ItemListView()) ListView_RedrawItems(list, static_cast<int>(row), static_cast<int>(row));
+  }
+  void RedrawItems() override {
+    if (HWND list = ItemListView()) InvalidateRect(list, nullptr, FALSE);
+  }
+  // The fragmented files, the errors and the counters show in the bottom
+  // panel; staged results bring both lists.
+  void RefreshCounters() override {
+    ::RefreshCounters();
+    RefreshResultList();
+    RefreshErrorList();
+  }
+  void RefreshErrors() override {
+    ::RefreshCounters();
+    RefreshErrorList();
+  }
+  // The shell's icon of a listed file is looked up once, as it is listed,
+  // rather than while the list paints.
+  void CacheIcon(const std::wstring& path) override { ShellImageIndex(path, false); }
+  void UpdateStatus(uint32_t flags) override { UpdateMainStatus(flags); }
+  void RunLayout(bool running, bool defragmenting) override {
+    SetRunInProgress(running);
+    if (defragmenting) SetDefragmentationLayout(running);
+  }
+  void EnableResultTabs() override {
+    RefreshResultList();
+    RefreshErrorList();
+  }
+  void EnableRunMenus(bool) override { RefreshCommandStates(); }
+  void EnableSaveReport(bool enabled) override { SetMainReportReady(enabled); }
+  void ClipChildren(bool on) override {
+    if (!gRunWindow.main) return;
+    LONG_PTR style = GetWindowLongPtrW(gRunWindow.main, GWL_STYLE);
+    SetWindowLongPtrW(gRunWindow.main, GWL_STYLE, on ? (style | WS_CLIPCHILDREN) : (style & ~WS_CLIPCHILDREN));
+  }
+  void TaskbarProgress(bool busy) override { SetTaskbarBusy(gRunWindow.main, busy); }
+  void SetBusyState(uint32_t state) override { SetMainBusyState(state); }
+  void BringToFront() override {
+    if (gRunWindow.main) SetForegroundWindow(gRunWindow.main);
+  }
+
+  bool SolidStateWarning() override { return SolidStateWarningDialog(gRunWindow.main); }
+  int DiskCheck(bool automatic) override {
+    return DiskCheckForRun(gRunWindow.main, automatic, gRunWindow.options.unattended);
+  }
+  bool CloseForDiskErrors() override { return CloseForDiskErrorsQuestion(gRunWindow.main); }
+  bool Cleanup(bool automatic) override {
+    return CleanupForRun(gRunWindow.main, automatic, gRunWindow.options.unattended);
+  }
+
+  void ShowSummary() override { ShowRunSummary(gRunWindow.main); }
+  void ShutdownCountdown() override {
+    if (gRunWindow.options.unattended) {
+      PowerOff();
+    } else {
+      RunShutdownCountdown(gRunWindow.main);
+    }
+  }
+  void RequestExit(uint32_t code) override { RequestExitCode(code); }
+  void ApplyPriority(uint32_t command) override {
+    if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
+  }
+  void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override {
+    LocalDateTexts(ticks, date, time);
+  }
+  void ConsoleSummary(bool, const std::vector<std::wstring>& section) override { WriteConsole(section); }
+  void PowerOff() override { ::PowerOff(); }
+};
+
+// The options of the window's runs, taken afresh from the command line and
+// the settings.
+RunOptions& WindowRunOptions() {
+  RunOptions& options = gRunWindow.options;
+  const uint32_t flags = gApp.runFlags;
+  options.unattended = (flags & kRunNoGui) != 0;
+  options.analyse = (flags & kRunAnalyze) != 0;
+  options.defragment = (flags & kRunDefrag) != 0;
+  options.close = (flags & kRunClose) != 0;
+  options.closeIfOk = (flags & kRunCloseIfOk) != 0;
+  options.shutdown = (flags & kRunShutdown) != 0;
+  options.showReport = (flags & kRunShowReport) != 0;
+  options.allowAbort = (flags & kRunAllowAbort) != 0;
+  FollowRunOptionMarks();
+  const DefragSteps steps = StepsForThisRun({DiskCheckChoice(), CleanupChoice()}, options.unattended,
+                                            (flags & kRunDiskCheckGiven) != 0, (flags & kRunCleanupGiven) != 0);
+  options.diskCheck = steps.diskCheck;
+  options.cleanup = steps.cleanup;
+  options.solidStateFlags = gSettings.solidStateFlags;
+  return options;
+}
+
+// A run that closes "if it went well" and did, closes after later runs too.
+void KeepCloseAfterRun(const RunOptions& options) {
+  if (options.close) gApp.runFlags |= kRunClose;
+}
+
+void StartWindowRun(RunMode mode) {
+  RunOptions& options = WindowRunOptions();
+  WindowRunUi ui;
+  StartRun(mode, options, ui);
+  KeepCloseAfterRun(options);
 }
 
 }  // namespace
@@ -207,79 +333,6 @@ ReportFormat PlatformReportFormat() {
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
   gRunWindow.main = mainWindow;
   gRunWindow.setup = setup;
-  RunHooks& hooks = gRunHooks;
-  hooks.rowSelected = RowSelected;
-  hooks.scrollToRow = [](uint64_t row) {
-    if (HWND list = ItemListView()) ListView_EnsureVisible(list, static_cast<int>(row), FALSE);
-  };
-  hooks.redrawRow = [](uint64_t row) {
-    if (HWND list = ItemListView()) ListView_RedrawItems(list, static_cast<int>(row), static_cast<int>(row));
-  };
-  hooks.redrawItems = [] {
-    if (HWND list = ItemListView()) InvalidateRect(list, nullptr, FALSE);
-  };
-  hooks.updateStatus = [](uint32_t flags) { UpdateMainStatus(flags); };
-  // The fragmented files, the errors and the counters show in the bottom
-  // panel; staged results bring both lists.
-  hooks.refreshCounters = [] {
-    RefreshCounters();
-    RefreshResultList();
-    RefreshErrorList();
-  };
-  hooks.refreshErrors = [] {
-    RefreshCounters();
-    RefreshErrorList();
-  };
-  hooks.enableResultTabs = [] {
-    RefreshResultList();
-    RefreshErrorList();
-  };
-  hooks.runLayout = [](bool running, bool defragmenting) {
-    SetRunInProgress(running);
-    if (defragmenting) SetDefragmentationLayout(running);
-  };
-  hooks.clipChildren = [](bool on) {
-    if (!gRunWindow.main) return;
-    LONG_PTR style = GetWindowLongPtrW(gRunWindow.main, GWL_STYLE);
-    SetWindowLongPtrW(gRunWindow.main, GWL_STYLE, on ? (style | WS_CLIPCHILDREN) : (style & ~WS_CLIPCHILDREN));
-  };
-  hooks.taskbarProgress = TaskbarProgress;
-  hooks.hiddenStatus = [] {
-    wchar_t buffer[16] = L"";
-    if (HWND field = Control(IDC_HIDDEN_STATUS)) GetWindowTextW(field, buffer, 16);
-    return std::wstring(buffer);
-  };
-  hooks.setHiddenStatus = [](const std::wstring& text) {
-    if (HWND field = Control(IDC_HIDDEN_STATUS)) SetWindowTextW(field, text.c_str());
-  };
-  hooks.bringToFront = [] {
-    if (gRunWindow.main) SetForegroundWindow(gRunWindow.main);
-  };
-  hooks.optionChecked = [](uint32_t command) {
-    HMENU menu = gRunWindow.main ? GetMenu(gRunWindow.main) : nullptr;
-    return menu && (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) != 0;
-  };
-  hooks.showSummary = [] { ShowRunSummary(gRunWindow.main); };
-  hooks.shutdownDialog = [] {
-    if (gApp.runFlags & kRunNoGui) {
-      PowerOff();
-    } else {
-      RunShutdownCountdown(gRunWindow.main);
-    }
-  };
-  hooks.requestExit = RequestExitCode;
-  hooks.applyPriority = [](uint32_t command) {
-    if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
-  };
-  hooks.dateTexts = LocalDateTexts;
-  // The solid-state warning, the disk check and the cleanup.
-  InstallPreRunSteps(mainWindow);
-  hooks.enableSaveReport = SetMainReportReady;
-  hooks.enableRunMenus = [](bool) { RefreshCommandStates(); };
-  hooks.setBusyState = SetMainBusyState;
-  // The shell's icon of a listed file is looked up once, as it is listed,
-  // rather than while the list paints.
-  hooks.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
   ItemHooks& items = gItemSettings.hooks;
   items.setBusyState = SetMainBusyState;
   items.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
@@ -292,13 +345,11 @@ void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
   };
 }
 
-std::vector<std::string> MissingProgramHooks() {
-  std::vector<std::string> missing;
-  for (const std::string& name : MissingEngineHooks(gEngineHooks)) missing.push_back("engine." + name);
-  for (const std::string& name : MissingRunHooks(gRunHooks)) missing.push_back("run." + name);
-  for (const std::string& name : MissingItemHooks(gItemSettings.hooks)) missing.push_back("item." + name);
-  for (uint32_t command : CommandsWithoutHandler()) missing.push_back("command." + std::to_string(command));
-  return missing;
+void FollowRunOptionMarks() {
+  RunOptions& options = gRunWindow.options;
+  options.followItem = MenuChecked(kCmdFollowItem);
+  options.closeAfterDefrag = MenuChecked(kCmdCloseAfterDefrag);
+  options.shutdownAfterDefrag = MenuChecked(kCmdShutdownAfterDefrag);
 }
 
 bool HandleRunCommand(HWND mainWindow, uint32_t command) {
@@ -317,7 +368,7 @@ bool HandleRunCommand(HWND mainWindow, uint32_t command) {
                            : command == kCmdDefragSelectedFiles ? RunMode::DefragmentMarkedFiles
                                                                 : RunMode::DefragmentAll;
       WindowBusyScope busy;
-      StartRun(mode);
+      StartWindowRun(mode);
       return true;
     }
     case kCmdStop:
@@ -333,37 +384,13 @@ bool HandleRunCommand(HWND mainWindow, uint32_t command) {
   return false;
 }
 
-void RunCommandLineRuns(HWND mainWindow) {
-  const bool unattended = (gApp.runFlags & kRunNoGui) != 0;
-  const bool analyse = (gApp.runFlags & kRunAnalyze) != 0;
-  const bool defragment = (gApp.runFlags & kRunDefrag) != 0;
+void RunCommandLineRuns(HWND) {
   if (gApp.exitRequested) return;
-  bool anyErrors = false;
   WindowBusyScope busy;
-  if (analyse) {
-    StartRun(RunMode::AnalyseAll);
-    anyErrors = !gRun.errors.empty();
-    if (unattended) WriteConsole(ConsoleAnalysisSection());
-  }
-  bool diskErrors = false;
-  bool stoppedWithErrors = false;
-  if (defragment) {
-    StartRun(RunMode::DefragmentAll);
-    anyErrors = anyErrors || !gRun.errors.empty();
-    diskErrors = gRunHooks.hiddenStatus && gRunHooks.hiddenStatus() == kDiskCheckErrorsMarker;
-    if (unattended) WriteConsole(ConsoleDefragSection());
-    const uint32_t flags = gApp.runFlags;
-    stoppedWithErrors = gRunState.lastEnd == RunEnd::Stopped && (flags & kRunClose) &&
-                        !(flags & kRunAllowAbort) && !gRun.errors.empty();
-    if (!unattended && diskErrors) RequestExitCode(2);
-  }
-  if (!unattended) return;
-  if (defragment && gRunState.lastEnd == RunEnd::Completed) {
-    const uint32_t flags = gApp.runFlags;
-    if ((flags & kRunShowReport) || ((flags & kRunCloseIfOk) && !gRun.errors.empty())) {
-      ShowRunSummary(mainWindow);
-    }
-    if (flags & kRunShutdown) PowerOff();
-  }
-  RequestExitCode(UnattendedExitCode(diskErrors, stoppedWithErrors, anyErrors));
+  RunOptions& options = WindowRunOptions();
+  WindowRunUi ui;
+  const uint32_t code = RunUnattended(options, ui);
+  KeepCloseAfterRun(options);
+  // Attended, only a disk check that found errors ends the program.
+  if (options.unattended || code == 2) RequestExitCode(code);
 }

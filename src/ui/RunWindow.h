@@ -1,6 +1,7 @@
 #pragma once
-// The window side of the runs: the run hooks filled with the main window's
-// status bars, list view, dialogs and task-bar button, and the run commands.
+// The window side of the runs: the window's RunUi (its status bars, list
+// view, dialogs and task-bar button), the options its runs are given, and
+// the run commands.
 #include <windows.h>
 
 #include <cstdint>
@@ -19,12 +20,12 @@ struct RunWindowSetup {
   std::function<void(const std::wstring& text)> consoleWrite;
 };
 
-// Fills the run hooks with this main window's status bars, lists and dialogs.
+// Ties the runs to this main window and its shell.
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
 
-// The hooks of the engine, the runs, the items and the commands that are
-// still empty once the window is set up, by name ("run.cleanupDialog").
-std::vector<std::string> MissingProgramHooks();
+// The options a running run reads as they change (follow the item, close
+// and shut down after defragmenting) take their menu marks again.
+void FollowRunOptionMarks();
 
 // The run commands (analyse, defragment, all or selected; stop; save the
 // report). True when the command was one of them.

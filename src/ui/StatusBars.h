@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "runs/RunHooks.h"
+#include "runs/RunUi.h"
 
 // The update flags are the runs' (kStatusItemCount, kStatusWaiting,
 // kStatusProcessedCount, kStatusRunStarting, kStatusPleaseWait), and one more:

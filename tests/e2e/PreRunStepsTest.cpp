@@ -270,9 +270,9 @@ TEST_F(PreRunStepsTest, FilesOnASolidStateDriveAreSkippedOrWarnedAbout) {
     EXPECT_TRUE(Moved());
     EXPECT_FALSE(fs::exists(host_ / "drives.log"));
 
-    // Skipping off: the warning, with its two buttons; "Non deframmentare"
-    // ends the run.
-    Prepare("ssd-warn", "SKIPSSD=0\r\nSCANDISK=0\r\nCLNUP=0\r\n");
+    // Skipping off and the warning on: the warning, with its two buttons;
+    // "Non deframmentare" ends the run.
+    Prepare("ssd-warn", "SKIPSSD=0\r\nSkipSSDWarning=0\r\nSCANDISK=0\r\nCLNUP=0\r\n");
     SetEnvironmentVariableW(L"ORDALIS_SIM_DRIVES", L"Z:smart=Samsung SSD 850 EVO");
     std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK " + Win("data"));
     ASSERT_NE(program, nullptr);

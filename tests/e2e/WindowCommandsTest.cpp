@@ -416,20 +416,6 @@ TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     EXPECT_NE(big.find(",1598:1"), std::string::npos) << big;
 }
 
-// The program's own start-up installs every hook that the window, the runs,
-// the items and the commands call.
-TEST_F(WindowCommandsTest, TheStartUpInstallsEveryHook) {
-    Prepare("hooks");
-    Describe(kVolume, {});
-    SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", L"1");
-    Start(L"");
-    SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr);
-    if (HasFatalFailure()) return;
-    TestDriver::SendCommand(main_, kExit);
-    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
-    EXPECT_EQ(program_->Output(), "missing hooks:\r\n");
-}
-
 // The context menus of the two lists, by a right click and by the menu key,
 // greyed by the same rules as the menu bar.
 TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {

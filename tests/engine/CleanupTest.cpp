@@ -6,8 +6,8 @@
 
 #include "FakeFileQueries.h"
 #include "engine/Cleanup.h"
-#include "engine/EngineHooks.h"
 #include "engine/Relocation.h"
+#include "RecordingRunUi.h"
 
 namespace {
 
@@ -15,18 +15,17 @@ class CleanupTest : public ::testing::Test {
  protected:
   void SetUp() override {
     gEngine.flags = 0;
-    gEngineHooks = EngineHooks{};
     gCleanupCount = 0;
   }
   void TearDown() override {
     gEngine.flags = 0;
-    gEngineHooks = EngineHooks{};
   }
   bool Changed(const std::wstring& change) const {
     const auto& changes = files_.fake.changes;
     return std::find(changes.begin(), changes.end(), change) != changes.end();
   }
   ScopedFakeFileQueries files_;
+  RecordingEngineUi ui_;
 };
 
 TEST_F(CleanupTest, EverythingBelowGoesReadOnlyFilesToo) {
@@ -37,11 +36,11 @@ TEST_F(CleanupTest, EverythingBelowGoesReadOnlyFilesToo) {
   fake.AddFolder(L"C:\\Temp\\empty");
   fake.AddFile(L"C:\\Other\\keep.txt", 10);
   int pumps = 0;
-  gEngineHooks.pumpMessages = [&] {
+  ui_.pump = [&] {
     ++pumps;
     return true;
   };
-  DeleteFolderContents(L"C:\\Temp");
+  DeleteFolderContents(ui_, L"C:\\Temp");
   EXPECT_TRUE(fake.Exists(L"C:\\Temp"));
   for (const wchar_t* gone : {L"C:\\Temp\\a.tmp", L"C:\\Temp\\locked.tmp", L"C:\\Temp\\deep", L"C:\\Temp\\empty"}) {
     EXPECT_FALSE(fake.Exists(gone)) << std::string(gone, gone + wcslen(gone));
@@ -52,7 +51,7 @@ TEST_F(CleanupTest, EverythingBelowGoesReadOnlyFilesToo) {
 
   // A folder that cannot be read is passed over without a word.
   fake.InjectError(FakeQuery::FindEntries, L"C:\\Missing", kErrPathNotFound);
-  DeleteFolderContents(L"C:\\Missing");
+  DeleteFolderContents(ui_, L"C:\\Missing");
 }
 
 TEST_F(CleanupTest, ALinkToAFolderIsRemovedAsALinkAndNeverEntered) {
@@ -63,7 +62,7 @@ TEST_F(CleanupTest, ALinkToAFolderIsRemovedAsALinkAndNeverEntered) {
   fake.AddFolder(L"C:\\Temp\\docs", kAttrDirectory | kAttrReparsePoint);
   fake.AddFile(L"C:\\Temp\\docs\\thesis.doc", 100);
   fake.AddFile(L"C:\\Temp\\x.tmp", 1);
-  DeleteFolderContents(L"C:\\Temp\\");
+  DeleteFolderContents(ui_, L"C:\\Temp\\");
   EXPECT_FALSE(fake.Exists(L"C:\\Temp\\docs"));
   EXPECT_FALSE(fake.Exists(L"C:\\Temp\\x.tmp"));
   EXPECT_TRUE(fake.Exists(L"C:\\Users\\me\\Documents\\thesis.doc"));
@@ -76,12 +75,12 @@ TEST_F(CleanupTest, AStopEndsTheWalkAndMessagesFlowEveryFourthFile) {
   FakeFileQueries& fake = files_.fake;
   for (int i = 0; i < 10; ++i) fake.AddFile(L"C:\\Temp\\f" + std::to_wstring(i), 1);
   int pumps = 0;
-  gEngineHooks.pumpMessages = [&] {
+  ui_.pump = [&] {
     // The user cancels during the second round of messages.
     if (++pumps == 2) gEngine.flags.fetch_or(kStopRequested);
     return true;
   };
-  DeleteFolderContents(L"C:\\Temp");
+  DeleteFolderContents(ui_, L"C:\\Temp");
   EXPECT_EQ(pumps, 2);
   EXPECT_EQ(gCleanupCount, 8u);
   EXPECT_TRUE(fake.Exists(L"C:\\Temp\\f8"));

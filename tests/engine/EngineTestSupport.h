@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/EngineHooks.h"
 #include "engine/FreeSpace.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
+#include "RecordingRunUi.h"
 
 class SimTest : public ::testing::Test {
  protected:
@@ -24,7 +24,7 @@ class SimTest : public ::testing::Test {
   void ResetAll() {
     if (CurrentVolumeAccess() != nullptr) ResetEngineState();
     // No window: the waits for workers block on the workers alone.
-    gEngineHooks = EngineHooks{};
+    ui_ = RecordingEngineUi();
     ResetExtentAllocator();
   }
 
@@ -50,6 +50,7 @@ class SimTest : public ::testing::Test {
   }
 
   std::unique_ptr<SimVolume> volume_;
+  RecordingEngineUi ui_;
 };
 
 inline std::string Narrow(const std::wstring& text) { return WideToUtf8(text); }

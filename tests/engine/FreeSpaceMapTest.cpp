@@ -22,10 +22,6 @@ constexpr int kVolumes = 1200;
 
 class FreeSpaceMapTest : public SimTest {
  protected:
-  void SetUp() override {
-    SimTest::SetUp();
-    gEngineHooks.pumpMessages = [] { return true; };
-  }
   void TearDown() override {
     gPerFileScan = false;
     SimTest::TearDown();
@@ -38,7 +34,7 @@ class FreeSpaceMapTest : public SimTest {
     for (const SimRun& run : used) EXPECT_TRUE(volume().Reserve(run.lcn, run.count, error)) << error;
     handle_ = Va().OpenVolume("\\\\.\\Z:");
     std::wstring message;
-    EXPECT_EQ(map_.Read(handle_, 1, message), 1);
+    EXPECT_EQ(map_.Read(ui_, handle_, 1, message), 1);
     return handle_;
   }
 
@@ -49,7 +45,7 @@ class FreeSpaceMapTest : public SimTest {
       for (bool smart : {false, true}) {
         int64_t scanned = 0;
         std::wstring message;
-        FindFreeRun(handle_, needed, smart, scanned, message);
+        FindFreeRun(ui_, handle_, needed, smart, scanned, message);
         const int64_t mapped = map_.Find(needed, smart);
         if (mapped != scanned) {
           return ::testing::AssertionFailure() << "needed " << needed << (smart ? " smart" : " quick")
@@ -151,10 +147,10 @@ TEST_F(FreeSpaceMapTest, ChangesReadBackKeepTheAnswersTheScans) {
         }
       }
       std::wstring message;
-      ASSERT_EQ(map_.Refresh(handle_, taken, message), 1);
+      ASSERT_EQ(map_.Refresh(ui_, handle_, taken, message), 1);
       ASSERT_TRUE(SameAnswers(Sizes(random))) << "after taking";
       volume().Checkpoint();
-      ASSERT_EQ(map_.Refresh(handle_, taken, message), 1);
+      ASSERT_EQ(map_.Refresh(ui_, handle_, taken, message), 1);
       ASSERT_TRUE(SameAnswers(Sizes(random))) << "after giving back";
     }
   }
@@ -165,7 +161,7 @@ TEST_F(FreeSpaceMapTest, AVolumeThatRoundsReadsOddlyIsLeftToTheScan) {
   EXPECT_FALSE(map_.Regular());
   int64_t lcn = 0;
   std::wstring message;
-  EXPECT_EQ(SearchFreeRun(handle_, 10, false, lcn, message), 1);
+  EXPECT_EQ(SearchFreeRun(ui_, handle_, 10, false, lcn, message), 1);
   EXPECT_EQ(lcn, 100);
 }
 
@@ -286,7 +282,7 @@ class FreeSpaceMapRunTest : public SimTest {
       // Another program takes clusters while the first extent moves: the
       // next extent's target, if it was free.
       bool taken = false;
-      gEngineHooks.setProgress = [&, i](uint64_t position) {
+      ui_.onProgress = [&, i](uint64_t position) {
         if (s.takeDuring[i] != int(i) || position != 2 || taken) return;
         taken = true;
         const int64_t target = gEngine.moveJob.targetLcn + int64_t(gExtentList.Head()->clusterCount);
@@ -294,13 +290,13 @@ class FreeSpaceMapRunTest : public SimTest {
         volume().Reserve(target, 1, error);
       };
       gEngine.flags = s.smart[i] ? kSmartStrategy : 0;
-      DefragmentFile(s.paths[i], nullptr);
-      gEngineHooks.setProgress = nullptr;
+      DefragmentFile(ui_, s.paths[i], nullptr);
+      ui_.onProgress = [](uint64_t) {};
       EXPECT_TRUE(Clean()) << "after " << WideToUtf8(s.paths[i]);
       if (!perFileScan && gFreeSpaceMap.ReadFor(gVolumeCache.handle, gVolumeCache.generation)) {
         // What a checkpoint freed is read before the next search; read it now.
         std::wstring message;
-        EXPECT_EQ(gFreeSpaceMap.RefreshHeld(gVolumeCache.handle, message), 1);
+        EXPECT_EQ(gFreeSpaceMap.RefreshHeld(ui_, gVolumeCache.handle, message), 1);
         EXPECT_EQ(gFreeSpaceMap.Runs(), FreeRuns()) << "the map after " << WideToUtf8(s.paths[i]);
       }
       out.codes.push_back(gEngine.moveResultCode);

@@ -16,7 +16,7 @@ class FreeSpaceTest : public SimTest {
  protected:
   void SetUp() override {
     SimTest::SetUp();
-    gEngineHooks.pumpMessages = [this] {
+    ui_.pump = [this] {
       ++pumps_;
       return true;
     };
@@ -41,7 +41,7 @@ class FreeSpaceTest : public SimTest {
     pumps_ = 0;
     Outcome out{};
     std::wstring message;
-    out.returned = FindFreeRunWith(scanner, volume_handle_, needed, smart, out.lcn, message);
+    out.returned = FindFreeRunWith(scanner, ui_, volume_handle_, needed, smart, out.lcn, message);
     out.pumps = pumps_;
     return out;
   }
@@ -120,11 +120,11 @@ TEST_F(FreeSpaceTest, AFailedReadGivesItsTextAndPendingReadsSearchTheWholeVolume
   volume().AddFault({L"", SimControl::Bitmap, 2, false, kStatusAccessDenied});
   int64_t lcn = 0;
   std::wstring message;
-  EXPECT_EQ(FindFreeRun(volume_handle_, 40000, false, lcn, message), 0);
+  EXPECT_EQ(FindFreeRun(ui_, volume_handle_, 40000, false, lcn, message), 0);
   EXPECT_EQ(lcn, -1);
   EXPECT_EQ(Narrow(message), "Access is denied.\r\n");
   volume().AddFault({L"", SimControl::Bitmap, 2, true, NtStatus(0xC0009898u)});
-  EXPECT_EQ(FindFreeRun(volume_handle_, 40000, false, lcn, message), 0);
+  EXPECT_EQ(FindFreeRun(ui_, volume_handle_, 40000, false, lcn, message), 0);
   EXPECT_EQ(Narrow(message), "Error 0xC0009898");
 }
 

@@ -10,7 +10,7 @@ namespace {
 class RelocationTest : public SimTest {
  protected:
   std::wstring Defragment(const std::wstring& path, FileAnalysis* counts = nullptr) {
-    DefragmentFile(path, counts);
+    tried_ = DefragmentFile(ui_, path, counts);
     EXPECT_TRUE(Clean());
     // Every file handle closed exactly once; only the volume stays open.
     EXPECT_EQ(volume().FailedCloses(), 0u);
@@ -18,6 +18,7 @@ class RelocationTest : public SimTest {
     return gEngine.moveResultCode;
   }
   std::vector<SimRun> RunsOf(const std::wstring& path) { return volume().FindFile(path)->runs; }
+  bool tried_ = false;
 };
 
 // Free space: 1000..1099, and three gaps of fewer than 10 clusters among the
@@ -36,24 +37,17 @@ const char* kVolume =
 
 TEST_F(RelocationTest, AFragmentedFileEndsUpInOneRunAtTheFoundTarget) {
   Volume(kVolume);
-  std::vector<std::wstring> status;
-  uint64_t shown = 0, tried = 0;
-  std::vector<uint64_t> positions;
-  gEngineHooks.setStatusText = [&](int part, const std::wstring& text) { status.push_back(text); };
-  gEngineHooks.showProgress = [&](uint64_t last) { shown = last; };
-  gEngineHooks.setProgress = [&](uint64_t position) { positions.push_back(position); };
-  gEngineHooks.fileTried = [&] { ++tried; };
   FileAnalysis counts;
   EXPECT_EQ(Narrow(Defragment(L"Z:\\four", &counts)), "");
   EXPECT_EQ(counts.fragments, 4u);
   EXPECT_EQ(counts.clusters, 10u);
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 10}}));
-  EXPECT_EQ(shown, 4u);
-  EXPECT_EQ(positions, (std::vector<uint64_t>{1, 2, 3, 4}));
-  EXPECT_EQ(tried, 1u);
-  ASSERT_GE(status.size(), 2u);
-  EXPECT_EQ(status.front(), L"Z:\\four");
-  EXPECT_EQ(status.back(), L"Analisi in corso...");
+  EXPECT_EQ(ui_.progressShown, 4u);
+  EXPECT_EQ(ui_.progress, (std::vector<uint64_t>{1, 2, 3, 4}));
+  EXPECT_TRUE(tried_);
+  ASSERT_GE(ui_.statusTexts.size(), 2u);
+  EXPECT_EQ(ui_.statusTexts.front(), L"Z:\\four");
+  EXPECT_EQ(ui_.statusTexts.back(), L"Analisi in corso...");
   // The volume stays cached.
   EXPECT_EQ(volume().OpenHandleCount(), 1u);
 }
@@ -81,7 +75,7 @@ TEST_F(RelocationTest, SmartStrategyTakesTheSmallestRunThatHolds) {
 
 TEST_F(RelocationTest, AStopBetweenExtentsLeavesTheMovedOnesMoved) {
   Volume(kVolume);
-  gEngineHooks.setProgress = [](uint64_t position) {
+  ui_.onProgress = [](uint64_t position) {
     if (position == 2) gEngine.flags |= kStopRequested;  // during the second extent
   };
   EXPECT_EQ(Defragment(L"Z:\\four"), L"ST");
@@ -107,10 +101,10 @@ TEST_F(RelocationTest, AQuitMessageEndsTheWaitWhileTheThreadStillMoves) {
   std::promise<void> release;
   std::shared_future<void> released = release.get_future().share();
   int waitSteps = 0;
-  gEngineHooks.setProgress = [released](uint64_t) { released.wait(); };
+  ui_.onProgress = [released](uint64_t) { released.wait(); };
   // The third step of the wait meets a quit message.
-  gEngineHooks.waitForWorker = [&](WorkerThread&) { return ++waitSteps < 3; };
-  DefragmentFile(L"Z:\\four", nullptr);
+  ui_.waitStep = [&](WorkerThread&) { return ++waitSteps < 3; };
+  DefragmentFile(ui_, L"Z:\\four", nullptr);
   EXPECT_EQ(waitSteps, 3);
   EXPECT_EQ(gEngine.doneFlags[kDoneMoveThread].load(), 0u);
   EXPECT_TRUE(gEngine.moveThread.Running());
@@ -221,7 +215,7 @@ TEST_F(RelocationTest, AMoveThatMovedOnlyPartIsFoundOut) {
       "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
       "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
       "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
-  gEngineHooks.setProgress = [this](uint64_t position) {
+  ui_.onProgress = [this](uint64_t position) {
     std::string error;
     if (position == 1) {
       EXPECT_TRUE(volume().Hold(1040, 4, error)) << error;
@@ -229,7 +223,7 @@ TEST_F(RelocationTest, AMoveThatMovedOnlyPartIsFoundOut) {
   };
   EXPECT_EQ(Defragment(L"Z:\\a"), kMovePartlyMoved);
   EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 40}, {1290, 10}, {1050, 50}}));
-  gEngineHooks.setProgress = nullptr;
+  ui_.onProgress = [](uint64_t) {};
   // A move to cluster 0, where a whole file reads as no fragment at all.
   Volume(
       "volume letter=Z clusters=100\n"

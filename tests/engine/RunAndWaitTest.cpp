@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/cleanup/RunAndWait.h"
 
 namespace {
@@ -32,23 +32,23 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
   const std::wstring program = (root / L"Clean er" / L"clean.exe").wstring();
 
   // The switches arrive as one argument, which the stand-in understands.
-  EXPECT_EQ(RunAndWait(program, L"--gtest_list_tests", SW_HIDE, true), 1);
-  EXPECT_EQ(RunAndWait(program, L"--gtest_list_tests", SW_HIDE, false), 0);
+  RecordingEngineUi ui;
+  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_list_tests", SW_HIDE, true), 1);
+  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_list_tests", SW_HIDE, false), 0);
 
-  // With the window's pump the wait also ends with the program.
+  // With the window's messages handled, the wait also ends with the program.
   int pumps = 0;
-  gEngineHooks.pumpMessages = [&pumps] {
+  ui.pump = [&pumps] {
     ++pumps;
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
     return true;
   };
   PostThreadMessageW(GetCurrentThreadId(), WM_USER, 0, 0);
-  EXPECT_EQ(RunAndWait(program, L"--gtest_list_tests", SW_HIDE, true), 1);
+  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_list_tests", SW_HIDE, true), 1);
   EXPECT_GE(pumps, 1);
-  gEngineHooks = EngineHooks{};
 
-  EXPECT_EQ(RunAndWait((root / L"missing.exe").wstring(), L"", SW_HIDE, true), 0);
+  EXPECT_EQ(RunAndWait(ui, (root / L"missing.exe").wstring(), L"", SW_HIDE, true), 0);
   fs::remove_all(root, ignored);
 }
 

@@ -348,7 +348,7 @@ TEST_F(SimVolumeTest, TheSimulatingVariantReadsAndWritesThroughTheEnvironment) {
   SetVariable("ORDALIS_SIMVOLUME_OUT", out.string());
   ASSERT_TRUE(InstallSimVolumeFromEnvironment());
   ASSERT_EQ(CurrentVolumeAccess(), static_cast<VolumeAccess*>(InstalledSimVolume()));
-  DefragmentFile(L"Z:\\f", nullptr);
+  DefragmentFile(ui_, L"Z:\\f", nullptr);
   EXPECT_EQ(gEngine.moveResultCode, L"");
   WriteSimVolumeEndStateFromEnvironment();
   std::string text;

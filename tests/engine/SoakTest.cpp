@@ -144,7 +144,7 @@ TEST_F(SoakTest, RandomVolumesFilesAndFaults) {
       const size_t f = (i + size_t(v)) % g.paths.size();
       const SimFile before = *volume().FindFile(g.paths[f]);
       gEngine.flags = (random() % 2) ? kSmartStrategy : 0;
-      DefragmentFile(g.paths[f], nullptr);
+      DefragmentFile(ui_, g.paths[f], nullptr);
       ++relocations;
       ASSERT_TRUE(Clean()) << "after relocating " << WideToUtf8(g.paths[f]);
       const SimFile& after = *volume().FindFile(g.paths[f]);

@@ -67,7 +67,8 @@ TEST_F(Win32VolumeAccessTest, ControlsWithoutSupportFailWithAText) {
     GTEST_SKIP() << "the system volume cannot be opened without elevation";
   }
   int64_t lcn = 0;
-  const int searched = FindFreeRun(volume, 16, false, lcn, message);
+  NoWindowPump pump;
+  const int searched = FindFreeRun(pump, volume, 16, false, lcn, message);
   if (searched == 0) {
     EXPECT_FALSE(message.empty());
   } else {

@@ -27,11 +27,12 @@ TEST(WorkerThreadTest, BackToBackWorkersAllRunAndEveryWaitEnds) {
   // pattern of a run over many small fragmented files. A worker lost by the
   // thread layer would leave the wait below for ever.
   constexpr int kWorkers = 1000;
+  NoWindowPump pump;
   WorkerThread worker;
   gEntered = 0;
   for (int i = 0; i < kWorkers; ++i) {
     ASSERT_TRUE(worker.Start(CountingEntry, nullptr));
-    ASSERT_TRUE(WaitForWorker(worker));
+    ASSERT_TRUE(WaitForWorker(pump, worker));
     ASSERT_EQ(gEntered.load(), i + 1) << "worker " << i << " ended without running";
   }
   EXPECT_FALSE(worker.Running());
@@ -53,12 +54,13 @@ void NudgingEntry(void* raw) {
 }
 
 TEST(WorkerThreadTest, ANudgeWakesTheWaiterWhileTheWorkerRuns) {
+  NoWindowPump pump;
   WorkerThread worker;
   NudgeScript script;
   script.worker = &worker;
   int wakes = 0;
   ASSERT_TRUE(worker.Start(NudgingEntry, &script));
-  EXPECT_TRUE(WaitForWorker(worker, [&] {
+  EXPECT_TRUE(WaitForWorker(pump, worker, [&] {
     if (wakes++ == 0) script.acknowledged.set_value();
   }));
   EXPECT_TRUE(script.wokenBeforeEnd);
@@ -120,10 +122,10 @@ class DyingMoveThreadTest : public SimTest {
 
 TEST_F(DyingMoveThreadTest, AMoveThreadThatThrowsEndsTheWaitWithAnError) {
   Build();
-  gEngineHooks.setProgress = [](uint64_t position) {
+  ui_.onProgress = [](uint64_t position) {
     if (position == 2) throw std::runtime_error("out of memory");
   };
-  DefragmentFile(L"Z:\\f", nullptr);
+  DefragmentFile(ui_, L"Z:\\f", nullptr);
   EXPECT_EQ(Narrow(gEngine.moveResultCode),
             "The I/O operation has been aborted because of either a thread exit or an application "
             "request.\r\n");
@@ -141,8 +143,8 @@ TEST_F(DyingMoveThreadTest, AMoveThreadThatThrowsEndsTheWaitWithAnError) {
 TEST_F(DyingMoveThreadTest, AMoveThreadEndedFromInsideNeverReadsAsMoved) {
   // The thread ends without unwinding, the way a lost or killed thread does.
   Build();
-  gEngineHooks.setProgress = [](uint64_t) { ExitThread(7); };
-  DefragmentFile(L"Z:\\f", nullptr);
+  ui_.onProgress = [](uint64_t) { ExitThread(7); };
+  DefragmentFile(ui_, L"Z:\\f", nullptr);
   EXPECT_FALSE(gEngine.moveResultCode.empty());
   EXPECT_NE(gEngine.moveResultCode, L"ST");
   EXPECT_FALSE(gEngine.moveThread.Running());

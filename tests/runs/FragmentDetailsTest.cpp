@@ -38,8 +38,8 @@ class FragmentDetailsTest : public RunFixture {
   static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
   void Analyse() {
-    gApp.runFlags = kRunNoGui | kRunAnalyze;
-    StartRun(RunMode::AnalyseAll);
+    options_.unattended = true;
+    Run(RunMode::AnalyseAll);
   }
 
   static std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) {

@@ -52,11 +52,11 @@ TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
   Volume(kTree);
   ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
   ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
-  StartRun(RunMode::AnalyseAll);
+  Run(RunMode::AnalyseAll);
 
   const std::filesystem::path path = std::filesystem::temp_directory_path() / "ordalis-report-test";
   std::filesystem::remove(path.string() + ".txt");
-  ASSERT_TRUE(SaveAnalysisReport(path.wstring(), FixedClock()));
+  ASSERT_TRUE(SaveAnalysisReport(path.wstring(), FixedClock(), ui_));
   const std::wstring rule(128, L'-');
   EXPECT_EQ(ReadWhole(path.string() + ".txt"),
             FileImage({
@@ -87,7 +87,7 @@ TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
 TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
   Volume("volume letter=Z clusters=100\nfile \"Z:\\one.bin\" size=4096 runs=10:1\n");
   ASSERT_EQ(AddItem(false, L"Z:\\one.bin"), kAddOk);
-  StartRun(RunMode::AnalyseAll);
+  Run(RunMode::AnalyseAll);
   const std::vector<std::wstring> lines = AnalysisReportLines(FixedClock());
   EXPECT_EQ(std::vector<std::wstring>(lines.begin() + 6, lines.end()),
             (std::vector<std::wstring>{L"Elenco dei file frammentati:", L"",

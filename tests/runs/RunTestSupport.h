@@ -7,16 +7,16 @@
 #include <string>
 
 #include "FakeFileQueries.h"
-#include "app/RunFlags.h"
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
 #include "items/ItemList.h"
 #include "runs/RunDriver.h"
 #include "runs/RunFilters.h"
-#include "runs/RunHooks.h"
+#include "runs/RunOptions.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
+#include "settings/Settings.h"
 #include "util/SharedLock.h"
 #include "util/Text.h"
 
@@ -29,20 +29,18 @@ class RunFixture : public ::testing::Test {
     ResetClusterSizeCache();
     gItemSettings.hooks = PortableItemHooks();
     gItemSettings.suppressMessages = true;
-    gRunHooks = PortableRunHooks();
     gRunFilters = RunFilterTests{};
     // No window: the waits for workers block on the workers alone.
-    gEngineHooks = EngineHooks{};
-    gApp = AppState{};
+    ui_ = RecordingRunUi();
+    options_ = RunOptions{};
+    options_.solidStateFlags = Settings{}.solidStateFlags;
     gRun = RunResults{};
   }
   void TearDown() override {
     if (CurrentVolumeAccess() != nullptr) ResetEngineState();
     SetVolumeAccess(nullptr);
     ClearItemList();
-    gRunHooks = PortableRunHooks();
     gRunFilters = RunFilterTests{};
-    gEngineHooks = EngineHooks{};
     gItemSettings = ItemSettings();
   }
 
@@ -78,6 +76,10 @@ class RunFixture : public ::testing::Test {
     return all;
   }
 
+  void Run(RunMode mode) { StartRun(mode, options_, ui_); }
+
   ScopedFakeFileQueries files_;
   std::unique_ptr<SimVolume> volume_;
+  RecordingRunUi ui_;
+  RunOptions options_;
 };

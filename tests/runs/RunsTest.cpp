@@ -45,8 +45,8 @@ class RunsTest : public RunFixture {
 };
 
 TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
 
   EXPECT_EQ(Joined(ConsoleAnalysisSection()),
             L"Analyzed file : Z:\\single.bin\r\nFile is in 2 fragments\r\n\r\n"
@@ -68,8 +68,8 @@ TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
 }
 
 TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
-  gApp.runFlags = kRunNoGui | kRunDefrag;
-  StartRun(RunMode::DefragmentAll);
+  options_.unattended = true;
+  Run(RunMode::DefragmentAll);
 
   // The fragmented count is 0 after a defragmentation, so "processed" counts
   // only the contiguous and the failed files.
@@ -111,8 +111,8 @@ TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
   tree.replace(tree.find("runs=500:1,510:1"), 16, "runs=500:1,510:3");
   Volume(tree + "fault \"Z:\\data\\a.bin\" control=move call=2 partial=1\n"
                 "fault \"Z:\\single.bin\" control=move call=2 partial=1\n");
-  gApp.runFlags = kRunNoGui | kRunDefrag;
-  StartRun(RunMode::DefragmentAll);
+  options_.unattended = true;
+  Run(RunMode::DefragmentAll);
 
   EXPECT_EQ(Joined(ConsoleDefragSection()),
             L"Summary:\r\n\r\n"
@@ -136,10 +136,10 @@ TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
 }
 
 TEST_F(RunsTest, BothRunsTogetherReportEachInTurn) {
-  gApp.runFlags = kRunNoGui | kRunAnalyze | kRunDefrag;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
   const std::wstring analysis = Joined(ConsoleAnalysisSection());
-  StartRun(RunMode::DefragmentAll);
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(analysis,
             L"Analyzed file : Z:\\single.bin\r\nFile is in 2 fragments\r\n\r\n"
             L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
@@ -159,8 +159,8 @@ TEST_F(RunsTest, AStopInsideTheWalkEndsEveryLevelAndAbortsTheFolder) {
     if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
     return false;
   };
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
 
   // single.bin, a.bin, b.bin and c.bin; nothing after c.bin in any folder.
   EXPECT_EQ(gRun.counters.filesSeen, 4u);
@@ -176,8 +176,8 @@ TEST_F(RunsTest, AFolderWorkerThatDiesMakesTheFolderAnErrorAndTheRunEnds) {
     if (path == L"Z:\\data\\sub\\c.bin") throw std::runtime_error("out of memory");
     return false;
   };
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
 
   EXPECT_EQ(ItemAtRow(1)->state, ItemState::Error);
   ASSERT_FALSE(gRun.errors.empty());
@@ -205,7 +205,7 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
   // a count of at least 256: only a wake by the worker itself can show it.
   std::promise<void> shown;
   bool shownOnce = false;
-  gRunHooks.updateStatus = [&](uint32_t what) {
+  ui_.onStatus = [&](uint32_t what) {
     if (!(what & kStatusProcessedCount) || shownOnce) return;
     std::lock_guard lock(SharedLock());
     if (gRun.counters.filesSeen >= 256) {
@@ -220,27 +220,25 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
     if (++asked == 300) sawCountMidWalk = shownFuture.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
     return false;
   };
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
   EXPECT_TRUE(sawCountMidWalk);
   EXPECT_EQ(gRun.counters.filesSeen, 400u);
   EXPECT_EQ(ItemAtRow(0)->state, ItemState::NotFragmentedFolder);
 }
 
 TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
-  gRunHooks.rowSelected = [](uint64_t row) { return row == 1; };
+  ui_.rowSelected = [](uint64_t row) { return row == 1; };
   gRunFilters.folderExcluded = [](const std::wstring& path) { return path == L"Z:\\data"; };
-  StartRun(RunMode::AnalyseSelected);
+  Run(RunMode::AnalyseSelected);
   EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
   EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Scartato");
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
 
   // A defragmentation with every item filtered out does nothing at all.
   gRunFilters.fileExcluded = [](const std::wstring&) { return true; };
-  bool laidOut = false;
-  gRunHooks.runLayout = [&](bool, bool) { laidOut = true; };
-  StartRun(RunMode::DefragmentAll);
-  EXPECT_FALSE(laidOut);
+  Run(RunMode::DefragmentAll);
+  EXPECT_FALSE(ui_.laidOut);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
 }
@@ -249,15 +247,13 @@ TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
 // gating rule says; the unattended mode never takes the stored disk-check
 // and cleanup choices unless its command line gave them.
 TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
-  int summaries = 0;
-  int shutdowns = 0;
-  std::vector<uint32_t> exits;
-  gRunHooks.showSummary = [&] { ++summaries; };
-  gRunHooks.shutdownDialog = [&] { ++shutdowns; };
-  gRunHooks.requestExit = [&](uint32_t code) { exits.push_back(code); };
+  const int& summaries = ui_.summaries;
+  const int& shutdowns = ui_.shutdowns;
+  const std::vector<uint32_t>& exits = ui_.exits;
   // Close and shut down after defragmenting are both on.
-  gRunHooks.optionChecked = [](uint32_t command) { return command == 9015 || command == 9016; };
-  StartRun(RunMode::DefragmentAll);
+  options_.closeAfterDefrag = true;
+  options_.shutdownAfterDefrag = true;
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(summaries, 0);  // closing is on: no summary, and nothing follows a finished run
   EXPECT_EQ(shutdowns, 0);
   EXPECT_TRUE(exits.empty());
@@ -267,40 +263,48 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
     if (path == L"Z:\\data\\refused.bin") RequestStop();
     return false;
   };
-  StartRun(RunMode::DefragmentAll);
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(exits, std::vector<uint32_t>{3});  // stopped, with the locked file's error
   EXPECT_EQ(shutdowns, 1);
 
   Volume(kTree);
-  gApp.runFlags = kRunAllowAbort;
-  StartRun(RunMode::DefragmentAll);
+  options_.allowAbort = true;
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(exits.size(), 1u);  // a stop is allowed to end a run and nothing else
   EXPECT_EQ(shutdowns, 1);
-  gApp.runFlags = 0;
+  options_.allowAbort = false;
 
-  gRunHooks.optionChecked = {};
+  options_.closeAfterDefrag = false;
+  options_.shutdownAfterDefrag = false;
   gRunFilters.fileExcluded = {};
   Volume(kTree);
-  StartRun(RunMode::DefragmentAll);
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(summaries, 1);
 
-  int checks = 0;
-  std::wstring hidden;
-  gRunHooks.diskCheckChoice = [] { return kDiskCheckAuto; };
-  gRunHooks.diskCheckDialog = [&] {
-    ++checks;
-    return kDiskCheckErrorsFound;
-  };
-  gRunHooks.setHiddenStatus = [&](const std::wstring& text) { hidden = text; };
-  gApp.runFlags = kRunNoGui | kRunDefrag;
-  StartRun(RunMode::DefragmentAll);
-  EXPECT_EQ(checks, 0);
+  ui_.diskCheckResult = kDiskCheckErrorsFound;
+  const DefragSteps stored{kDiskCheckAuto, kCleanupAuto};
+  options_.unattended = true;
+  const DefragSteps notGiven = StepsForThisRun(stored, true, false, false);
+  options_.diskCheck = notGiven.diskCheck;
+  options_.cleanup = notGiven.cleanup;
+  Run(RunMode::DefragmentAll);
+  EXPECT_TRUE(ui_.diskChecks.empty());
+  EXPECT_TRUE(ui_.cleanups.empty());
   EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
-  gApp.runFlags |= kRunDiskCheckGiven;
-  StartRun(RunMode::DefragmentAll);
-  EXPECT_EQ(checks, 1);
-  EXPECT_EQ(hidden, L"FQ");
+  EXPECT_FALSE(gRunState.diskErrors);
+  options_.diskCheck = StepsForThisRun(stored, true, true, false).diskCheck;
+  Run(RunMode::DefragmentAll);
+  EXPECT_EQ(ui_.diskChecks, std::vector<bool>{true});
+  EXPECT_TRUE(gRunState.diskErrors);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+  // Attended, the stored choices hold and the user may go on despite errors.
+  options_.unattended = false;
+  options_.cleanup = StepsForThisRun(stored, false, false, false).cleanup;
+  Run(RunMode::DefragmentAll);
+  EXPECT_EQ(ui_.diskChecks.size(), 2u);
+  EXPECT_EQ(ui_.cleanups, std::vector<bool>{true});
+  EXPECT_FALSE(gRunState.diskErrors);
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
   EXPECT_EQ(Check(), "check ok");
 }
 
@@ -315,8 +319,8 @@ TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
     walked.push_back(path);
     return false;
   };
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
 
   EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\a.bin", L"Z:\\b.bin"}));
   ASSERT_EQ(gRun.fragmented.size(), 1u);
@@ -334,8 +338,8 @@ TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
          "fault \"Z:\\data\\odd.bin\" control=pointers call=1 pending status=0xC0000999\n"
          "fault \"Z:\\data\\sys.bin\" control=open status=0xC0000043\n");
   ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
 
   std::vector<std::wstring> messages;
   for (const ErrorEntry& entry : gRun.errors) messages.push_back(entry.displayPath + L": " + entry.message);
@@ -364,7 +368,7 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
     if (path == folder + L"\\last.bin") readAtTheBottom = files_.fake.EntriesHandedOut();
     return true;
   };
-  WalkFolder(L"\\\\?\\Z:\\deep", WalkKind::Analysis);
+  WalkFolder(ui_, L"\\\\?\\Z:\\deep", WalkKind::Analysis);
 
   EXPECT_EQ(gRun.counters.filesSeen, uint64_t{kDepth} * kFilesPerFolder + 1);
   // Every level above has handed out ".", ".." and "sub"; the bottom its
@@ -383,8 +387,8 @@ TEST_F(RunFixture, FileItemsShowTheCountsOfTheirRelocation) {
   for (const wchar_t* path : {L"Z:\\moved.bin", L"Z:\\whole.bin", L"Z:\\huge.bin"}) {
     ASSERT_EQ(AddItem(false, path), kAddOk);
   }
-  gApp.runFlags = kRunNoGui | kRunDefrag;
-  StartRun(RunMode::DefragmentAll);
+  options_.unattended = true;
+  Run(RunMode::DefragmentAll);
 
   auto counts = [](const wchar_t* path) {
     const ItemRecord* record = ItemByPath(path);
@@ -406,13 +410,13 @@ TEST_F(RunFixture, OnlyTheMarkedFilesAreDefragmented) {
          "file \"Z:\\d\\c.bin\" size=8192 runs=50:1,60:1\n");
   ASSERT_EQ(AddItem(true, L"Z:\\d"), kAddOk);
   ASSERT_EQ(AddItem(false, L"Z:\\d\\c.bin"), kAddOk);
-  gApp.runFlags = kRunNoGui | kRunAnalyze;
-  StartRun(RunMode::AnalyseAll);
+  options_.unattended = true;
+  Run(RunMode::AnalyseAll);
   ASSERT_EQ(gRun.fragmented.size(), 3u);
   for (FragmentedFileRecord& record : gRun.fragmented) record.marked = record.path != L"Z:\\d\\b.bin";
 
-  gApp.runFlags = kRunNoGui | kRunDefrag;
-  StartRun(RunMode::DefragmentMarkedFiles);
+  options_.unattended = true;
+  Run(RunMode::DefragmentMarkedFiles);
   EXPECT_EQ(gRun.counters.filesMoved, 2u);
   EXPECT_EQ(Fragments(L"Z:\\d\\a.bin"), 1u);
   EXPECT_EQ(Fragments(L"Z:\\d\\b.bin"), 2u);
@@ -423,7 +427,7 @@ TEST_F(RunFixture, OnlyTheMarkedFilesAreDefragmented) {
 
   // Nothing marked: no run at all.
   gRun.fragmented.assign(1, FragmentedFileRecord{});
-  StartRun(RunMode::DefragmentMarkedFiles);
+  Run(RunMode::DefragmentMarkedFiles);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
 }
 
@@ -465,30 +469,23 @@ class SolidStateRunTest : public RunsTest {
     drives_ = ParseSimDrives("Z:rotation", error);
     ASSERT_TRUE(drives_) << error;
     SetDeviceRequests(drives_.get());
-    savedFlags_ = gSettings.solidStateFlags;
   }
   void TearDown() override {
     SetDeviceRequests(nullptr);
-    gSettings.solidStateFlags = savedFlags_;
     RunsTest::TearDown();
   }
   uint64_t Opened() const { return drives_->opened['Z' - 'A']; }
 
   std::unique_ptr<SimDriveRequests> drives_;
-  uint32_t savedFlags_ = 0;
 };
 
 TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
-  int warnings = 0;
-  bool stopAtWarning = true;
-  gRunHooks.solidStateWarning = [&] {
-    ++warnings;
-    return stopAtWarning;
-  };
+  const int& warnings = ui_.solidStateWarnings;
+  ui_.keepSolidStateOff = true;
   // Skipping on: every item lies on the drive, so the run ends unseen; the
   // drive was asked once for both items.
-  gSettings.solidStateFlags = kSolidStateSkip;
-  StartRun(RunMode::DefragmentAll);
+  options_.solidStateFlags = kSolidStateSkip;
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
   EXPECT_EQ(warnings, 0);
   EXPECT_EQ(Opened(), 1u);
@@ -496,40 +493,52 @@ TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
   EXPECT_EQ(Check(), "check ok");
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
 
-  // Skipping off: the warning; "do not defragment" ends the run, the other
-  // answer goes on and moves files.
-  gSettings.solidStateFlags = 0;
-  StartRun(RunMode::DefragmentAll);
+  // Skipping off with the warning on: "do not defragment" ends the run, the
+  // other answer goes on and moves files.
+  options_.solidStateFlags = kSolidStateWarn;
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(warnings, 1);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
-  stopAtWarning = false;
-  StartRun(RunMode::DefragmentAll);
+  ui_.keepSolidStateOff = false;
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(warnings, 2);
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
 
+  // The warning off, or no one to ask: the settings decide, and the files
+  // are defragmented without a question.
+  ui_.keepSolidStateOff = true;
+  for (bool unattended : {false, true}) {
+    Volume(kTree);
+    options_.solidStateFlags = unattended ? kSolidStateWarn : 0;
+    options_.unattended = unattended;
+    Run(RunMode::DefragmentAll);
+    EXPECT_EQ(warnings, 2);
+    EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
+    EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
+  }
+  options_.unattended = false;
+
   // Detection off: no device is opened and nothing is asked.
-  gSettings.solidStateFlags = kSolidStateSkip | kSolidStateNoDetection;
+  options_.solidStateFlags = kSolidStateSkip | kSolidStateNoDetection;
   const uint64_t before = Opened();
-  StartRun(RunMode::DefragmentAll);
+  Run(RunMode::DefragmentAll);
   EXPECT_EQ(Opened(), before);
   EXPECT_EQ(warnings, 2);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
 }
 
 TEST_F(SolidStateRunTest, ALowerCaseDriveLetterMarksTheDriveButNotTheItem) {
-  gSettings.solidStateFlags = kSolidStateSkip;
-  std::vector<uint32_t> busy;
-  gRunHooks.setBusyState = [&](uint32_t state) { busy.push_back(state); };
+  options_.solidStateFlags = kSolidStateSkip;
   for (uint64_t row = 0; row < 2; ++row) ItemAtRow(row)->flags |= ItemFlags::kToProcess;
   ItemAtRow(0)->path[0] = L'z';
   bool detected = false;
-  EXPECT_EQ(MarkItemsOnSolidStateDrives(detected), 1u);
+  EXPECT_EQ(MarkItemsOnSolidStateDrives(ui_, options_, detected), 1u);
   EXPECT_TRUE(detected);
   EXPECT_EQ(Opened(), 1u);
   EXPECT_TRUE(ItemAtRow(0)->flags & ItemFlags::kToProcess);
   EXPECT_TRUE(ItemAtRow(1)->flags & ItemFlags::kSkipped);
-  EXPECT_EQ(busy, (std::vector<uint32_t>{kBusyCheckingDrives, kBusyIdle}));
+  EXPECT_EQ(ui_.busyStates, (std::vector<uint32_t>{kBusyCheckingDrives, kBusyIdle}));
 }
 
 }  // namespace

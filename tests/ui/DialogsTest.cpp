@@ -95,8 +95,8 @@ protected:
         for (const wchar_t* file : {L"Z:\\Documenti\\vuoto.txt", L"Z:\\Documenti\\foto.jpg", L"Z:\\Documenti\\relazione.doc"}) {
             ASSERT_EQ(AddItem(false, file), kAddOk);
         }
-        gApp.runFlags = kRunNoGui | kRunAnalyze;
-        StartRun(RunMode::AnalyseAll);
+        options_.unattended = true;
+        Run(RunMode::AnalyseAll);
     }
     void TearDown() override {
         gSettings = saved_;

@@ -10,17 +10,18 @@
 #include <vector>
 
 #include "app/CommandLine.h"
-#include "app/RunFlags.h"
-#include "engine/EngineHooks.h"
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsVolume.h"
 #include "engine/sim/SimVolume.h"
 #include "filters/Filters.h"
 #include "items/ItemList.h"
 #include "runs/RunDriver.h"
-#include "runs/RunHooks.h"
+#include "runs/ConsoleRunUi.h"
+#include "runs/RunOptions.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
+#include "runs/UnattendedRun.h"
+#include "settings/Settings.h"
 #include "util/SharedLock.h"
 
 namespace {
@@ -75,22 +76,48 @@ std::wstring GivenPath(const std::wstring& engine, const std::map<std::wstring, 
   return path;
 }
 
-void Write(const std::vector<std::wstring>& texts, const std::map<std::wstring, std::wstring>& given) {
-  for (std::wstring text : texts) {
-    for (const auto& [engine, shown] : given) {
-      for (const wchar_t* label : {L"Analyzed file : ", L"Analyzed folder : "}) {
-        const std::wstring from = label + engine + L"\r\n";
-        if (text.rfind(from, 0) == 0) text = label + shown + L"\r\n" + text.substr(from.size());
+// The console with the volume's own paths: the file being worked on on a
+// terminal's error stream, the summaries and the report naming files as
+// they are on the volume.
+class NtfsConsole final : public ConsoleRunUi {
+ public:
+  NtfsConsole(const std::map<std::wstring, std::wstring>& given, const std::string& report)
+      : given_(given), report_(report), terminal_(isatty(2)) {}
+
+  void SetStatusText(int part, const std::wstring& text) override {
+    if (!terminal_ || part != kStatusPartPath) return;
+    std::string line = Narrow(GivenPath(text, {}));
+    if (line.size() > 76) line = "..." + line.substr(line.size() - 73);
+    std::fprintf(stderr, "\r\033[K%s", line.c_str());
+  }
+
+  void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override {
+    if (terminal_) std::fputs("\r\033[K", stderr);
+    std::vector<std::wstring> shown = section;
+    for (std::wstring& text : shown) {
+      for (const auto& [engine, path] : given_) {
+        for (const wchar_t* label : {L"Analyzed file : ", L"Analyzed folder : "}) {
+          const std::wstring from = label + engine + L"\r\n";
+          if (text.rfind(from, 0) == 0) text = label + path + L"\r\n" + text.substr(from.size());
+        }
       }
     }
-    std::string out;
-    for (wchar_t c : text) {
-      if (c != L'\r') out += Narrow(std::wstring(1, c));
+    ConsoleRunUi::ConsoleSummary(defragmentation, shown);
+    if (defragmentation) return;
+    // The report names files as they are on the volume; the next run
+    // starts its lists afresh.
+    for (FragmentedFileRecord& record : gRun.fragmented) record.path = GivenPath(record.path, given_);
+    for (ErrorEntry& entry : gRun.errors) entry.displayPath = GivenPath(entry.displayPath, given_);
+    if (!report_.empty() && !SaveAnalysisReport(Wide(report_), PortableReportFormat(), *this)) {
+      std::fprintf(stderr, "ordalis-ntfs: the report %s could not be written\n", report_.c_str());
     }
-    std::fputs(out.c_str(), stdout);
   }
-  std::fflush(stdout);
-}
+
+ private:
+  const std::map<std::wstring, std::wstring>& given_;
+  std::string report_;
+  bool terminal_;
+};
 
 }  // namespace
 
@@ -150,20 +177,6 @@ int main(int argc, char** argv) {
   CreateSharedLock();
   gItemSettings.hooks = PortableItemHooks();
   gItemSettings.suppressMessages = true;
-  gRunHooks = PortableRunHooks();
-  // No window to keep alive: no pump, and the waits for the move thread
-  // block on the thread alone.
-  gEngineHooks = EngineHooks{};
-  if (isatty(2)) {
-    gEngineHooks.setStatusText = [](int part, const std::wstring& text) {
-      if (part != kStatusPartPath) return;
-      std::string line = Narrow(GivenPath(text, {}));
-      if (line.size() > 76) line = "..." + line.substr(line.size() - 73);
-      std::fprintf(stderr, "\r\033[K%s", line.c_str());
-    };
-  }
-  gApp.runFlags = kRunNoGui | kRunClose | (analyse ? kRunAnalyze : 0) | (defragment ? kRunDefrag : 0) |
-                  (quick ? kRunQuick : 0);
   if (!quick) gEngine.flags |= kSmartStrategy;
   AddBuiltInMasks();
   for (const std::string& mask : excludes) AddExclusion(L'W', Wide(mask));
@@ -185,33 +198,19 @@ int main(int argc, char** argv) {
     return 5;
   }
 
-  bool anyErrors = false;
-  if (analyse) {
-    StartRun(RunMode::AnalyseAll);
-    anyErrors = !gRun.errors.empty();
-    if (isatty(2)) std::fputs("\r\033[K", stderr);
-    Write(ConsoleAnalysisSection(), given);
-    // The report names files as they are on the volume; the next run
-    // starts its lists afresh.
-    for (FragmentedFileRecord& record : gRun.fragmented) record.path = GivenPath(record.path, given);
-    for (ErrorEntry& entry : gRun.errors) entry.displayPath = GivenPath(entry.displayPath, given);
-    if (!report.empty() && !SaveAnalysisReport(Wide(report), PortableReportFormat())) {
-      std::fprintf(stderr, "ordalis-ntfs: the report %s could not be written\n", report.c_str());
-    }
-  }
-  bool stoppedWithErrors = false;
-  if (defragment) {
-    StartRun(RunMode::DefragmentAll);
-    anyErrors = anyErrors || !gRun.errors.empty();
-    if (isatty(2)) std::fputs("\r\033[K", stderr);
-    Write(ConsoleDefragSection(), given);
-    stoppedWithErrors = gRunState.lastEnd == RunEnd::Stopped && !gRun.errors.empty();
-  }
+  // Unattended and closing after the runs, as the window's "/NOGUI".
+  RunOptions options;
+  options.unattended = true;
+  options.close = true;
+  options.analyse = analyse;
+  options.defragment = defragment;
+  options.solidStateFlags = gSettings.solidStateFlags;
+  NtfsConsole console(given, report);
+  const uint32_t code = RunUnattended(options, console);
   if (CurrentVolumeAccess() != nullptr) ResetEngineState();
   if (!volume.Unmount()) {
     std::fputs("ordalis-ntfs: the volume could not be closed cleanly\n", stderr);
     return 4;
   }
-  if (stoppedWithErrors) return 3;
-  return anyErrors ? 4 : 0;
+  return int(code);
 }

@@ -113,7 +113,6 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
     InstallRunWindow(window, runs);
 #ifdef ORDALIS_SIMULATED_VOLUME
     InstallSimMenuProbe(window);
-    ReportMissingHooksFromEnvironment();
 #endif
     RunCommandLine(window);
   };

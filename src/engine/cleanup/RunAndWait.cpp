@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "engine/Cleanup.h"
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 
 namespace {
 
@@ -14,22 +14,18 @@ constexpr DWORD kIdleWaitMs = 1500;
 // Blocks until the process ends or input arrives, handling the window's
 // messages after each wake. False when a quit message came first (the pump
 // posts it again for the message loop).
-bool WaitWithMessages(HANDLE process) {
-  if (!gEngineHooks.pumpMessages) {
-    // No window to keep alive: only the process matters.
-    return WaitForSingleObject(process, INFINITE) == WAIT_OBJECT_0;
-  }
+bool WaitWithMessages(MessagePump& pump, HANDLE process) {
   for (;;) {
     const DWORD woke = MsgWaitForMultipleObjectsEx(1, &process, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     if (woke == WAIT_OBJECT_0) return true;
     if (woke == WAIT_FAILED) return WaitForSingleObject(process, INFINITE) == WAIT_OBJECT_0;
-    if (!PumpMessages()) return false;
+    if (!pump.PumpMessages()) return false;
   }
 }
 
 }  // namespace
 
-int RunAndWait(const std::wstring& program, const std::wstring& parameters, int showCommand, bool wait) {
+int RunAndWait(MessagePump& pump, const std::wstring& program, const std::wstring& parameters, int showCommand, bool wait) {
   // The program's path goes in as the application name, never to be split at
   // a blank by the system's search for the program.
   const ProgramLaunch launch = LaunchOf(program, parameters);
@@ -45,7 +41,7 @@ int RunAndWait(const std::wstring& program, const std::wstring& parameters, int 
     return 0;
   }
   WaitForInputIdle(process.hProcess, kIdleWaitMs);
-  const bool ended = wait && WaitWithMessages(process.hProcess);
+  const bool ended = wait && WaitWithMessages(pump, process.hProcess);
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
   return ended ? 1 : 0;

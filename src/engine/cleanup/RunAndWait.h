@@ -3,6 +3,8 @@
 // when asked, waits for it while the window keeps handling its messages.
 #include <string>
 
+class MessagePump;
+
 // 1 when the program was seen to end while being waited for, else 0 (also
 // when it could not be started, which is not reported).
-int RunAndWait(const std::wstring& program, const std::wstring& parameters, int showCommand, bool wait);
+int RunAndWait(MessagePump& pump, const std::wstring& program, const std::wstring& parameters, int showCommand, bool wait);

@@ -82,7 +82,7 @@ bool ResolveChkdsk() {
   return gDiskCheck.chkdsk != nullptr;
 }
 
-bool CheckVolume(const ChkdskRequest& request, const DiskCheckSink& sink, bool& quit) {
+bool CheckVolume(MessagePump& pump, const ChkdskRequest& request, const DiskCheckSink& sink, bool& quit) {
   quit = false;
   if (!gDiskCheck.chkdsk) return false;
   gDiskCheck.request = request;
@@ -94,7 +94,7 @@ bool CheckVolume(const ChkdskRequest& request, const DiskCheckSink& sink, bool& 
     gEngine.doneFlags[kDoneFolderWorker] = 1;
     return false;
   }
-  quit = !WaitForWorker(worker);
+  quit = !WaitForWorker(pump, worker);
   // The checker's text is sent, not posted: the box is complete once the
   // worker has ended.
   gDiskCheck.request.fileSystem.clear();

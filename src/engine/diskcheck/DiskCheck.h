@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+class MessagePump;
+
 // The block handed to the worker: the four switches are always off here.
 struct ChkdskRequest {
   uint32_t fixErrors = 0;
@@ -32,7 +34,7 @@ struct DiskCheckSink {
 // handling messages. True when the checker reported failure (the error
 // flag); a checker that never reports its end counts as finding nothing.
 // `quit` is set when a quit message ended the wait.
-bool CheckVolume(const ChkdskRequest& request, const DiskCheckSink& sink, bool& quit);
+bool CheckVolume(MessagePump& pump, const ChkdskRequest& request, const DiskCheckSink& sink, bool& quit);
 
 // How many times a checker reported a full progress bar, capped at 3.
 int DiskCheckStage();

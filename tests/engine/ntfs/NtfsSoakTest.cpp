@@ -42,7 +42,7 @@ TEST_F(NtfsVolumeTest, RandomVolumesStaySoundUnderRandomDefragmentations) {
         OpenVolume(true);
         gEngine.flags = smart ? kSmartStrategy : 0;
         for (int round = 0; round < 4; ++round) {
-          for (const std::string& path : chosen) DefragmentFile(EnginePath(path), nullptr);
+          for (const std::string& path : chosen) DefragmentFile(ui_, EnginePath(path), nullptr);
         }
         _exit(0);
       }
@@ -55,7 +55,7 @@ TEST_F(NtfsVolumeTest, RandomVolumesStaySoundUnderRandomDefragmentations) {
       OpenVolume(true);
       gEngine.flags = smart ? kSmartStrategy : 0;
       for (const std::string& path : chosen) {
-        DefragmentFile(EnginePath(path), nullptr);
+        DefragmentFile(ui_, EnginePath(path), nullptr);
         if (gEngine.moveResultCode.empty()) {
           targets[path] = gEngine.moveJob.targetLcn;
         } else {

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "NtfsImages.h"
-#include "engine/EngineHooks.h"
+#include "RecordingRunUi.h"
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsVolume.h"
 #include "engine/sim/SimVolume.h"
@@ -60,13 +60,13 @@ class NtfsVolumeTest : public ::testing::Test {
  protected:
   void SetUp() override {
     image_ = ::testing::TempDir() + "ordalis-ntfs-" + std::to_string(getpid()) + ".img";
-    // No window: the waits for the move thread block on the thread alone.
-    gEngineHooks = EngineHooks{};
   }
   void TearDown() override {
     CloseVolume();
     std::remove(image_.c_str());
   }
+  // No window: the waits for the move thread block on the thread alone.
+  RecordingEngineUi ui_;
   void CloseVolume() {
     if (CurrentVolumeAccess() != nullptr) ResetEngineState();
     SetVolumeAccess(nullptr);

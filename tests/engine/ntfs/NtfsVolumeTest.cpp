@@ -193,7 +193,7 @@ TEST_F(NtfsVolumeTest, DefragmentedFilesAreOneRunWhereTheEngineChoseAndNothingEl
     std::map<std::string, int64_t> chosen;
     for (const std::string& path : filled_.files) {
       FileAnalysis counts;
-      DefragmentFile(EnginePath(path), &counts);
+      DefragmentFile(ui_, EnginePath(path), &counts);
       if (gEngine.moveResultCode.empty()) {
         chosen[path] = gEngine.moveJob.targetLcn;
       } else {
@@ -256,7 +256,7 @@ TEST_F(NtfsVolumeTest, ARunKilledMidMoveLosesNoDataAndSharesNoCluster) {
     if (child == 0) {
       OpenVolume(true);
       for (int round = 0; round < 3; ++round) {
-        for (const std::string& path : filled_.files) DefragmentFile(EnginePath(path), nullptr);
+        for (const std::string& path : filled_.files) DefragmentFile(ui_, EnginePath(path), nullptr);
       }
       _exit(0);
     }

@@ -122,11 +122,3 @@ void InstallSimMenuProbe(HWND mainWindow) {
   if (probe) SetWindowSubclass(mainWindow, MenuProbe, 1, probe);
 }
 
-void ReportMissingHooksFromEnvironment() {
-  if (GetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr, 0) == 0) return;
-  std::string line = "missing hooks:";
-  for (const std::string& name : MissingProgramHooks()) line += " " + name;
-  line += "\r\n";
-  DWORD written = 0;
-  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
-}

@@ -20,11 +20,6 @@ void InstallSimPanelRefusal();
 // when there is none, so that tests can see what a person would see.
 void InstallSimMenuProbe(HWND mainWindow);
 
-// With ORDALIS_SIM_REPORT_HOOKS set, writes "missing hooks:" and the names of
-// the hooks the program left empty (none: nothing follows) as one line on
-// standard output, once the start-up is done.
-void ReportMissingHooksFromEnvironment();
-
 // With ORDALIS_SIM_FAULT_TAG set to a number, the program faults the moment
 // its TAG takes that value, on the thread that sets it; a number below the
 // neutral TAG is taken as the TAG before the first checkpoint and faults at

@@ -1,0 +1,115 @@
+#pragma once
+// A run's user for tests: records what the run showed and answers its
+// questions as the test sets them. Progress comes from the move thread; it is
+// read only after the move, when that thread has ended.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "engine/EngineThread.h"
+#include "runs/RunUi.h"
+#include "util/DateText.h"
+
+// The engine's part, over either interface.
+template <typename Base>
+class RecordingEngineUiOf : public Base {
+ public:
+  // Stand-ins the test may replace.
+  std::function<bool()> pump = [] { return true; };
+  std::function<bool(WorkerThread&)> waitStep = [](WorkerThread& worker) {
+    worker.WaitEndedOrNudged();
+    return true;
+  };
+  std::function<void(uint64_t position)> onProgress = [](uint64_t) {};
+
+  std::vector<std::wstring> statusTexts;
+  uint64_t progressShown = 0;
+  std::vector<uint64_t> progress;
+
+  bool PumpMessages() override { return pump(); }
+  bool WaitForWorker(WorkerThread& worker) override { return waitStep(worker); }
+  std::wstring Text(uint32_t, const wchar_t* literal) override { return literal; }
+  void SetStatusText(int, const std::wstring& text) override { statusTexts.push_back(text); }
+  void SetWorkingIcon(bool) override {}
+  void ShowProgress(uint64_t last) override { progressShown = last; }
+  void SetProgress(uint64_t position) override {
+    progress.push_back(position);
+    onProgress(position);
+  }
+  void HideProgress() override {}
+  void RedrawList() override {}
+};
+using RecordingEngineUi = RecordingEngineUiOf<EngineUi>;
+
+class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
+ public:
+  // Answers the test may set.
+  std::function<bool(uint64_t row)> rowSelected = [](uint64_t) { return false; };
+  std::function<void(uint32_t flags)> onStatus = [](uint32_t) {};
+  bool keepSolidStateOff = false;
+  int diskCheckResult = 0;
+  bool closeForDiskErrors = false;
+  bool cleanupGoesOn = true;
+
+  // What the run did.
+  std::vector<uint32_t> statusUpdates;
+  std::vector<uint32_t> busyStates;
+  std::vector<uint32_t> exits;
+  std::vector<bool> diskChecks;  // automatic or not, one per check
+  std::vector<bool> cleanups;
+  std::vector<std::wstring> console;  // the console summaries, as written
+  int powerOffs = 0;
+  int solidStateWarnings = 0;
+  int summaries = 0;
+  int shutdowns = 0;
+  bool laidOut = false;
+
+  bool RowSelected(uint64_t row) override { return rowSelected(row); }
+  void ScrollToRow(uint64_t) override {}
+  void RedrawRow(uint64_t) override {}
+  void RedrawItems() override {}
+  void RefreshCounters() override {}
+  void RefreshErrors() override {}
+  void CacheIcon(const std::wstring&) override {}
+  void UpdateStatus(uint32_t flags) override {
+    statusUpdates.push_back(flags);
+    onStatus(flags);
+  }
+  void RunLayout(bool running, bool) override { laidOut = laidOut || running; }
+  void EnableResultTabs() override {}
+  void EnableRunMenus(bool) override {}
+  void EnableSaveReport(bool) override {}
+  void ClipChildren(bool) override {}
+  void TaskbarProgress(bool) override {}
+  void SetBusyState(uint32_t state) override { busyStates.push_back(state); }
+  void BringToFront() override {}
+
+  bool SolidStateWarning() override {
+    ++solidStateWarnings;
+    return keepSolidStateOff;
+  }
+  int DiskCheck(bool automatic) override {
+    diskChecks.push_back(automatic);
+    return diskCheckResult;
+  }
+  bool CloseForDiskErrors() override { return closeForDiskErrors; }
+  bool Cleanup(bool automatic) override {
+    cleanups.push_back(automatic);
+    return cleanupGoesOn;
+  }
+
+  void ShowSummary() override { ++summaries; }
+  void ShutdownCountdown() override { ++shutdowns; }
+  void RequestExit(uint32_t code) override { exits.push_back(code); }
+  void ApplyPriority(uint32_t) override {}
+  void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override {
+    const CivilTime civil = CivilFromTicks(ticks);
+    date = FixedDateText(civil);
+    time = FixedTimeText(civil);
+  }
+  void ConsoleSummary(bool, const std::vector<std::wstring>& section) override {
+    for (const std::wstring& text : section) console.push_back(text);
+  }
+  void PowerOff() override { ++powerOffs; }
+};
