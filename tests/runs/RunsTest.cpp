@@ -4,6 +4,7 @@
 #include "RunTestSupport.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunSteps.h"
+#include "runs/UnattendedRun.h"
 #include "engine/SolidState.h"
 #include "engine/sim/SimDrives.h"
 #include "settings/Settings.h"
@@ -306,6 +307,83 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   EXPECT_FALSE(gRunState.diskErrors);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
   EXPECT_EQ(Check(), "check ok");
+}
+
+// The command line's runs: what follows them and the exit code they leave.
+struct UnattendedCase {
+  const char* name;
+  RunOptions options;
+  bool clean;         // the files that fail are left out
+  bool stop;          // the user stops the defragmentation part way
+  bool diskErrors;    // the disk check is asked for and finds errors
+  uint32_t code;
+  int summaries;      // the summary dialog
+  int powerOffs;
+  std::vector<bool> consoleSummaries;
+};
+
+RunOptions Unattended(bool analyse, bool defragment) {
+  RunOptions options;
+  options.unattended = true;
+  options.close = true;
+  options.analyse = analyse;
+  options.defragment = defragment;
+  return options;
+}
+
+RunOptions With(RunOptions options, bool RunOptions::*flag, bool value = true) {
+  options.*flag = value;
+  return options;
+}
+
+TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
+  const RunOptions both = Unattended(true, true);
+  const RunOptions defragment = Unattended(false, true);
+  const UnattendedCase cases[] = {
+      {"clean analysis", Unattended(true, false), true, false, false, 0, 0, 0, {false}},
+      {"analysis with errors", Unattended(true, false), false, false, false, 4, 0, 0, {false}},
+      {"both, errors", both, false, false, false, 4, 0, 0, {false, true}},
+      {"both, clean", both, true, false, false, 0, 0, 0, {false, true}},
+      {"stopped with errors, closing", defragment, false, true, false, 3, 0, 0, {true}},
+      {"stopped, a stop allowed", With(defragment, &RunOptions::allowAbort), false, true, false, 4, 0, 0, {true}},
+      {"stopped, not closing", With(defragment, &RunOptions::close, false), false, true, false, 4, 0, 0, {true}},
+      {"stopped, nothing follows", With(With(defragment, &RunOptions::shutdown), &RunOptions::showReport), true,
+       true, false, 0, 0, 0, {true}},
+      {"disk errors", defragment, true, false, true, 2, 0, 0, {true}},
+      {"report and power-off", With(With(defragment, &RunOptions::showReport), &RunOptions::shutdown), false, false,
+       false, 4, 1, 1, {true}},
+      {"close if it went well, errors", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
+       false, false, false, 4, 1, 0, {true}},
+      {"close if it went well, clean", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
+       true, false, false, 0, 0, 0, {true}},
+      {"attended, disk errors", With(defragment, &RunOptions::unattended, false), true, false, true, 2, 0, 0, {}},
+      {"attended, errors", With(both, &RunOptions::unattended, false), false, false, false, 4, 0, 0, {}},
+  };
+  for (const UnattendedCase& test : cases) {
+    SCOPED_TRACE(test.name);
+    Volume(kTree);
+    ui_ = RecordingRunUi();
+    options_ = test.options;
+    options_.solidStateFlags = kSolidStateNoDetection;
+    if (test.diskErrors) {
+      options_.diskCheck = kDiskCheckAuto;
+      ui_.diskCheckResult = kDiskCheckErrorsFound;
+      ui_.closeForDiskErrors = true;  // attended, the user chooses to close
+    }
+    const bool clean = test.clean;
+    const bool stop = test.stop;
+    gRunFilters.fileExcluded = [clean, stop](const std::wstring& path) {
+      if (stop && path == L"Z:\\data\\refused.bin") RequestStop();
+      const bool fails = path == L"Z:\\data\\locked.bin" || path == L"Z:\\data\\refused.bin" ||
+                         path == L"Z:\\data\\big.bin";
+      return (clean && fails) || (path.size() > 4 && path.substr(path.size() - 4) == L".tmp");
+    };
+    EXPECT_EQ(RunUnattended(options_, ui_), test.code);
+    EXPECT_EQ(ui_.summaries, test.summaries);
+    EXPECT_EQ(ui_.powerOffs, test.powerOffs);
+    EXPECT_EQ(ui_.consoleSummaries, test.consoleSummaries);
+    EXPECT_EQ(Check(), "check ok");
+  }
 }
 
 // A drive root as the item: its files are joined to it with one backslash.

@@ -58,7 +58,7 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
   std::vector<uint32_t> exits;
   std::vector<bool> diskChecks;  // automatic or not, one per check
   std::vector<bool> cleanups;
-  std::vector<std::wstring> console;  // the console summaries, as written
+  std::vector<bool> consoleSummaries;  // one per summary written: true for a defragmentation's
   int powerOffs = 0;
   int solidStateWarnings = 0;
   int summaries = 0;
@@ -108,8 +108,8 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
     date = FixedDateText(civil);
     time = FixedTimeText(civil);
   }
-  void ConsoleSummary(bool, const std::vector<std::wstring>& section) override {
-    for (const std::wstring& text : section) console.push_back(text);
+  void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>&) override {
+    consoleSummaries.push_back(defragmentation);
   }
   void PowerOff() override { ++powerOffs; }
 };
