@@ -36,6 +36,7 @@ class ConsoleRunUi : public RunUi {
   void BringToFront() override {}
 
   bool SolidStateWarning() override { return false; }
+  void SolidStateLeftOut(uint64_t) override {}
   int DiskCheck(bool) override { return 0; }
   bool CloseForDiskErrors() override { return true; }
   bool Cleanup(bool) override { return true; }

@@ -1,6 +1,7 @@
 #include "runs/FolderWalk.h"
 
 #include <memory>
+#include <unordered_map>
 #include <mutex>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "util/StringIds.h"
 #include "util/Tag.h"
 #include "util/Text.h"
+#include "util/WideString.h"
 
 uint32_t gCurrentClusterSize = 0;
 WorkerThread gFolderWorker;
@@ -45,6 +47,27 @@ void AppendName(std::wstring& path, const std::wstring& name) {
 
 bool IsDotEntry(const std::wstring& name) { return name == L"." || name == L".."; }
 
+// Which files the run has reached, kept only where it matters: inside the
+// items that lie in another item, and for the files listed as fragmented
+// before a defragmentation. Written by the folder worker too: under the
+// shared lock.
+struct RunVisits {
+  std::vector<std::wstring> overlapRoots;  // upper case
+  std::unordered_map<std::wstring, std::wstring> overlapOutcomes;
+  std::vector<FragmentedFileRecord> earlier;
+  std::unordered_map<std::wstring, size_t> earlierIndex;
+  std::vector<bool> reached;
+};
+RunVisits gVisits;
+
+bool InsideAny(const std::wstring& upper, const std::vector<std::wstring>& roots) {
+  for (const std::wstring& root : roots) {
+    if (upper.size() < root.size() || upper.compare(0, root.size(), root) != 0) continue;
+    if (upper.size() == root.size() || root.back() == L'\\' || upper[root.size()] == L'\\') return true;
+  }
+  return false;
+}
+
 void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entry) {
   FileAnalysis analysis;
   AnalyseFile(path, analysis);
@@ -59,6 +82,7 @@ void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entr
     FragmentedFileRecord record = MakeFragmentedRecord(ui, path, entry, analysis, gCurrentClusterSize);
     std::lock_guard lock(SharedLock());
     gRun.pendingFragmented.push_back(std::move(record));
+    ++gRun.counters.fragmented;
   }
 }
 
@@ -66,17 +90,7 @@ void DefragmentWalkedFile(RunUi& ui, const std::wstring& path) {
   // Opened without the long prefix, so a path beyond the ordinary limit
   // fails here with the system's text.
   DefragmentRunFile(ui, std::wstring(DisplayPath(path)), nullptr);
-  const std::wstring& code = gEngine.moveResultCode;
-  if (code.empty()) {
-    ++gRun.counters.filesMoved;
-    ui.RefreshCounters();
-  } else if (code == kMoveAlreadyContiguous) {
-    ++gRun.counters.notFragmented;
-  } else if (code != kMoveStopped) {
-    // This walk runs alone on the run's thread: no lock.
-    gRun.errors.push_back(MakeErrorEntry(path, code));
-    ui.RefreshErrors();
-  }
+  CountMoveOutcome(ui, path, gEngine.moveResultCode);
 }
 
 void CountSeen(WalkKind kind) {
@@ -92,6 +106,23 @@ void CountSeen(WalkKind kind) {
   } else {
     ++gRun.counters.filesSeen;
   }
+}
+
+void CountLeftOut() {
+  std::lock_guard lock(SharedLock());
+  ++gRun.counters.leftOut;
+}
+
+// The record of a file a stopped move left in pieces, as it is now.
+FragmentedFileRecord StillFragmentedRecord(RunUi& ui, const std::wstring& path) {
+  FileAnalysis analysis;
+  AnalyseFile(path, analysis);
+  DirEntry entry;
+  Fs().FindEntries(path, [&entry](const DirEntry& found) {
+    entry = found;
+    return false;
+  });
+  return MakeFragmentedRecord(ui, path, entry, analysis, gCurrentClusterSize);
 }
 
 }  // namespace
@@ -163,6 +194,7 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
   std::vector<WalkLevel> levels;
   EnterFolder(path, levels);
   DirEntry entry;
+  uint64_t met = 0;
   while (!levels.empty()) {
     WalkLevel& level = levels.back();
     path.resize(level.folderLength);
@@ -182,18 +214,23 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
       if (!FolderLeftOut(path)) EnterFolder(path, levels);
       continue;
     }
-    if (!FileLeftOut(std::wstring(DisplayPath(path)))) {
+    const std::wstring shown(DisplayPath(path));
+    if (FileLeftOut(shown)) {
+      CountLeftOut();
+    } else if (FirstVisit(shown)) {
       if (kind == WalkKind::Analysis) {
         AnalyseWalkedFile(ui, path, entry);
       } else {
         DefragmentWalkedFile(ui, path);
       }
+      CountSeen(kind);
     }
-    CountSeen(kind);
-    if (kind == WalkKind::Defragmentation && gRun.counters.filesSeen % 32 == 0) {
+    // The window is kept alive by the files met, left out or not.
+    ++met;
+    if (kind == WalkKind::Defragmentation && met % 32 == 0) {
       ui.RefreshErrors();
       ui.RefreshCounters();
-      if (gRun.counters.filesSeen % 64 == 0) ui.PumpMessages();
+      if (met % 64 == 0) ui.PumpMessages();
     }
   }
 }
@@ -211,21 +248,87 @@ void DefragmentRunFile(RunUi& ui, const std::wstring& path, FileAnalysis* counts
 void AnalyseListedFile(RunUi& ui, ItemRecord& record) {
   FileAnalysis analysis;
   AnalyseFile(record.longPath, analysis);
+  // A file reached before in this run shows its state but is not counted
+  // or listed again.
+  const bool first = FirstVisit(record.path);
   if (!analysis.outcome.empty()) {
-    ApplyFileAnalysis(record, false, record.fragments, record.clusters);
-    gRun.errors.push_back(MakeErrorEntry(record.longPath, analysis.outcome));
-    return;
+    ApplyFileAnalysis(record, false, kCountUnknown, kCountUnknown);
+    if (first) gRun.errors.push_back(MakeErrorEntry(record.longPath, analysis.outcome));
+  } else {
+    const int64_t fragments = static_cast<int64_t>(analysis.fragments);
+    ApplyFileAnalysis(record, true, fragments, static_cast<int64_t>(analysis.clusters));
+    if (!first) return;
+    if (fragments < 2) {
+      ++gRun.counters.notFragmented;
+    } else {
+      DirEntry entry;
+      Fs().FindEntries(record.longPath, [&entry](const DirEntry& found) {
+        entry = found;
+        return false;
+      });
+      gRun.fragmented.push_back(
+          MakeFragmentedRecord(ui, record.longPath, entry, analysis, gCurrentClusterSize));
+      ++gRun.counters.fragmented;
+    }
   }
-  const int64_t fragments = static_cast<int64_t>(analysis.fragments);
-  ApplyFileAnalysis(record, true, fragments, static_cast<int64_t>(analysis.clusters));
-  if (fragments < 2) {
+  if (first) ++gRun.counters.filesSeen;
+}
+
+void CountMoveOutcome(RunUi& ui, const std::wstring& path, const std::wstring& code) {
+  if (code.empty()) {
+    ++gRun.counters.filesMoved;
+    ui.RefreshCounters();
+  } else if (code == kMoveAlreadyContiguous) {
     ++gRun.counters.notFragmented;
-    return;
+  } else if (code == kMoveStopped) {
+    // The move was stopped between two fragments: the file is still in
+    // pieces, and a stopped run lists it so.
+    gRun.fragmented.push_back(StillFragmentedRecord(ui, path));
+    ++gRun.counters.fragmented;
+  } else {
+    // The defragmentation runs alone on the run's thread: no lock.
+    gRun.errors.push_back(MakeErrorEntry(path, code));
+    ui.RefreshErrors();
   }
-  DirEntry entry;
-  Fs().FindEntries(record.longPath, [&entry](const DirEntry& found) {
-    entry = found;
-    return false;
-  });
-  gRun.fragmented.push_back(MakeFragmentedRecord(ui, record.longPath, entry, analysis, gCurrentClusterSize));
+  const std::wstring upper = UpperCase(DisplayPath(path));
+  std::lock_guard lock(SharedLock());
+  if (InsideAny(upper, gVisits.overlapRoots)) gVisits.overlapOutcomes[upper] = code;
+}
+
+void BeginRunVisits(const std::vector<std::wstring>& overlaps, std::vector<FragmentedFileRecord> earlier) {
+  std::lock_guard lock(SharedLock());
+  gVisits = RunVisits{};
+  for (const std::wstring& path : overlaps) gVisits.overlapRoots.push_back(UpperCase(path));
+  gVisits.earlier = std::move(earlier);
+  gVisits.reached.assign(gVisits.earlier.size(), false);
+  for (size_t i = 0; i < gVisits.earlier.size(); ++i) {
+    gVisits.earlierIndex.emplace(UpperCase(gVisits.earlier[i].path), i);
+  }
+}
+
+bool FirstVisit(const std::wstring& path, std::wstring* outcome) {
+  std::lock_guard lock(SharedLock());
+  if (gVisits.overlapRoots.empty() && gVisits.earlierIndex.empty()) return true;
+  const std::wstring upper = UpperCase(path);
+  if (auto known = gVisits.earlierIndex.find(upper); known != gVisits.earlierIndex.end()) {
+    gVisits.reached[known->second] = true;
+  }
+  if (!InsideAny(upper, gVisits.overlapRoots)) return true;
+  auto [visit, inserted] = gVisits.overlapOutcomes.try_emplace(upper);
+  if (!inserted && outcome) *outcome = visit->second;
+  return inserted;
+}
+
+std::vector<FragmentedFileRecord> UnreachedFragmented() {
+  std::lock_guard lock(SharedLock());
+  std::vector<FragmentedFileRecord> unreached;
+  for (size_t i = 0; i < gVisits.earlier.size(); ++i) {
+    if (!gVisits.reached[i]) unreached.push_back(gVisits.earlier[i]);
+  }
+  return unreached;
+}
+
+void EndRunVisits() {
+  std::lock_guard lock(SharedLock());
+  gVisits = RunVisits{};
 }

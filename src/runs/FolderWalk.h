@@ -11,6 +11,7 @@
 // Each level holds one open search, never its whole listing.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "engine/Analysis.h"
 #include "engine/EngineThread.h"
@@ -44,6 +45,24 @@ void AnalyseListedFile(RunUi& ui, ItemRecord& record);
 // Relocates one file of a defragmentation run and counts it as tried when it
 // needed a move; the outcome is gEngine.moveResultCode.
 void DefragmentRunFile(RunUi& ui, const std::wstring& path, FileAnalysis* counts);
+
+// The outcome of one relocated file (the path as given to the run) in the
+// run's counters and lists: moved, contiguous, still fragmented (a move the
+// user stopped) or an error. The processed count is the caller's.
+void CountMoveOutcome(RunUi& ui, const std::wstring& path, const std::wstring& code);
+
+// Which files a run reaches. `overlaps` are the items (paths as shown)
+// that lie inside another item of the run, so that their files could be
+// reached twice; `earlier` the files known to be fragmented before the run,
+// which a stopped defragmentation lists again when it did not reach them.
+void BeginRunVisits(const std::vector<std::wstring>& overlaps, std::vector<FragmentedFileRecord> earlier);
+// True the first time the run reaches the file (its path without the long
+// prefix). Otherwise `outcome`, when given, receives what the relocation of
+// the first visit gave.
+bool FirstVisit(const std::wstring& path, std::wstring* outcome = nullptr);
+// The files of `earlier` that the run has not reached.
+std::vector<FragmentedFileRecord> UnreachedFragmented();
+void EndRunVisits();
 
 // The shown text of a failed file from its outcome code.
 std::wstring ErrorMessageFor(const std::wstring& code);

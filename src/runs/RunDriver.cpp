@@ -66,13 +66,14 @@ class Run {
  private:
   bool Unattended() const { return options_.unattended; }
   void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped);
-  bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped);
+  std::vector<std::wstring> OverlappingItems() const;
+  bool PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped,
+                              std::vector<FragmentedFileRecord>* markedFiles);
   void ApplyPendingPriority();
   void RefreshCountersAndStatus();
   void EveryThirtySecond(uint64_t row);
   void BeginItem(ItemRecord& record, uint64_t row);
   void AnalyseFolderItem(ItemRecord& record);
-  void CountMoveResult(const std::wstring& longPath, const std::wstring& code);
   void DefragmentFileItem(ItemRecord& record);
   void DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files);
   void DefragmentFolderItem(ItemRecord& record);
@@ -81,10 +82,17 @@ class Run {
   void ProcessItems(const Work& work);
   void AnalysisRun();
   void DefragRun(const std::vector<FragmentedFileRecord>* markedFiles);
+  void KeepStillFragmented();
+  void FollowDefragmentation();
 
   RunOptions& options_;
   RunUi& ui_;
   bool diskErrors_ = false;
+  // A question before the run (solid-state warning, disk check, cleanup)
+  // ended it.
+  bool answeredStop_ = false;
+  // Files the filters left out before the run began (items, marked files).
+  uint64_t filesLeftOut_ = 0;
 };
 
 }  // namespace
@@ -105,32 +113,100 @@ void Run::SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
     if (excluded) {
       record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
       ++skipped;
+      if (!folder) ++filesLeftOut_;
     } else {
       record.flags |= ItemFlags::kToProcess;
     }
   }
 }
 
+// The items to be processed that lie inside a folder item to be processed:
+// their files could be reached twice.
+std::vector<std::wstring> Run::OverlappingItems() const {
+  std::vector<std::wstring> folders;
+  for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
+    const ItemRecord& record = node->record;
+    if (IsProcessed(record) && (record.flags & ItemFlags::kFolder)) folders.push_back(UpperCase(record.path));
+  }
+  std::vector<std::wstring> overlaps;
+  if (folders.empty()) return overlaps;
+  for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
+    const ItemRecord& record = node->record;
+    if (!IsProcessed(record)) continue;
+    const std::wstring upper = UpperCase(record.path);
+    for (const std::wstring& folder : folders) {
+      if (upper.size() <= folder.size() || upper.compare(0, folder.size(), folder) != 0) continue;
+      if (folder.back() == L'\\' || upper[folder.size()] == L'\\') {
+        overlaps.push_back(record.path);
+        break;
+      }
+    }
+  }
+  return overlaps;
+}
+
+// The item fields a run resets, kept so that a run its steps end before it
+// begins leaves the list as the last run left it.
+struct ItemShown {
+  uint32_t flags;
+  uint32_t stateImage;
+  uint32_t iconIndex;
+  ItemState state;
+  int64_t fragments;
+  int64_t clusters;
+};
+
+std::vector<ItemShown> ItemsShown() {
+  std::vector<ItemShown> shown;
+  for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
+    const ItemRecord& r = node->record;
+    shown.push_back(ItemShown{r.flags, r.stateImage, r.iconIndex, r.state, r.fragments, r.clusters});
+  }
+  return shown;
+}
+
+void ShowItemsAgain(const std::vector<ItemShown>& shown) {
+  size_t i = 0;
+  for (ItemNode* node = ItemListHead(); node != nullptr && i < shown.size(); node = node->next, ++i) {
+    ItemRecord& r = node->record;
+    r.flags = shown[i].flags;
+    r.stateImage = shown[i].stateImage;
+    r.iconIndex = shown[i].iconIndex;
+    r.state = shown[i].state;
+    r.fragments = shown[i].fragments;
+    r.clusters = shown[i].clusters;
+  }
+}
+
 // The steps before a defragmentation; false when one of them ends the run.
-bool Run::PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped) {
+// The run of the marked files weighs each file, the others each item.
+bool Run::PrepareDefragmentation(uint64_t considered, uint64_t filterSkipped,
+                                 std::vector<FragmentedFileRecord>* markedFiles) {
   const bool skipSolidState = (options_.solidStateFlags & kSolidStateSkip) != 0;
   bool detected = false;
   uint64_t onSolidState = 0;
   {
     TagScope tag(kTagCheckingDrives);
-    onSolidState = MarkItemsOnSolidStateDrives(ui_, options_, detected);
+    onSolidState = markedFiles ? DropFilesOnSolidStateDrives(ui_, options_, *markedFiles, detected)
+                               : MarkItemsOnSolidStateDrives(ui_, options_, detected);
   }
+  if (markedFiles && skipSolidState && onSolidState > 0) ui_.SolidStateLeftOut(onSolidState);
   const uint64_t leftOut = filterSkipped + onSolidState;
   if (leftOut > 0) {
     if (skipSolidState && leftOut == considered) return false;
-    if (AskSolidStateWarning(ui_, options_, detected)) return false;
+    answeredStop_ = AskSolidStateWarning(ui_, options_, detected);
+    if (answeredStop_) return false;
   }
   const StepEnd diskCheck = RunDiskCheckStep(ui_, options_);
   if (diskCheck != StepEnd::GoOn) {
     diskErrors_ = diskCheck == StepEnd::StopForDiskErrors;
+    answeredStop_ = true;
     return false;
   }
-  if (!RunCleanupStep(ui_, options_)) return false;
+  if (!RunCleanupStep(ui_, options_)) {
+    answeredStop_ = true;
+    return false;
+  }
   ui_.RunLayout(true, true);
   return true;
 }
@@ -220,29 +296,26 @@ void Run::AnalyseFolderItem(ItemRecord& record) {
   }
 }
 
-// The outcome of one relocated file in the run's counters and errors.
-void Run::CountMoveResult(const std::wstring& longPath, const std::wstring& code) {
-  ++gRun.counters.filesSeen;
-  if (code.empty()) {
-    ++gRun.counters.filesMoved;
-  } else if (code == kMoveAlreadyContiguous) {
-    ++gRun.counters.notFragmented;
-  } else if (code != kMoveStopped) {
-    gRun.errors.push_back(MakeErrorEntry(longPath, code));
-    ui_.RefreshErrors();
-  }
-}
-
 // The item's counts become those the relocation's own analysis found, so a
 // file shows its state after the move rather than before it.
+// A file reached before in this run (inside a listed folder) is not moved
+// or counted again: it shows what its first move gave.
 void Run::DefragmentFileItem(ItemRecord& record) {
   FileAnalysis counts;
-  DefragmentRunFile(ui_, record.path, &counts);
+  std::wstring code;
+  const bool first = FirstVisit(record.path, &code);
+  if (first) {
+    DefragmentRunFile(ui_, record.path, &counts);
+    code = gEngine.moveResultCode;
+  } else {
+    AnalyseFile(record.longPath, counts);
+  }
   record.fragments = static_cast<int64_t>(counts.fragments);
   record.clusters = static_cast<int64_t>(counts.clusters);
-  const std::wstring code = gEngine.moveResultCode;
   ApplyFileMoveResult(record, code);
-  CountMoveResult(record.longPath, code);
+  if (!first) return;
+  CountMoveOutcome(ui_, record.longPath, code);
+  ++gRun.counters.filesSeen;
 }
 
 // The marked files one by one; a file that is also an item of the list gets
@@ -255,9 +328,10 @@ void Run::DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) 
       MarkItemProcessing(*record);
       ui_.RedrawItems();
       DefragmentFileItem(*record);
-    } else {
+    } else if (FirstVisit(path)) {
       DefragmentRunFile(ui_, path, nullptr);
-      CountMoveResult(path, gEngine.moveResultCode);
+      CountMoveOutcome(ui_, path, gEngine.moveResultCode);
+      ++gRun.counters.filesSeen;
     }
     ui_.RedrawItems();
     RefreshCountersAndStatus();
@@ -312,13 +386,11 @@ void Run::AnalysisRun() {
       AnalyseFolderItem(record);
     } else {
       AnalyseListedFile(ui_, record);
-      ++gRun.counters.filesSeen;
     }
   });
   SortAndDeduplicateResults();
   RefreshCountersAndStatus();
   ui_.EnableSaveReport(true);
-  ui_.UpdateStatus(kStatusItemCount | kStatusWaiting);
 }
 
 void Run::DefragRun(const std::vector<FragmentedFileRecord>* markedFiles) {
@@ -335,30 +407,48 @@ void Run::DefragRun(const std::vector<FragmentedFileRecord>* markedFiles) {
   }
   RefreshCountersAndStatus();
   ui_.TaskbarProgress(false);
+  ui_.EnableSaveReport(false);
+  ui_.RunLayout(false, true);
+  KeepStillFragmented();
+}
 
+// A finished defragmentation leaves no fragmented file listed (those it
+// could not make contiguous are among the errors). A stopped one lists the
+// files still in pieces: the one whose move was stopped, and those known
+// fragmented before the run that it did not reach.
+void Run::KeepStillFragmented() {
+  if (!StopRequested()) {
+    gRun.fragmented.clear();
+    return;
+  }
+  for (FragmentedFileRecord& record : UnreachedFragmented()) {
+    record.marked = false;
+    gRun.fragmented.push_back(std::move(record));
+  }
+  SortAndDeduplicateResults();
+}
+
+// What follows a defragmentation once the window shows it has ended: the
+// power-off countdown after a stop, the summary after a stopped run as
+// after a finished one, and the closing rules.
+void Run::FollowDefragmentation() {
   const bool stopped = StopRequested();
   // Powering off follows only a run the user stopped; the unattended mode
   // decides for itself once the command line's work is done.
   if (!Unattended() && stopped && !options_.allowAbort && (options_.shutdown || options_.shutdownAfterDefrag)) {
     ui_.ShutdownCountdown();
   }
-  ui_.EnableSaveReport(false);
-  ui_.RunLayout(false, true);
-  if (!stopped && !Unattended()) {
-    ui_.BringToFront();
-    const bool closeIfOk = options_.closeIfOk;
-    const bool close = options_.close || options_.closeAfterDefrag;
-    if ((closeIfOk && !gRun.errors.empty()) || (!closeIfOk && !close) || options_.showReport) {
-      ui_.ShowSummary();
-    }
-    // A run that ended without errors turns "close if it went well" into
-    // "close" for the runs that follow.
-    if (closeIfOk && gRun.errors.empty()) options_.close = true;
+  if (Unattended()) return;
+  const bool closeIfOk = options_.closeIfOk;
+  const bool close = options_.close || options_.closeAfterDefrag;
+  if (!stopped) ui_.BringToFront();
+  if ((closeIfOk && !gRun.errors.empty()) || (!closeIfOk && !close) || options_.showReport) {
+    ui_.ShowSummary();
   }
-  // The count shown afterwards, in the summary and on the console, is 0.
-  gRun.fragmented.clear();
+  // A run that ended without errors turns "close if it went well" into
+  // "close" for the runs that follow.
+  if (!stopped && closeIfOk && gRun.errors.empty()) options_.close = true;
 }
-
 
 bool StatusRefreshDue(uint64_t count) {
   if (count <= 32) return count % 32 == 0;
@@ -412,11 +502,14 @@ RunEnd Run::Start(RunMode mode) {
   // their cluster size is that of the analysis that listed them.
   std::vector<FragmentedFileRecord> markedFiles;
   const bool marked = mode == RunMode::DefragmentMarkedFiles;
+  const bool defragmenting = IsDefragmentation(mode);
+  const std::vector<ItemShown> shownBefore = defragmenting && !marked ? ItemsShown() : std::vector<ItemShown>{};
   if (marked) {
     for (const FragmentedFileRecord& record : gRun.fragmented) {
       if (!record.marked) continue;
       if (FileLeftOut(record.path)) {
         ++skipped;
+        ++filesLeftOut_;
       } else {
         markedFiles.push_back(record);
       }
@@ -426,14 +519,25 @@ RunEnd Run::Start(RunMode mode) {
   } else {
     SelectItems(mode, considered, skipped);
   }
-  const bool defragmenting = IsDefragmentation(mode);
-  if (defragmenting && !PrepareDefragmentation(considered, skipped)) {
+  if (defragmenting && !PrepareDefragmentation(considered, skipped, marked ? &markedFiles : nullptr)) {
     gRunState.diskErrors = diskErrors_;
+    // Ended by the user's answer before it began: the list shows the last
+    // run's results again.
+    if (answeredStop_) {
+      ShowItemsAgain(shownBefore);
+      ui_.RedrawItems();
+    }
     return RunEnd::NotStarted;
   }
 
   gRunState.running = true;
+  // A defragmentation keeps the fragmented files known so far, to list
+  // again those a stop leaves unreached.
+  std::vector<FragmentedFileRecord> earlier;
+  if (defragmenting) earlier = gRun.fragmented;
   ClearRunResults();
+  gRun.counters.leftOut = filesLeftOut_;
+  BeginRunVisits(marked ? std::vector<std::wstring>{} : OverlappingItems(), std::move(earlier));
   {
     std::lock_guard lock(SharedLock());
     gEngine.flags.fetch_and(~kStopRequested);
@@ -448,13 +552,15 @@ RunEnd Run::Start(RunMode mode) {
   } else {
     AnalysisRun();
   }
+  EndRunVisits();
   EndOfRunRelease();
   const bool stopped = StopRequested();
   gRunState.lastEnd = stopped ? RunEnd::Stopped : RunEnd::Completed;
 
+  // The window shows the run has ended before anything follows it.
   ui_.TaskbarProgress(false);
   ui_.EnableResultTabs();
-  ui_.UpdateStatus(kStatusWaiting | kStatusProcessedCount);
+  ui_.UpdateStatus(kStatusItemCount | kStatusWaiting | kStatusProcessedCount);
   ui_.RedrawItems();
   {
     std::lock_guard lock(SharedLock());
@@ -463,6 +569,7 @@ RunEnd Run::Start(RunMode mode) {
   ui_.ClipChildren(false);
   ui_.EnableRunMenus(false);
   gRunState.running = false;
+  if (defragmenting) FollowDefragmentation();
 
   // Closing follows only a defragmentation the user stopped.
   if (defragmenting && !Unattended() && stopped && !options_.allowAbort &&

@@ -171,18 +171,29 @@ std::vector<std::wstring> ConsoleAnalysisSection() {
 }
 
 std::vector<std::wstring> ConsoleDefragSection() {
-  const int64_t fragmented = static_cast<int64_t>(gRun.fragmented.size());
-  const int64_t contiguous = static_cast<int64_t>(gRun.counters.notFragmented);
-  const int64_t errors = static_cast<int64_t>(gRun.errors.size());
+  // The fragmented files are those the run left in pieces without an error
+  // (a stopped move), so the four kinds add up to the processed files.
   std::vector<std::wstring> texts;
   texts.push_back(L"Summary:\r\n\r\n");
-  texts.push_back(Narrowable("Number of processed files : %d\r\n", fragmented + contiguous + errors));
-  texts.push_back(Narrowable("Number of fragmented files : %d\r\n", fragmented));
-  texts.push_back(Narrowable("Number of already contiguous files : %d\r\n", contiguous));
+  texts.push_back(Narrowable("Number of processed files : %d\r\n", static_cast<int64_t>(gRun.counters.filesSeen)));
+  texts.push_back(Narrowable("Number of fragmented files : %d\r\n", static_cast<int64_t>(gRun.counters.fragmented)));
+  texts.push_back(Narrowable("Number of already contiguous files : %d\r\n",
+                             static_cast<int64_t>(gRun.counters.notFragmented)));
   texts.push_back(Narrowable("Number of defragmented files : %d\r\n",
                              static_cast<int64_t>(gRun.counters.filesMoved)));
   texts.push_back(Narrowable("Number of files that were not defragmented due to processing errors : %d\r\n",
-                             errors));
+                             static_cast<int64_t>(gRun.errors.size())));
+  texts.push_back(L"\r\n");
+  return texts;
+}
+
+std::vector<std::wstring> ConsoleFailuresAndLeftOut() {
+  std::vector<std::wstring> texts;
+  for (const ErrorEntry& entry : gRun.errors) {
+    texts.push_back(L"Failed file : " + entry.displayPath + L" : " + entry.message + L"\r\n");
+  }
+  texts.push_back(Narrowable("Number of files left out by the include and exclude masks and the size limit : %d\r\n",
+                             static_cast<int64_t>(gRun.counters.leftOut)));
   texts.push_back(L"\r\n");
   return texts;
 }

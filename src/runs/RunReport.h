@@ -42,3 +42,7 @@ bool SaveAnalysisReport(std::wstring path, const ReportFormat& format, MessagePu
 // defragmentation.
 std::vector<std::wstring> ConsoleAnalysisSection();
 std::vector<std::wstring> ConsoleDefragSection();
+// What follows each section in the unattended mode: every file that failed
+// with the error list's text, one line each, and how many files the include
+// and exclude masks and the size limit left out.
+std::vector<std::wstring> ConsoleFailuresAndLeftOut();

@@ -7,11 +7,20 @@
 #include <string>
 #include <vector>
 
+// Every file a run looks at gets exactly one outcome, so the processed
+// files are the contiguous, fragmented and defragmented ones plus the
+// errors. A file reached twice in one run (an item of its own and inside a
+// listed folder) counts once.
 struct RunCounters {
-  uint64_t filesSeen = 0;
+  uint64_t filesSeen = 0;      // processed
   uint64_t notFragmented = 0;
+  // Found fragmented and left so without an error: by an analysis, or by a
+  // defragmentation stopped during the file's move.
+  uint64_t fragmented = 0;
   uint64_t filesTried = 0;
   uint64_t filesMoved = 0;
+  // Files the include and exclude lists and the size limit left out.
+  uint64_t leftOut = 0;
 };
 
 struct FragmentedFileRecord {

@@ -1,5 +1,7 @@
 #include "runs/RunSteps.h"
 
+#include <algorithm>
+
 #include "engine/Relocation.h"
 #include "engine/SolidState.h"
 #include "items/ItemList.h"
@@ -7,6 +9,7 @@
 #include "runs/RunOptions.h"
 #include "runs/RunUi.h"
 #include "settings/Settings.h"
+#include "util/WideString.h"
 
 namespace {
 
@@ -16,24 +19,44 @@ bool ToBeProcessed(const ItemRecord& record) {
 
 }  // namespace
 
+namespace {
+
+// Asks each used drive letter once; `used` becomes whether it is a
+// solid-state drive.
+bool FindSolidStateDrives(RunUi& ui, bool (&used)[26]) {
+  bool detected = false;
+  ui.SetBusyState(kBusyCheckingDrives);
+  for (int index = 0; index < 26; ++index) {
+    used[index] = used[index] && IsSolidStateVolume(wchar_t(L'A' + index));
+    detected = detected || used[index];
+  }
+  ui.SetBusyState(kBusyIdle);
+  return detected;
+}
+
+int LetterIndex(wchar_t first) {
+  // A character below "[" counts from "A", any other from "a".
+  const int index = first < L'[' ? int(first) - 'A' : int(first) - 'a';
+  return index >= 0 && index < 26 ? index : -1;
+}
+
+}  // namespace
+
 uint64_t MarkItemsOnSolidStateDrives(RunUi& ui, const RunOptions& options, bool& detected) {
   detected = false;
   const uint32_t flags = options.solidStateFlags;
   if (flags & kSolidStateNoDetection) return 0;
-  ui.SetBusyState(kBusyCheckingDrives);
   bool used[26] = {};
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
     const std::wstring& path = node->record.path;
     if (path.empty()) continue;
-    // A character below "[" counts from "A", any other from "a".
-    const int index = path[0] < L'[' ? int(path[0]) - 'A' : int(path[0]) - 'a';
-    if (index >= 0 && index < 26) used[index] = true;
+    if (const int index = LetterIndex(path[0]); index >= 0) used[index] = true;
   }
+  detected = FindSolidStateDrives(ui, used);
   uint64_t count = 0;
   for (int index = 0; index < 26; ++index) {
     const wchar_t letter = wchar_t(L'A' + index);
-    if (!used[index] || !IsSolidStateVolume(letter)) continue;
-    detected = true;
+    if (!used[index]) continue;
     for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) {
       ItemRecord& record = node->record;
       if (!ToBeProcessed(record) || record.path.empty() || record.path[0] != letter) continue;
@@ -41,8 +64,28 @@ uint64_t MarkItemsOnSolidStateDrives(RunUi& ui, const RunOptions& options, bool&
       if (flags & kSolidStateSkip) record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
     }
   }
-  ui.SetBusyState(kBusyIdle);
   ui.RedrawItems();
+  return count;
+}
+
+uint64_t DropFilesOnSolidStateDrives(RunUi& ui, const RunOptions& options, std::vector<FragmentedFileRecord>& files,
+                                     bool& detected) {
+  detected = false;
+  const uint32_t flags = options.solidStateFlags;
+  if (flags & kSolidStateNoDetection) return 0;
+  bool used[26] = {};
+  for (const FragmentedFileRecord& file : files) {
+    if (file.path.empty()) continue;
+    if (const int index = LetterIndex(UpperCaseUnit(file.path[0])); index >= 0) used[index] = true;
+  }
+  detected = FindSolidStateDrives(ui, used);
+  auto onSolidState = [&used](const FragmentedFileRecord& file) {
+    if (file.path.empty()) return false;
+    const int index = LetterIndex(UpperCaseUnit(file.path[0]));
+    return index >= 0 && used[index];
+  };
+  const uint64_t count = static_cast<uint64_t>(std::count_if(files.begin(), files.end(), onSolidState));
+  if (flags & kSolidStateSkip) files.erase(std::remove_if(files.begin(), files.end(), onSolidState), files.end());
   return count;
 }
 

@@ -3,6 +3,9 @@
 // warning, the disk check and the cleanup. Their questions go to the run's
 // user through its RunUi.
 #include <cstdint>
+#include <vector>
+
+#include "runs/RunResults.h"
 
 class RunUi;
 struct RunOptions;
@@ -22,6 +25,12 @@ constexpr uint32_t kCleanupAsk = 9055;
 // skipped. `detected` tells whether any drive was one. Nothing is asked, and
 // 0 returned, while detection is off.
 uint64_t MarkItemsOnSolidStateDrives(RunUi& ui, const RunOptions& options, bool& detected);
+
+// The same for the files of a run of the marked files, file by file (the
+// drive letter in either case): the count of those on solid-state drives,
+// which are taken out of `files` when "SKIPSSD=" is on.
+uint64_t DropFilesOnSolidStateDrives(RunUi& ui, const RunOptions& options, std::vector<FragmentedFileRecord>& files,
+                                     bool& detected);
 
 // True when the user chose not to defragment after the warning. Asked only
 // when the warning is on, skipping is off, detection is on, a drive was

@@ -49,6 +49,10 @@ class RunUi : public EngineUi {
   // The questions of the steps before a defragmentation.
   // True: do not defragment the files on solid-state drives.
   virtual bool SolidStateWarning() = 0;
+  // Marked files on solid-state drives were left out of the run, as the
+  // settings say: the user is told how many, so a run that moves nothing
+  // does not read as done.
+  virtual void SolidStateLeftOut(uint64_t files) = 0;
   // Runs the disk check (`automatic`: without waiting for the user); its
   // result, kDiskCheckCancelled or with kDiskCheckErrorsFound.
   virtual int DiskCheck(bool automatic) = 0;

@@ -12,12 +12,23 @@ uint32_t UnattendedExitCode(bool diskErrors, bool stoppedWithErrors, bool anyErr
   return anyErrors ? 4 : 0;
 }
 
+namespace {
+
+// A section of the console summary and, after it, the run's failures and
+// the files left out.
+std::vector<std::wstring> WithFailures(std::vector<std::wstring> section) {
+  for (std::wstring& text : ConsoleFailuresAndLeftOut()) section.push_back(std::move(text));
+  return section;
+}
+
+}  // namespace
+
 uint32_t RunUnattended(RunOptions& options, RunUi& ui) {
   bool anyErrors = false;
   if (options.analyse) {
     StartRun(RunMode::AnalyseAll, options, ui);
     anyErrors = !gRun.errors.empty();
-    if (options.unattended) ui.ConsoleSummary(false, ConsoleAnalysisSection());
+    if (options.unattended) ui.ConsoleSummary(false, WithFailures(ConsoleAnalysisSection()));
   }
   bool diskErrors = false;
   bool stoppedWithErrors = false;
@@ -25,7 +36,7 @@ uint32_t RunUnattended(RunOptions& options, RunUi& ui) {
     StartRun(RunMode::DefragmentAll, options, ui);
     anyErrors = anyErrors || !gRun.errors.empty();
     diskErrors = gRunState.diskErrors;
-    if (options.unattended) ui.ConsoleSummary(true, ConsoleDefragSection());
+    if (options.unattended) ui.ConsoleSummary(true, WithFailures(ConsoleDefragSection()));
     stoppedWithErrors =
         gRunState.lastEnd == RunEnd::Stopped && options.close && !options.allowAbort && !gRun.errors.empty();
   }

@@ -32,6 +32,7 @@
 #include "ui/TaskbarProgress.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/WideString.h"
 
 namespace {
 
@@ -102,7 +103,7 @@ INT_PTR CALLBACK SummaryProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
                       Text(kStrSummaryDefragmented, L"File deframmentati:"));
       SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS_LABEL, Text(kStrSummaryErrors, L"Errori:"));
       SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, GroupedCount(gRun.counters.filesSeen).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(gRun.fragmented.size()).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(gRun.counters.fragmented).c_str());
       SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, GroupedCount(gRun.counters.notFragmented).c_str());
       SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, GroupedCount(gRun.counters.filesMoved).c_str());
       SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(gRun.errors.size()).c_str());
@@ -229,6 +230,13 @@ class WindowRunUi final : public RunUi {
   }
 
   bool SolidStateWarning() override { return SolidStateWarningDialog(gRunWindow.main); }
+  void SolidStateLeftOut(uint64_t files) override {
+    const std::wstring text = FormatWithStrings(
+        Text(kStrSolidStateLeftOut, L"%s file selezionati si trovano su unità a stato solido e sono stati lasciati "
+                                    L"come sono, come chiedono le impostazioni."),
+        {GroupedCount(files)});
+    ShowMessage(gRunWindow.main, text, Text(kStrSolidStateTitle, L"Disco SSD"), MB_OK | MB_ICONINFORMATION);
+  }
   int DiskCheck(bool automatic) override {
     return DiskCheckForRun(gRunWindow.main, automatic, gRunWindow.options.unattended);
   }

@@ -107,8 +107,9 @@ void ShowSummaryPanel(bool show) { ShowWindow(gSummary.box, show ? SW_SHOW : SW_
 
 void UpdateSummaryPanel() {
   if (!gSummary.box) return;
-  // The same figures as the summary dialog and the console summary.
-  const uint64_t values[kCounterCount] = {gRun.fragmented.size(), gRun.counters.notFragmented,
+  // The same figures as the summary dialog and the console summary; with the
+  // errors they add up to the files processed.
+  const uint64_t values[kCounterCount] = {gRun.counters.fragmented, gRun.counters.notFragmented,
                                           gRun.counters.filesMoved, gRun.errors.size()};
   for (int i = 0; i < kCounterCount; ++i) {
     SetWindowTextW(gSummary.labels[i], Text(kCounterLabels[i].textId, kCounterLabels[i].italian));

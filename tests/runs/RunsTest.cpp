@@ -2,6 +2,7 @@
 // whole console summaries, item states, the end state of the volume, and the
 // rules for what follows a run.
 #include "RunTestSupport.h"
+#include "items/ItemCells.h"
 #include "runs/FolderWalk.h"
 #include "runs/RunSteps.h"
 #include "runs/UnattendedRun.h"
@@ -32,6 +33,21 @@ const char* kTree =
     "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n"
     "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000022\n";
 
+// The command line's runs.
+RunOptions Unattended(bool analyse, bool defragment) {
+  RunOptions options;
+  options.unattended = true;
+  options.close = true;
+  options.analyse = analyse;
+  options.defragment = defragment;
+  return options;
+}
+
+RunOptions With(RunOptions options, bool RunOptions::*flag, bool value = true) {
+  options.*flag = value;
+  return options;
+}
+
 class RunsTest : public RunFixture {
  protected:
   void SetUp() override {
@@ -53,8 +69,11 @@ TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
             L"Analyzed file : Z:\\single.bin\r\nFile is in 2 fragments\r\n\r\n"
             L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
             L"\r\nNumber of items processed : 2 \r\n");
-  EXPECT_EQ(gRun.counters.filesSeen, 8u);  // the filtered file counts as seen
+  // The filtered file is left out, not processed.
+  EXPECT_EQ(gRun.counters.filesSeen, 7u);
+  EXPECT_EQ(gRun.counters.leftOut, 1u);
   EXPECT_EQ(gRun.counters.notFragmented, 1u);
+  EXPECT_EQ(gRun.counters.fragmented, 5u);
   std::vector<std::wstring> fragmented;
   for (const FragmentedFileRecord& record : gRun.fragmented) fragmented.push_back(record.path);
   EXPECT_EQ(fragmented, (std::vector<std::wstring>{L"Z:\\data\\a.bin", L"Z:\\data\\big.bin",
@@ -68,35 +87,41 @@ TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
   EXPECT_EQ(Check(), "check ok");
 }
 
+// a.bin is listed alone before its folder and c.bin after it: each is
+// moved and counted once, and the console adds up and names the failures.
 TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
-  options_.unattended = true;
-  Run(RunMode::DefragmentAll);
+  ClearItemList();
+  ASSERT_EQ(AddItem(false, L"Z:\\data\\sub\\c.bin"), kAddOk);
+  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+  ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
+  ASSERT_EQ(AddItem(false, L"Z:\\data\\a.bin"), kAddOk);
+  options_ = Unattended(false, true);
+  options_.solidStateFlags = kSolidStateNoDetection;
+  EXPECT_EQ(RunUnattended(options_, ui_), 4u);
 
-  // The fragmented count is 0 after a defragmentation, so "processed" counts
-  // only the contiguous and the failed files.
-  EXPECT_EQ(Joined(ConsoleDefragSection()),
+  EXPECT_EQ(ui_.consoleText,
             L"Summary:\r\n\r\n"
-            L"Number of processed files : 4\r\n"
+            L"Number of processed files : 7\r\n"
             L"Number of fragmented files : 0\r\n"
             L"Number of already contiguous files : 1\r\n"
             L"Number of defragmented files : 3\r\n"
             L"Number of files that were not defragmented due to processing errors : 3\r\n"
+            L"\r\n"
+            L"Failed file : Z:\\data\\locked.bin : The process cannot access the file because it is being used by "
+            L"another process.\r\n"
+            L"Failed file : Z:\\data\\refused.bin : Access is denied.\r\n"
+            L"Failed file : Z:\\data\\big.bin : Non esistono cluster contigui sufficienti per deframmentare "
+            L"completamente il file.\r\n"
+            L"Number of files left out by the include and exclude masks and the size limit : 1\r\n"
             L"\r\n");
-  std::vector<std::wstring> messages;
-  for (const ErrorEntry& entry : gRun.errors) messages.push_back(entry.displayPath + L": " + entry.message);
-  EXPECT_EQ(messages,
-            (std::vector<std::wstring>{
-                L"Z:\\data\\locked.bin: The process cannot access the file because it is being used by "
-                L"another process.",
-                L"Z:\\data\\refused.bin: Access is denied.",
-                L"Z:\\data\\big.bin: Non esistono cluster contigui sufficienti per deframmentare "
-                L"completamente il file."}));
+  EXPECT_EQ(ItemByPath(L"Z:\\data\\a.bin")->state, ItemState::DefragmentedFile);
+  EXPECT_EQ(ItemByPath(L"Z:\\data\\sub\\c.bin")->state, ItemState::DefragmentedFile);
+  EXPECT_EQ(ItemByPath(L"Z:\\data\\sub\\c.bin")->fragments, 1);
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
   EXPECT_EQ(Fragments(L"Z:\\data\\a.bin"), 1u);
   EXPECT_EQ(Fragments(L"Z:\\data\\sub\\c.bin"), 1u);
   EXPECT_EQ(Fragments(L"Z:\\data\\skip.tmp"), 2u);
   EXPECT_EQ(Fragments(L"Z:\\data\\big.bin"), 2u);
-  EXPECT_EQ(ItemAtRow(0)->state, ItemState::DefragmentedFile);
   EXPECT_EQ(Check(), "check ok");
   // Every handle closed once, the volume's too: nothing holds the drive.
   EXPECT_EQ(volume_->OpenHandleCount(), 0u);
@@ -117,7 +142,7 @@ TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
 
   EXPECT_EQ(Joined(ConsoleDefragSection()),
             L"Summary:\r\n\r\n"
-            L"Number of processed files : 6\r\n"
+            L"Number of processed files : 7\r\n"
             L"Number of fragmented files : 0\r\n"
             L"Number of already contiguous files : 1\r\n"
             L"Number of defragmented files : 1\r\n"
@@ -244,6 +269,64 @@ TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
 }
 
+// A stop leaves listed every file still in pieces, those it never reached
+// included; the counters add up to the files processed; the window has
+// shown the run's end before the summary, which follows a stop too.
+TEST_F(RunsTest, AStoppedDefragmentationKeepsWhatIsTrue) {
+  Run(RunMode::AnalyseAll);
+  ASSERT_EQ(gRun.fragmented.size(), 5u);
+  gRunFilters.fileExcluded = [](const std::wstring& path) {
+    if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
+    return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
+  };
+  Run(RunMode::DefragmentAll);
+
+  ASSERT_EQ(gRunState.lastEnd, RunEnd::Stopped);
+  std::vector<std::wstring> listed;
+  for (const FragmentedFileRecord& record : gRun.fragmented) listed.push_back(record.path);
+  // c.bin's move was stopped before its first fragment; big.bin and
+  // refused.bin were never reached.
+  EXPECT_EQ(listed, (std::vector<std::wstring>{L"Z:\\data\\big.bin", L"Z:\\data\\refused.bin",
+                                               L"Z:\\data\\sub\\c.bin"}));
+  const RunCounters& counts = gRun.counters;
+  EXPECT_EQ(counts.filesSeen, counts.notFragmented + counts.fragmented + counts.filesMoved + gRun.errors.size());
+  EXPECT_EQ(counts.filesMoved, 2u);
+  EXPECT_EQ(ui_.summaries, 1);
+  EXPECT_EQ(ui_.statusAtSummary, kStatusItemCount | kStatusWaiting | kStatusProcessedCount);
+}
+
+// A question before a defragmentation that ends it leaves the last run's
+// results on the items; a file that could not be analysed shows "-".
+TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
+  ASSERT_EQ(AddItem(false, L"Z:\\data\\locked.bin"), kAddOk);
+  Run(RunMode::AnalyseAll);
+  const ItemRecord& locked = *ItemByPath(L"Z:\\data\\locked.bin");
+  EXPECT_EQ(locked.state, ItemState::Error);
+  EXPECT_EQ(ItemCellText(locked, ItemColumn::Fragments), L"-");
+  EXPECT_EQ(ItemCellText(locked, ItemColumn::Clusters), L"-");
+  auto shown = [] {
+    std::wstring all;
+    for (uint64_t row = 0; row < ItemCount(); ++row) {
+      for (ItemColumn column : {ItemColumn::State, ItemColumn::Fragments, ItemColumn::Clusters}) {
+        all += ItemCellText(*ItemAtRow(row), column) + L"|";
+      }
+    }
+    return all;
+  };
+  const std::wstring analysed = shown();
+  options_.diskCheck = kDiskCheckAsk;
+  ui_.diskCheckResult = kDiskCheckCancelled;
+  Run(RunMode::DefragmentAll);
+  EXPECT_EQ(shown(), analysed);
+  options_.diskCheck = kDiskCheckOff;
+  options_.cleanup = kCleanupAsk;
+  ui_.cleanupGoesOn = false;
+  Run(RunMode::DefragmentAll);
+  EXPECT_EQ(shown(), analysed);
+  EXPECT_EQ(gRun.fragmented.size(), 5u);
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+}
+
 // Interactive runs close the program or show the summary only as the
 // gating rule says; the unattended mode never takes the stored disk-check
 // and cleanup choices unless its command line gave them.
@@ -321,20 +404,6 @@ struct UnattendedCase {
   int powerOffs;
   std::vector<bool> consoleSummaries;
 };
-
-RunOptions Unattended(bool analyse, bool defragment) {
-  RunOptions options;
-  options.unattended = true;
-  options.close = true;
-  options.analyse = analyse;
-  options.defragment = defragment;
-  return options;
-}
-
-RunOptions With(RunOptions options, bool RunOptions::*flag, bool value = true) {
-  options.*flag = value;
-  return options;
-}
 
 TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
   const RunOptions both = Unattended(true, true);
@@ -448,7 +517,8 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   };
   WalkFolder(ui_, L"\\\\?\\Z:\\deep", WalkKind::Analysis);
 
-  EXPECT_EQ(gRun.counters.filesSeen, uint64_t{kDepth} * kFilesPerFolder + 1);
+  EXPECT_EQ(gRun.counters.leftOut, uint64_t{kDepth} * kFilesPerFolder + 1);
+  EXPECT_EQ(gRun.counters.filesSeen, 0u);
   // Every level above has handed out ".", ".." and "sub"; the bottom its
   // dots and its one file.
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
@@ -604,6 +674,32 @@ TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
   EXPECT_EQ(Opened(), before);
   EXPECT_EQ(warnings, 2);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
+}
+
+// The run of the marked files weighs each file: with skipping on, the
+// marked files on the drive stay as they are and the user is told why.
+TEST_F(SolidStateRunTest, MarkedFilesOnASolidStateDriveAreLeftAndSaidSo) {
+  options_.solidStateFlags = 0;
+  Run(RunMode::AnalyseAll);
+  ASSERT_EQ(gRun.fragmented.size(), 5u);
+  for (FragmentedFileRecord& record : gRun.fragmented) record.marked = record.path != L"Z:\\data\\big.bin";
+  // Lower case reaches the same drive.
+  gRun.fragmented.front().path[0] = L'z';
+  options_.solidStateFlags = kSolidStateSkip;
+  Run(RunMode::DefragmentMarkedFiles);
+  EXPECT_EQ(ui_.solidStateLeftOut, std::vector<uint64_t>{4});
+  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+  EXPECT_EQ(Fragments(L"Z:\\data\\a.bin"), 2u);
+
+  // Skipping off: the warning is asked once for the four files.
+  options_.solidStateFlags = kSolidStateWarn;
+  ui_.keepSolidStateOff = true;
+  Run(RunMode::DefragmentMarkedFiles);
+  EXPECT_EQ(ui_.solidStateWarnings, 1);
+  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+  EXPECT_EQ(ui_.solidStateLeftOut.size(), 1u);
+  EXPECT_EQ(Check(), "check ok");
 }
 
 TEST_F(SolidStateRunTest, ALowerCaseDriveLetterMarksTheDriveButNotTheItem) {

@@ -59,8 +59,12 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
   std::vector<bool> diskChecks;  // automatic or not, one per check
   std::vector<bool> cleanups;
   std::vector<bool> consoleSummaries;  // one per summary written: true for a defragmentation's
+  std::wstring consoleText;            // every summary written, one after another
+  // The status bars' last update when the summary dialog opened.
+  uint32_t statusAtSummary = 0;
   int powerOffs = 0;
   int solidStateWarnings = 0;
+  std::vector<uint64_t> solidStateLeftOut;
   int summaries = 0;
   int shutdowns = 0;
   bool laidOut = false;
@@ -89,6 +93,7 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
     ++solidStateWarnings;
     return keepSolidStateOff;
   }
+  void SolidStateLeftOut(uint64_t files) override { solidStateLeftOut.push_back(files); }
   int DiskCheck(bool automatic) override {
     diskChecks.push_back(automatic);
     return diskCheckResult;
@@ -99,7 +104,10 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
     return cleanupGoesOn;
   }
 
-  void ShowSummary() override { ++summaries; }
+  void ShowSummary() override {
+    ++summaries;
+    statusAtSummary = statusUpdates.empty() ? 0 : statusUpdates.back();
+  }
   void ShutdownCountdown() override { ++shutdowns; }
   void RequestExit(uint32_t code) override { exits.push_back(code); }
   void ApplyPriority(uint32_t) override {}
@@ -108,8 +116,9 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
     date = FixedDateText(civil);
     time = FixedTimeText(civil);
   }
-  void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>&) override {
+  void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override {
     consoleSummaries.push_back(defragmentation);
+    for (const std::wstring& text : section) consoleText += text;
   }
   void PowerOff() override { ++powerOffs; }
 };

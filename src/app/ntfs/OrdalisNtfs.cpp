@@ -101,6 +101,14 @@ class NtfsConsole final : public ConsoleRunUi {
           if (text.rfind(from, 0) == 0) text = label + path + L"\r\n" + text.substr(from.size());
         }
       }
+      // A failed file's line: the path up to the " : " before its reason.
+      const std::wstring failed = L"Failed file : ";
+      if (text.rfind(failed, 0) == 0) {
+        const size_t end = text.find(L" : ", failed.size());
+        if (end != std::wstring::npos) {
+          text = failed + GivenPath(text.substr(failed.size(), end - failed.size()), given_) + text.substr(end);
+        }
+      }
     }
     ConsoleRunUi::ConsoleSummary(defragmentation, shown);
     if (defragmentation) return;
