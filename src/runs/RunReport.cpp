@@ -1,5 +1,6 @@
 #include "runs/RunReport.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
@@ -188,9 +189,15 @@ std::vector<std::wstring> ConsoleDefragSection() {
 }
 
 std::vector<std::wstring> ConsoleFailuresAndLeftOut() {
+  // By path, so that a job's log reads the same from one night to the next.
+  std::vector<const ErrorEntry*> failed;
+  for (const ErrorEntry& entry : gRun.errors) failed.push_back(&entry);
+  std::stable_sort(failed.begin(), failed.end(), [](const ErrorEntry* a, const ErrorEntry* b) {
+    return CompareNoCase(a->displayPath, b->displayPath) < 0;
+  });
   std::vector<std::wstring> texts;
-  for (const ErrorEntry& entry : gRun.errors) {
-    texts.push_back(L"Failed file : " + entry.displayPath + L" : " + entry.message + L"\r\n");
+  for (const ErrorEntry* entry : failed) {
+    texts.push_back(L"Failed file : " + entry->displayPath + L" : " + entry->message + L"\r\n");
   }
   texts.push_back(Narrowable("Number of files left out by the include and exclude masks and the size limit : %d\r\n",
                              static_cast<int64_t>(gRun.counters.leftOut)));

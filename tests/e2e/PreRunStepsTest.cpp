@@ -49,15 +49,19 @@ const char* kSummaryNothing =
     "Number of already contiguous files : 0\r\n"
     "Number of defragmented files : 0\r\n"
     "Number of files that were not defragmented due to processing errors : 0\r\n"
+    "\r\n"
+    "Number of files left out by the include and exclude masks and the size limit : 0\r\n"
     "\r\n";
-// A defragmentation counts the files it moved, not those it processed.
+// The one file moved is the one file processed.
 const char* kSummaryOneMoved =
     "Summary:\r\n\r\n"
-    "Number of processed files : 0\r\n"
+    "Number of processed files : 1\r\n"
     "Number of fragmented files : 0\r\n"
     "Number of already contiguous files : 0\r\n"
     "Number of defragmented files : 1\r\n"
     "Number of files that were not defragmented due to processing errors : 0\r\n"
+    "\r\n"
+    "Number of files left out by the include and exclude masks and the size limit : 0\r\n"
     "\r\n";
 
 // A visible dialog of the process that is neither of the two given windows.

@@ -100,6 +100,14 @@ protected:
 
 const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
 
+// What follows each section of the console summary: the failed files, then
+// the files the masks and the size limit left out.
+const std::string kNoneLeftOut = "Number of files left out by the include and exclude masks and the size limit : 0\r\n\r\n";
+// The error list's texts, as Wine's message table and the English file word them.
+const std::string kSharingViolation = "Sharing violation.";
+const std::string kAccessDenied = "Access denied.";
+const std::string kNoContiguousRun = "There are not enough contiguous free clusters to defragment the whole file.";
+
 // Reads the state cell of the first row a few times while a worker runs:
 // each read is a message the window thread must handle while it waits for
 // the worker. The slowest answer, in milliseconds.
@@ -131,7 +139,7 @@ TEST_F(RunsProgramTest, AnAnalysisOfATreeSummarisesEachItemAndChangesNothing) {
     EXPECT_EQ(run.output, std::string(kBanner) +
                               "Analyzed file : " + Win("one.bin") + "\r\nFile is in 1 fragments (Contiguous)\r\n\r\n" +
                               "Analyzed folder : " + Win("data") + "\r\nFolder is Fragmented\r\n\r\n" +
-                              "\r\nNumber of items processed : 2 \r\n");
+                              "\r\nNumber of items processed : 2 \r\n" + kNoneLeftOut);
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_EQ(EndState().substr(EndState().find('\n') + 1), description_.substr(description_.find('\n') + 1) + "check ok\n");
 }
@@ -149,7 +157,8 @@ TEST_F(RunsProgramTest, AnAnalysisWithAFileThatCannotBeOpenedEndsWithCodeFour) {
     EXPECT_EQ(run.output, std::string(kBanner) +
                               "Analyzed file : " + Win("locked.bin") + "\r\nAn error was encountered while processing the file\r\n\r\n" +
                               "Analyzed folder : " + Win("data") + "\r\nFolder is Fragmented\r\n\r\n" +
-                              "\r\nNumber of items processed : 2 \r\n");
+                              "\r\nNumber of items processed : 2 \r\n" +
+                              "Failed file : " + Win("locked.bin") + " : " + kSharingViolation + "\r\n" + kNoneLeftOut);
     EXPECT_EQ(run.exitCode, 4u);
 }
 
@@ -177,13 +186,19 @@ TEST_F(RunsProgramTest, BothRunsReportInTurnAndLeaveTheMovableFilesInOnePiece) {
     EXPECT_EQ(run.output, std::string(kBanner) +
                               "Analyzed folder : " + Win("data") + "\r\nFolder is Fragmented\r\n\r\n" +
                               "\r\nNumber of items processed : 1 \r\n" +
+                              "Failed file : " + Win("data\\locked.bin") + " : " + kSharingViolation + "\r\n" +
+                              kNoneLeftOut +
                               "Summary:\r\n\r\n"
-                              "Number of processed files : 4\r\n"
+                              "Number of processed files : 5\r\n"
                               "Number of fragmented files : 0\r\n"
                               "Number of already contiguous files : 1\r\n"
                               "Number of defragmented files : 1\r\n"
                               "Number of files that were not defragmented due to processing errors : 3\r\n"
-                              "\r\n");
+                              "\r\n" +
+                              "Failed file : " + Win("data\\big.bin") + " : " + kNoContiguousRun + "\r\n" +
+                              "Failed file : " + Win("data\\locked.bin") + " : " + kSharingViolation + "\r\n" +
+                              "Failed file : " + Win("data\\refused.bin") + " : " + kAccessDenied + "\r\n" +
+                              kNoneLeftOut);
     EXPECT_EQ(run.exitCode, 4u);
     const std::string end = EndState();
     EXPECT_NE(end.find("data\\a.bin\" size=16384 runs=0:4\n"), std::string::npos) << end;
@@ -202,12 +217,12 @@ TEST_F(RunsProgramTest, ADefragmentationAloneEndsByItselfWithItsSummary) {
     ASSERT_TRUE(run.finished);
     EXPECT_EQ(run.output, std::string(kBanner) +
                               "Summary:\r\n\r\n"
-                              "Number of processed files : 0\r\n"
+                              "Number of processed files : 1\r\n"
                               "Number of fragmented files : 0\r\n"
                               "Number of already contiguous files : 0\r\n"
                               "Number of defragmented files : 1\r\n"
                               "Number of files that were not defragmented due to processing errors : 0\r\n"
-                              "\r\n");
+                              "\r\n" + kNoneLeftOut);
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_NE(EndState().find("a.bin\" size=16384 runs=0:4\ncheck ok\n"), std::string::npos) << EndState();
 }
@@ -268,7 +283,7 @@ TEST_F(RunsProgramTest, AnItemWithAPathNearTwoThousandCharactersKeepsItsOutcomeL
 
     ASSERT_TRUE(run.finished);
     EXPECT_EQ(run.output, std::string(kBanner) + "Analyzed folder : " + folder +
-                              "\r\nFolder is Not Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n");
+                              "\r\nFolder is Not Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n" + kNoneLeftOut);
     EXPECT_EQ(run.exitCode, 0u);
 }
 
@@ -289,7 +304,7 @@ TEST_F(RunsProgramTest, ALinkBackUpTheTreeEndsTheWalkCleanly) {
 
     ASSERT_TRUE(run.finished);
     EXPECT_EQ(run.output, std::string(kBanner) + "Analyzed folder : " + data +
-                              "\r\nFolder is Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n");
+                              "\r\nFolder is Fragmented\r\n\r\n\r\nNumber of items processed : 1 \r\n" + kNoneLeftOut);
     EXPECT_EQ(run.exitCode, 0u);
     // The file was met again through the link, level after level.
     const std::string end = EndState();
@@ -377,6 +392,21 @@ TEST_F(RunsProgramTest, StopDuringASlowMoveInterruptsTheFile) {
     }
     EXPECT_EQ(state, L"Interrotto");
     EXPECT_LT(GetTickCount() - stopped, 3000u);
+    // The summary follows a stop as it follows a finished run: the file whose
+    // move was stopped is processed and still fragmented. While it is open
+    // the status bars already say the run has ended.
+    HWND summary = TestDriver::WaitForWindow(kDialogClass, L"Riepilogo", program->ProcessId(), kWaitMs);
+    ASSERT_NE(summary, nullptr);
+    EXPECT_EQ(TestDriver::ChildTexts(summary),
+              (std::vector<std::wstring>{L"File elaborati:", L"1", L"File frammentati:", L"1",
+                                         L"File non frammentati:", L"0", L"File deframmentati:", L"0",
+                                         L"Errori:", L"0", L"OK"}));
+    std::vector<HWND> bars = TestDriver::ChildWindows(main, STATUSCLASSNAMEW);
+    ASSERT_EQ(bars.size(), 2u);
+    EXPECT_EQ(TestDriver::StatusBarTexts(bars[0]),
+              (std::vector<std::wstring>{L"Oggetti totali in elenco: 1", L"Totale file elaborati: 1"}));
+    EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"In attesa"}));
+    TestDriver::PressButton(summary, IDOK);
     TestDriver::SendCommand(main, kCmdExit);
     ASSERT_TRUE(program->WaitForExit(kWaitMs));
     const std::string end = EndState();

@@ -107,11 +107,11 @@ TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
             L"Number of defragmented files : 3\r\n"
             L"Number of files that were not defragmented due to processing errors : 3\r\n"
             L"\r\n"
+            L"Failed file : Z:\\data\\big.bin : Non esistono cluster contigui sufficienti per deframmentare "
+            L"completamente il file.\r\n"
             L"Failed file : Z:\\data\\locked.bin : The process cannot access the file because it is being used by "
             L"another process.\r\n"
             L"Failed file : Z:\\data\\refused.bin : Access is denied.\r\n"
-            L"Failed file : Z:\\data\\big.bin : Non esistono cluster contigui sufficienti per deframmentare "
-            L"completamente il file.\r\n"
             L"Number of files left out by the include and exclude masks and the size limit : 1\r\n"
             L"\r\n");
   EXPECT_EQ(ItemByPath(L"Z:\\data\\a.bin")->state, ItemState::DefragmentedFile);
