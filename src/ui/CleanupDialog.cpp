@@ -9,7 +9,9 @@
 #include "engine/Relocation.h"
 #include "engine/cleanup/RunAndWait.h"
 #include "runs/RunSteps.h"
+#include "settings/CommandIds.h"
 #include "settings/Settings.h"
+#include "settings/win32/LoadSaveSettings.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
@@ -103,7 +105,10 @@ void StartCleanup(HWND dialog) {
   UpdateWindow(dialog);
   EnableAll(dialog, false);
   if (!gCleanupDialog.useExternal) {
-    const int result = BuiltInCleanup(dialog, false, GetDlgItem(dialog, kExplanation));
+    // Its refusals are shown only while "show error messages" is on; the
+    // run that asked for the cleanup ends either way.
+    const int result =
+        BuiltInCleanup(dialog, !IsMenuChecked(kCmdCleanupShowErrors), GetDlgItem(dialog, kExplanation));
     // A cancel during the walk has already ended the dialog.
     if (result == kCleanupResultCancelled && (gEngine.flags.load() & kStopRequested)) return;
     EndDialog(dialog, result);

@@ -19,7 +19,7 @@
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
 #include "ui/Artwork.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Commands.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
@@ -297,40 +297,22 @@ std::vector<std::string> MissingProgramHooks() {
   for (const std::string& name : MissingEngineHooks(gEngineHooks)) missing.push_back("engine." + name);
   for (const std::string& name : MissingRunHooks(gRunHooks)) missing.push_back("run." + name);
   for (const std::string& name : MissingItemHooks(gItemSettings.hooks)) missing.push_back("item." + name);
-  for (uint32_t command : CommandsWithoutHandler()) missing.push_back("command." + std::to_string(command));
   return missing;
 }
 
-bool HandleRunCommand(HWND mainWindow, uint32_t command) {
-  switch (command) {
-    case kCmdAnalyzeAll:
-    case kCmdDefragAll:
-    case kCmdDefragAllFiles:
-    case kCmdAnalyzeSelected:
-    case kCmdDefragSelected:
-    case kCmdDefragSelectedFiles: {
-      // A run started during a run would walk the lists under its feet.
-      if (MainWindowBusy()) return true;
-      const RunMode mode = command == kCmdAnalyzeAll            ? RunMode::AnalyseAll
-                           : command == kCmdAnalyzeSelected     ? RunMode::AnalyseSelected
-                           : command == kCmdDefragSelected      ? RunMode::DefragmentSelected
-                           : command == kCmdDefragSelectedFiles ? RunMode::DefragmentMarkedFiles
-                                                                : RunMode::DefragmentAll;
-      WindowBusyScope busy;
-      StartRun(mode);
-      return true;
-    }
-    case kCmdStop:
-      RequestStop();
-      if (gRunState.running) UpdateMainStatus(kStatusPleaseWait);
-      return true;
-    case kCmdSaveReport: {
-      WindowBusyScope busy;
-      SaveReportCommand(mainWindow);
-      return true;
-    }
-  }
-  return false;
+void StartWindowRun(RunMode mode) {
+  WindowBusyScope busy;
+  StartRun(mode);
+}
+
+void StopWindowRun() {
+  RequestStop();
+  if (gRunState.running) UpdateMainStatus(kStatusPleaseWait);
+}
+
+void SaveWindowReport(HWND mainWindow) {
+  WindowBusyScope busy;
+  SaveReportCommand(mainWindow);
 }
 
 void RunCommandLineRuns(HWND mainWindow) {

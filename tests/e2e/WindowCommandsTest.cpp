@@ -148,6 +148,29 @@ protected:
 
     HWND WaitForDialog() { return TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs); }
 
+    // Gives a list the keyboard focus as a click below its rows does, then
+    // selects the rows wanted.
+    static void FocusRows(HWND list, const std::vector<int>& rows) {
+        RECT client{};
+        GetClientRect(list, &client);
+        TestDriver::ClickAt(list, POINT{client.right / 2, client.bottom - 4});
+        TestDriver::PumpMessages(200);
+        TestDriver::SelectListViewRows(list, rows);
+    }
+
+    // Delete on the focused list, answered with OK once it asked; the
+    // question's text.
+    std::wstring DeleteAndConfirm() {
+        TestDriver::PressKey(main_, VK_DELETE);
+        HWND question = WaitForDialog();
+        if (!question) return L"<no question>";
+        const std::wstring text = TestDriver::MessageBoxMessage(question);
+        TestDriver::PressButton(question, IDOK);
+        WaitGone(question);
+        TestDriver::PumpMessages(300);
+        return text;
+    }
+
     void WaitGone(HWND dialog) {
         for (DWORD waited = 0; IsWindow(dialog) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
     }
@@ -248,9 +271,8 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
 
     const int gone = RowOf(items_, Win("data/gone.bin"));
     ASSERT_GE(gone, 0);
-    TestDriver::SelectListViewRows(items_, {gone});
-    TestDriver::PressKey(items_, VK_DELETE);
-    TestDriver::PumpMessages(500);
+    FocusRows(items_, {gone});
+    EXPECT_NE(DeleteAndConfirm().find(L"(1)"), std::wstring::npos);
     std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree")}));
@@ -263,8 +285,14 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
                                          Win("data/tree/b.bin")}));
     Picture(L"5-analysed");
 
-    // Space marks the selected rows of the fragmented-file list.
-    TestDriver::SelectListViewRows(fragmented_, {1, 3});
+    // Space marks the selected rows of the fragmented-file list, and only
+    // while that list has the focus: had the item list's Space marked rows
+    // 0 and 2 as well, four files would be defragmented below.
+    TestDriver::SelectListViewRows(fragmented_, {0, 2});
+    FocusRows(items_, {0});
+    TestDriver::PressKey(items_, VK_SPACE);
+    TestDriver::PumpMessages(300);
+    FocusRows(fragmented_, {1, 3});
     TestDriver::PressKey(fragmented_, VK_SPACE);
     TestDriver::PumpMessages(300);
     Picture(L"6-marked");
@@ -286,6 +314,24 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 4), L"1");
     EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 5), L"4");
     Picture(L"8-defragmented");
+
+    // Analysed again, two files are still fragmented. Delete in their list
+    // removes its own selected row and leaves the items; removing a folder
+    // takes its files out of that list.
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 2; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(500);
+    ASSERT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
+              (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/tree/a.bin")}));
+    FocusRows(fragmented_, {0});
+    DeleteAndConfirm();
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0), (std::vector<std::wstring>{Win("data/tree/a.bin")}));
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 3);
+    FocusRows(items_, {RowOf(items_, Win("data/tree"))});
+    DeleteAndConfirm();
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
+    EXPECT_EQ(TestDriver::ListViewRowCount(fragmented_), 0);
+    Picture(L"9-removed");
 
     TestDriver::SendCommand(main_, kExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
@@ -345,9 +391,8 @@ TEST_F(LongRunTest, StopFromTheMenuEndsALongAnalysisAndALongDefragmentation) {
     EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kAddFiles), 1);
 
     // Only the big file: the folder leaves the list, with the Delete key.
-    TestDriver::SelectListViewRows(items_, {folder});
-    TestDriver::PressKey(items_, VK_DELETE);
-    TestDriver::PumpMessages(500);
+    FocusRows(items_, {folder});
+    DeleteAndConfirm();
     ASSERT_EQ(TestDriver::ListViewRowCount(items_), 1);
     TestDriver::SendCommand(main_, kDefragment);
     ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");

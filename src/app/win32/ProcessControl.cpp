@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include "ui/CommandIds.h"
-#include "ui/MainWindow.h"
 
 namespace {
 
@@ -24,23 +22,6 @@ class TokenHandle {
 }  // namespace
 
 void SetPowerOffCall(PowerOffCall call) { gPowerOff = call; }
-
-uint32_t SetProcessPriority(uint32_t command) {
-  DWORD priorityClass = 0;
-  switch (command) {
-    case kCmdPriorityHigh: priorityClass = HIGH_PRIORITY_CLASS; break;
-    case kCmdPriorityAboveNormal: priorityClass = ABOVE_NORMAL_PRIORITY_CLASS; break;
-    case kCmdPriorityNormal: priorityClass = NORMAL_PRIORITY_CLASS; break;
-    case kCmdPriorityBelowNormal: priorityClass = BELOW_NORMAL_PRIORITY_CLASS; break;
-    case kCmdPriorityIdle: priorityClass = IDLE_PRIORITY_CLASS; break;
-    default: return 0;
-  }
-  if (!SetPriorityClass(GetCurrentProcess(), priorityClass)) return 0;
-  if (HMENU menu = GetMenu(MainWindowHandle())) {
-    CheckMenuRadioItem(menu, kCmdPriorityHigh, kCmdPriorityIdle, command, MF_BYCOMMAND);
-  }
-  return 1;
-}
 
 uint32_t ShutdownMachine() {
   TokenHandle token;

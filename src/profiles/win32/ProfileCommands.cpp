@@ -15,7 +15,7 @@
 #include "profiles/RecentProfiles.h"
 #include "res/ResourceIds.h"
 #include "settings/Settings.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
@@ -355,34 +355,11 @@ void FillRecentProfilesMenu(HMENU menu) {
   }
 }
 
-bool HandleSelectionCommand(HWND owner, UINT command) {
-  switch (command) {
-    case kCmdImportProfile: ImportProfile(owner, L"", false); return true;
-    case kCmdSaveProfile: SaveProfileCommand(owner); return true;
-    case kCmdRecentProfilesDialog: ShowRecentProfilesDialog(owner); return true;
-    case kCmdFilterDialog: ShowFilterDialog(owner); return true;
-    case kCmdExcludeSelected: {
-      // The list that has the keyboard focus gives the rows.
-      HWND focus = GetFocus();
-      if (!focus) return true;
-      if (focus == GetDlgItem(owner, IDC_ITEM_LIST)) {
-        AddSelectedToExclusions(owner, focus, ExcludeSource::ItemList, true);
-      } else if (focus == MainResultListView()) {
-        AddSelectedToExclusions(owner, focus, ExcludeSource::FragmentedFiles, true);
-      } else if (focus == MainErrorListView()) {
-        AddSelectedToExclusions(owner, focus, ExcludeSource::Errors, true);
-      }
-      return true;
-    }
+void ImportRecentProfile(HWND owner, uint32_t command) {
+  if (const RecentProfile* entry = RecentProfileById(command)) {
+    std::wstring path = entry->path;  // the entry is replaced while importing
+    ImportProfile(owner, path, false);
   }
-  if (command >= kFirstRecentProfileId && command <= kLastRecentProfileId) {
-    if (const RecentProfile* entry = RecentProfileById(command)) {
-      std::wstring path = entry->path;  // the entry is replaced while importing
-      ImportProfile(owner, path, false);
-    }
-    return true;
-  }
-  return false;
 }
 
 void LoadSelectionState() {

@@ -9,7 +9,7 @@
 #include "settings/LanguageFile.h"
 #include "settings/Settings.h"
 #include "ui/MenuTexts.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"

@@ -52,6 +52,11 @@ void Paint(HWND window, const ButtonState& state) {
       }
     }
   }
+  // Reached with Tab, the button shows that Space or Enter would press it.
+  if (GetFocus() == window) {
+    RECT focus{client.left + 2, client.top + 2, client.right - 2, client.bottom - 2};
+    DrawFocusRect(dc, &focus);
+  }
   UINT dpi = WindowDpi(window);
   int pad = ScaleForDpi(6, dpi);
   int iconSize = IconSize(window);
@@ -122,6 +127,27 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
       }
       return 0;
     }
+    case WM_GETDLGCODE: {
+      // Enter presses the focused button rather than the window's default.
+      const MSG* key = reinterpret_cast<const MSG*>(lParam);
+      if (key && key->message == WM_KEYDOWN && key->wParam == VK_RETURN) return DLGC_WANTMESSAGE;
+      return DLGC_WANTARROWS;
+    }
+    case WM_KEYDOWN:
+      if (wParam == VK_SPACE || wParam == VK_RETURN) {
+        Notify(window, BN_CLICKED);
+        return 0;
+      }
+      // The arrow down opens the drop-down, as a click on the arrow does.
+      if (wParam == VK_DOWN && state->dropDown) {
+        Notify(window, kToolbarDropDownCode);
+        return 0;
+      }
+      break;
+    case WM_SETFOCUS:
+    case WM_KILLFOCUS:
+      InvalidateRect(window, nullptr, FALSE);
+      return 0;
     case WM_ENABLE:
     case WM_SETTEXT: {
       LRESULT result = DefWindowProcW(window, message, wParam, lParam);
@@ -192,7 +218,7 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 
 HWND CreateToolbarButton(HWND parent, int id, const wchar_t* text, HICON icon, bool dropDown) {
   HWND button = Theme::CreateControl({kToolbarButtonClass, ButtonProc, CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS}, parent,
-                                      id, WS_VISIBLE, text);
+                                      id, WS_VISIBLE | WS_TABSTOP, text);
   if (!button) return nullptr;
   auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
   state->icon = icon;
