@@ -19,6 +19,7 @@
 #include "util/StringIds.h"
 #include "util/Text.h"
 #include "util/WideString.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -105,8 +106,8 @@ namespace {
 
 // The system's folder picker; empty when the user cancelled.
 std::wstring AskFolder(HWND owner) {
-  IFileOpenDialog* dialog = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&dialog)))) {
+  ComPtr<IFileOpenDialog> dialog;
+  if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(dialog.Out())))) {
     return std::wstring();
   }
   std::wstring chosen;
@@ -114,16 +115,14 @@ std::wstring AskFolder(HWND owner) {
   dialog->GetOptions(&options);
   dialog->SetOptions(options | FOS_PICKFOLDERS | FOS_FORCEFILESYSTEM | FOS_PATHMUSTEXIST);
   dialog->SetTitle(Text(kStrChooseFolder, L"Seleziona la cartella da aggiungere all'elenco"));
-  IShellItem* item = nullptr;
-  if (SUCCEEDED(dialog->Show(owner)) && SUCCEEDED(dialog->GetResult(&item))) {
+  ComPtr<IShellItem> item;
+  if (SUCCEEDED(dialog->Show(owner)) && SUCCEEDED(dialog->GetResult(item.Out()))) {
     PWSTR path = nullptr;
     if (SUCCEEDED(item->GetDisplayName(SIGDN_FILESYSPATH, &path))) {
       chosen = path;
       CoTaskMemFree(path);
     }
-    item->Release();
   }
-  dialog->Release();
   return chosen;
 }
 

@@ -1,7 +1,6 @@
 #include "ui/RunWindow.h"
 
 #include <commctrl.h>
-#include <commdlg.h>
 
 #include <mutex>
 #include <string>
@@ -22,6 +21,7 @@
 #include "settings/CommandIds.h"
 #include "ui/Commands.h"
 #include "ui/MainWindow.h"
+#include "ui/FileDialogs.h"
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
 #include "ui/StatusBars.h"
@@ -59,18 +59,12 @@ void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
 HWND ItemListView() { return MainItemListView(); }
 
 void SaveReportCommand(HWND owner) {
-  wchar_t name[MAX_PATH * 2] = L"";
-  std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L'\0' +
-                        L"*.txt" + L'\0' + L'\0';
-  OPENFILENAMEW dialog{};
-  dialog.lStructSize = sizeof dialog;
-  dialog.hwndOwner = owner;
-  dialog.lpstrFilter = filter.c_str();
-  dialog.lpstrFile = name;
-  dialog.nMaxFile = ARRAYSIZE(name);
-  dialog.lpstrDefExt = nullptr;
-  dialog.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
-  if (!GetSaveFileNameW(&dialog)) return;
+  const std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L"|*.txt|";
+  FileDialogRequest request;
+  request.filter = filter.c_str();
+  request.flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
+  const std::wstring name = AskFileToSave(owner, request);
+  if (name.empty()) return;
   if (!SaveAnalysisReport(name, PlatformReportFormat())) return;
   ShowMessage(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
               MB_OK | MB_ICONINFORMATION);

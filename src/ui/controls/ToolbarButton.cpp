@@ -6,14 +6,12 @@
 #include "ui/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
 struct ButtonState {
-  ~ButtonState() {
-    if (icon) DestroyIcon(icon);
-  }
-  HICON icon = nullptr;
+  UniqueIcon icon;
   bool dropDown = false;
   bool hot = false;
   bool hotArrow = false;
@@ -63,18 +61,15 @@ void Paint(HWND window, const ButtonState& state) {
   int shift = state.pressed == 1 && state.hot ? 1 : 0;
   int iconTop = (client.bottom - iconSize) / 2 + shift;
   if (state.icon) {
-    DrawIconEx(dc, pad + shift, iconTop, state.icon, iconSize, iconSize, 0, nullptr, DI_NORMAL);
+    DrawIconEx(dc, pad + shift, iconTop, state.icon.Get(), iconSize, iconSize, 0, nullptr, DI_NORMAL);
     if (!enabled) {
       // A disabled command keeps its picture, faded into the face colour.
-      HDC face = CreateCompatibleDC(dc);
-      HBITMAP pixel = CreateCompatibleBitmap(dc, 1, 1);
-      HGDIOBJ previous = SelectObject(face, pixel);
-      SetPixel(face, 0, 0, Theme::kFace);
+      const MemoryDc face(CreateCompatibleDC(dc));
+      const GdiObject<HBITMAP> pixel(CreateCompatibleBitmap(dc, 1, 1));
+      const DcSelection selected(face.Get(), pixel.Get());
+      SetPixel(face.Get(), 0, 0, Theme::kFace);
       BLENDFUNCTION blend{AC_SRC_OVER, 0, 170, 0};
-      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face, 0, 0, 1, 1, blend);
-      SelectObject(face, previous);
-      DeleteObject(pixel);
-      DeleteDC(face);
+      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face.Get(), 0, 0, 1, 1, blend);
     }
   }
   wchar_t text[128] = {};
@@ -221,7 +216,7 @@ HWND CreateToolbarButton(HWND parent, int id, const wchar_t* text, HICON icon, b
                                       id, WS_VISIBLE | WS_TABSTOP, text);
   if (!button) return nullptr;
   auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
-  state->icon = icon;
+  state->icon.Reset(icon);
   state->dropDown = dropDown;
   return button;
 }
@@ -230,12 +225,12 @@ int ToolbarButtonWidth(HWND button) {
   auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
   wchar_t text[128] = {};
   GetWindowTextW(button, text, 128);
-  HDC dc = GetDC(button);
-  HGDIOBJ previous = SelectObject(dc, Theme::WindowFont(button));
   RECT extent{};
-  DrawTextW(dc, text, -1, &extent, DT_CALCRECT | DT_SINGLELINE | DT_HIDEPREFIX);
-  SelectObject(dc, previous);
-  ReleaseDC(button, dc);
+  {
+    const WindowDc dc(button);
+    const DcSelection font(dc.Get(), Theme::WindowFont(button));
+    DrawTextW(dc.Get(), text, -1, &extent, DT_CALCRECT | DT_SINGLELINE | DT_HIDEPREFIX);
+  }
   UINT dpi = WindowDpi(button);
   int pad = ScaleForDpi(6, dpi);
   return pad + IconSize(button) + pad / 2 + extent.right + pad +
