@@ -10,6 +10,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <set>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -165,6 +166,8 @@ protected:
         HWND question = WaitForDialog();
         if (!question) return L"<no question>";
         const std::wstring text = TestDriver::MessageBoxMessage(question);
+        TestDriver::PumpMessages(300);
+        TestDriver::SaveWindowScreenshot(question, L"commands-delete-question-" + std::to_wstring(ScreenDpi()));
         TestDriver::PressButton(question, IDOK);
         WaitGone(question);
         TestDriver::PumpMessages(300);
@@ -459,6 +462,109 @@ TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     const std::string big = FileLine(end, Win("data/big.bin"));
     EXPECT_EQ(big.find("runs=1000:1,"), std::string::npos) << big;
     EXPECT_NE(big.find(",1598:1"), std::string::npos) << big;
+}
+
+// Keys typed as a person types them: through the system's input, so that
+// Shift and Ctrl are down while Tab is.
+void Type(std::initializer_list<WORD> held, WORD key) {
+    std::vector<INPUT> inputs;
+    auto add = [&inputs](WORD code, bool up) {
+        INPUT input{};
+        input.type = INPUT_KEYBOARD;
+        input.ki.wVk = code;
+        input.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+        inputs.push_back(input);
+    };
+    for (WORD code : held) add(code, false);
+    add(key, false);
+    add(key, true);
+    for (WORD code : held) add(code, true);
+    SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+    TestDriver::PumpMessages(250);
+}
+
+HWND FocusOf(HWND window) {
+    GUITHREADINFO info{sizeof info};
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    return info.hwndFocus;
+}
+
+// Tab and Shift+Tab walk every group of controls: the toolbar's buttons,
+// the item list, the bottom tabs and the list under them; Ctrl+Tab switches
+// the bottom tab from anywhere. A double click on a fragmented file's row
+// shows its fragments.
+TEST_F(WindowCommandsTest, TabReachesEveryGroupAndCtrlTabSwitchesTabs) {
+    Prepare("keys");
+    MakeFile("data/one.bin", 16384);
+    Describe(kVolume, {{"data/one.bin", "size=16384 runs=100:2,110:2"}});
+    Start(Win("data/one.bin"));
+    if (HasFatalFailure()) return;
+    SetForegroundWindow(main_);
+    // An empty result list gives way to its notice: analysed first, the
+    // fragmented file's list is there to be reached.
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(300);
+    FocusRows(items_, {0});
+    ASSERT_EQ(FocusOf(main_), items_);
+
+    std::set<std::wstring> reached;
+    bool fragmentedReached = false;
+    HWND before = nullptr;
+    for (int i = 0; i < 16; ++i) {
+        before = FocusOf(main_);
+        Type({}, VK_TAB);
+        HWND focus = FocusOf(main_);
+        reached.insert(TestDriver::WindowClass(focus));
+        fragmentedReached = fragmentedReached || focus == fragmented_;
+        if (TestDriver::WindowClass(focus).find(L"ToolbarButton") != std::wstring::npos) Picture(L"tab-toolbar");
+    }
+    auto has = [&reached](const wchar_t* part) {
+        return std::any_of(reached.begin(), reached.end(),
+                           [part](const std::wstring& name) { return name.find(part) != std::wstring::npos; });
+    };
+    EXPECT_TRUE(has(L"ToolbarButton"));
+    EXPECT_TRUE(has(L"BottomTabs"));
+    EXPECT_TRUE(has(L"SysListView32"));
+    EXPECT_TRUE(fragmentedReached);
+    HWND last = FocusOf(main_);
+    Type({VK_SHIFT}, VK_TAB);
+    EXPECT_EQ(FocusOf(main_), before) << "Shift+Tab goes back one step";
+    Type({}, VK_TAB);
+    EXPECT_EQ(FocusOf(main_), last);
+
+    HWND tabs = nullptr;
+    for (HWND child : TestDriver::ChildWindows(main_)) {
+        if (TestDriver::WindowClass(child).find(L"BottomTabs") != std::wstring::npos) tabs = child;
+    }
+    ASSERT_NE(tabs, nullptr);
+    constexpr UINT kTabsGetSelected = WM_APP + 13;
+    const LRESULT selected = SendMessageW(tabs, kTabsGetSelected, 0, 0);
+    FocusRows(items_, {0});
+    Type({VK_CONTROL}, VK_TAB);
+    EXPECT_NE(SendMessageW(tabs, kTabsGetSelected, 0, 0), selected);
+    Type({VK_CONTROL}, VK_TAB);
+    EXPECT_EQ(SendMessageW(tabs, kTabsGetSelected, 0, 0), selected);
+    EXPECT_EQ(FocusOf(main_), items_) << "switching tabs leaves the focus where it was";
+
+    // A double click on a fragmented file's row shows its fragments.
+    RECT header{};
+    GetWindowRect(reinterpret_cast<HWND>(SendMessageW(fragmented_, LVM_GETHEADER, 0, 0)), &header);
+    const LPARAM row = MAKELPARAM(30, header.bottom - header.top + 6);
+    for (UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK, WM_LBUTTONUP}) {
+        PostMessageW(fragmented_, message, message == WM_LBUTTONUP ? 0 : MK_LBUTTON, row);
+    }
+    HWND details = WaitForDialog();
+    ASSERT_NE(details, nullptr) << "no fragment details after a double click";
+    TestDriver::PumpMessages(600);
+    EXPECT_NE(TestDriver::WindowText(details).find(L"Frammenti"), std::wstring::npos)
+        << Narrow(TestDriver::WindowText(details));
+    TestDriver::SaveWindowScreenshot(details, L"commands-double-click-details-" + std::to_wstring(ScreenDpi()));
+    PostMessageW(details, WM_COMMAND, IDCANCEL, 0);
+    WaitGone(details);
+
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }
 
 // The program's own start-up installs every hook that the window, the runs,
