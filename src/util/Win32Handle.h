@@ -142,6 +142,11 @@ class ComPtr {
     Reset();
     return &pointer_;
   }
+  // Takes over a pointer whose reference the caller was given.
+  void Attach(Interface* pointer) {
+    Reset();
+    pointer_ = pointer;
+  }
   void Reset() {
     if (pointer_) std::exchange(pointer_, nullptr)->Release();
   }
