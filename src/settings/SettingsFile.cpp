@@ -7,7 +7,7 @@
 #include <cwctype>
 
 #include "settings/Settings.h"
-#include "settings/StoredCommands.h"
+#include "settings/CommandIds.h"
 #include "util/WideString.h"
 
 namespace {
@@ -95,13 +95,13 @@ constexpr MenuFlag kMenuFlags[] = {
     {Key::ShowInfoPanel, kCmdShowInfoPanel},    {Key::ShowToolbar, kCmdShowToolbar},
 };
 
-// Radio groups stored as the index of the marked item; the index is not the
-// menu's order for the three-way choices.
+// Radio groups stored as the index of the marked item in the menu's order:
+// for the disk check and the cleanup 0 automatic, 1 off, 2 ask.
 constexpr uint32_t kStrategyChoices[] = {kCmdQuickStrategy, kCmdSmartStrategy};
 constexpr uint32_t kPriorityChoices[] = {kCmdPriorityHigh, kCmdPriorityAboveNormal, kCmdPriorityNormal,
                                          kCmdPriorityBelowNormal, kCmdPriorityIdle};
-constexpr uint32_t kCleanupChoices[] = {kCmdCleanupOff, kCmdCleanupAuto, kCmdCleanupAsk};
-constexpr uint32_t kDiskCheckChoices[] = {kCmdDiskCheckOff, kCmdDiskCheckAuto, kCmdDiskCheckAsk};
+constexpr uint32_t kCleanupChoices[] = {kCmdCleanupAuto, kCmdCleanupOff, kCmdCleanupAsk};
+constexpr uint32_t kDiskCheckChoices[] = {kCmdDiskCheckAuto, kCmdDiskCheckOff, kCmdDiskCheckAsk};
 
 // Column values of a list view that did not exist while the file was read,
 // kept so that saving does not lose them.

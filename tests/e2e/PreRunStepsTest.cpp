@@ -218,7 +218,7 @@ TEST_F(PreRunStepsTest, UnattendedDiskCheckOfACleanDriveGoesOn) {
 // the stored choice.
 TEST_F(PreRunStepsTest, UnattendedRunsWithoutTheChoiceCheckNothing) {
     for (const char* option : {"/CHKDSK:0 ", ""}) {
-        Prepare("chkdsk-none", "SCANDISK=1\r\n");  // automatic
+        Prepare("chkdsk-none", "SCANDISK=0\r\n");  // automatic
         TestDriver::RunResult run = Run(std::string("/NOGUI /DEFRAG /QUICK ") + option + Win("data"));
         ASSERT_TRUE(run.finished);
         EXPECT_EQ(run.exitCode, 0u) << option;
@@ -276,7 +276,7 @@ TEST_F(PreRunStepsTest, FilesOnASolidStateDriveAreSkippedOrWarnedAbout) {
 
     // Skipping off and the warning on: the warning, with its two buttons;
     // "Non deframmentare" ends the run.
-    Prepare("ssd-warn", "SKIPSSD=0\r\nSkipSSDWarning=0\r\nSCANDISK=0\r\nCLNUP=0\r\n");
+    Prepare("ssd-warn", "SKIPSSD=0\r\nSkipSSDWarning=0\r\nSCANDISK=1\r\nCLNUP=1\r\n");
     SetEnvironmentVariableW(L"ORDALIS_SIM_DRIVES", L"Z:smart=Samsung SSD 850 EVO");
     std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK " + Win("data"));
     ASSERT_NE(program, nullptr);
@@ -301,7 +301,7 @@ TEST_F(PreRunStepsTest, FilesOnASolidStateDriveAreSkippedOrWarnedAbout) {
 // Automatic mode: the check starts by itself and, finding nothing, the
 // dialog closes with the run going on.
 TEST_F(PreRunStepsTest, TheAutomaticDiskCheckClosesByItselfWhenNothingIsFound) {
-    Prepare("chkdsk-dialog-auto", "CLNUP=0\r\n");
+    Prepare("chkdsk-dialog-auto", "CLNUP=1\r\n");
     SetEnvironmentVariableW(L"ORDALIS_FMIFS_SCRIPT", L"Z:delay=300;progress=50,100;text=All well;result=ok");
     std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK /CHKDSK:1 " + Win("data"));
     ASSERT_NE(program, nullptr);
@@ -321,7 +321,7 @@ TEST_F(PreRunStepsTest, TheAutomaticDiskCheckClosesByItselfWhenNothingIsFound) {
 // Ask mode: the dialog waits; the check shows the checker's lines; errors
 // keep it open and the question that follows can stop the run.
 TEST_F(PreRunStepsTest, TheDiskCheckDialogWaitsShowsTheCheckerAndItsErrorsStopTheRun) {
-    Prepare("chkdsk-dialog-ask", "CLNUP=0\r\n");
+    Prepare("chkdsk-dialog-ask", "CLNUP=1\r\n");
     SetEnvironmentVariableW(L"ORDALIS_FMIFS_SCRIPT", L"Z:progress=30,100;text=Phase one|Bad index found;result=fail");
     std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK /CHKDSK:2 " + Win("data"));
     ASSERT_NE(program, nullptr);
@@ -364,7 +364,7 @@ TEST_F(PreRunStepsTest, TheDiskCheckDialogWaitsShowsTheCheckerAndItsErrorsStopTh
 // before a check restores it, "Non controllare" keeps it.
 TEST_F(PreRunStepsTest, NeverCheckingAgainIsKeptOnlyWhenTheCheckIsSkipped) {
     for (int button : {IDCANCEL, kSkipButton}) {
-        Prepare("chkdsk-never", "SCANDISK=2\r\nCLNUP=0\r\n");
+        Prepare("chkdsk-never", "SCANDISK=2\r\nCLNUP=1\r\n");
         std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK " + Win("data"));
         ASSERT_NE(program, nullptr);
         HWND dialog = DialogTitled(*program, L"Controllo disco");
@@ -382,7 +382,7 @@ TEST_F(PreRunStepsTest, NeverCheckingAgainIsKeptOnlyWhenTheCheckIsSkipped) {
         TestDriver::PumpMessages(300);
         CloseProgram(*program, main);
         const std::string settings = ReadWhole(host_ / "program" / "ordalis.ini");
-        const std::string expected = button == IDCANCEL ? "SCANDISK=2" : "SCANDISK=0";
+        const std::string expected = button == IDCANCEL ? "SCANDISK=2" : "SCANDISK=1";
         std::string narrow;
         for (size_t i = 2; i < settings.size(); i += 2) narrow += settings[i];
         EXPECT_NE(narrow.find(expected), std::string::npos) << button << "\n" << narrow;
@@ -391,7 +391,7 @@ TEST_F(PreRunStepsTest, NeverCheckingAgainIsKeptOnlyWhenTheCheckIsSkipped) {
 }
 
 TEST_F(PreRunStepsTest, TheCleanupDialogWaitsAndItsChoicesAreKept) {
-    Prepare("clean-dialog", "SCANDISK=0\r\nCLNUP=2\r\n");
+    Prepare("clean-dialog", "SCANDISK=1\r\nCLNUP=2\r\n");
     std::ofstream(host_ / "temp" / "a.tmp") << "a";
     std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK " + Win("data"));
     ASSERT_NE(program, nullptr);
@@ -426,7 +426,7 @@ TEST_F(PreRunStepsTest, TheCleanupDialogWaitsAndItsChoicesAreKept) {
     const std::string settings = ReadWhole(host_ / "program" / "ordalis.ini");
     std::string narrow;
     for (size_t i = 2; i < settings.size(); i += 2) narrow += settings[i];
-    EXPECT_NE(narrow.find("CLNUP=0"), std::string::npos) << narrow;  // never again, kept
+    EXPECT_NE(narrow.find("CLNUP=1"), std::string::npos) << narrow;  // never again, kept
 }
 
 }  // namespace

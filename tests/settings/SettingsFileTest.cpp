@@ -8,7 +8,7 @@
 
 #include "settings/Settings.h"
 #include "settings/SettingsFile.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "util/UnicodeTextFile.h"
 
 namespace {
@@ -171,8 +171,10 @@ TEST_F(SettingsFileTest, ValuesReachTheirHomes) {
   Load(kChangedFile);
   EXPECT_EQ(host.effects, (std::vector<std::string>{"ontop", "fullrow", "quick", "no icons"}));
   EXPECT_TRUE(host.IsChecked(kCmdPriorityIdle));
-  EXPECT_TRUE(host.IsChecked(kCmdCleanupAuto));
-  EXPECT_TRUE(host.IsChecked(kCmdDiskCheckOff));
+  // The disk check and the cleanup store the marked item's place: 0
+  // automatic, 1 off.
+  EXPECT_TRUE(host.IsChecked(kCmdCleanupOff));
+  EXPECT_TRUE(host.IsChecked(kCmdDiskCheckAuto));
   EXPECT_FALSE(host.enabled.at(kCmdSkipSolidState));  // detection off greys "skip"
   EXPECT_EQ(gSettings.solidStateFlags, kSolidStateNoDetection | kSolidStateWarn);
   EXPECT_EQ(host.order[0], (std::vector<int>{9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));

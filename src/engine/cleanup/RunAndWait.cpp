@@ -6,6 +6,7 @@
 
 #include "engine/Cleanup.h"
 #include "engine/EngineUi.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -40,9 +41,9 @@ int RunAndWait(MessagePump& pump, const std::wstring& program, const std::wstrin
                       nullptr, nullptr, &startup, &process)) {
     return 0;
   }
-  WaitForInputIdle(process.hProcess, kIdleWaitMs);
-  const bool ended = wait && WaitWithMessages(pump, process.hProcess);
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
+  const UniqueHandle thread(process.hThread);
+  const UniqueHandle child(process.hProcess);
+  WaitForInputIdle(child.Get(), kIdleWaitMs);
+  const bool ended = wait && WaitWithMessages(pump, child.Get());
   return ended ? 1 : 0;
 }
