@@ -523,6 +523,15 @@ protected:
         EXPECT_EQ((std::vector<std::wstring>{dialog[3], dialog[5], dialog[7], dialog[9]}),
                   (std::vector<std::wstring>{L"0", L"1", L"1", L"2"}));
         EXPECT_EQ(Counters(texts), (std::vector<std::wstring>{dialog[3], dialog[5], dialog[7], dialog[9]}));
+        // The status bars say the run has ended while the summary is open.
+        const bool italian = texts.language == L"IT";
+        std::vector<HWND> bars = TestDriver::ChildWindows(main_, STATUSCLASSNAMEW);
+        ASSERT_EQ(bars.size(), 2u);
+        const std::vector<std::wstring> upper = TestDriver::StatusBarTexts(bars[0]);
+        ASSERT_EQ(upper.size(), 2u);
+        EXPECT_EQ(upper[0], italian ? L"Oggetti totali in elenco: 1" : L"Items in list: 1");
+        EXPECT_EQ(upper[1], (italian ? L"Totale file elaborati: " : L"Files processed: ") + dialog[1]);
+        EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{italian ? L"In attesa" : L"Waiting"}));
         TestDriver::PressButton(summary, IDOK);
         TestDriver::PumpMessages(300);
 
