@@ -421,10 +421,8 @@ void Run::KeepStillFragmented() {
     gRun.fragmented.clear();
     return;
   }
-  for (FragmentedFileRecord& record : UnreachedFragmented()) {
-    record.marked = false;
-    gRun.fragmented.push_back(std::move(record));
-  }
+  // Their ticks stay, so the run can be taken up again where it stopped.
+  for (FragmentedFileRecord& record : UnreachedFragmented()) gRun.fragmented.push_back(std::move(record));
   SortAndDeduplicateResults();
 }
 
