@@ -616,6 +616,8 @@ void SetWindowBusy(bool busy) {
 WindowBusyScope::WindowBusyScope() { SetWindowBusy(true); }
 WindowBusyScope::~WindowBusyScope() { SetWindowBusy(false); }
 
+bool MainWindowClosing() { return gMain.closePending; }
+
 void CloseMainWindow(HWND window) {
   if (!MainWindowBusy()) {
     DestroyWindow(window);

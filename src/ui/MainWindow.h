@@ -89,6 +89,9 @@ void RefreshCommandStates();
 // commands that change the lists, the filters, the language or the settings
 // are refused, drops too, and sorting waits.
 bool MainWindowBusy();
+// The user closed the window during a run: it closes as soon as the run
+// has stopped, with nothing shown in between.
+bool MainWindowClosing();
 void SetWindowBusy(bool busy);
 struct WindowBusyScope {
   WindowBusyScope();

@@ -239,7 +239,9 @@ class WindowRunUi final : public RunUi {
     return CleanupForRun(gRunWindow.main, automatic, gRunWindow.options.unattended);
   }
 
-  void ShowSummary() override { ShowRunSummary(gRunWindow.main); }
+  void ShowSummary() override {
+    if (!MainWindowClosing()) ShowRunSummary(gRunWindow.main);
+  }
   void ShutdownCountdown() override {
     if (gRunWindow.options.unattended) {
       PowerOff();

@@ -403,6 +403,10 @@ TEST_F(LongRunTest, StopFromTheMenuEndsALongAnalysisAndALongDefragmentation) {
     Picture(L"defragmentation-running");
     TestDriver::SendCommand(main_, kStop);
     EXPECT_EQ(WaitForState(0, L"Interrotto", 5000), L"Interrotto");
+    // A stopped defragmentation is summed up as a finished one is.
+    HWND summary = TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs);
+    ASSERT_NE(summary, nullptr) << "no summary after the stop";
+    TestDriver::PressButton(summary, IDOK);
 
     TestDriver::SendCommand(main_, kExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
