@@ -66,7 +66,7 @@ void Paint(HWND window, const ButtonState& state) {
       HGDIOBJ previous = SelectObject(face, pixel);
       SetPixel(face, 0, 0, Theme::kFace);
       BLENDFUNCTION blend{AC_SRC_OVER, 0, 170, 0};
-      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face, 0, 0, 1, 1, blend);
+      GdiAlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face, 0, 0, 1, 1, blend);
       SelectObject(face, previous);
       DeleteObject(pixel);
       DeleteDC(face);

@@ -75,10 +75,46 @@ ProgramUnderTest::ProgramUnderTest(const std::wstring& folder, const std::wstrin
     }
     error.clear();
     if (!fmifsPath.empty() &&
-        !fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
-                       fs::copy_options::overwrite_existing, error)) {
+        (!fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
+                        fs::copy_options::overwrite_existing, error) ||
+         !InstallSystemChecker(fmifsPath))) {
         error_ = L"cannot copy " + fmifsPath;
     }
+}
+
+namespace {
+
+std::filesystem::path SystemChecker() {
+    wchar_t folder[MAX_PATH] = {};
+    GetSystemDirectoryW(folder, MAX_PATH);
+    return std::filesystem::path(folder) / L"fmifs.dll";
+}
+
+}  // namespace
+
+// A program that has the checker loaded keeps its copy: the new one arrives
+// under another name and takes the place of the old in one step.
+bool ProgramUnderTest::InstallSystemChecker(const std::wstring& fmifsPath) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path installed = SystemChecker();
+    if (fs::exists(installed, error) && fs::file_size(installed, error) == fs::file_size(fmifsPath, error) &&
+        fs::last_write_time(installed, error) >= fs::last_write_time(fmifsPath, error)) {
+        return true;
+    }
+    const fs::path incoming = installed.wstring() + L".new";
+    return fs::copy_file(fmifsPath, incoming, fs::copy_options::overwrite_existing, error) &&
+           MoveFileExW(incoming.c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+
+SystemCheckerHidden::SystemCheckerHidden() {
+    const std::filesystem::path installed = SystemChecker();
+    MoveFileExW(installed.c_str(), (installed.wstring() + L".hidden").c_str(), MOVEFILE_REPLACE_EXISTING);
+}
+
+SystemCheckerHidden::~SystemCheckerHidden() {
+    const std::filesystem::path installed = SystemChecker();
+    MoveFileExW((installed.wstring() + L".hidden").c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING);
 }
 
 RunningProgram::RunningProgram(UniqueHandle process, DWORD processId, UniqueHandle outputRead)
