@@ -29,13 +29,22 @@ void DeleteFolderContents(const std::wstring& folder) {
     if (StopRequested()) return;
     ++gCleanupCount;
     const std::wstring path = Joined(folder, entry.name);
-    fs.ChangeAttributes(path, entry.attributes & ~kAttrReadOnly);
-    if (entry.attributes & kAttrDirectory) {
-      if (!(entry.attributes & kAttrReparsePoint)) DeleteFolderContents(path);
-      fs.RemoveFolder(path);
+    // What the entry is, is asked of the entry once opened, never of the
+    // listing: the temporary folder is its user's to change, and a folder
+    // swapped for a link after it was listed must not lead the cleanup,
+    // with the administrator's rights, anywhere else. Held open, the entry
+    // (and so every folder above the one being emptied) stays where it is.
+    std::unique_ptr<OpenedEntry> opened = fs.OpenForRemoval(path);
+    if (!opened) continue;
+    const uint32_t attributes = opened->Attributes();
+    if (attributes == kInvalidAttributes) continue;
+    if (attributes & kAttrReadOnly) opened->SetAttributes(attributes & ~kAttrReadOnly);
+    if (attributes & kAttrDirectory) {
+      if (!(attributes & kAttrReparsePoint)) DeleteFolderContents(path);
+      opened->Delete();
       continue;
     }
-    fs.RemoveFile(path);
+    opened->Delete();
     if (gCleanupCount % 4 == 0 && !PumpMessages()) {
       // The program is closing: leave the rest for another time.
       gEngine.flags.fetch_or(kStopRequested);

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "util/Win32Handle.h"
+
 namespace {
 
 // The error of the last failed query, kept apart from the thread's own last
@@ -165,12 +167,58 @@ std::wstring Win32FileQueries::ErrorText(uint32_t error) {
 
 uint32_t Win32FileQueries::LastError() { return tLastError; }
 
-bool Win32FileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
-  return SetFileAttributesW(path.c_str(), attributes) != FALSE;
+namespace {
+
+// An entry of the temporary folder, opened as itself. The handle lets others
+// read and write but not delete or rename the entry, so that while it is
+// open nobody can swap it for a link; what is decided from its attributes
+// holds for what is deleted.
+class Win32OpenedEntry final : public OpenedEntry {
+ public:
+  explicit Win32OpenedEntry(HANDLE handle) : handle_(handle) {}
+  uint32_t Attributes() override {
+    FILE_BASIC_INFO basic{};
+    if (!GetFileInformationByHandleEx(handle_.Get(), FileBasicInfo, &basic, sizeof basic)) return kInvalidAttributes;
+    return basic.FileAttributes;
+  }
+  bool SetAttributes(uint32_t attributes) override {
+    FILE_BASIC_INFO basic{};  // times of 0 stay as they are
+    basic.FileAttributes = attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
+    return SetFileInformationByHandle(handle_.Get(), FileBasicInfo, &basic, sizeof basic) != FALSE;
+  }
+  bool Delete() override {
+    FILE_DISPOSITION_INFO disposition{};
+    disposition.DeleteFile = TRUE;
+    return SetFileInformationByHandle(handle_.Get(), FileDispositionInfo, &disposition, sizeof disposition) !=
+           FALSE;
+  }
+
+ private:
+  UniqueHandle handle_;
+};
+
+}  // namespace
+
+std::unique_ptr<OpenedEntry> Win32FileQueries::OpenForRemoval(const std::wstring& path) {
+  // Backup semantics open folders; opening the reparse point itself keeps a
+  // link from being followed.
+  HANDLE handle = CreateFileW(path.c_str(), DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    Fail();
+    return nullptr;
+  }
+  return std::make_unique<Win32OpenedEntry>(handle);
 }
 
-bool Win32FileQueries::RemoveFile(const std::wstring& path) { return DeleteFileW(path.c_str()) != FALSE; }
-
-// On a junction or a symbolic link to a folder the system removes the link
-// itself, whatever the folder it points to holds.
-bool Win32FileQueries::RemoveFolder(const std::wstring& path) { return RemoveDirectoryW(path.c_str()) != FALSE; }
+bool Win32FileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& identity) {
+  UniqueHandle folder(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (!folder.Valid() || !GetFileInformationByHandle(folder.Get(), &information)) return false;
+  identity.volume = information.dwVolumeSerialNumber;
+  identity.folder = (static_cast<uint64_t>(information.nFileIndexHigh) << 32) | information.nFileIndexLow;
+  return true;
+}
