@@ -19,12 +19,12 @@ bool StopRequested() { return (gEngine.flags.load() & kStopRequested) != 0; }
 
 }  // namespace
 
-void DeleteFolderContents(const std::wstring& folder) {
+namespace {
+
+void DeleteEntries(const std::wstring& folder, DirListing& listing) {
   FileQueries& fs = Fs();
-  std::unique_ptr<DirListing> listing = fs.OpenListing(Joined(folder, L"*"));
-  if (!listing) return;
   DirEntry entry;
-  while (listing->Next(entry)) {
+  while (listing.Next(entry)) {
     if (entry.name == L"." || entry.name == L"..") continue;
     if (StopRequested()) return;
     ++gCleanupCount;
@@ -33,14 +33,17 @@ void DeleteFolderContents(const std::wstring& folder) {
     // listing: the temporary folder is its user's to change, and a folder
     // swapped for a link after it was listed must not lead the cleanup,
     // with the administrator's rights, anywhere else. Held open, the entry
-    // (and so every folder above the one being emptied) stays where it is.
+    // (and so every folder above the one being emptied) stays where it is,
+    // and a folder is listed through its open entry.
     std::unique_ptr<OpenedEntry> opened = fs.OpenForRemoval(path);
     if (!opened) continue;
     const uint32_t attributes = opened->Attributes();
     if (attributes == kInvalidAttributes) continue;
     if (attributes & kAttrReadOnly) opened->SetAttributes(attributes & ~kAttrReadOnly);
     if (attributes & kAttrDirectory) {
-      if (!(attributes & kAttrReparsePoint)) DeleteFolderContents(path);
+      if (!(attributes & kAttrReparsePoint)) {
+        if (std::unique_ptr<DirListing> inner = opened->List()) DeleteEntries(path, *inner);
+      }
       opened->Delete();
       continue;
     }
@@ -50,6 +53,13 @@ void DeleteFolderContents(const std::wstring& folder) {
       gEngine.flags.fetch_or(kStopRequested);
     }
   }
+}
+
+}  // namespace
+
+void DeleteFolderContents(const std::wstring& folder) {
+  std::unique_ptr<DirListing> listing = Fs().OpenListing(Joined(folder, L"*"));
+  if (listing) DeleteEntries(folder, *listing);
 }
 
 bool IsDriveRootPath(const std::wstring& path) {

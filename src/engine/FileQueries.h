@@ -75,6 +75,9 @@ class OpenedEntry {
   // Deletes it once it is closed: a file, an empty folder, or a link itself
   // without what it points to.
   virtual bool Delete() = 0;
+  // The entries of an opened folder, read through the open entry rather
+  // than its path. Null when it cannot be listed.
+  virtual std::unique_ptr<DirListing> List() = 0;
 };
 
 struct FolderIdentity {

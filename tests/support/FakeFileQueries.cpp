@@ -404,6 +404,7 @@ class FakeOpenedEntry final : public OpenedEntry {
   bool Delete() override {
     return (attributes_ & kAttrDirectory) ? fake_.RemoveFolder(path_) : fake_.RemoveFile(path_);
   }
+  std::unique_ptr<DirListing> List() override { return fake_.OpenListing(path_ + L"\\*"); }
 
  private:
   FakeFileQueries& fake_;

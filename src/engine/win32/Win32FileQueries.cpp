@@ -169,6 +169,41 @@ uint32_t Win32FileQueries::LastError() { return tLastError; }
 
 namespace {
 
+// A folder's entries read through a handle to it, a buffer of records at a
+// time.
+class HandleListing final : public DirListing {
+ public:
+  explicit HandleListing(HANDLE folder) : folder_(folder), buffer_(64 * 1024) {}
+  bool Next(DirEntry& entry) override {
+    while (next_ == nullptr) {
+      if (ended_) return false;
+      const FILE_INFO_BY_HANDLE_CLASS kind = first_ ? FileIdBothDirectoryRestartInfo : FileIdBothDirectoryInfo;
+      first_ = false;
+      if (!GetFileInformationByHandleEx(folder_.Get(), kind, buffer_.data(), static_cast<DWORD>(buffer_.size()))) {
+        ended_ = true;
+        return false;
+      }
+      next_ = buffer_.data();
+    }
+    const auto* record = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO*>(next_);
+    entry.name.assign(record->FileName, record->FileNameLength / sizeof(wchar_t));
+    entry.attributes = record->FileAttributes;
+    entry.size = static_cast<uint64_t>(record->EndOfFile.QuadPart);
+    entry.creationTime = static_cast<uint64_t>(record->CreationTime.QuadPart);
+    entry.lastAccessTime = static_cast<uint64_t>(record->LastAccessTime.QuadPart);
+    entry.lastWriteTime = static_cast<uint64_t>(record->LastWriteTime.QuadPart);
+    next_ = record->NextEntryOffset ? next_ + record->NextEntryOffset : nullptr;
+    return true;
+  }
+
+ private:
+  UniqueHandle folder_;
+  std::vector<BYTE> buffer_;
+  const BYTE* next_ = nullptr;
+  bool first_ = true;
+  bool ended_ = false;
+};
+
 // An entry of the temporary folder, opened as itself. The handle lets others
 // read and write but not delete or rename the entry, so that while it is
 // open nobody can swap it for a link; what is decided from its attributes
@@ -185,6 +220,14 @@ class Win32OpenedEntry final : public OpenedEntry {
     FILE_BASIC_INFO basic{};  // times of 0 stay as they are
     basic.FileAttributes = attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
     return SetFileInformationByHandle(handle_.Get(), FileBasicInfo, &basic, sizeof basic) != FALSE;
+  }
+  // Listed through a second handle opened on this one, never on the path: a
+  // search by path would first have to find the entry shared for deletion.
+  std::unique_ptr<DirListing> List() override {
+    HANDLE folder = ReOpenFile(handle_.Get(), FILE_LIST_DIRECTORY | SYNCHRONIZE,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, FILE_FLAG_BACKUP_SEMANTICS);
+    if (folder == INVALID_HANDLE_VALUE) return nullptr;
+    return std::make_unique<HandleListing>(folder);
   }
   bool Delete() override {
     FILE_DISPOSITION_INFO disposition{};
