@@ -213,6 +213,29 @@ TEST(SingleInstance, SecondStartBringsTheFirstWindowForwardAndEndsWithZero) {
     EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
 }
 
+// Another program that makes the instance mutex and a window with the main
+// window's class and title is not this program: a start hands it nothing
+// and opens its own window.
+TEST(SingleInstance, AnImpostorWindowIsHandedNothing) {
+    std::wstring exe = PrepareProgram(L"single-instance-impostor");
+    wchar_t desktop[MAX_PATH] = {};
+    DWORD needed = 0;
+    GetUserObjectInformationW(GetThreadDesktop(GetCurrentThreadId()), UOI_NAME, desktop, sizeof desktop, &needed);
+    const std::wstring mutexName = std::wstring(L"Ordalis-7a8caa0e-a83e-4ebe-a126-8e15046ca30d1-") + desktop;
+    TestDriver::UniqueHandle mutex(CreateMutexW(nullptr, FALSE, mutexName.c_str()));
+    HWND impostor = CreateWindowExW(0, kDialogClass, kMainTitle, WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 200, 100,
+                                    nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    ASSERT_NE(impostor, nullptr);
+    TestDriver::PumpMessages(200);
+
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"Z:\\");
+    ASSERT_NE(program, nullptr);
+    HWND mainWindow = WaitForMainWindow(*program);
+    EXPECT_NE(mainWindow, nullptr) << "the start handed its paths over and ended";
+    if (mainWindow) EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+    DestroyWindow(impostor);
+}
+
 TEST(SingleInstance, MinimisedFirstWindowKeepsTheSecondStartWaitingUntilItIsActivated) {
     std::wstring exe = PrepareProgram(L"single-instance-minimised");
     std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");

@@ -198,7 +198,8 @@ void RunningProgram::Kill() {
 
 std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
                                              const std::wstring& arguments,
-                                             std::wstring* error) {
+                                             std::wstring* error,
+                                             const std::wstring& currentFolder) {
     // Only one pipe end is inheritable at a time, so a program never holds the
     // output pipe of another one open (its reader would never see the end).
     static std::mutex startLock;
@@ -225,7 +226,7 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
     startup.hStdError = writeEnd;
 
     std::wstring commandLine = L"\"" + exePath + L"\" " + arguments;
-    std::wstring folder = exePath.substr(0, exePath.find_last_of(L'\\'));
+    std::wstring folder = currentFolder.empty() ? exePath.substr(0, exePath.find_last_of(L'\\')) : currentFolder;
     PROCESS_INFORMATION info{};
     if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                         folder.c_str(), &startup, &info)) {
@@ -238,9 +239,9 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
 }
 
 RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
-                     DWORD timeoutMs) {
+                     DWORD timeoutMs, const std::wstring& currentFolder) {
     RunResult result;
-    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments);
+    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments, nullptr, currentFolder);
     if (!program) {
         return result;
     }

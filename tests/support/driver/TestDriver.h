@@ -109,10 +109,12 @@ private:
 };
 
 // Starts exePath with the arguments (the command line is the quoted program
-// path, a blank and the arguments as given). Null on failure, with the reason.
+// path, a blank and the arguments as given), in currentFolder or else in the
+// program's own folder. Null on failure, with the reason.
 std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
                                              const std::wstring& arguments,
-                                             std::wstring* error = nullptr);
+                                             std::wstring* error = nullptr,
+                                             const std::wstring& currentFolder = L"");
 
 struct RunResult {
     bool started = false;
@@ -122,7 +124,7 @@ struct RunResult {
 };
 
 RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
-                     DWORD timeoutMs);
+                     DWORD timeoutMs, const std::wstring& currentFolder = L"");
 
 // Top-level windows.
 struct WindowQuery {
