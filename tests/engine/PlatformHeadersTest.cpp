@@ -15,6 +15,7 @@
 
 #include "engine/SolidStateRecords.h"
 #include "engine/VolumeAccess.h"
+#include "engine/ntfs/NtfsVolume.h"
 
 static_assert(kFsctlGetRetrievalPointers == FSCTL_GET_RETRIEVAL_POINTERS);
 static_assert(kFsctlGetVolumeBitmap == FSCTL_GET_VOLUME_BITMAP);
@@ -53,6 +54,9 @@ static_assert(kStatusBufferTooSmall == STATUS_BUFFER_TOO_SMALL);
 static_assert(kStatusObjectTypeMismatch == STATUS_OBJECT_TYPE_MISMATCH);
 static_assert(kStatusSharingViolation == STATUS_SHARING_VIOLATION);
 static_assert(kStatusNotSupported == STATUS_NOT_SUPPORTED);
+// Those only the NTFS backend answers with.
+static_assert(kStatusDiskCorrupt == STATUS_DISK_CORRUPT_ERROR);
+static_assert(kStatusMediaWriteProtected == STATUS_MEDIA_WRITE_PROTECTED);
 
 static_assert(sizeof(IoStatusBlock) == sizeof(IO_STATUS_BLOCK));
 static_assert(offsetof(IoStatusBlock, status) == offsetof(IO_STATUS_BLOCK, Status));
