@@ -8,9 +8,10 @@
 // them the per-file scan relocates (default 200: on the largest volume it
 // costs a whole bitmap read per file).
 //
-//   engine_map_bench huge [budgetMiB]
-// The map alone on a volume of 2^32 clusters whose free space is in about
-// 128 Mi runs (free and used stretches of 16 clusters on average): the
+//   engine_map_bench huge [budgetMiB [log2 of the clusters]]
+// The map alone on a volume of 2^32 clusters (by default) whose free space
+// is in about 128 Mi runs (free and used stretches of 16 clusters on
+// average, so 2^(n-5) runs for 2^n clusters): the
 // read, the peak memory of the process beyond the volume's own bitmap, and
 // the time per search, both strategies, for sizes the map answers itself
 // and for sizes it leaves to the scan.
@@ -202,8 +203,22 @@ double PeakMiB() {
   return double(usage.ru_maxrss) / 1024.0;
 }
 
-int Huge(uint64_t budgetMiB) {
-  const uint64_t clusters = uint64_t{1} << 32;
+// A map with a budget gets it; one without keeps every run.
+template <typename Map>
+void Budget(Map& map, uint64_t bytes) {
+  if constexpr (requires { map.SetBudget(bytes); }) map.SetBudget(bytes);
+}
+template <typename Map>
+uint64_t ThresholdOf(const Map& map) {
+  if constexpr (requires { map.Threshold(); }) {
+    return map.Threshold();
+  } else {
+    return 1;
+  }
+}
+
+int Huge(uint64_t budgetMiB, int log2Clusters) {
+  const uint64_t clusters = uint64_t{1} << log2Clusters;
   SimVolume volume;
   SimSettings settings;
   settings.clusters = clusters;
@@ -228,26 +243,26 @@ int Huge(uint64_t budgetMiB) {
   }
   const double built = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const double before = PeakMiB();
-  std::printf("2^32 clusters, %llu free runs, built in %.1f s; process %.0f MiB before the map\n",
+  std::printf("2^%d clusters, %llu free runs, built in %.1f s; process %.0f MiB before the map\n", log2Clusters,
               static_cast<unsigned long long>(freeRuns), built, before);
   SetVolumeAccess(&volume);
   std::wstring message;
   const FsHandle handle = volume.OpenVolume("\\\\.\\Z:");
   FreeSpaceMap map;
-  map.SetBudget(budgetMiB << 20);
+  Budget(map, budgetMiB << 20);
   start = std::chrono::steady_clock::now();
   if (map.Read(handle, 1, message) == 0) {
     std::fprintf(stderr, "read failed\n");
     return 1;
   }
   const double read = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::printf("  budget %llu MiB: read in %.1f s, %zu runs kept (of at least %llu clusters), %.0f MiB counted, "
+  const uint64_t threshold = ThresholdOf(map);
+  std::printf("  budget %llu MiB: read in %.1f s, %zu runs kept (of at least %llu clusters), "
               "process peak %.0f MiB (+%.0f MiB for the map and its read)\n",
               static_cast<unsigned long long>(budgetMiB), read, map.Runs().size(),
-              static_cast<unsigned long long>(map.Threshold()), double(map.MemoryUsed()) / 1048576.0, PeakMiB(),
-              PeakMiB() - before);
+              static_cast<unsigned long long>(threshold), PeakMiB(), PeakMiB() - before);
   for (bool smart : {false, true}) {
-    for (uint64_t needed : {map.Threshold(), map.Threshold() + 100, uint64_t{5000}, uint64_t{60000}}) {
+    for (uint64_t needed : {threshold, threshold + 100, uint64_t{5000}, uint64_t{60000}}) {
       const int searches = 20000;
       start = std::chrono::steady_clock::now();
       int64_t sum = 0;
@@ -257,8 +272,8 @@ int Huge(uint64_t budgetMiB) {
                   static_cast<unsigned long long>(needed), 1e6 * took / searches, static_cast<long long>(sum % 1000));
     }
     // A size below the threshold: the scan answers, as it would without the map.
-    for (uint64_t needed : {uint64_t{2}, map.Threshold() - 1}) {
-      if (needed == 0 || needed >= map.Threshold()) continue;
+    for (uint64_t needed : {uint64_t{2}, threshold - 1}) {
+      if (needed == 0 || needed >= threshold) continue;
       start = std::chrono::steady_clock::now();
       int64_t lcn = 0;
       FindFreeRun(handle, needed, smart, lcn, message);
@@ -274,7 +289,9 @@ int Huge(uint64_t budgetMiB) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc > 1 && std::string(argv[1]) == "huge") return Huge(argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 256);
+  if (argc > 1 && std::string(argv[1]) == "huge") {
+    return Huge(argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 256, argc > 3 ? std::atoi(argv[3]) : 32);
+  }
   const int files = argc > 1 ? std::atoi(argv[1]) : 1000;
   const int scanFiles = argc > 2 ? std::atoi(argv[2]) : 200;
   // Polls while the move thread runs are the move's wait, not the search's.
