@@ -65,6 +65,7 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
     const bool folder = (record.flags & ItemFlags::kFolder) != 0;
     const bool excluded = folder ? FolderLeftOut(record.path) : FileLeftOut(record.path);
     if (excluded) {
+      ReportFileOutcome(record.longPath, FileFate::LeftOut, std::wstring(), nullptr);
       record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
       ++skipped;
     } else {
@@ -210,6 +211,7 @@ void DefragmentFileItem(ItemRecord& record) {
   record.fragments = static_cast<int64_t>(counts.fragments);
   record.clusters = static_cast<int64_t>(counts.clusters);
   const std::wstring code = gEngine.moveResultCode;
+  ReportMoveOutcome(record.longPath, code, counts);
   ApplyFileMoveResult(record, code);
   CountMoveResult(record.longPath, code);
 }
@@ -225,7 +227,9 @@ void DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) {
       Call(gRunHooks.redrawItems);
       DefragmentFileItem(*record);
     } else {
-      DefragmentFile(path, nullptr);
+      FileAnalysis counts;
+      DefragmentFile(path, &counts);
+      ReportMoveOutcome(path, gEngine.moveResultCode, counts);
       CountMoveResult(path, gEngine.moveResultCode);
     }
     Call(gRunHooks.redrawItems);
