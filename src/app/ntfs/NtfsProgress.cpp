@@ -34,7 +34,7 @@ size_t TerminalWidth() {
 
 std::string ProgressText(const ProgressSnapshot& s) {
   if (s.run == NtfsRun::Analysis) {
-    return "Analysing: " + std::to_string(s.filesDone) + " files, " + Duration(s.seconds);
+    return "Analysing: " + std::to_string(s.filesDone) + " files, " + Duration(s.seconds) + " elapsed";
   }
   std::string text = std::string(s.run == NtfsRun::Plan ? "Planning: " : "Defragmenting: ") +
                      std::to_string(s.filesDone) + "/" + std::to_string(s.filesTotal) + " files, " +
@@ -45,7 +45,7 @@ std::string ProgressText(const ProgressSnapshot& s) {
     const uint64_t left = s.bytesTotal > s.bytesDone ? s.bytesTotal - s.bytesDone : 0;
     text += ", " + Duration(double(left) / speed) + " left";
   } else {
-    text += ", " + Duration(s.seconds);
+    text += ", " + Duration(s.seconds) + " elapsed";
   }
   return text;
 }
