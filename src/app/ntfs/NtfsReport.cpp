@@ -40,10 +40,12 @@ std::string ReportLine(const FileOutcome& outcome, NtfsRun run) {
 
 }  // namespace
 
-std::string ReportText(const OutcomeLog& log, const std::string& device, int exitCode) {
+std::string ReportText(const OutcomeLog& log, const std::string& device, int exitCode,
+                       const std::string& error) {
   std::string text = "ordalis-ntfs " + Version() + " report\n";
   text += "Volume: " + device + "\n";
   text += "Written: " + Now() + "\n\n";
+  if (!error.empty()) text += "Nothing ran: " + error + "\n\n";
   for (NtfsRun run : log.Runs()) {
     const std::vector<FileOutcome> outcomes = log.Of(run);
     std::string title = RunName(run);
@@ -74,7 +76,8 @@ std::string JsonString(const std::string& text) {
   return out + "\"";
 }
 
-std::string JsonDocument(const OutcomeLog& log, const std::string& device, int exitCode) {
+std::string JsonDocument(const OutcomeLog& log, const std::string& device, int exitCode,
+                         const std::string& error) {
   auto field = [](const char* name, const std::string& value) { return JsonString(name) + ": " + value; };
   auto number = [](auto value) { return std::to_string(value); };
   std::string json = "{\n  " + field("program", JsonString("ordalis-ntfs")) + ",\n  " +
@@ -102,5 +105,6 @@ std::string JsonDocument(const OutcomeLog& log, const std::string& device, int e
             field("stopped", number(t.stopped)) + ", " + field("stillFragmented", number(t.stillFragmented)) +
             ", " + field("leftOut", number(t.leftOut)) + ", " + field("bytesMoved", number(t.bytesMoved)) + "}}";
   }
-  return json + "\n  ],\n  " + field("exitCode", number(exitCode)) + "\n}\n";
+  return json + "\n  ],\n  " + field("error", error.empty() ? "null" : JsonString(error)) + ",\n  " +
+         field("exitCode", number(exitCode)) + "\n}\n";
 }

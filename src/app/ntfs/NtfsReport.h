@@ -6,10 +6,12 @@
 
 #include "app/ntfs/NtfsOutcomes.h"
 
-// The report's whole text.
-std::string ReportText(const OutcomeLog& log, const std::string& device, int exitCode);
+// The report's whole text; `error`, when not empty, says why nothing ran.
+std::string ReportText(const OutcomeLog& log, const std::string& device, int exitCode,
+                       const std::string& error);
 // One JSON document: program, version, volume, each run with its files and
-// totals, and the exit code.
-std::string JsonDocument(const OutcomeLog& log, const std::string& device, int exitCode);
+// totals, why nothing ran (null when it did) and the exit code.
+std::string JsonDocument(const OutcomeLog& log, const std::string& device, int exitCode,
+                         const std::string& error);
 // A JSON string literal, quotes included.
 std::string JsonString(const std::string& text);

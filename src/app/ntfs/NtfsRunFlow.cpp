@@ -60,8 +60,9 @@ void InstallHooks(bool showProgress) {
   };
 }
 
-// One run over the items, its outcomes in `log` under `run`.
-void Run(RunMode mode, NtfsRun run, OutcomeLog& log, ProgressLine* progress,
+// One run over the items, its outcomes in `log` under `run`; false when it
+// was stopped before its end.
+bool Run(RunMode mode, NtfsRun run, OutcomeLog& log, ProgressLine* progress,
          std::map<std::string, uint64_t> sizes) {
   log.Begin(run);
   gWatch = RunWatch{&log, progress};
@@ -69,6 +70,7 @@ void Run(RunMode mode, NtfsRun run, OutcomeLog& log, ProgressLine* progress,
   StartRun(mode);
   if (progress) progress->Stop();
   gWatch = RunWatch{};
+  return gRunState.lastEnd != RunEnd::Stopped;
 }
 
 // The bytes of each file an analysis found fragmented, by volume path.
@@ -94,10 +96,24 @@ void Print(const std::string& text, bool json) {
   std::fflush(stdout);
 }
 
-// The report's text in the file; false when it could not be written whole.
-bool WriteReport(std::FILE* report, const std::string& text) {
-  const bool written = std::fwrite(text.data(), 1, text.size(), report) == text.size();
-  return std::fclose(report) == 0 && written;
+// The report and the JSON document, once the exit code is known; the code
+// of a report that could not be written replaces a success.
+int Finish(const NtfsOptions& options, std::FILE* report, const OutcomeLog& log, int code,
+           const std::string& error) {
+  if (report) {
+    const std::string text = ReportText(log, options.device, code, error);
+    const bool written = std::fwrite(text.data(), 1, text.size(), report) == text.size();
+    if (std::fclose(report) != 0 || !written) {
+      std::fprintf(stderr, "ordalis-ntfs: the report %s could not be written: %s\n", options.report.c_str(),
+                   std::strerror(errno));
+      if (code == kExitOk) code = kExitReportFailed;
+    }
+  }
+  if (options.json) {
+    std::fputs(JsonDocument(log, options.device, code, error).c_str(), stdout);
+    std::fflush(stdout);
+  }
+  return code;
 }
 
 }  // namespace
@@ -108,8 +124,7 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
   // An analysis or a plan never opens the volume for writing.
   if (volume.Open(options.device, options.defragment, kNtfsLetter, message) != NtfsOpenFailure::None) {
     std::fprintf(stderr, "ordalis-ntfs: %s; nothing was written\n", message.c_str());
-    if (report) std::fclose(report);
-    return kExitVolumeRefused;
+    return Finish(options, report, OutcomeLog(), kExitVolumeRefused, message);
   }
   DryRunVolume planned(volume);
   NtfsFileQueries queries(volume);
@@ -137,28 +152,36 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
 
   OutcomeLog log;
   int code = kExitOk;
+  std::string error;
   if (ItemCount() == 0) {
     code = kExitNothingFound;
+    error = "none of the paths is on the volume";
   } else {
     ProgressLine line;
     ProgressLine* progress = showProgress ? &line : nullptr;
     // The defragmentation's totals come from an analysis: the one asked
     // for, or a silent one when only the progress line needs them.
     OutcomeLog counting;
-    if (options.analyse || (progress && !options.analyse)) {
+    bool completed = true;
+    if (options.analyse || progress) {
       OutcomeLog& target = options.analyse ? log : counting;
-      Run(RunMode::AnalyseAll, NtfsRun::Analysis, target, progress, {});
+      completed = Run(RunMode::AnalyseAll, NtfsRun::Analysis, target, progress, {});
       if (options.analyse) Print(AnalysisSummaryText(log.Of(NtfsRun::Analysis)), options.json);
     }
     const auto sizes = FragmentedSizes((options.analyse ? log : counting).Of(NtfsRun::Analysis));
-    if (options.defragment) {
-      Run(RunMode::DefragmentAll, NtfsRun::Defragmentation, log, progress, sizes);
+    if (completed && options.defragment) {
+      completed = Run(RunMode::DefragmentAll, NtfsRun::Defragmentation, log, progress, sizes);
       Print(DefragSummaryText(log.Of(NtfsRun::Defragmentation)), options.json);
-    } else if (options.plan) {
-      Run(RunMode::DefragmentAll, NtfsRun::Plan, log, progress, sizes);
+    } else if (completed && options.plan) {
+      completed = Run(RunMode::DefragmentAll, NtfsRun::Plan, log, progress, sizes);
       Print(PlanText(log.Of(NtfsRun::Plan)), options.json);
     }
-    if (AnyFailed(log)) code = gRunState.lastEnd == RunEnd::Stopped ? kExitStopped : kExitFilesLeft;
+    // A stopped run never reads as a success, whatever it reached.
+    if (!completed) {
+      code = kExitStopped;
+    } else if (AnyFailed(log)) {
+      code = kExitFilesLeft;
+    }
   }
   if (CurrentVolumeAccess() != nullptr) ResetEngineState();
   SetVolumeAccess(nullptr);
@@ -167,14 +190,5 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
     std::fputs("ordalis-ntfs: the volume could not be closed cleanly\n", stderr);
     code = kExitCloseFailed;
   }
-  if (report && !WriteReport(report, ReportText(log, options.device, code))) {
-    std::fprintf(stderr, "ordalis-ntfs: the report %s could not be written: %s\n", options.report.c_str(),
-                 std::strerror(errno));
-    if (code == kExitOk) code = kExitReportFailed;
-  }
-  if (options.json) {
-    std::fputs(JsonDocument(log, options.device, code).c_str(), stdout);
-    std::fflush(stdout);
-  }
-  return code;
+  return Finish(options, report, log, code, error);
 }

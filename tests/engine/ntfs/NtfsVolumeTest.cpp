@@ -411,6 +411,7 @@ TEST_F(NtfsCommandTest, CommandLineConventionsAndExitCodes) {
       {"--analyze --report /nonexistent/folder/report.txt " + image + " /Users", 8, "nothing was done"},
       {"--analyze " + image + " /missing", 5, "could not be added"},
       {"--analyze " + image_ + ".absent /Users", 7, "nothing was written"},
+      {"--plan --json " + image_ + ".absent /Users", 7, "\"exitCode\": 7"},
       // Not a terminal: no progress line, and line feeds alone.
       {"--analyze -r /dev/null " + image + " Users/", 0, "Analyzed folder : /Users\nFolder is "},
   };
