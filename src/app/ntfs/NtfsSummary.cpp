@@ -15,6 +15,19 @@ std::string WithoutCarriageReturns(const std::wstring& text) {
   return WideToUtf8(kept);
 }
 
+// No blanks at the ends of lines, never more than one empty line in a row.
+std::string Tidied(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    if (c == '\n') {
+      while (!out.empty() && out.back() == ' ') out.pop_back();
+      if (out.size() >= 2 && out[out.size() - 1] == '\n' && out[out.size() - 2] == '\n') continue;
+    }
+    out += c;
+  }
+  return out;
+}
+
 std::string Count(const char* label, uint64_t value) { return std::string(label) + " : " + std::to_string(value); }
 
 std::string FailedFilesText(const std::vector<FileOutcome>& outcomes, const char* heading) {
@@ -47,6 +60,7 @@ std::string AnalysisSummaryText(const std::vector<FileOutcome>& outcomes) {
     }
     text += piece;
   }
+  text = Tidied(text);
   for (const std::string& line : TotalsLines(NtfsRun::Analysis, Tally(outcomes))) text += line + "\n";
   return text + "\n" + FailedFilesText(outcomes, "Files that could not be analysed:");
 }

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "NtfsTestSupport.h"
+#include "app/ntfs/NtfsSummary.h"
 #include "filters/Filters.h"
 
 namespace {
@@ -424,6 +425,44 @@ TEST_F(NtfsCommandTest, CommandLineConventionsAndExitCodes) {
   }
 }
 
+// The summary after a defragmentation: its counts add up and name every
+// file that was not defragmented, with the reason in English.
+TEST(NtfsSummary, CountsAddUpAndEveryFileNotDefragmentedIsNamed) {
+  auto file = [](const wchar_t* path, FileFate fate, const wchar_t* code, uint64_t before, uint64_t after) {
+    FileOutcome o;
+    o.path = path;
+    o.fate = fate;
+    o.code = code;
+    o.fragmentsBefore = before;
+    o.fragmentsAfter = after;
+    return o;
+  };
+  const std::vector<FileOutcome> outcomes = {
+      file(L"N:\\a", FileFate::Moved, L"", 5, 1),
+      file(L"N:\\b", FileFate::Contiguous, L"AC", 1, 1),
+      file(L"N:\\c d", FileFate::Failed, kMoveNoFreeRun, 4, 4),
+      file(L"N:\\e", FileFate::Failed, kMovePartlyMoved, 6, 3),
+      file(L"N:\\f", FileFate::Failed, L"Access is denied.\r\n", 0, 0),
+      file(L"N:\\g", FileFate::Stopped, kMoveStopped, 3, 3),
+      file(L"N:\\h", FileFate::LeftOut, L"", 0, 0),
+  };
+  const std::string text = DefragSummaryText(outcomes);
+  for (const char* expected : {
+           "Number of processed files : 6\n", "Number of defragmented files : 1\n",
+           "Number of already contiguous files : 1\n",
+           "Number of files that were not defragmented due to processing errors : 3\n",
+           "Number of files stopped before their move : 1\n", "Number of files still fragmented : 3\n",
+           "Number of files left out by the filters : 1\n",
+           "\n/c d : no free run of clusters is long enough for the whole file\n",
+           "\n/e : the file was moved only in part and is still fragmented\n", "\n/f : Access is denied.\n",
+           "\n/g : the run was stopped before the file was moved\n"}) {
+    EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
+  }
+  EXPECT_EQ(text.find("/a :"), std::string::npos) << text;
+  EXPECT_EQ(text.find("/h :"), std::string::npos) << text;
+  EXPECT_EQ(text.find('\r'), std::string::npos);
+}
+
 // Masks as users write them, from the volume's root with "/", against the
 // paths the walk hands the filters.
 TEST(NtfsMasks, SlashMasksMatchFromTheRootOrAnywhere) {
@@ -467,6 +506,25 @@ TEST(NtfsMasks, SlashMasksMatchFromTheRootOrAnywhere) {
   ClearFilterList(gInclusions);
   EXPECT_EQ(VolumePathOf(L"N:\\dir with space\\a.bin"), "/dir with space/a.bin");
   EXPECT_EQ(VolumePathOf(L"\\\\?\\N:\\"), "/");
+}
+
+// On a terminal (through script), the progress line is drawn on standard
+// error and erased at the end; --quiet draws none.
+TEST_F(NtfsCommandTest, DrawsTheProgressLineOnATerminalOnly) {
+  Make(33, 1);
+  std::string output;
+  auto onTerminal = [&](const std::string& arguments) {
+    return RunCommand("script -qec " + Quoted(std::string(ORDALIS_NTFS_PROGRAM) + " " + arguments + " >/dev/null") +
+                          " /dev/null",
+                      output);
+  };
+  EXPECT_EQ(onTerminal("--analyze --defrag " + Quoted(image_) + " /"), 0) << output;
+  EXPECT_NE(output.find("\r\033[KAnalysing: "), std::string::npos) << output;
+  EXPECT_NE(output.find("\r\033[KDefragmenting: 0/"), std::string::npos) << output;
+  EXPECT_NE(output.find(" files, "), std::string::npos) << output;
+  EXPECT_NE(output.rfind("\r\033[K"), std::string::npos);
+  EXPECT_EQ(onTerminal("--plan --quiet " + Quoted(image_) + " /"), 0) << output;
+  EXPECT_EQ(output.find('\033'), std::string::npos) << output;
 }
 
 TEST_F(NtfsCommandTest, RefusesADirtyVolumeAndWritesNothing) {
