@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "engine/FileQueries.h"
 #include "util/WideString.h"
 
 namespace {
@@ -38,13 +39,13 @@ void Merge(std::vector<DryRunVolume::Run>& runs) {
 
 FsHandle DryRunVolume::OpenFileForMoving(const std::wstring& path) {
   const FsHandle handle = real_.OpenFileForMoving(path);
-  if (IsValidHandle(handle)) paths_[handle] = Key(path);
+  if (IsValidHandle(handle)) paths_[handle] = OpenFile{Key(path), path};
   return handle;
 }
 
 FsHandle DryRunVolume::OpenFileBackupSemantics(const std::wstring& path) {
   const FsHandle handle = real_.OpenFileBackupSemantics(path);
-  if (IsValidHandle(handle)) paths_[handle] = Key(path);
+  if (IsValidHandle(handle)) paths_[handle] = OpenFile{Key(path), path};
   return handle;
 }
 
@@ -58,7 +59,7 @@ bool DryRunVolume::Close(FsHandle handle) {
 bool DryRunVolume::RunsOf(FsHandle file, std::vector<Run>& runs) {
   auto path = paths_.find(file);
   if (path == paths_.end()) return false;
-  if (auto planned = planned_.find(path->second); planned != planned_.end()) {
+  if (auto planned = planned_.find(path->second.key); planned != planned_.end()) {
     runs = planned->second;
     return true;
   }
@@ -89,7 +90,7 @@ bool DryRunVolume::RunsOf(FsHandle file, std::vector<Run>& runs) {
 NtStatus DryRunVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, const void* input,
                                             uint32_t inputLength, void* output, uint32_t outputLength) {
   auto path = paths_.find(file);
-  if (path == paths_.end() || !planned_.count(path->second)) {
+  if (path == paths_.end() || !planned_.count(path->second.key)) {
     return real_.GetRetrievalPointers(file, block, input, inputLength, output, outputLength);
   }
   // A planned file answers by the same rules: the extent holding the start
@@ -99,7 +100,7 @@ NtStatus DryRunVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block,
   std::memcpy(&vcn, input, sizeof vcn);
   if (vcn < 0) return kStatusInvalidParameter;
   if (outputLength < sizeof(RetrievalPointersHeader) + sizeof(RetrievalExtent)) return kStatusBufferTooSmall;
-  const std::vector<Run>& runs = planned_[path->second];
+  const std::vector<Run>& runs = planned_[path->second.key];
   auto first = std::find_if(runs.begin(), runs.end(), [vcn](const Run& run) { return vcn < run.vcn + run.count; });
   if (first == runs.end()) return kStatusEndOfFile;
   const size_t room = (outputLength - sizeof(RetrievalPointersHeader)) / sizeof(RetrievalExtent);
@@ -170,6 +171,9 @@ NtStatus DryRunVolume::MoveClusters(FsHandle volume, IoStatusBlock& block, const
   const FsHandle file = FsHandle(record.fileHandle);
   std::vector<Run> runs;
   if (!RunsOf(file, runs)) return kStatusInvalidHandle;
+  // The volume never moves an encrypted file.
+  const uint32_t attributes = Fs().GetAttributes(paths_[file].path);
+  if (attributes != kInvalidAttributes && (attributes & kAttrEncrypted)) return kStatusAccessDenied;
   const int64_t end = runs.empty() ? 0 : runs.back().vcn + runs.back().count;
   const int64_t count = int64_t(record.clusterCount);
   if (count == 0 || record.startingVcn < 0 || record.startingVcn + count > end || record.startingLcn < 0) {
@@ -207,7 +211,7 @@ NtStatus DryRunVolume::MoveClusters(FsHandle volume, IoStatusBlock& block, const
   changes_.push_back({record.startingLcn, total, true});
   changes_.insert(changes_.end(), freed.begin(), freed.end());
   Merge(moved);
-  planned_[paths_[file]] = std::move(moved);
+  planned_[paths_[file].key] = std::move(moved);
   block.status = kStatusSuccess;
   block.information = 0;
   return kStatusSuccess;

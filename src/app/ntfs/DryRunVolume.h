@@ -42,8 +42,12 @@ class DryRunVolume : public VolumeAccess {
   bool RunsOf(FsHandle file, std::vector<Run>& runs);
   bool ClustersFree(FsHandle volume, int64_t lcn, int64_t count);
 
+  struct OpenFile {
+    std::wstring key;  // the path in upper case
+    std::wstring path;
+  };
   VolumeAccess& real_;
-  std::map<FsHandle, std::wstring> paths_;  // open files by their upper-case path
+  std::map<FsHandle, OpenFile> paths_;
   std::map<std::wstring, std::vector<Run>> planned_;
   // Cluster ranges whose state the planned moves changed, in order:
   // (first, count, in use).
