@@ -27,7 +27,7 @@ const char* const kNtfsHelp =
     "\"/\" included) and \"?\" (one character): '/Users/*/cache/*', '*.iso'.\n"
     "\n"
     "Back up the volume first. Never use it on a mounted volume.\n"
-    "Exit codes: 0 no errors, 2 wrong command line, 3 stopped with files left,\n"
+    "Exit codes: 0 no errors, 2 wrong command line, 3 stopped before the end,\n"
     "4 files left unprocessed or fragmented, 5 none of the paths found,\n"
     "7 volume not opened, 8 report not written, 9 volume not closed cleanly.\n";
 

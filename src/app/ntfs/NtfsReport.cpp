@@ -45,7 +45,7 @@ std::string ReportText(const OutcomeLog& log, const std::string& device, int exi
   std::string text = "ordalis-ntfs " + Version() + " report\n";
   text += "Volume: " + device + "\n";
   text += "Written: " + Now() + "\n\n";
-  if (!error.empty()) text += "Nothing ran: " + error + "\n\n";
+  if (!error.empty()) text += "Not completed: " + error + "\n\n";
   for (NtfsRun run : log.Runs()) {
     const std::vector<FileOutcome> outcomes = log.Of(run);
     std::string title = RunName(run);

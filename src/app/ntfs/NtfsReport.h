@@ -6,11 +6,13 @@
 
 #include "app/ntfs/NtfsOutcomes.h"
 
-// The report's whole text; `error`, when not empty, says why nothing ran.
+// The report's whole text; `error`, when not empty, says why the runs did
+// not complete.
 std::string ReportText(const OutcomeLog& log, const std::string& device, int exitCode,
                        const std::string& error);
 // One JSON document: program, version, volume, each run with its files and
-// totals, why nothing ran (null when it did) and the exit code.
+// totals, why the runs did not complete (null when they did) and the exit
+// code.
 std::string JsonDocument(const OutcomeLog& log, const std::string& device, int exitCode,
                          const std::string& error);
 // A JSON string literal, quotes included.

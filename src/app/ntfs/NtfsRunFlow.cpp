@@ -1,5 +1,6 @@
 #include "app/ntfs/NtfsRunFlow.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -36,11 +37,29 @@ struct RunWatch {
 };
 RunWatch gWatch;
 
+// Ctrl-C and termination: the file being moved is finished, then the run
+// stops as if asked to (the stop is passed on between two files).
+volatile sig_atomic_t gSignalled = 0;
+void OnStopSignal(int) { gSignalled = 1; }
+void PassOnStop() {
+  if (gSignalled) gEngine.flags.fetch_or(kStopRequested);
+}
+
+void CatchStopSignals() {
+  struct sigaction stop {};
+  stop.sa_handler = OnStopSignal;
+  stop.sa_flags = SA_RESTART;
+  sigaction(SIGINT, &stop, nullptr);
+  sigaction(SIGTERM, &stop, nullptr);
+}
+
 void InstallHooks(bool showProgress) {
   CreateSharedLock();
   gItemSettings.hooks = PortableItemHooks();
   gItemSettings.suppressMessages = true;
   gRunHooks = PortableRunHooks();
+  gRunHooks.refreshCounters = PassOnStop;
+  gRunHooks.refreshErrors = PassOnStop;
   gRunHooks.fileOutcome = [](const FileOutcome& outcome) {
     if (gWatch.log) gWatch.log->Add(outcome);
     if (gWatch.progress) gWatch.progress->FileDone(outcome);
@@ -133,6 +152,7 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
 
   const bool showProgress = !options.quiet && isatty(STDERR_FILENO);
   InstallHooks(showProgress);
+  CatchStopSignals();
   gApp.runFlags = kRunNoGui | kRunClose | (options.analyse ? kRunAnalyze : 0) |
                   (options.defragment || options.plan ? kRunDefrag : 0) | (options.quick ? kRunQuick : 0);
   if (!options.quick) gEngine.flags |= kSmartStrategy;
@@ -177,8 +197,10 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
       Print(PlanText(log.Of(NtfsRun::Plan)), options.json);
     }
     // A stopped run never reads as a success, whatever it reached.
-    if (!completed) {
+    if (!completed || gSignalled) {
       code = kExitStopped;
+      error = "the run was stopped before its end; the files it had not reached are not listed";
+      Print("Stopped: " + error + ".\n", options.json);
     } else if (AnyFailed(log)) {
       code = kExitFilesLeft;
     }
