@@ -1,20 +1,18 @@
 #include "app/ntfs/NtfsRunFlow.h"
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <map>
 #include <string>
 
 #include "app/CommandLine.h"
 #include "app/RunFlags.h"
 #include "app/ntfs/DryRunVolume.h"
+#include "app/ntfs/NtfsConsole.h"
 #include "app/ntfs/NtfsExitCodes.h"
 #include "app/ntfs/NtfsOutcomes.h"
 #include "app/ntfs/NtfsPaths.h"
-#include "app/ntfs/NtfsProgress.h"
 #include "app/ntfs/NtfsReport.h"
 #include "app/ntfs/NtfsSummary.h"
 #include "engine/EngineHooks.h"
@@ -30,75 +28,37 @@
 
 namespace {
 
-// Where the outcomes of the run under way go, and the line that shows them.
-struct RunWatch {
-  OutcomeLog* log = nullptr;
-  ProgressLine* progress = nullptr;
-};
-RunWatch gWatch;
+// The console the run's calls reach while it runs.
+NtfsConsole* gConsole = nullptr;
 
-// Ctrl-C and termination: the file being moved is finished, then the run
-// stops as if asked to (the stop is passed on between two files).
-volatile sig_atomic_t gSignalled = 0;
-void OnStopSignal(int) { gSignalled = 1; }
-void PassOnStop() {
-  if (gSignalled) gEngine.flags.fetch_or(kStopRequested);
-}
-
-void CatchStopSignals() {
-  struct sigaction stop {};
-  stop.sa_handler = OnStopSignal;
-  stop.sa_flags = SA_RESTART;
-  sigaction(SIGINT, &stop, nullptr);
-  sigaction(SIGTERM, &stop, nullptr);
-}
-
-void InstallHooks(bool showProgress) {
+void InstallHooks() {
   CreateSharedLock();
   gItemSettings.hooks = PortableItemHooks();
   gItemSettings.suppressMessages = true;
   gRunHooks = PortableRunHooks();
-  gRunHooks.refreshCounters = PassOnStop;
-  gRunHooks.refreshErrors = PassOnStop;
-  gRunHooks.fileOutcome = [](const FileOutcome& outcome) {
-    if (gWatch.log) gWatch.log->Add(outcome);
-    if (gWatch.progress) gWatch.progress->FileDone(outcome);
-  };
+  gRunHooks.refreshCounters = [] { gConsole->RefreshCounters(); };
+  gRunHooks.refreshErrors = [] { gConsole->RefreshErrors(); };
+  gRunHooks.fileOutcome = [](const FileOutcome& outcome) { gConsole->FileOutcome(outcome); };
   // No window to keep alive: no pump, and the waits for the move thread
   // block on the thread alone.
   gEngineHooks = EngineHooks{};
-  if (!showProgress) return;
-  gEngineHooks.setStatusText = [](int part, const std::wstring& text) {
-    if (part == kStatusPartPath && gWatch.progress) gWatch.progress->FileStarted(text);
-  };
-  gEngineHooks.showProgress = [](uint64_t last) {
-    if (gWatch.progress) gWatch.progress->MoveSteps(last);
-  };
-  gEngineHooks.setProgress = [](uint64_t position) {
-    if (gWatch.progress) gWatch.progress->MoveStep(position);
-  };
+  gEngineHooks.setStatusText = [](int part, const std::wstring& text) { gConsole->SetStatusText(part, text); };
+  gEngineHooks.showProgress = [](uint64_t last) { gConsole->ShowProgress(last); };
+  gEngineHooks.setProgress = [](uint64_t position) { gConsole->SetProgress(position); };
 }
 
-// One run over the items, its outcomes in `log` under `run`; false when it
-// was stopped before its end.
-bool Run(RunMode mode, NtfsRun run, OutcomeLog& log, ProgressLine* progress,
-         std::map<std::string, uint64_t> sizes) {
-  log.Begin(run);
-  gWatch = RunWatch{&log, progress};
-  if (progress) progress->Start(run, std::move(sizes));
-  StartRun(mode);
-  if (progress) progress->Stop();
-  gWatch = RunWatch{};
-  return gRunState.lastEnd != RunEnd::Stopped;
-}
-
-// The bytes of each file an analysis found fragmented, by volume path.
-std::map<std::string, uint64_t> FragmentedSizes(const std::vector<FileOutcome>& analysis) {
-  std::map<std::string, uint64_t> sizes;
-  for (const FileOutcome& outcome : analysis) {
-    if (outcome.fate == FileFate::Fragmented) sizes[VolumePathOf(outcome.path)] = OutcomeBytes(outcome);
+// The analysis and then the defragmentation (or its plan), each followed by
+// its part of the summary. A stopped analysis is followed by nothing.
+void RunTheRuns(const NtfsOptions& options, NtfsConsole& console) {
+  console.Begin();
+  if (console.AnalysisFirst()) {
+    StartRun(RunMode::AnalyseAll);
+    console.ConsoleSummary(false);
   }
-  return sizes;
+  if ((options.defragment || options.plan) && !console.Stopped()) {
+    StartRun(RunMode::DefragmentAll);
+    console.ConsoleSummary(true);
+  }
 }
 
 bool AnyFailed(const OutcomeLog& log) {
@@ -107,12 +67,6 @@ bool AnyFailed(const OutcomeLog& log) {
     if (totals.failed > 0 || totals.stopped > 0) return true;
   }
   return false;
-}
-
-void Print(const std::string& text, bool json) {
-  if (json) return;
-  std::fputs(text.c_str(), stdout);
-  std::fflush(stdout);
 }
 
 // The report and the JSON document, once the exit code is known; the code
@@ -150,9 +104,10 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
   SetVolumeAccess(options.plan ? static_cast<VolumeAccess*>(&planned) : &volume);
   SetFileQueries(&queries);
 
-  const bool showProgress = !options.quiet && isatty(STDERR_FILENO);
-  InstallHooks(showProgress);
-  CatchStopSignals();
+  NtfsConsole console(options, !options.quiet && isatty(STDERR_FILENO));
+  gConsole = &console;
+  InstallHooks();
+  NtfsConsole::CatchStopSignals();
   gApp.runFlags = kRunNoGui | kRunClose | (options.analyse ? kRunAnalyze : 0) |
                   (options.defragment || options.plan ? kRunDefrag : 0) | (options.quick ? kRunQuick : 0);
   if (!options.quick) gEngine.flags |= kSmartStrategy;
@@ -160,7 +115,7 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
   for (const std::string& mask : options.excludes) AddExclusion(L'W', EngineMask(mask));
   for (const std::string& mask : options.includes) AddInclusion(EngineMask(mask));
 
-  Print(BannerText(), options.json);
+  if (!options.json) std::fputs(BannerText().c_str(), stdout);
   for (const std::string& path : options.paths) {
     const std::wstring engine = EnginePath(path);
     const uint32_t attributes = queries.GetAttributes(engine);
@@ -170,38 +125,19 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
     }
   }
 
-  OutcomeLog log;
   int code = kExitOk;
   std::string error;
   if (ItemCount() == 0) {
     code = kExitNothingFound;
     error = "none of the paths is on the volume";
   } else {
-    ProgressLine line;
-    ProgressLine* progress = showProgress ? &line : nullptr;
-    // The defragmentation's totals come from an analysis: the one asked
-    // for, or a silent one when only the progress line needs them.
-    OutcomeLog counting;
-    bool completed = true;
-    if (options.analyse || progress) {
-      OutcomeLog& target = options.analyse ? log : counting;
-      completed = Run(RunMode::AnalyseAll, NtfsRun::Analysis, target, progress, {});
-      if (options.analyse) Print(AnalysisSummaryText(log.Of(NtfsRun::Analysis)), options.json);
-    }
-    const auto sizes = FragmentedSizes((options.analyse ? log : counting).Of(NtfsRun::Analysis));
-    if (completed && options.defragment) {
-      completed = Run(RunMode::DefragmentAll, NtfsRun::Defragmentation, log, progress, sizes);
-      Print(DefragSummaryText(log.Of(NtfsRun::Defragmentation)), options.json);
-    } else if (completed && options.plan) {
-      completed = Run(RunMode::DefragmentAll, NtfsRun::Plan, log, progress, sizes);
-      Print(PlanText(log.Of(NtfsRun::Plan)), options.json);
-    }
+    RunTheRuns(options, console);
     // A stopped run never reads as a success, whatever it reached.
-    if (!completed || gSignalled) {
+    if (console.Stopped()) {
       code = kExitStopped;
       error = "the run was stopped before its end; the files it had not reached are not listed";
-      Print("Stopped: " + error + ".\n", options.json);
-    } else if (AnyFailed(log)) {
+      if (!options.json) std::printf("Stopped: %s.\n", error.c_str());
+    } else if (AnyFailed(console.Log())) {
       code = kExitFilesLeft;
     }
   }
@@ -212,5 +148,6 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
     std::fputs("ordalis-ntfs: the volume could not be closed cleanly\n", stderr);
     code = kExitCloseFailed;
   }
-  return Finish(options, report, log, code, error);
+  gConsole = nullptr;
+  return Finish(options, report, console.Log(), code, error);
 }
