@@ -105,7 +105,8 @@ struct NtfsVolume::PendingMove {
   int64_t allocated = 0;   // clusters it owns
   int64_t gathered = 0;    // clusters of `pieces`
   std::map<int64_t, MovedPiece> pieces;  // by VCN
-  std::vector<std::pair<int64_t, int64_t>> claimed;  // target ranges marked in use
+  // Where the pieces go, claimed in the bitmap only with the switch itself.
+  std::vector<std::pair<int64_t, int64_t>> targets;
   // Copies go out in large sequential writes: the data of consecutive
   // target clusters is gathered here first.
   std::vector<uint8_t> copy;
@@ -187,14 +188,8 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
       volume_ = nullptr;
       return NtfsOpenFailure::CannotOpen;
     }
+    // The journal is made with the first switch.
     SwitchJournal::Install(volume_);
-    std::string why;
-    if (!journal_.Attach(volume_, why)) {
-      message = device + " cannot keep its move journal (" + why + "); it is left marked for a disk check";
-      ntfs_umount(volume_, FALSE);
-      volume_ = nullptr;
-      return NtfsOpenFailure::CannotOpen;
-    }
     device_ = device;
   }
   writable_ = writable;
@@ -570,15 +565,13 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
   }
   if (target + total > volume_->nr_clusters) return kStatusInvalidParameter;
   if (!RangeFree(target, uint64_t(total))) return kStatusAlreadyCommitted;
-
-  // The target is claimed and the data copied; the file still points at its
-  // old clusters until the switch.
-  if (ntfs_bitmap_set_run(volume_->lcnbmp_na, target, total) != 0) {
-    needsCheck_ = true;  // possibly claimed in part
-    return kStatusDiskCorrupt;
+  for (const auto& [lcn, n] : p.targets) {
+    if (target < lcn + n && lcn < target + total) return kStatusAlreadyCommitted;
   }
-  volume_->free_clusters -= total;
-  p.claimed.push_back({target, total});
+
+  // The data is copied into free clusters; the file still points at its
+  // old ones until the switch, which claims the new ones with it.
+  p.targets.push_back({target, total});
   const int bits = volume_->cluster_size_bits;
   if (p.copy.empty()) p.copy.resize(size_t(kCopyBuffer));
   for (const MovedPiece& piece : pieces) {
@@ -618,17 +611,8 @@ bool NtfsVolume::FlushCopies() {
 }
 
 void NtfsVolume::AbandonPending() {
-  if (pending_ == nullptr) return;
-  // No record ever pointed at the claimed clusters: free again at once.
-  for (const auto& [lcn, count] : pending_->claimed) {
-    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, lcn, count) == 0) {
-      volume_->free_clusters += count;
-    } else {
-      needsCheck_ = true;
-    }
-  }
+  // The copies lie in clusters never claimed: nothing to give back.
   pending_.reset();
-  ntfs_device_sync(volume_->dev);
 }
 
 NtStatus NtfsVolume::SettlePending() {
@@ -641,10 +625,10 @@ NtStatus NtfsVolume::SettlePending() {
 }
 
 // In an order that loses nothing wherever it stops: the copy is synced and
-// read back from the disk, the run list switched in one step through the
-// journal, and only then are the old clusters given back. A stop before the
-// switch leaves the claimed clusters in use that no file owns (the volume
-// stays marked for its check), never a file pointing at free clusters.
+// read back from the disk, then the new clusters are claimed, the run list
+// switched and the old clusters given back in one step through the journal.
+// A stop before that step leaves the old file, a stop after it the new one;
+// never a file pointing at free clusters, nor a cluster owned twice.
 NtStatus NtfsVolume::SwitchPending() {
   PendingMove& p = *pending_;
   ntfs_device* device = volume_->dev;
@@ -654,7 +638,7 @@ NtStatus NtfsVolume::SwitchPending() {
   }
   const int bits = volume_->cluster_size_bits;
   const int fd = DeviceDescriptor(device);
-  for (const auto& [lcn, count] : p.claimed) {
+  for (const auto& [lcn, count] : p.targets) {
     if (fd >= 0) posix_fadvise(fd, lcn << bits, count << bits, POSIX_FADV_DONTNEED);
   }
   std::vector<uint8_t> copied(kCopyChunk), original(kCopyChunk);
@@ -671,6 +655,13 @@ NtStatus NtfsVolume::SwitchPending() {
     }
   }
 
+  std::string why;
+  if (!journal_.Attached() && !journal_.Attach(volume_, why)) {
+    // Possibly made in part: left for the disk check.
+    needsCheck_ = true;
+    AbandonPending();
+    return kStatusDiskCorrupt;
+  }
   std::vector<runlist_element> runs = SwitchedRuns(p.stream->rl, p.pieces);
   const size_t bytes = runs.size() * sizeof(runlist_element);
   auto* fresh = static_cast<runlist_element*>(std::malloc(bytes));
@@ -681,10 +672,23 @@ NtStatus NtfsVolume::SwitchPending() {
   std::memcpy(fresh, runs.data(), bytes);
   runlist_element* old = p.stream->rl;
   journal_.Hold();
+  // Claimed first: the library may need clusters of its own for the records.
+  bool rewritten = true;
+  int64_t claimed = 0;
+  for (const auto& [lcn, count] : p.targets) {
+    rewritten = rewritten && ntfs_bitmap_set_run(volume_->lcnbmp_na, lcn, count) == 0;
+    claimed += count;
+  }
   p.stream->rl = fresh;
   p.stream->unused_runs = 0;
   NAttrSetRunlistDirty(p.stream);
-  bool rewritten = ntfs_attr_update_mapping_pairs(p.stream, 0) == 0 && ntfs_inode_sync(p.inode) == 0;
+  rewritten = rewritten && ntfs_attr_update_mapping_pairs(p.stream, 0) == 0 && ntfs_inode_sync(p.inode) == 0;
+  // The old clusters given back in the same step.
+  int64_t released = 0;
+  for (const auto& [vcn, piece] : p.pieces) {
+    rewritten = rewritten && ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count) == 0;
+    released += piece.count;
+  }
   ntfs_attr_close(p.stream);
   p.stream = nullptr;
   rewritten = ntfs_inode_close(p.inode) == 0 && rewritten;
@@ -693,14 +697,9 @@ NtStatus NtfsVolume::SwitchPending() {
   const int committed = rewritten ? journal_.Commit() : 1;
   if (committed == 1) {
     // Nothing of the switch reached the volume: the library's view of it is
-    // thrown away and read afresh, and the copy's clusters given back.
-    auto claimed = std::move(p.claimed);
+    // thrown away and read afresh.
     journal_.Drop();
-    if (!Remount()) return kStatusDiskCorrupt;
-    pending_ = std::make_unique<PendingMove>();
-    pending_->claimed = std::move(claimed);
-    AbandonPending();
-    return kStatusAccessDenied;
+    return Remount() ? kStatusAccessDenied : kStatusDiskCorrupt;
   }
   if (committed == 2) {
     // The journal holds the switch but the volume may have only part of
@@ -710,16 +709,9 @@ NtStatus NtfsVolume::SwitchPending() {
     pending_.reset();
     return kStatusDiskCorrupt;
   }
-  for (const auto& [vcn, piece] : p.pieces) {
-    // A release that fails leaves clusters in use that nobody owns.
-    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count) == 0) {
-      volume_->free_clusters += piece.count;
-    } else {
-      needsCheck_ = true;
-    }
-  }
+  volume_->free_clusters += released - claimed;
   pending_.reset();
-  return ntfs_device_sync(device) == 0 ? kStatusSuccess : kStatusDiskCorrupt;
+  return kStatusSuccess;
 }
 
 bool NtfsVolume::Remount() {

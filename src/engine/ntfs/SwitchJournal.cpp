@@ -16,7 +16,7 @@ extern "C" {
 namespace {
 
 constexpr int64_t kSector = 512;
-constexpr int64_t kJournalBytes = 16 << 20;
+constexpr int64_t kJournalBytes = 4 << 20;
 constexpr char kMagic[8] = {'O', 'R', 'D', 'J', 'R', 'N', 'L', '1'};
 
 struct Header {
@@ -110,6 +110,21 @@ int HoldingSync(ntfs_device* device) {
   return gPlain->sync(device);
 }
 
+// Held sectors to their places, neighbours in one write.
+bool WriteSectors(ntfs_device* device, const std::map<int64_t, std::array<uint8_t, kSector>>& sectors) {
+  std::vector<uint8_t> run;
+  int64_t start = -1;
+  for (auto it = sectors.begin(); it != sectors.end(); ++it) {
+    if (start >= 0 && start + int64_t(run.size()) != it->first) {
+      if (!PlainWriteAll(device, run.data(), int64_t(run.size()), start)) return false;
+      run.clear();
+    }
+    if (run.empty()) start = it->first;
+    run.insert(run.end(), it->second.begin(), it->second.end());
+  }
+  return run.empty() || PlainWriteAll(device, run.data(), int64_t(run.size()), start);
+}
+
 ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
   inode = ntfs_pathname_to_inode(volume, nullptr, (std::string("/") + kJournalName).c_str());
   if (inode == nullptr) return nullptr;
@@ -162,11 +177,11 @@ bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
   }
   bool ok = data != nullptr && !(data->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE));
   if (ok && data->data_size < kJournalBytes) {
-    // Written out in full: every cluster allocated, none left a hole.
-    std::vector<uint8_t> fill(1 << 20, 0xA5);
-    for (int64_t at = data->data_size; ok && at < kJournalBytes; at += int64_t(fill.size())) {
-      ok = ntfs_attr_pwrite(data, at, int64_t(fill.size()), fill.data()) == int64_t(fill.size());
-    }
+    // Written out in full, in one write: every cluster allocated, none
+    // left a hole.
+    const int64_t at = data->data_size;
+    std::vector<uint8_t> fill(size_t(kJournalBytes - at), 0xA5);
+    ok = ntfs_attr_pwrite(data, at, int64_t(fill.size()), fill.data()) == int64_t(fill.size());
   }
   if (ok) ok = NAttrNonResident(data) && ntfs_attr_map_whole_runlist(data) == 0;
   if (ok) {
@@ -256,6 +271,13 @@ void SwitchJournal::Release() {
   gHolding.device = nullptr;
 }
 
+bool SwitchJournal::Flush() {
+  std::map<int64_t, std::array<uint8_t, kSector>> sectors;
+  sectors.swap(gHolding.sectors);
+  Release();
+  return WriteSectors(device_, sectors) && gPlain->sync(device_) == 0;
+}
+
 int SwitchJournal::Commit() {
   std::map<int64_t, std::array<uint8_t, kSector>> sectors;
   sectors.swap(gHolding.sectors);
@@ -297,16 +319,16 @@ int SwitchJournal::Commit() {
     if (WriteJournal(0, empty.data(), kSector) && gPlain->sync(device_) == 0) return 1;
     return 2;
   }
-  for (const auto& [offset, bytes] : sectors) {
-    if (!PlainWriteAll(device_, bytes.data(), kSector, offset)) return 2;
-  }
-  if (gPlain->sync(device_) != 0) return 2;
+  if (!WriteSectors(device_, sectors) || gPlain->sync(device_) != 0) return 2;
   std::array<uint8_t, kSector> empty{};
   if (!WriteJournal(0, empty.data(), kSector) || gPlain->sync(device_) != 0) return 2;
   return 0;
 }
 
 InterruptedSwitch FinishInterruptedSwitch(const std::string& device, ntfs_volume* probe, bool apply) {
+  // Only a volume still carrying the disk-check mark of the stopped run:
+  // once its own system has checked it, the records may have changed since.
+  if (!(probe->flags & VOLUME_IS_DIRTY)) return InterruptedSwitch::None;
   ntfs_inode* inode = nullptr;
   ntfs_attr* data = OpenJournal(probe, inode);
   if (data == nullptr) return InterruptedSwitch::None;
