@@ -515,3 +515,22 @@ TEST_F(NtfsStopTest, AWriteThatFailsLosesNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+// Ctrl-C during the first move: that file is finished, the run stops with
+// its summary and code 3, and the volume is closed cleanly, without the mark.
+TEST_F(NtfsStopTest, AnInterruptFinishesTheFileAndStopsCleanly) {
+  Prepare(false);
+  std::string output;
+  const int status = RunCommand("strace -f -q -o /dev/null -e trace=pwrite64 -e inject=pwrite64:signal=INT:when=3 " +
+                                    std::string(ORDALIS_NTFS_PROGRAM) + " --defrag " + Quoted(image_) + " /",
+                                output);
+  EXPECT_EQ(status, 3) << output;
+  EXPECT_NE(output.find("Number of defragmented files : 1\n"), std::string::npos) << output;
+  EXPECT_FALSE(MarkedDirty(image_));
+  ExpectIntact("interrupted");
+  EXPECT_TRUE(NtfsfixClean(image_, output)) << output;
+}
+
+}  // namespace
