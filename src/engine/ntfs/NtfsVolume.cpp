@@ -1,9 +1,9 @@
 #include "engine/ntfs/NtfsVolume.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
@@ -54,18 +54,39 @@ struct OpenedStream {
   }
   OpenedStream(const OpenedStream&) = delete;
   OpenedStream& operator=(const OpenedStream&) = delete;
-  // The clusters the run list covers, holes included; 0 for a stream kept
-  // inside its record or without any allocation.
-  int64_t VcnCount() {
-    if (stream == nullptr || !NAttrNonResident(stream)) return 0;
-    if (ntfs_attr_map_whole_runlist(stream) != 0) return -1;
-    int64_t end = 0;
-    for (const runlist_element* run = stream->rl; run != nullptr && run->length != 0; ++run) {
-      end = run->vcn + run->length;
-    }
-    return end;
-  }
 };
+
+// The whole run list of a stream, read record by record and joined: linear
+// in its runs, where the library's own mapping merges each record's runs
+// into the list so far (quadratic for a file of many thousands). Only the
+// end mark for a stream kept inside its record; false when the records'
+// runs do not follow each other.
+bool ReadRuns(ntfs_attr* stream, std::vector<runlist_element>& runs) {
+  runs.clear();
+  int64_t next = 0;
+  bool ok = true;
+  if (NAttrNonResident(stream)) {
+    ntfs_attr_search_ctx* context = ntfs_attr_get_search_ctx(stream->ni, nullptr);
+    if (context == nullptr) return false;
+    while (ok && ntfs_attr_lookup(stream->type, stream->name, stream->name_len, CASE_SENSITIVE, 0, nullptr, 0,
+                                  context) == 0) {
+      runlist_element* piece = context->attr->non_resident
+                                   ? ntfs_mapping_pairs_decompress(stream->ni->vol, context->attr, nullptr)
+                                   : nullptr;
+      ok = piece != nullptr;
+      for (const runlist_element* run = piece; ok && run->length != 0; ++run) {
+        if (run->lcn == LCN_RL_NOT_MAPPED) continue;  // another record's part
+        ok = run->vcn == next;
+        runs.push_back(*run);
+        next = run->vcn + run->length;
+      }
+      std::free(piece);
+    }
+    ntfs_attr_put_search_ctx(context);
+  }
+  runs.push_back(runlist_element{next, LCN_ENOENT, 0});
+  return ok;
+}
 
 // Errors proper; success and warnings (data returned) fill the status block.
 bool IsFailure(NtStatus status) { return (uint32_t(status) >> 30) == 3; }
@@ -106,7 +127,8 @@ struct NtfsVolume::PendingMove {
   int64_t gathered = 0;    // clusters of `pieces`
   std::map<int64_t, MovedPiece> pieces;  // by VCN
   // Where the pieces go, claimed in the bitmap only with the switch itself.
-  std::vector<std::pair<int64_t, int64_t>> targets;
+  // Neighbouring ranges joined; by first cluster.
+  std::map<int64_t, int64_t> targets;
   // Copies go out in large sequential writes: the data of consecutive
   // target clusters is gathered here first.
   std::vector<uint8_t> copy;
@@ -201,7 +223,8 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
 bool NtfsVolume::Unmount() {
   std::lock_guard lock(mutex_);
   handles_.clear();
-  if (volume_ == nullptr) return true;
+  runsMft_ = UINT64_MAX;
+  if (volume_ == nullptr) return !halted_;  // lost after a switch that failed
   bool clean = true;
   if (writable_ && !halted_) {
     SettlePending();
@@ -343,16 +366,32 @@ NtStatus NtfsVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, c
   return status;
 }
 
+NtStatus NtfsVolume::RunsOf(uint64_t mft, const std::vector<runlist_element>*& runs) {
+  runs = &runs_;
+  if (runsMft_ == mft) return kStatusSuccess;
+  runsMft_ = UINT64_MAX;
+  OpenedStream opened(volume_, mft);
+  if (opened.inode == nullptr) return kStatusInvalidHandle;
+  if (opened.stream == nullptr) {
+    runs_.assign(1, runlist_element{0, LCN_ENOENT, 0});
+  } else if (!ReadRuns(opened.stream, runs_)) {
+    return kStatusDiskCorrupt;
+  }
+  runsMft_ = mft;
+  return kStatusSuccess;
+}
+
 NtStatus NtfsVolume::Pointers(const OpenHandle& file, int64_t vcn, void* output,
                               uint32_t outputLength, uintptr_t& information) {
-  OpenedStream opened(volume_, file.mft);
-  if (opened.inode == nullptr) return kStatusInvalidHandle;
-  const int64_t end = opened.VcnCount();
-  if (end < 0) return kStatusDiskCorrupt;
+  const std::vector<runlist_element>* runs = nullptr;
+  const NtStatus read = RunsOf(file.mft, runs);
+  if (IsFailure(read)) return read;
+  const int64_t end = runs->back().vcn;
   // Kept inside the record, empty, or read from past the end.
   if (vcn >= end) return kStatusEndOfFile;
-  const runlist_element* run = opened.stream->rl;
-  while (run->length != 0 && run->vcn + run->length <= vcn) ++run;
+  // The run holding `vcn`, by a binary search.
+  const runlist_element* run = &*std::upper_bound(runs->begin(), runs->end() - 1, vcn,
+                                                  [](int64_t v, const runlist_element& r) { return v < r.vcn; }) - 1;
   const uint32_t room = (outputLength - sizeof(RetrievalPointersHeader)) / sizeof(RetrievalExtent);
   auto* bytes = static_cast<uint8_t*>(output);
   RetrievalPointersHeader header{0, 0, run->vcn};
@@ -529,7 +568,15 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
       // A compression unit the library does not write: never risked.
       return kStatusAccessDenied;
     }
-    if (ntfs_attr_map_whole_runlist(stream) != 0) return kStatusDiskCorrupt;
+    // The library is handed the whole list, read here in one pass.
+    std::vector<runlist_element> runs;
+    if (!ReadRuns(stream, runs)) return kStatusDiskCorrupt;
+    auto* whole = static_cast<runlist_element*>(std::malloc(runs.size() * sizeof(runlist_element)));
+    if (whole == nullptr) return kStatusDiskCorrupt;
+    std::memcpy(whole, runs.data(), runs.size() * sizeof(runlist_element));
+    std::free(stream->rl);
+    stream->rl = whole;
+    NAttrSetFullyMapped(stream);
     for (const runlist_element* run = stream->rl; run->length != 0; ++run) {
       ++fresh->runCount;
       fresh->end = run->vcn + run->length;
@@ -559,19 +606,26 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
   const bool overlaps = (after != p.pieces.end() && after->first < last) ||
                         (after != p.pieces.begin() && std::prev(after)->second.vcn + std::prev(after)->second.count > first);
   if (overlaps) {
+    const OpenHandle again = file;  // the settling may close every handle
     const NtStatus settled = SettlePending();
     if (IsFailure(settled)) return settled;
-    return Move(file, vcn, target, count);
+    return Move(again, vcn, target, count);
   }
   if (target + total > volume_->nr_clusters) return kStatusInvalidParameter;
   if (!RangeFree(target, uint64_t(total))) return kStatusAlreadyCommitted;
-  for (const auto& [lcn, n] : p.targets) {
-    if (target < lcn + n && lcn < target + total) return kStatusAlreadyCommitted;
+  auto above = p.targets.lower_bound(target);
+  if ((above != p.targets.end() && above->first < target + total) ||
+      (above != p.targets.begin() && std::prev(above)->first + std::prev(above)->second > target)) {
+    return kStatusAlreadyCommitted;
   }
 
   // The data is copied into free clusters; the file still points at its
   // old ones until the switch, which claims the new ones with it.
-  p.targets.push_back({target, total});
+  if (above != p.targets.begin() && std::prev(above)->first + std::prev(above)->second == target) {
+    std::prev(above)->second += total;
+  } else {
+    p.targets[target] = total;
+  }
   const int bits = volume_->cluster_size_bits;
   if (p.copy.empty()) p.copy.resize(size_t(kCopyBuffer));
   for (const MovedPiece& piece : pieces) {
@@ -662,6 +716,7 @@ NtStatus NtfsVolume::SwitchPending() {
     AbandonPending();
     return kStatusDiskCorrupt;
   }
+  runsMft_ = UINT64_MAX;
   std::vector<runlist_element> runs = SwitchedRuns(p.stream->rl, p.pieces);
   const size_t bytes = runs.size() * sizeof(runlist_element);
   auto* fresh = static_cast<runlist_element*>(std::malloc(bytes));
@@ -717,6 +772,7 @@ NtStatus NtfsVolume::SwitchPending() {
 bool NtfsVolume::Remount() {
   // Whatever the library writes while letting go of its view is dropped.
   pending_.reset();
+  runsMft_ = UINT64_MAX;
   ntfs_umount(volume_, FALSE);
   journal_.Release();
   volume_ = ntfs_mount(device_.c_str(), ntfs_mount_flags(0));
@@ -724,7 +780,11 @@ bool NtfsVolume::Remount() {
   if (volume_ != nullptr) {
     SwitchJournal::Install(volume_);
     if (journal_.Attach(volume_, message)) return true;
+    ntfs_umount(volume_, FALSE);
   }
+  // The volume is lost to this run: every handle with it.
+  volume_ = nullptr;
+  handles_.clear();
   halted_ = true;
   needsCheck_ = true;
   return false;

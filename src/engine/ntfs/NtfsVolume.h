@@ -23,6 +23,8 @@
 
 struct _ntfs_volume;
 struct _ntfs_inode;
+struct _runlist_element;
+using runlist_element = _runlist_element;
 
 // Why a volume could not be opened.
 enum class NtfsOpenFailure {
@@ -93,6 +95,9 @@ class NtfsVolume : public VolumeAccess {
   const OpenHandle* Find(FsHandle handle) const;
   NtStatus Pointers(const OpenHandle& file, int64_t vcn, void* output, uint32_t outputLength,
                     uintptr_t& information);
+  // The run list of a file's stream, end mark included, kept for the file
+  // last asked about (the engine reads a file's list in many calls).
+  NtStatus RunsOf(uint64_t mft, const std::vector<runlist_element>*& runs);
   NtStatus Bitmap(int64_t lcn, void* output, uint32_t outputLength, uintptr_t& information);
   NtStatus Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count);
   bool RangeFree(int64_t lcn, uint64_t count);
@@ -113,6 +118,8 @@ class NtfsVolume : public VolumeAccess {
   _ntfs_volume* volume_ = nullptr;
   bool writable_ = false;
   wchar_t letter_ = L'N';
+  std::vector<runlist_element> runs_;
+  uint64_t runsMft_ = UINT64_MAX;
   std::string device_;
   SwitchJournal journal_;
   std::unique_ptr<PendingMove> pending_;

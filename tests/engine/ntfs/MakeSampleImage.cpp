@@ -1,7 +1,8 @@
 // Makes an NTFS image and fragments it as the tests do, for the
 // demonstration and the long kill runs:
-//   ntfs_sample_image IMAGE SEED [FRAGMENTS]
-// With FRAGMENTS, the image also holds /fragmented.bin in that many pieces.
+//   ntfs_sample_image IMAGE SEED [FRAGMENTS [GIB]]
+// With FRAGMENTS, the image also holds /fragmented.bin in that many pieces;
+// GIB sets the image's size (sparse).
 // Prints the files it made.
 #include <cstdio>
 #include <cstdlib>
@@ -9,13 +10,14 @@
 #include "NtfsImages.h"
 
 int main(int argc, char** argv) {
-  if (argc != 3 && argc != 4) {
-    std::fputs("usage: ntfs_sample_image IMAGE SEED [FRAGMENTS]\n", stderr);
+  if (argc < 3 || argc > 5) {
+    std::fputs("usage: ntfs_sample_image IMAGE SEED [FRAGMENTS [GIB]]\n", stderr);
     return 2;
   }
-  const int fragments = argc == 4 ? std::atoi(argv[3]) : 0;
+  const int fragments = argc >= 4 ? std::atoi(argv[3]) : 0;
   // Room for the file, its gaps and a copy of it.
-  const uint64_t bytes = (256ull << 20) + uint64_t(fragments) * 4096 * 8;
+  const uint64_t bytes = argc == 5 ? std::strtoull(argv[4], nullptr, 10) << 30
+                                   : (256ull << 20) + uint64_t(fragments) * 4096 * 8;
   std::string error;
   FilledImage filled;
   if (!MakeNtfsImage(argv[1], bytes, error) ||
