@@ -149,7 +149,8 @@ int main(int argc, char** argv) {
   std::string message;
   // An analysis alone never opens the volume for writing.
   if (volume.Open(device, defragment, kLetter, message) != NtfsOpenFailure::None) {
-    std::fprintf(stderr, "ordalis-ntfs: %s; nothing was written\n", message.c_str());
+    std::fprintf(stderr, "ordalis-ntfs: %s; nothing %swas written\n", message.c_str(),
+                 volume.CompletedInterruptedMove() ? "else " : "");
     return kExitVolumeRefused;
   }
   NtfsFileQueries queries(volume);

@@ -76,7 +76,9 @@ bool ReadRuns(ntfs_attr* stream, std::vector<runlist_element>& runs) {
       ok = piece != nullptr;
       for (const runlist_element* run = piece; ok && run->length != 0; ++run) {
         if (run->lcn == LCN_RL_NOT_MAPPED) continue;  // another record's part
-        ok = run->vcn == next;
+        // Clusters beyond the volume make the list unusable.
+        ok = run->vcn == next && run->length > 0 &&
+             (run->lcn < 0 || run->lcn + run->length <= stream->ni->vol->nr_clusters);
         runs.push_back(*run);
         next = run->vcn + run->length;
       }
@@ -148,6 +150,7 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
   std::lock_guard lock(mutex_);
   Unmount();
   letter_ = wchar_t(UpperCaseUnit(letter));
+  completedMove_ = false;
   unsigned long mountFlags = 0;
   if (ntfs_check_if_mounted(device.c_str(), &mountFlags) == 0 && (mountFlags & NTFS_MF_MOUNTED)) {
     message = device + " is mounted: unmount it first";
@@ -162,6 +165,7 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
   // A run stopped in the middle of a switch left it complete in its
   // journal: applied before anything reads the volume, or the volume refused.
   const InterruptedSwitch left = FinishInterruptedSwitch(device, probe, writable);
+  completedMove_ = left == InterruptedSwitch::Applied;
   if (left != InterruptedSwitch::None) {
     ntfs_umount(probe, FALSE);
     if (left == InterruptedSwitch::Pending) {

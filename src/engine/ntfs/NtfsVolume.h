@@ -53,6 +53,8 @@ class NtfsVolume : public VolumeAccess {
   // system check it.
   NtfsOpenFailure Open(const std::string& device, bool writable, wchar_t letter,
                        std::string& message);
+  // Whether the last opening completed a move a stopped run left half-done.
+  bool CompletedInterruptedMove() const { return completedMove_; }
   // Flushes and closes; false when the library reported a failure or the
   // volume was left marked for a disk check (a move that failed half-way).
   bool Unmount();
@@ -125,6 +127,7 @@ class NtfsVolume : public VolumeAccess {
   std::unique_ptr<PendingMove> pending_;
   bool needsCheck_ = false;  // clusters left in use that no file owns
   bool halted_ = false;      // a switch's journal not applied: no more writes
+  bool completedMove_ = false;
   std::map<FsHandle, OpenHandle> handles_;
   FsHandle nextHandle_ = 0x204;
 };

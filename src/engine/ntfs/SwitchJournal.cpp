@@ -227,11 +227,31 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
     free(name);
     return false;
   }
-  // The library closes both inodes.
-  const bool ok = ntfs_delete(volume, nullptr, inode, root, name, u8(length)) == 0;
+  // The library gives the clusters back before it lets go of the record:
+  // its writes are held and the bitmap's go last, so that a stop in between
+  // leaves clusters in use that nobody owns, never a record owning free ones.
+  device_ = volume->dev;
+  Hold();
+  bool ok = ntfs_delete(volume, nullptr, inode, root, name, u8(length)) == 0;  // closes both
   free(name);
   extents_.clear();
-  return ok;
+  std::map<int64_t, std::array<uint8_t, kSector>> bitmap;
+  std::map<int64_t, std::array<uint8_t, kSector>> others;
+  others.swap(gHolding.sectors);
+  Release();
+  ntfs_attr* bits = volume->lcnbmp_na;
+  ok = ok && ntfs_attr_map_whole_runlist(bits) == 0;
+  for (const runlist_element* run = ok ? bits->rl : nullptr; run != nullptr && run->length != 0; ++run) {
+    if (run->lcn < 0) continue;
+    const int64_t from = run->lcn << volume->cluster_size_bits;
+    const int64_t to = from + (run->length << volume->cluster_size_bits);
+    for (auto it = others.lower_bound(from); it != others.end() && it->first < to;) {
+      bitmap.insert(*it);
+      it = others.erase(it);
+    }
+  }
+  return ok && WriteSectors(device_, others) && gPlain->sync(device_) == 0 && WriteSectors(device_, bitmap) &&
+         gPlain->sync(device_) == 0;
 }
 
 bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes) {
@@ -269,13 +289,6 @@ void SwitchJournal::Release() {
   gHolding.dropping = false;
   gHolding.sectors.clear();
   gHolding.device = nullptr;
-}
-
-bool SwitchJournal::Flush() {
-  std::map<int64_t, std::array<uint8_t, kSector>> sectors;
-  sectors.swap(gHolding.sectors);
-  Release();
-  return WriteSectors(device_, sectors) && gPlain->sync(device_) == 0;
 }
 
 int SwitchJournal::Commit() {

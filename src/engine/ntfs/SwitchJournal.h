@@ -39,10 +39,6 @@ class SwitchJournal {
   void Drop();
   // Writes held from now on reach the volume again.
   void Release();
-  // The held writes straight to the volume, neighbouring sectors in one
-  // write, and synced: for changes that need no journal (clusters given
-  // back: a stop half-way leaves some in use that nobody owns).
-  bool Flush();
   // The held writes through the journal onto the volume. Returns 0 when
   // they are on the volume and the journal is clear; 1 when nothing reached
   // the volume (too large for the journal, or its writing failed); 2 when
