@@ -96,7 +96,9 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
   std::string message;
   // An analysis or a plan never opens the volume for writing.
   if (volume.Open(options.device, options.defragment, kNtfsLetter, message) != NtfsOpenFailure::None) {
-    std::fprintf(stderr, "ordalis-ntfs: %s; nothing was written\n", message.c_str());
+    // A move an earlier run left half-done may have been completed first.
+    message += volume.CompletedInterruptedMove() ? "; nothing else was written" : "; nothing was written";
+    std::fprintf(stderr, "ordalis-ntfs: %s\n", message.c_str());
     return Finish(options, report, OutcomeLog(), kExitVolumeRefused, message);
   }
   DryRunVolume planned(volume);
