@@ -17,9 +17,15 @@
 #include "ui/controls/Theme.h"
 #include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
+#include "filters/win32/FileDialogFilter.h"
 #include "util/Text.h"
+#include "util/WideString.h"
 
 namespace {
+
+const wchar_t* WorkingText() {
+  return Text(kStrCleanupWorking, L"Eliminazione dei file temporanei in corso...");
+}
 
 enum ControlId : int {
   kHeading = 1101,
@@ -61,22 +67,26 @@ int BuiltInCleanup(HWND owner, bool quiet, HWND working) {
   const DWORD error = GetLastError();
   if (count == 0 || count > kMaxPathCount) {
     Refuse(owner, quiet,
-           L"Errore della funzione GetTempPath. Codice di errore: " + std::to_wstring(error) + L".");
+           FormatWithStrings(Text(kStrCleanupTempPathFailed, L"Errore della funzione GetTempPath. Codice di errore: %s."),
+                             {std::to_wstring(error)}));
     return kCleanupResultCancelled;
   }
   const std::wstring folder(buffer.data(), count);
   if (IsDriveRootPath(folder)) {
     Refuse(owner, quiet,
-           L"Impossibile eliminare i file temporanei poiché sono memorizzati nella cartella principale del disco.");
+           Text(kStrCleanupTempAtRoot, L"Impossibile eliminare i file temporanei poich\u00E9 sono memorizzati nella "
+                                       L"cartella principale del disco."));
     return kCleanupResultCancelled;
   }
   if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) {
     Refuse(owner, quiet,
-           L"Impossibile eliminare i file temporanei poiché il seguente percorso non esiste:\n\n" + folder);
+           FormatWithStrings(Text(kStrCleanupTempMissing, L"Impossibile eliminare i file temporanei poich\u00E9 il "
+                                                          L"seguente percorso non esiste:\n\n%s"),
+                             {folder}));
     return kCleanupResultCancelled;
   }
   if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
-  if (working) SetWindowTextW(working, L"Eliminazione dei file temporanei in corso...");
+  if (working) SetWindowTextW(working, WorkingText());
   gCleanupCount = 0;
   DeleteFolderContents(folder);
   if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
@@ -113,14 +123,17 @@ void StartCleanup(HWND dialog) {
   gSettings.cleanupProgramSwitches = ControlText(dialog, kSwitches);
   const std::wstring& path = gSettings.cleanupProgramPath;
   if (path.empty() || GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
-    ShowMessageText(dialog, kMsgIconError,
-                    path.empty() ? L"Nessun programma esterno specificato."
-                                 : L"Impossibile trovare l'applicazione esterna specificata.");
+    if (path.empty()) {
+      ShowMessageBox(dialog, kMsgIconError, kStrCleanupNoProgram, L"Nessun programma esterno specificato.");
+    } else {
+      ShowMessageBox(dialog, kMsgIconError, kStrCleanupProgramMissing,
+                     L"Impossibile trovare l'applicazione esterna specificata.");
+    }
     EnableAll(dialog, true);
     return;
   }
   EnableWindow(GetDlgItem(dialog, IDCANCEL), FALSE);
-  SetDlgItemTextW(dialog, kExplanation, L"Eliminazione dei file temporanei in corso...");
+  SetDlgItemTextW(dialog, kExplanation, WorkingText());
   RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
   EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
   EndDialog(dialog, kCleanupResultDone);
@@ -130,11 +143,13 @@ void Browse(HWND dialog) {
   std::vector<wchar_t> name(kMaxPathCount);
   const std::wstring current = ControlText(dialog, kPath);
   current.copy(name.data(), std::min(current.size(), name.size() - 1));
-  const wchar_t filter[] = L"Programmi (*.exe;*.com;*.bat;*.cmd)\0*.exe;*.com;*.bat;*.cmd\0Tutti i file (*.*)\0*.*\0";
+  const std::wstring filter = FileDialogFilter(
+      Text(kStrCleanupProgramFilter, L"Programmi (*.exe;*.com;*.bat;*.cmd)|*.exe;*.com;*.bat;*.cmd|Tutti i file (*.*)|*.*|"));
   OPENFILENAMEW open{};
   open.lStructSize = sizeof open;
   open.hwndOwner = dialog;
-  open.lpstrFilter = filter;
+  open.lpstrFilter = filter.c_str();
+  open.lpstrTitle = Text(kStrCleanupChooseProgram, L"Scegli il programma di pulitura");
   open.lpstrFile = name.data();
   open.nMaxFile = static_cast<DWORD>(name.size());
   open.Flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
@@ -168,17 +183,18 @@ void BuildDialog(HWND dialog) {
   MakeControl(dialog, L"BUTTON",
               Text(kStrCleanupExternal, L"Usa programma &esterno per eliminare i file temporanei"),
               BS_RADIOBUTTON | WS_TABSTOP, kExternal);
-  MakeControl(dialog, L"STATIC", L"Percorso:", SS_NOPREFIX, kPathLabel);
+  MakeControl(dialog, L"STATIC", Text(kStrCleanupPathLabel, L"Percorso:"), SS_NOPREFIX, kPathLabel);
   MakeControl(dialog, L"EDIT", gSettings.cleanupProgramPath.c_str(), ES_AUTOHSCROLL | WS_TABSTOP | WS_GROUP, kPath,
               WS_EX_CLIENTEDGE);
-  MakeControl(dialog, L"BUTTON", L"S&foglia...", BS_PUSHBUTTON | WS_TABSTOP, kBrowse);
-  MakeControl(dialog, L"STATIC", L"Parametri aggiuntivi:", SS_NOPREFIX, kSwitchesLabel);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupBrowse, L"S&foglia..."), BS_PUSHBUTTON | WS_TABSTOP, kBrowse);
+  MakeControl(dialog, L"STATIC", Text(kStrCleanupSwitchesLabel, L"Parametri aggiuntivi:"), SS_NOPREFIX,
+              kSwitchesLabel);
   MakeControl(dialog, L"EDIT", gSettings.cleanupProgramSwitches.c_str(), ES_AUTOHSCROLL | WS_TABSTOP, kSwitches,
               WS_EX_CLIENTEDGE);
-  MakeControl(dialog, L"BUTTON", L"&Non eliminare i file temporanei in futuro", BS_AUTOCHECKBOX | WS_TABSTOP,
-              kNeverClean);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupNever, L"&Non eliminare i file temporanei in futuro"),
+              BS_AUTOCHECKBOX | WS_TABSTOP, kNeverClean);
   MakeControl(dialog, L"BUTTON", Text(kStrCleanupStart, L"&Avvia pulitura"), BS_DEFPUSHBUTTON | WS_TABSTOP, kStart);
-  MakeControl(dialog, L"BUTTON", Text(kStrCleanupSkip, L"N&on avviare pulitura"), BS_PUSHBUTTON | WS_TABSTOP, kSkip);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupSkip, L"Non a&vviare pulitura"), BS_PUSHBUTTON | WS_TABSTOP, kSkip);
   MakeControl(dialog, L"BUTTON", Text(kStrCancel, L"Annulla"), BS_PUSHBUTTON | WS_TABSTOP, IDCANCEL);
   EnableMenuItem(GetSystemMenu(dialog, FALSE), SC_CLOSE, MF_BYCOMMAND | MF_GRAYED);
 
@@ -237,7 +253,10 @@ INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
   switch (message) {
     case WM_INITDIALOG:
       BuildDialog(dialog);
-      SetFocus(GetDlgItem(dialog, IDCANCEL));
+      SetDefaultButton(dialog, kStart);
+      // Started at once, only the cancel button stays usable; otherwise the
+      // focus waits on the default choice.
+      SetFocus(GetDlgItem(dialog, gCleanupDialog.automatic ? IDCANCEL : kStart));
       if (gCleanupDialog.automatic) PostMessageW(dialog, WM_COMMAND, kStart, 0);
       return FALSE;
     case WM_COMMAND:
@@ -260,6 +279,9 @@ INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
           return TRUE;
         case kSkip:
           EndDialog(dialog, kCleanupResultSkipped);
+          return TRUE;
+        case IDOK:
+          PressDefaultButton(dialog);
           return TRUE;
         case IDCANCEL:
           if (IsWindowEnabled(GetDlgItem(dialog, IDCANCEL))) Cancel(dialog);

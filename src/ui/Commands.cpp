@@ -52,7 +52,8 @@ void BusySelection(HWND window, uint32_t command) {
 
 void Run(HWND window, uint32_t command) { HandleRunCommand(window, command); }
 
-void Exit(HWND window, uint32_t) { CloseMainWindow(window); }
+// As the close button: a run under way asks first.
+void Exit(HWND window, uint32_t) { SendMessageW(window, WM_CLOSE, 0, 0); }
 
 void Tab(HWND, uint32_t command) { SelectBottomTab(command); }
 
