@@ -2,6 +2,8 @@
 
 #include <commdlg.h>
 
+#include <algorithm>
+
 #include <string>
 #include <vector>
 
@@ -202,6 +204,19 @@ void BuildDialog(HWND dialog) {
   const int margin = s(12);
   const int inner = width - 2 * margin;
   const int indent = s(28);
+  // The two labels share the width of the longer one in the current language.
+  int labelWidth = s(60);
+  for (int id : {kPathLabel, kSwitchesLabel}) {
+    HWND label = GetDlgItem(dialog, id);
+    HDC dc = GetDC(label);
+    HGDIOBJ previous = SelectObject(dc, Theme::WindowFont(dialog));
+    const std::wstring text = ControlText(dialog, id);
+    SIZE extent{};
+    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &extent);
+    SelectObject(dc, previous);
+    ReleaseDC(label, dc);
+    labelWidth = std::max(labelWidth, static_cast<int>(extent.cx) + s(6));
+  }
   int y = margin;
   auto place = [&](int id, int x, int top, int w, int h) {
     SetWindowPos(GetDlgItem(dialog, id), nullptr, x, top, w, h, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -214,12 +229,12 @@ void BuildDialog(HWND dialog) {
   y += s(24);
   place(kExternal, margin, y, inner, s(20));
   y += s(26);
-  place(kPathLabel, margin + indent, y + s(3), s(130), s(18));
-  place(kPath, margin + indent + s(134), y, inner - indent - s(134) - s(96), s(22));
+  place(kPathLabel, margin + indent, y + s(3), labelWidth, s(18));
+  place(kPath, margin + indent + labelWidth + s(4), y, inner - indent - labelWidth - s(4) - s(96), s(22));
   place(kBrowse, width - margin - s(88), y - 1, s(88), s(24));
   y += s(30);
-  place(kSwitchesLabel, margin + indent, y + s(3), s(130), s(18));
-  place(kSwitches, margin + indent + s(134), y, inner - indent - s(134), s(22));
+  place(kSwitchesLabel, margin + indent, y + s(3), labelWidth, s(18));
+  place(kSwitches, margin + indent + labelWidth + s(4), y, inner - indent - labelWidth - s(4), s(22));
   y += s(36);
   place(kNeverClean, margin, y, inner, s(20));
   y += s(34);

@@ -1,15 +1,16 @@
 #include "ui/MainWindow.h"
 
 #include <commctrl.h>
-#include <algorithm>
-#include <tuple>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "engine/EngineHooks.h"
 #include "engine/EngineThread.h"
+#include "engine/Relocation.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/FolderWalk.h"
@@ -437,9 +438,10 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       return reinterpret_cast<INT_PTR>(face);
     }
     case WM_CLOSE:
-      // A person closing during a run is asked first; a close that follows
-      // the end of the stop it asked for is not.
+      // A person closing during a run is asked first; not once the run is
+      // stopping anyway (Stop was chosen, or this close already asked).
       if ((gRunState.running || gMain.running) && !gMain.closePending &&
+          !(gEngine.flags.load() & kStopRequested) &&
           ShowMessageBox(window, kMsgIconQuestion | kMsgYesNo, kStrCloseDuringRun,
                          L"\u00C8 in corso un'analisi o una deframmentazione. Arrestarla e chiudere Ordalis?") !=
               kMsgResultYes) {
@@ -753,6 +755,8 @@ void RetextMainWindow() {
   // The buttons' widths follow their new words.
   LayoutChildren();
   RefreshCounters();
+  // The cells are asked for as they paint: the states take the new words.
+  RefreshItemRows(gMain.list);
   // Between runs the lower bar only says the program is waiting; during a
   // run the run's next update writes it in the new language.
   UpdateMainStatus(gMain.running ? kStatusItemCount : kStatusItemCount | kStatusWaiting);

@@ -176,7 +176,7 @@ constexpr uint32_t kStrTabFragmented = 244;          // "File frammentati"
 constexpr uint32_t kStrTabErrors = 245;              // "Errori"
 // The last run's counters beside the bottom tabs.
 constexpr uint32_t kStrCounterFragmented = 246;      // "Frammentati:"
-constexpr uint32_t kStrCounterContiguous = 247;      // "Contigui:"
+constexpr uint32_t kStrCounterContiguous = 247;      // "Non frammentati:"
 constexpr uint32_t kStrCounterDefragmented = 248;    // "Deframmentati:"
 constexpr uint32_t kStrCounterErrors = 249;          // "Errori:"
 // The error column of the "Errori" list. Provisional number: no language
@@ -190,7 +190,7 @@ constexpr uint32_t kStrToolStop = 256;               // "Arresta"
 constexpr uint32_t kStrTipAdd = 257;                 // "Consente di aggiungere in elenco ..."
 constexpr uint32_t kStrTipDefragment = 258;          // "Consolida i file frammentati ..."
 constexpr uint32_t kStrTipRemove = 259;              // "Rimuove dall'elenco gli oggetti selezionati."
-constexpr uint32_t kStrTipAnalyse = 260;             // "Analizza la frammentazione degli oggetti in elenco."
+constexpr uint32_t kStrTipAnalyse = 260;             // "Analizza la frammentazione degli oggetti spuntati in elenco."
 constexpr uint32_t kStrTipStop = 261;                // "Arresta l'operazione in corso."
 
 // Runs: error texts, report, status bar, summary and shutdown dialogs.

@@ -141,7 +141,7 @@ TEST_F(MainWindowTest, EmptyWindowShowsItsColumnsPanelsAndStatusTexts) {
     TestDriver::SendCommand(window_, 5002);
     TestDriver::PumpMessages(300);
     std::vector<std::wstring> texts = TestDriver::ChildTexts(window_);
-    for (const wchar_t* expected : {L"Frammentati:", L"Contigui:", L"Deframmentati:", L"Errori:",
+    for (const wchar_t* expected : {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:",
                                     L"Aggiungere in elenco i file da deframmentare."}) {
         EXPECT_NE(std::find(texts.begin(), texts.end(), expected), texts.end()) << std::wstring(expected).size();
     }
