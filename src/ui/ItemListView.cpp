@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int kNameColumn = 0;
+constexpr int kStateColumn = 1;
 
 constexpr ColumnLayout kItemColumns[] = {
     {kStrColumnName, L"Nome", 400, LVCFMT_LEFT, kCmdColumnName},
@@ -63,6 +64,12 @@ void AnswerCell(NMLVDISPINFOW* info) {
   if ((item.mask & LVIF_STATE) && item.iSubItem == 0) {
     item.state = (item.state & ~LVIS_STATEIMAGEMASK) | INDEXTOSTATEIMAGEMASK(record->checked ? 2 : 1);
     item.stateMask |= LVIS_STATEIMAGEMASK;
+  }
+  // With the shell's icons beside the names, the state pictures go beside
+  // the states, so that both options show.
+  if ((item.mask & LVIF_IMAGE) && item.iSubItem == kStateColumn) {
+    item.iImage = gSettings.showSystemIcons && gSettings.showStateIcons ? StateImageIndex(record->stateImage)
+                                                                        : I_IMAGENONE;
   }
   if ((item.mask & LVIF_IMAGE) && item.iSubItem == 0) {
     if (gSettings.showSystemIcons) {
@@ -162,7 +169,7 @@ const ColumnTable kItemColumnTable{kItemColumns, static_cast<int>(std::size(kIte
 
 void InitItemListView(HWND list) {
   ListView_SetExtendedListViewStyle(
-      list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP | LVS_EX_CHECKBOXES);
+      list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP | LVS_EX_CHECKBOXES | LVS_EX_SUBITEMIMAGES);
   // Each item's box is asked for like a cell.
   ListView_SetCallbackMask(list, LVIS_STATEIMAGEMASK);
   UINT dpi = WindowDpi(list);
