@@ -67,9 +67,9 @@ void AnswerCell(NMLVDISPINFOW* info) {
   }
   // With the shell's icons beside the names, the state pictures go beside
   // the states, so that both options show.
-  if ((item.mask & LVIF_IMAGE) && item.iSubItem == kStateColumn) {
-    item.iImage = gSettings.showSystemIcons && gSettings.showStateIcons ? StateImageIndex(record->stateImage)
-                                                                        : I_IMAGENONE;
+  if ((item.mask & LVIF_IMAGE) && item.iSubItem > 0) {
+    const bool besideState = item.iSubItem == kStateColumn && gSettings.showSystemIcons && gSettings.showStateIcons;
+    item.iImage = besideState ? StateImageIndex(record->stateImage) : I_IMAGENONE;
   }
   if ((item.mask & LVIF_IMAGE) && item.iSubItem == 0) {
     if (gSettings.showSystemIcons) {
