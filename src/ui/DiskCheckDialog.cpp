@@ -20,6 +20,7 @@
 #include "ui/controls/Theme.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ struct DiskCheckDialogState {
   int autoContinue = kAutoContinueValue;
   bool done = false;
   bool checking = false;
-  HFONT headingFont = nullptr;
+  GdiObject<HFONT> headingFont;
   SIZE minimum{};
 };
 DiskCheckDialogState gDiskDialog;
@@ -189,6 +190,9 @@ void RunCheck(HWND dialog) {
   UpdateWindow(dialog);
   gDiskDialog.checking = true;
   EnableButtons(dialog, false);
+  // "Annulla" stays available: a checker that never ends must not hold the
+  // run, and the window, with it.
+  EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
   SetDlgItemTextW(dialog, kOutput, L"");
   DiskCheckSink sink{GetDlgItem(dialog, kOutput), GetDlgItem(dialog, kProgress)};
   int row = 0;
@@ -201,9 +205,10 @@ void RunCheck(HWND dialog) {
     ListView_GetItemText(list, thisRow, 2, fileSystem, 64);
     request.fileSystem = fileSystem;
     request.root = RootOf(letter);
-    bool quit = false;
-    if (CheckVolume(request, sink, quit)) gDiskDialog.errors = kErrorsFound;
-    if (quit) return;
+    bool abandoned = false;
+    if (CheckVolume(request, sink, abandoned)) gDiskDialog.errors = kErrorsFound;
+    // Cancelled, or the program is closing: the dialog is already ending.
+    if (abandoned) return;
     SetCell(list, thisRow, 1, Text(kStrDiskCheckDone, L"Completato"));
   }
   gDiskDialog.checking = false;
@@ -277,8 +282,8 @@ void BuildDialog(HWND dialog) {
   LOGFONTW logFont{};
   GetObjectW(Theme::WindowFont(dialog), sizeof logFont, &logFont);
   logFont.lfWeight = FW_BOLD;
-  gDiskDialog.headingFont = CreateFontIndirectW(&logFont);
-  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gDiskDialog.headingFont), FALSE);
+  gDiskDialog.headingFont.Reset(CreateFontIndirectW(&logFont));
+  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gDiskDialog.headingFont.Get()), FALSE);
   MakeControl(dialog, L"STATIC",
               Text(kStrDiskCheckExplanation,
                    L"Prima di avviare la deframmentazione dei file, è possibile verificare il disco per rilevare la "
@@ -410,7 +415,13 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
           if (!gDiskDialog.checking) PressDefaultButton(dialog);
           return TRUE;
         case IDCANCEL:
-          if (gDiskDialog.checking) return TRUE;
+          if (gDiskDialog.checking) {
+            // The check is abandoned unfinished: the run is not started.
+            AbandonVolumeCheck();
+            SetDiskCheckChoice(gDiskDialog.modeOnEntry);
+            EndWith(dialog, kDiskCheckResultCancelled);
+            return TRUE;
+          }
           if (gDiskDialog.done || gDiskDialog.errors) {
             EndWith(dialog, 1 + gDiskDialog.errors + gDiskDialog.autoContinue);
           } else {
@@ -423,8 +434,7 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
     case WM_CTLCOLORSTATIC:
       break;
     case WM_NCDESTROY:
-      if (gDiskDialog.headingFont) DeleteObject(gDiskDialog.headingFont);
-      gDiskDialog.headingFont = nullptr;
+      gDiskDialog.headingFont.Reset();
       return FALSE;
   }
   return FALSE;
@@ -452,9 +462,9 @@ int RunDiskCheckUnattended() {
     ChkdskRequest request;
     request.fileSystem = FileSystemOf(root, nullptr);
     request.root = root;
-    bool quit = false;
-    if (CheckVolume(request, DiskCheckSink{}, quit)) errors = kErrorsFound;
-    if (quit) break;
+    bool abandoned = false;
+    if (CheckVolume(request, DiskCheckSink{}, abandoned)) errors = kErrorsFound;
+    if (abandoned) break;
   }
   return 1 + errors + kAutoContinueValue;
 }

@@ -381,6 +381,22 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
 }
 
+// Two links back to their own folder: the walk meets each file once and
+// ends, where following them would never end.
+TEST_F(RunFixture, AFolderReachedAgainThroughALinkIsNotEnteredTwice) {
+  files_.fake.AddFile(L"Z:\\data\\a.bin", 10);
+  files_.fake.AddLink(L"Z:\\data\\loop", L"Z:\\data");
+  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\data");
+  std::vector<std::wstring> walked;
+  gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
+    walked.push_back(path);
+    if (walked.size() > 10) RequestStop();
+    return true;
+  };
+  WalkFolder(L"\\\\?\\Z:\\data", WalkKind::Analysis);
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\data\\a.bin"}));
+}
+
 // A file item shows afterwards what the relocation's own analysis found: a
 // moved file one fragment of its clusters, a contiguous one its clusters, one
 // without room its fragments as they still are.
@@ -451,6 +467,36 @@ TEST(RunResultsTest, ResultListsAreSortedWithoutDuplicatePaths) {
   EXPECT_EQ(gRun.fragmented[1].path, L"Z:\\b");
   EXPECT_EQ(gRun.errors.size(), 3u);
   gRun = RunResults{};
+}
+
+// Removing an item takes what the run found in it out of the result lists:
+// its fragmented files and its errors, and no sibling that only shares the
+// start of its name. With no item left the counters start again.
+TEST_F(RunsTest, RemovedItemsTakeTheirResultsWithThem) {
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+  ASSERT_GT(gRun.fragmented.size(), 1u);
+  ASSERT_FALSE(gRun.errors.empty());
+  FragmentedFileRecord sibling;
+  sibling.path = L"Z:\\data2\\x.bin";
+  gRun.fragmented.push_back(sibling);
+
+  RemoveItemsIf([](const ItemRecord& item) { return item.path == L"Z:\\data"; });
+  DropResultsOfRemovedItems();
+  ASSERT_EQ(gRun.fragmented.size(), 1u);
+  EXPECT_EQ(gRun.fragmented[0].path, L"Z:\\single.bin");
+  EXPECT_TRUE(gRun.errors.empty());
+  EXPECT_GT(gRun.counters.filesSeen, 0u);
+
+  RemoveItemsIf([](const ItemRecord&) { return true; });
+  DropResultsOfRemovedItems();
+  EXPECT_TRUE(gRun.fragmented.empty());
+  EXPECT_EQ(gRun.counters.filesSeen, 0u);
+  EXPECT_EQ(gRun.counters.notFragmented, 0u);
+
+  EXPECT_TRUE(PathWithinItem(L"Z:\\", true, L"z:\\a.bin"));
+  EXPECT_TRUE(PathWithinItem(L"Z:\\data", true, L"Z:\\DATA"));
+  EXPECT_FALSE(PathWithinItem(L"Z:\\data", false, L"Z:\\data\\a.bin"));
 }
 
 TEST(RunResultsTest, StatusRefreshThinsOutAsTheCountGrows) {

@@ -28,6 +28,7 @@
 #include "ui/MainWindow.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "util/SharedLock.h"
+#include "util/SystemLibrary.h"
 #include "util/Tag.h"
 #include "util/Text.h"
 
@@ -71,6 +72,7 @@ void CleanUpAfterFault() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+  RestrictLibrarySearchToSystem();
   InstallCrashReport(CleanUpAfterFault);
   INITCOMMONCONTROLSEX controls{sizeof controls, 0x40FF};
   if (!InitCommonControlsEx(&controls)) return 0;
@@ -117,10 +119,6 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
 #endif
     RunCommandLine(window);
   };
-  gCommandHooks.option = HandleOptionCommand;
-  gCommandHooks.selection = HandleSelectionCommand;
-  gCommandHooks.fillRecentProfiles = FillRecentProfilesMenu;
-  gCommandHooks.refreshRecentProfiles = RefreshRecentMenus;
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
     if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
