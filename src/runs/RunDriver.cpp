@@ -51,7 +51,8 @@ bool IsProcessed(const ItemRecord& record) {
   return (record.flags & ItemFlags::kToProcess) && !(record.flags & ItemFlags::kSkipped);
 }
 
-// Reset and selection. Returns the number of items considered and the
+// Reset and selection: the ticked items, of them the selected ones when the
+// run is for the selection. Returns the number of items considered and the
 // number the filters skipped.
 void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   const bool selectedOnly = mode == RunMode::DefragmentSelected || mode == RunMode::AnalyseSelected;
@@ -60,6 +61,7 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
     ItemRecord& record = node->record;
     ResetItemForRun(record);
+    if (!record.checked) continue;
     if (selectedOnly && !(gRunHooks.rowSelected && gRunHooks.rowSelected(row))) continue;
     ++considered;
     const bool folder = (record.flags & ItemFlags::kFolder) != 0;
