@@ -52,9 +52,17 @@ void AppendName(std::wstring& path, const std::wstring& name) {
 
 bool IsDotEntry(const std::wstring& name) { return name == L"." || name == L".."; }
 
+void ReportAnalysisOutcome(RunUi& ui, const std::wstring& path, const FileAnalysis& analysis) {
+  const FileFate fate = !analysis.outcome.empty() ? FileFate::Failed
+                        : analysis.fragments < 2  ? FileFate::Contiguous
+                                                  : FileFate::Fragmented;
+  ReportFileOutcome(ui, path, fate, analysis.outcome, &analysis);
+}
+
 void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entry) {
   FileAnalysis analysis;
   AnalyseFile(path, analysis);
+  ReportAnalysisOutcome(ui, path, analysis);
   if (!analysis.outcome.empty()) {
     ErrorEntry error = MakeErrorEntry(path, analysis.outcome);
     std::lock_guard lock(SharedLock());
@@ -72,8 +80,10 @@ void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entr
 void DefragmentWalkedFile(RunUi& ui, const std::wstring& path) {
   // Opened without the long prefix, so a path beyond the ordinary limit
   // fails here with the system's text.
-  DefragmentRunFile(ui, std::wstring(DisplayPath(path)), nullptr);
+  FileAnalysis counts;
+  DefragmentRunFile(ui, std::wstring(DisplayPath(path)), &counts);
   const std::wstring& code = gEngine.moveResultCode;
+  ReportMoveOutcome(ui, path, code, counts);
   if (code.empty()) {
     ++gRun.counters.filesMoved;
     ui.RefreshCounters();
@@ -187,10 +197,16 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
     AppendName(path, entry.name);
     if (entry.attributes & kAttrDirectory) {
       // Hidden, system and reparse-point folders are entered like any other.
-      if (!FolderLeftOut(path)) EnterFolder(path, levels, entered);
+      if (!FolderLeftOut(path)) {
+        EnterFolder(path, levels, entered);
+      } else {
+        ReportFileOutcome(ui, path, FileFate::LeftOut, std::wstring(), nullptr);
+      }
       continue;
     }
-    if (!FileLeftOut(std::wstring(DisplayPath(path)))) {
+    if (FileLeftOut(std::wstring(DisplayPath(path)))) {
+      ReportFileOutcome(ui, path, FileFate::LeftOut, std::wstring(), nullptr);
+    } else {
       if (kind == WalkKind::Analysis) {
         AnalyseWalkedFile(ui, path, entry);
       } else {
@@ -206,6 +222,33 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
   }
 }
 
+void ReportFileOutcome(RunUi& ui, const std::wstring& path, FileFate fate, const std::wstring& code,
+                       const FileAnalysis* counts) {
+  FileOutcome outcome;
+  outcome.path = std::wstring(DisplayPath(path));
+  outcome.fate = fate;
+  outcome.code = code;
+  if (counts != nullptr) {
+    outcome.fragmentsBefore = outcome.fragmentsAfter = counts->fragments;
+    outcome.clusters = counts->clusters;
+  }
+  outcome.clusterSize = gCurrentClusterSize;
+  if (fate == FileFate::Moved) {
+    outcome.fragmentsAfter = 1;
+    outcome.target = gEngine.moveJob.targetLcn;
+  }
+  ui.FileOutcome(outcome);
+}
+
+void ReportMoveOutcome(RunUi& ui, const std::wstring& path, const std::wstring& code,
+                       const FileAnalysis& counts) {
+  const FileFate fate = code.empty()                   ? FileFate::Moved
+                        : code == kMoveAlreadyContiguous ? FileFate::Contiguous
+                        : code == kMoveStopped           ? FileFate::Stopped
+                                                         : FileFate::Failed;
+  ReportFileOutcome(ui, path, fate, code, &counts);
+}
+
 void AnalyseFolderWorker(void* argument) {
   const FolderJob& job = *static_cast<const FolderJob*>(argument);
   WalkFolder(*job.ui, job.folder, WalkKind::Analysis);
@@ -219,6 +262,7 @@ void DefragmentRunFile(RunUi& ui, const std::wstring& path, FileAnalysis* counts
 void AnalyseListedFile(RunUi& ui, ItemRecord& record) {
   FileAnalysis analysis;
   AnalyseFile(record.longPath, analysis);
+  ReportAnalysisOutcome(ui, record.longPath, analysis);
   if (!analysis.outcome.empty()) {
     ApplyFileAnalysis(record, false, record.fragments, record.clusters);
     gRun.errors.push_back(MakeErrorEntry(record.longPath, analysis.outcome));
