@@ -5,7 +5,7 @@
 // fields of existing records but never links or unlinks nodes.
 //
 // Besides the linked list the module keeps two indexes so that large lists
-// stay fast: a hash of the upper-cased paths (for FindItemByPath and
+// stay fast: a hash table of the paths, case ignored (for FindItemByPath and
 // RemoveItem) and the nodes in reverse list order (for ItemAtRow; front
 // insertion is then an append). Both are rebuilt after a sort or a removal.
 // A record's path is therefore fixed once the record is in the list.
@@ -84,6 +84,7 @@ struct ItemRecord {
   ItemState state = ItemState::None;
   uint32_t clusterSize = 0;  // bytes per cluster of the item's volume
   uint32_t flags = 0;        // ItemFlags
+  bool checked = true;       // the row's box; an unticked item stays out of every run
   std::wstring path;         // as the user gave it, drive-letter form; the duplicate key
   std::wstring longPath;     // with the "\\?\" prefix: what the engine opens
   std::wstring typeName;     // the shell's type name; empty for a drive root

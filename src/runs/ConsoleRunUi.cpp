@@ -16,6 +16,16 @@ void ConsoleRunUi::DateTexts(uint64_t ticks, std::wstring& date, std::wstring& t
   time = FixedTimeText(civil);
 }
 
+void ConsoleRunUi::FileOutcome(const ::FileOutcome& outcome) {
+  std::lock_guard lock(outcomesLock_);
+  outcomes_.push_back(outcome);
+}
+
+std::vector<FileOutcome> ConsoleRunUi::Outcomes() const {
+  std::lock_guard lock(outcomesLock_);
+  return outcomes_;
+}
+
 void ConsoleRunUi::ConsoleSummary(bool, const std::vector<std::wstring>& section) {
   for (const std::wstring& text : section) {
     std::wstring lines;

@@ -3,7 +3,11 @@
 // ask. The questions take their unattended answers: no disk check to run
 // with, the cleanup goes on, the solid-state files are defragmented as the
 // settings say. Dates are written in UTC in fixed forms; the console summary
-// goes to standard output.
+// goes to standard output; every file's outcome is kept, in the order the
+// run reached it.
+#include <mutex>
+
+#include "runs/RunResults.h"
 #include "runs/RunUi.h"
 
 class ConsoleRunUi : public RunUi {
@@ -46,7 +50,14 @@ class ConsoleRunUi : public RunUi {
   void RequestExit(uint32_t) override {}
   void ApplyPriority(uint32_t) override {}
   void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override;
+  // Safe from the folder worker's thread.
+  void FileOutcome(const ::FileOutcome& outcome) override;
+  std::vector<::FileOutcome> Outcomes() const;
   // Writes the section to standard output as UTF-8, without carriage returns.
   void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override;
   void PowerOff() override {}
+
+ private:
+  mutable std::mutex outcomesLock_;
+  std::vector<::FileOutcome> outcomes_;
 };

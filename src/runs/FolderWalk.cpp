@@ -3,6 +3,7 @@
 #include <memory>
 #include <unordered_map>
 #include <mutex>
+#include <set>
 #include <vector>
 
 #include "engine/EngineUi.h"
@@ -32,8 +33,14 @@ struct WalkLevel {
   size_t folderLength = 0;
 };
 
-// A folder that cannot be listed is left silently: no level.
-void EnterFolder(const std::wstring& folder, std::vector<WalkLevel>& levels) {
+// A folder that cannot be listed is left silently: no level. Nor is a
+// folder the walk has already entered, by whatever path (a junction back up
+// the tree, two links to one folder): each folder's files are met once, and
+// a cycle of links ends instead of growing the walk until the path is too
+// long. A folder whose identity cannot be read is entered.
+void EnterFolder(const std::wstring& folder, std::vector<WalkLevel>& levels, std::set<FolderIdentity>& entered) {
+  FolderIdentity identity;
+  if (Fs().IdentifyFolder(folder, identity) && !entered.insert(identity).second) return;
   std::unique_ptr<DirListing> listing = Fs().OpenListing(JoinPath(folder, L"*"));
   if (listing) levels.push_back(WalkLevel{std::move(listing), folder.size()});
 }
@@ -68,9 +75,17 @@ bool InsideAny(const std::wstring& upper, const std::vector<std::wstring>& roots
   return false;
 }
 
+void ReportAnalysisOutcome(RunUi& ui, const std::wstring& path, const FileAnalysis& analysis) {
+  const FileFate fate = !analysis.outcome.empty() ? FileFate::Failed
+                        : analysis.fragments < 2  ? FileFate::Contiguous
+                                                  : FileFate::Fragmented;
+  ReportFileOutcome(ui, path, fate, analysis.outcome, &analysis);
+}
+
 void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entry) {
   FileAnalysis analysis;
   AnalyseFile(path, analysis);
+  ReportAnalysisOutcome(ui, path, analysis);
   if (!analysis.outcome.empty()) {
     ErrorEntry error = MakeErrorEntry(path, analysis.outcome);
     std::lock_guard lock(SharedLock());
@@ -89,7 +104,9 @@ void AnalyseWalkedFile(RunUi& ui, const std::wstring& path, const DirEntry& entr
 void DefragmentWalkedFile(RunUi& ui, const std::wstring& path) {
   // Opened without the long prefix, so a path beyond the ordinary limit
   // fails here with the system's text.
-  DefragmentRunFile(ui, std::wstring(DisplayPath(path)), nullptr);
+  FileAnalysis counts;
+  DefragmentRunFile(ui, std::wstring(DisplayPath(path)), &counts);
+  ReportMoveOutcome(ui, path, gEngine.moveResultCode, counts);
   CountMoveOutcome(ui, path, gEngine.moveResultCode);
 }
 
@@ -186,13 +203,14 @@ FragmentedFileRecord MakeFragmentedRecord(RunUi& ui, const std::wstring& path, c
 }
 
 void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
-  // A junction leading back up the tree makes the walk as deep as the
-  // longest path the system accepts. Each level therefore holds only its
-  // open search, and all levels share one path that each cuts back to its
-  // own folder, so the memory grows with the depth alone.
+  // A deep tree makes the walk as deep as the longest path the system
+  // accepts. Each level therefore holds only its open search, and all levels
+  // share one path that each cuts back to its own folder, so the memory
+  // grows with the depth alone.
   std::wstring path = folder;
   std::vector<WalkLevel> levels;
-  EnterFolder(path, levels);
+  std::set<FolderIdentity> entered;
+  EnterFolder(path, levels, entered);
   DirEntry entry;
   uint64_t met = 0;
   while (!levels.empty()) {
@@ -211,12 +229,17 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
     AppendName(path, entry.name);
     if (entry.attributes & kAttrDirectory) {
       // Hidden, system and reparse-point folders are entered like any other.
-      if (!FolderLeftOut(path)) EnterFolder(path, levels);
+      if (!FolderLeftOut(path)) {
+        EnterFolder(path, levels, entered);
+      } else {
+        ReportFileOutcome(ui, path, FileFate::LeftOut, std::wstring(), nullptr);
+      }
       continue;
     }
     const std::wstring shown(DisplayPath(path));
     if (FileLeftOut(shown)) {
       CountLeftOut();
+      ReportFileOutcome(ui, path, FileFate::LeftOut, std::wstring(), nullptr);
     } else if (FirstVisit(shown)) {
       if (kind == WalkKind::Analysis) {
         AnalyseWalkedFile(ui, path, entry);
@@ -235,6 +258,33 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
   }
 }
 
+void ReportFileOutcome(RunUi& ui, const std::wstring& path, FileFate fate, const std::wstring& code,
+                       const FileAnalysis* counts) {
+  FileOutcome outcome;
+  outcome.path = std::wstring(DisplayPath(path));
+  outcome.fate = fate;
+  outcome.code = code;
+  if (counts != nullptr) {
+    outcome.fragmentsBefore = outcome.fragmentsAfter = counts->fragments;
+    outcome.clusters = counts->clusters;
+  }
+  outcome.clusterSize = gCurrentClusterSize;
+  if (fate == FileFate::Moved) {
+    outcome.fragmentsAfter = 1;
+    outcome.target = gEngine.moveJob.targetLcn;
+  }
+  ui.FileOutcome(outcome);
+}
+
+void ReportMoveOutcome(RunUi& ui, const std::wstring& path, const std::wstring& code,
+                       const FileAnalysis& counts) {
+  const FileFate fate = code.empty()                   ? FileFate::Moved
+                        : code == kMoveAlreadyContiguous ? FileFate::Contiguous
+                        : code == kMoveStopped           ? FileFate::Stopped
+                                                         : FileFate::Failed;
+  ReportFileOutcome(ui, path, fate, code, &counts);
+}
+
 void AnalyseFolderWorker(void* argument) {
   const FolderJob& job = *static_cast<const FolderJob*>(argument);
   WalkFolder(*job.ui, job.folder, WalkKind::Analysis);
@@ -248,9 +298,10 @@ void DefragmentRunFile(RunUi& ui, const std::wstring& path, FileAnalysis* counts
 void AnalyseListedFile(RunUi& ui, ItemRecord& record) {
   FileAnalysis analysis;
   AnalyseFile(record.longPath, analysis);
-  // A file reached before in this run shows its state but is not counted
-  // or listed again.
+  // A file reached before in this run shows its state but is not counted,
+  // listed or reported again.
   const bool first = FirstVisit(record.path);
+  if (first) ReportAnalysisOutcome(ui, record.longPath, analysis);
   if (!analysis.outcome.empty()) {
     ApplyFileAnalysis(record, false, kCountUnknown, kCountUnknown);
     if (first) gRun.errors.push_back(MakeErrorEntry(record.longPath, analysis.outcome));

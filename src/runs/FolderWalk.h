@@ -6,9 +6,10 @@
 // its fragmented-file record and its error entry.
 //
 // The walk keeps its folders on a list of its own rather than on the call
-// stack: a junction leading back up the tree makes the path grow until the
-// system refuses it, far deeper than a worker's small stack would allow.
-// Each level holds one open search, never its whole listing.
+// stack, each level holding one open search, never its whole listing: a
+// tree can be deeper than a worker's small stack would allow. It enters no
+// folder twice (known by its volume and number, not its path), so a
+// junction leading back up the tree is not followed round.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -71,6 +72,16 @@ ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code);
 // The record of a fragmented file, from its directory entry and analysis.
 FragmentedFileRecord MakeFragmentedRecord(RunUi& ui, const std::wstring& path, const DirEntry& entry,
                                           const FileAnalysis& analysis, uint32_t clusterSize);
+
+// Hands one file's outcome to the run's user. `counts` holds the fragments
+// and clusters the analysis or the relocation read (the ones after a move
+// that left the file fragmented), null when nothing was read.
+void ReportFileOutcome(RunUi& ui, const std::wstring& path, FileFate fate, const std::wstring& code,
+                       const FileAnalysis* counts);
+// The outcome of a relocation by its code (an empty code: moved to the
+// target the engine chose).
+void ReportMoveOutcome(RunUi& ui, const std::wstring& path, const std::wstring& code,
+                       const FileAnalysis& counts);
 
 // The cluster size of the volume of the item being processed.
 extern uint32_t gCurrentClusterSize;

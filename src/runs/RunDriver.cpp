@@ -97,7 +97,8 @@ class Run {
 
 }  // namespace
 
-// Reset and selection. Returns the number of items considered and the
+// Reset and selection: the ticked items, of them the selected ones when the
+// run is for the selection. Returns the number of items considered and the
 // number the filters skipped.
 void Run::SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   const bool selectedOnly = mode == RunMode::DefragmentSelected || mode == RunMode::AnalyseSelected;
@@ -106,11 +107,13 @@ void Run::SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
     ItemRecord& record = node->record;
     ResetItemForRun(record);
+    if (!record.checked) continue;
     if (selectedOnly && !ui_.RowSelected(row)) continue;
     ++considered;
     const bool folder = (record.flags & ItemFlags::kFolder) != 0;
     const bool excluded = folder ? FolderLeftOut(record.path) : FileLeftOut(record.path);
     if (excluded) {
+      ReportFileOutcome(ui_, record.longPath, FileFate::LeftOut, std::wstring(), nullptr);
       record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
       ++skipped;
       if (!folder) ++filesLeftOut_;
@@ -314,6 +317,7 @@ void Run::DefragmentFileItem(ItemRecord& record) {
   record.clusters = static_cast<int64_t>(counts.clusters);
   ApplyFileMoveResult(record, code);
   if (!first) return;
+  ReportMoveOutcome(ui_, record.longPath, code, counts);
   CountMoveOutcome(ui_, record.longPath, code);
   ++gRun.counters.filesSeen;
 }
@@ -329,7 +333,9 @@ void Run::DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) 
       ui_.RedrawItems();
       DefragmentFileItem(*record);
     } else if (FirstVisit(path)) {
-      DefragmentRunFile(ui_, path, nullptr);
+      FileAnalysis counts;
+      DefragmentRunFile(ui_, path, &counts);
+      ReportMoveOutcome(ui_, path, gEngine.moveResultCode, counts);
       CountMoveOutcome(ui_, path, gEngine.moveResultCode);
       ++gRun.counters.filesSeen;
     }

@@ -8,6 +8,8 @@
 
 #include "engine/EngineUi.h"
 
+struct FileOutcome;
+
 // Status updates of the main window's bars, combinable.
 constexpr uint32_t kStatusItemCount = 0x02;       // "Oggetti totali in elenco: " + count
 constexpr uint32_t kStatusWaiting = 0x04;         // "In attesa"
@@ -70,6 +72,10 @@ class RunUi : public EngineUi {
   // Last-write time (100-ns ticks, UTC) as date and time texts. Called from
   // the folder worker too.
   virtual void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) = 0;
+  // Each file's outcome as soon as it is known; during an analysis it comes
+  // from the folder worker's thread. The window lists only the fragmented
+  // files and the errors and lets it pass.
+  virtual void FileOutcome(const ::FileOutcome& outcome) = 0;
 
   // The command line's runs, unattended: one has ended and its console
   // summary is to be written (the analysis section, or the defragmentation

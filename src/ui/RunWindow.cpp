@@ -256,6 +256,8 @@ class WindowRunUi final : public RunUi {
   void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override {
     LocalDateTexts(ticks, date, time);
   }
+  // The window lists only the fragmented files and the errors.
+  void FileOutcome(const ::FileOutcome&) override {}
   void ConsoleSummary(bool, const std::vector<std::wstring>& section) override { WriteConsole(section); }
   void PowerOff() override { ::PowerOff(); }
 };

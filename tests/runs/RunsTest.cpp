@@ -253,13 +253,26 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
   EXPECT_EQ(ItemAtRow(0)->state, ItemState::NotFragmentedFolder);
 }
 
-TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
+TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
   ui_.rowSelected = [](uint64_t row) { return row == 1; };
   gRunFilters.folderExcluded = [](const std::wstring& path) { return path == L"Z:\\data"; };
   Run(RunMode::AnalyseSelected);
   EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
   EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Scartato");
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
+  // The filtered item is the run's one outcome.
+  ASSERT_EQ(ui_.outcomes.size(), 1u);
+  EXPECT_EQ(ui_.outcomes[0].fate, FileFate::LeftOut);
+  EXPECT_EQ(ui_.outcomes[0].path, L"Z:\\data");
+
+  // An unticked item stays out of every run, selected or not.
+  ItemAtRow(1)->checked = false;
+  Run(RunMode::AnalyseSelected);
+  EXPECT_EQ(ItemAtRow(1)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
+  Run(RunMode::AnalyseAll);
+  EXPECT_EQ(ItemAtRow(1)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
+  EXPECT_NE(ItemAtRow(0)->state, ItemState::None);
+  ItemAtRow(1)->checked = true;
 
   // A defragmentation with every item filtered out does nothing at all.
   gRunFilters.fileExcluded = [](const std::wstring&) { return true; };
@@ -522,6 +535,22 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   // Every level above has handed out ".", ".." and "sub"; the bottom its
   // dots and its one file.
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
+}
+
+// Two links back to their own folder: the walk meets each file once and
+// ends, where following them would never end.
+TEST_F(RunFixture, AFolderReachedAgainThroughALinkIsNotEnteredTwice) {
+  files_.fake.AddFile(L"Z:\\data\\a.bin", 10);
+  files_.fake.AddLink(L"Z:\\data\\loop", L"Z:\\data");
+  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\data");
+  std::vector<std::wstring> walked;
+  gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
+    walked.push_back(path);
+    if (walked.size() > 10) RequestStop();
+    return true;
+  };
+  WalkFolder(ui_, L"\\\\?\\Z:\\data", WalkKind::Analysis);
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\data\\a.bin"}));
 }
 
 // A file item shows afterwards what the relocation's own analysis found: a

@@ -4,10 +4,12 @@
 // read only after the move, when that thread has ended.
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "engine/EngineThread.h"
+#include "runs/RunResults.h"
 #include "runs/RunUi.h"
 #include "util/DateText.h"
 
@@ -62,6 +64,7 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
   std::wstring consoleText;            // every summary written, one after another
   // The status bars' last update when the summary dialog opened.
   uint32_t statusAtSummary = 0;
+  std::vector<::FileOutcome> outcomes;  // read after the run
   int powerOffs = 0;
   int solidStateWarnings = 0;
   std::vector<uint64_t> solidStateLeftOut;
@@ -115,6 +118,12 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
     const CivilTime civil = CivilFromTicks(ticks);
     date = FixedDateText(civil);
     time = FixedTimeText(civil);
+  }
+  // From the folder worker's thread during an analysis.
+  void FileOutcome(const ::FileOutcome& outcome) override {
+    static std::mutex outcomesLock;  // a member would make the double unassignable
+    std::lock_guard lock(outcomesLock);
+    outcomes.push_back(outcome);
   }
   void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override {
     consoleSummaries.push_back(defragmentation);

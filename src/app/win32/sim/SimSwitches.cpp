@@ -122,3 +122,10 @@ void InstallSimMenuProbe(HWND mainWindow) {
   if (probe) SetWindowSubclass(mainWindow, MenuProbe, 1, probe);
 }
 
+std::wstring SimCheckerPath() {
+  std::wstring path(32768, L'\0');
+  const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  path.resize(length < path.size() ? length : 0);
+  const size_t slash = path.find_last_of(L'\\');
+  return slash == std::wstring::npos ? std::wstring() : path.substr(0, slash + 1) + L"fmifs.dll";
+}
