@@ -306,18 +306,4 @@ TEST_F(CrashReportTest, WithALanguageFileTheReportHasItsEnglishLabels) {
     EXPECT_EQ(program_->ExitCode(), 9002u);
 }
 
-// The shipped program has no fault switch: with it set, it starts and ends
-// as it always does.
-TEST_F(CrashReportTest, TheShippedProgramIgnoresTheFaultSwitch) {
-    Prepare("shipped", "8123");
-    TestDriver::ProgramUnderTest shipped(TestDriver::HostPathToWindows((host_ / "shipped").string()),
-                                         TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
-                                         TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
-    ASSERT_TRUE(shipped.Ready());
-    TestDriver::RunResult run = TestDriver::RunProgram(shipped.ExePath(), L"/NOGUI Z:\\no\\such\\file", kWaitMs);
-    ASSERT_TRUE(run.finished);
-    EXPECT_EQ(run.exitCode, 5u);
-    EXPECT_FALSE(fs::exists(host_ / "report.rtf"));
-}
-
 }  // namespace

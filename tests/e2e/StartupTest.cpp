@@ -327,7 +327,8 @@ TEST(PathArguments, QuotedDriveRootIsAddedAsTheRootFolder) {
 
 // Anything that can set the environment of the elevated program must not be
 // able to change what it does: the names the simulating variant reads from
-// its environment are not even in the shipped program.
+// its environment (the fault switch among them) are not even in the
+// shipped program.
 TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
     auto bytesOf = [](const char* path) {
         std::ifstream in(path, std::ios::binary);
@@ -341,7 +342,8 @@ TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
     const std::string shipped = bytesOf(ORDALIS_PROGRAM);
     const std::string simulating = bytesOf(ORDALIS_SIM_PROGRAM);
     ASSERT_FALSE(shipped.empty());
-    for (const char* name : {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS"}) {
+    for (const char* name :
+         {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS", "ORDALIS_SIM_FAULT_TAG"}) {
         EXPECT_FALSE(holds(shipped, name)) << name;
         EXPECT_TRUE(holds(simulating, name)) << name;
     }
