@@ -113,13 +113,9 @@ protected:
         Set(L"TEMP", host_ / "temp");
         if (!settings.empty()) {
             // The settings file: UTF-16 with its byte-order mark.
-            std::string text = "RX1.00\r\n" + settings;
-            std::string bytes("\xFF\xFE", 2);
-            for (char c : text) {
-                bytes += c;
-                bytes += '\0';
-            }
-            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << bytes;
+            const std::string text = "RX1.00\r\n" + settings;
+            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary)
+                << Utf16FileBytes(std::wstring(text.begin(), text.end()));
         }
     }
 

@@ -44,6 +44,27 @@ inline int ScreenDpi() {
     return dpi;
 }
 
+// A length in pixels at 96 dots per inch, at the screen's.
+inline int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
+
+// The bytes of a text file as the program writes its own (profiles, filter
+// lists, settings): UTF-16LE after a byte-order mark.
+inline std::string Utf16FileBytes(const std::wstring& text) {
+    std::string bytes("\xFF\xFE", 2);
+    for (wchar_t c : text) {
+        bytes += static_cast<char>(c & 0xFF);
+        bytes += static_cast<char>((c >> 8) & 0xFF);
+    }
+    return bytes;
+}
+
+// The same with CR LF after each line.
+inline std::string Utf16FileLines(const std::vector<std::wstring>& lines) {
+    std::wstring text;
+    for (const std::wstring& line : lines) text += line + L"\r\n";
+    return Utf16FileBytes(text);
+}
+
 // One case: its folder on the host, the same folder as the program sees it,
 // the program copied into it, and the volume description beside it.
 class ProgramCase : public ::testing::Test {

@@ -190,12 +190,7 @@ TEST_F(RunsProgramTest, AnItemWithAPathNearTwoThousandCharactersKeepsItsOutcomeL
     }
     Describe(kVolume, {});
     std::wstring line = L">" + std::wstring(folder.begin(), folder.end());
-    std::ofstream profile(host_ / "long.olp", std::ios::binary);
-    profile << std::string("\xFF\xFE", 2);
-    for (const std::wstring& text : {std::wstring(L"KV70RX"), line}) {
-        for (wchar_t c : text + L"\r\n") profile << static_cast<char>(c) << '\0';
-    }
-    profile.close();
+    std::ofstream(host_ / "long.olp", std::ios::binary) << Utf16FileLines({L"KV70RX", line});
 
     TestDriver::RunResult run = Run("/NOGUI /ANALYZE /PROF:" + Win("long.olp"));
 
@@ -405,13 +400,6 @@ protected:
         return text.size() >= 2 ? text.substr(0, text.size() - 2) : text;
     }
 
-    static int ScreenDpi() {
-        HDC screen = GetDC(nullptr);
-        int dpi = GetDeviceCaps(screen, LOGPIXELSX);
-        ReleaseDC(nullptr, screen);
-        return dpi;
-    }
-    static int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
     static std::wstring Dpi() { return std::to_wstring(ScreenDpi()); }
 
     // Defragments, waits for the summary dialog and checks it against the

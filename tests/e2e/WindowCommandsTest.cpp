@@ -351,10 +351,7 @@ TEST_F(LongRunTest, DuringAnImportTheListCannotBeChangedAndStopEndsIt) {
     for (const fs::directory_entry& entry : fs::directory_iterator(ORDALIS_E2E_MANY_FILES)) {
         profile += TestDriver::HostPathToWindows(entry.path().string()) + L"\r\n";
     }
-    std::ofstream out(host_ / "many.olp", std::ios::binary);
-    out.write("\xFF\xFE", 2);
-    out.write(reinterpret_cast<const char*>(profile.data()), static_cast<std::streamsize>(profile.size() * 2));
-    out.close();
+    std::ofstream(host_ / "many.olp", std::ios::binary) << Utf16FileBytes(profile);
 
     Start(L"/PROF:" + Win("many.olp"));
     if (HasFatalFailure()) return;
