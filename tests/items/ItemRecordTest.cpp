@@ -42,6 +42,20 @@ TEST(ItemRecordTest, ResetForRunClearsRunAndOutcomeBitsOnly) {
   EXPECT_EQ(file.flags, 0u);
 }
 
+// Two fragments is the least that counts as fragmented.
+TEST(ItemRecordTest, AFileIsFragmentedFromTwoFragmentsAndAFailedAnalysisIsAnError) {
+  const std::pair<int64_t, ItemState> cases[] = {
+      {2, ItemState::FragmentedFile}, {1, ItemState::NotFragmentedFile}, {0, ItemState::NotFragmentedFile}};
+  for (auto [fragments, state] : cases) {
+    ItemRecord record = FileRecord();
+    ApplyFileAnalysis(record, true, fragments, 40);
+    EXPECT_EQ(record.state, state) << fragments;
+  }
+  ItemRecord record = FileRecord();
+  ApplyFileAnalysis(record, false, -1, -1);
+  EXPECT_EQ(Outcome(record), ItemFlags::kOutcomeError);
+}
+
 TEST(ItemRecordTest, FileMoveResultOutcomes) {
   struct Case {
     const wchar_t* result;
