@@ -222,13 +222,19 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
                                          Win("data/tree/b.bin")}));
     Picture(L"5-analysed");
 
-    // Space marks the selected rows of the fragmented-file list, and only
-    // while that list has the focus: had the item list's Space marked rows
-    // 0 and 2 as well, four files would be defragmented below.
+    // Space acts on the list that has the focus: in the item list it flips
+    // the focused item's own box (twice here, back to ticked) and leaves the
+    // fragmented files' marks alone; had it marked rows 0 and 2 of the
+    // fragmented files as well, four files would be defragmented below.
     TestDriver::SelectListViewRows(fragmented_, {0, 2});
     FocusRows(items_, {0});
+    ASSERT_EQ(TestDriver::ListViewCheckState(items_, 0), 1);
     TestDriver::PressKey(items_, VK_SPACE);
     TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewCheckState(items_, 0), 0);
+    TestDriver::PressKey(items_, VK_SPACE);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewCheckState(items_, 0), 1);
     FocusRows(fragmented_, {1, 3});
     TestDriver::PressKey(fragmented_, VK_SPACE);
     TestDriver::PumpMessages(300);
