@@ -1,7 +1,7 @@
 // The steps before a defragmentation in the whole program: the solid-state
 // warning on a described drive, the disk check through the fmifs double and
 // the cleanup of a prepared temporary folder, unattended and in the window.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -13,11 +13,9 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace e2e;
 
-constexpr DWORD kWaitMs = 60000;
 constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Ordalis developers\r\n\r\n";
-constexpr int kCmdExit = 9003;
 // Controls of the disk-check dialog.
 constexpr int kDriveList = 1003;
 constexpr int kOutput = 1005;
@@ -32,15 +30,6 @@ constexpr int kCleanupNever = 1110;
 constexpr int kCleanupSkip = 1112;
 // The solid-state warning's buttons.
 constexpr int kKeepOff = 100;
-
-std::string ReadWhole(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
 const char* kSummaryNothing =
     "Summary:\r\n\r\n"
@@ -128,13 +117,9 @@ protected:
         Set(L"TEMP", host_ / "temp");
         if (!settings.empty()) {
             // The settings file: UTF-16 with its byte-order mark.
-            std::string text = "RX1.00\r\n" + settings;
-            std::string bytes("\xFF\xFE", 2);
-            for (char c : text) {
-                bytes += c;
-                bytes += '\0';
-            }
-            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << bytes;
+            const std::string text = "RX1.00\r\n" + settings;
+            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary)
+                << Utf16FileBytes(std::wstring(text.begin(), text.end()));
         }
     }
 
@@ -278,7 +263,7 @@ TEST_F(PreRunStepsTest, FilesOnASolidStateDriveAreSkippedOrWarnedAbout) {
     // "Non deframmentare" ends the run.
     Prepare("ssd-warn", "SKIPSSD=0\r\nSkipSSDWarning=0\r\nSCANDISK=1\r\nCLNUP=1\r\n");
     SetEnvironmentVariableW(L"ORDALIS_SIM_DRIVES", L"Z:smart=Samsung SSD 850 EVO");
-    std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK " + Win("data"));
+    auto program = Start("/DEFRAG /QUICK " + Win("data"));
     ASSERT_NE(program, nullptr);
     HWND warning = DialogTitled(*program, L"Disco SSD");
     ASSERT_NE(warning, nullptr);
