@@ -1,8 +1,23 @@
 #include "engine/ntfs/NtfsVolume.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <set>
+#include <sstream>
 #include <vector>
 
 #include "engine/ntfs/NtfsLibrary.h"
@@ -48,17 +63,33 @@ struct OpenedStream {
   }
   ~OpenedStream() {
     if (stream != nullptr) ntfs_attr_close(stream);
-    if (inode != nullptr) ntfs_inode_close(inode);
+    if (inode != nullptr && ntfs_inode_close(inode) != 0) {
+      // The record could not be written back (the call that changed it has
+      // already failed on that): the library keeps such an inode, so its
+      // unwritten changes are dropped and it is released.
+      NInoClearDirty(inode);
+      NInoAttrListClearDirty(inode);
+      ntfs_inode_close(inode);
+    }
   }
   OpenedStream(const OpenedStream&) = delete;
   OpenedStream& operator=(const OpenedStream&) = delete;
   // The clusters the run list covers, holes included; 0 for a stream kept
-  // inside its record or without any allocation.
+  // inside its record or without any allocation; -1 when the run list cannot
+  // be read or does not fit the volume. The run list comes from the volume
+  // as it is: before any of its cluster numbers is used to read, write or
+  // mark anything, each run must lie inside the volume and follow the one
+  // before it.
   int64_t VcnCount() {
     if (stream == nullptr || !NAttrNonResident(stream)) return 0;
-    if (ntfs_attr_map_whole_runlist(stream) != 0) return -1;
+    if (ntfs_attr_map_whole_runlist(stream) != 0 || stream->rl == nullptr) return -1;
+    const int64_t clusters = stream->ni->vol->nr_clusters;
     int64_t end = 0;
-    for (const runlist_element* run = stream->rl; run != nullptr && run->length != 0; ++run) {
+    for (const runlist_element* run = stream->rl; run->length != 0; ++run) {
+      if (run->vcn != end || run->length < 0 || run->length > INT64_MAX - end ||
+          (run->lcn >= 0 ? run->lcn >= clusters || run->length > clusters - run->lcn : run->lcn != LCN_HOLE)) {
+        return -1;
+      }
       end = run->vcn + run->length;
     }
     return end;
@@ -87,44 +118,301 @@ std::wstring WideFromVolumeUnits(const ntfschar* units, int count) {
   return text;
 }
 
+// ---- The device, held open exclusively ----
+//
+// The library reads and writes through these operations on the one
+// descriptor the volume opened, so the exclusive claim and the lock taken at
+// opening hold from the mount check to the end, across the read-only look
+// and the writable mount.
+
+NtfsDeviceFile& DeviceFileOf(ntfs_device* device) { return *static_cast<NtfsDeviceFile*>(device->d_private); }
+
+int DeviceOpen(ntfs_device* device, int flags) {
+  if (NDevOpen(device)) {
+    errno = EBUSY;
+    return -1;
+  }
+  const bool readOnly = (flags & O_ACCMODE) == O_RDONLY;
+  if (!readOnly && !DeviceFileOf(device).writable) {
+    errno = EROFS;
+    return -1;
+  }
+  if (readOnly) {
+    NDevSetReadOnly(device);
+  } else {
+    NDevClearReadOnly(device);
+  }
+  if (DeviceFileOf(device).block) NDevSetBlock(device);
+  NDevSetOpen(device);
+  return 0;
+}
+
+int DeviceClose(ntfs_device* device) {
+  if (!NDevOpen(device)) {
+    errno = EBADF;
+    return -1;
+  }
+  if (NDevDirty(device) && fsync(DeviceFileOf(device).fd) != 0) return -1;
+  // The descriptor stays with the volume until it is unmounted for good.
+  NDevClearOpen(device);
+  return 0;
+}
+
+s64 DeviceSeek(ntfs_device* device, s64 offset, int whence) { return lseek(DeviceFileOf(device).fd, offset, whence); }
+
+s64 DeviceRead(ntfs_device* device, void* buffer, s64 count) { return read(DeviceFileOf(device).fd, buffer, size_t(count)); }
+
+bool RefusesWrite(ntfs_device* device) {
+  if (!NDevReadOnly(device)) {
+    NDevSetDirty(device);
+    return false;
+  }
+  errno = EROFS;
+  return true;
+}
+
+s64 DeviceWrite(ntfs_device* device, const void* buffer, s64 count) {
+  if (RefusesWrite(device)) return -1;
+  return write(DeviceFileOf(device).fd, buffer, size_t(count));
+}
+
+s64 DevicePread(ntfs_device* device, void* buffer, s64 count, s64 offset) {
+  return pread(DeviceFileOf(device).fd, buffer, size_t(count), offset);
+}
+
+s64 DevicePwrite(ntfs_device* device, const void* buffer, s64 count, s64 offset) {
+  if (RefusesWrite(device)) return -1;
+  return pwrite(DeviceFileOf(device).fd, buffer, size_t(count), offset);
+}
+
+int DeviceSync(ntfs_device* device) {
+  if (NDevReadOnly(device)) return 0;
+  if (fsync(DeviceFileOf(device).fd) != 0) return -1;
+  NDevClearDirty(device);
+  return 0;
+}
+
+int DeviceStat(ntfs_device* device, struct stat* buffer) { return fstat(DeviceFileOf(device).fd, buffer); }
+
+int DeviceIoctl(ntfs_device* device, unsigned long request, void* argument) {
+  return ioctl(DeviceFileOf(device).fd, request, argument);
+}
+
+ntfs_device_operations gDeviceOperations = {DeviceOpen,  DeviceClose,  DeviceSeek, DeviceRead,
+                                            DeviceWrite, DevicePread,  DevicePwrite, DeviceSync,
+                                            DeviceStat,  DeviceIoctl};
+
+// ---- Is it in use? ----
+
+std::string ReadLine(const std::string& path, int& error) {
+  std::ifstream in(path);
+  std::string line;
+  error = 0;
+  if (!in) {
+    error = errno != 0 ? errno : EIO;
+    return line;
+  }
+  std::getline(in, line);
+  return line;
+}
+
+// "7:3" as a device number; false when it is not one.
+bool ParseDeviceNumber(const std::string& text, dev_t& number) {
+  unsigned major = 0, minor = 0;
+  char extra = 0;
+  if (std::sscanf(text.c_str(), "%u:%u%c", &major, &minor, &extra) != 2) return false;
+  number = makedev(major, minor);
+  return true;
+}
+
+// Mount points and sources are written with octal escapes for blanks.
+std::string Unescaped(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\\' && i + 3 < text.size() && std::isdigit(static_cast<unsigned char>(text[i + 1]))) {
+      out += char(std::stoi(text.substr(i + 1, 3), nullptr, 8));
+      i += 3;
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+bool SameData(const struct stat& ours, const struct stat& other) {
+  if (S_ISBLK(ours.st_mode)) return S_ISBLK(other.st_mode) && other.st_rdev == ours.st_rdev;
+  return S_ISREG(other.st_mode) && other.st_dev == ours.st_dev && other.st_ino == ours.st_ino;
+}
+
+// Whether the opened image or device is mounted or attached anywhere on this
+// system. Compared by what the names lead to, not by the names: a mount
+// lists the device it was given (a loop device for an image, a different
+// name for the same disk). A block device stands for its partitions too.
+// Empty when nothing uses it; else why it is refused, a check that cannot be
+// made included.
+std::string UseOf(const struct stat& ours) {
+  // The block devices that carry our data: the device itself and its
+  // partitions, or every loop device whose backing is our image or device.
+  std::set<dev_t> carriers;
+  std::string attached;
+  if (S_ISBLK(ours.st_mode)) {
+    carriers.insert(ours.st_rdev);
+    const std::string base = "/sys/dev/block/" + std::to_string(major(ours.st_rdev)) + ":" +
+                             std::to_string(minor(ours.st_rdev));
+    if (DIR* folder = opendir(base.c_str())) {
+      while (dirent* entry = readdir(folder)) {
+        int error = 0;
+        dev_t number;
+        const std::string name = entry->d_name;
+        if (name[0] == '.' || access((base + "/" + name + "/partition").c_str(), F_OK) != 0) continue;
+        if (ParseDeviceNumber(ReadLine(base + "/" + name + "/dev", error), number)) carriers.insert(number);
+      }
+      closedir(folder);
+    }
+    if (DIR* holders = opendir((base + "/holders").c_str())) {
+      std::string held;
+      while (dirent* entry = readdir(holders)) {
+        if (entry->d_name[0] != '.') held = entry->d_name;
+      }
+      closedir(holders);
+      if (!held.empty()) return "is in use by /dev/" + held;
+    }
+  }
+  DIR* blocks = opendir("/sys/block");
+  if (blocks == nullptr) return std::string("could not be checked for loop devices: /sys/block: ") + std::strerror(errno);
+  while (dirent* entry = readdir(blocks)) {
+    const std::string name = entry->d_name;
+    if (name.rfind("loop", 0) != 0) continue;
+    int error = 0;
+    std::string backing = ReadLine("/sys/block/" + name + "/loop/backing_file", error);
+    if (error == ENOENT) continue;  // not attached
+    if (error != 0) {
+      closedir(blocks);
+      return "could not be checked for loop devices: /sys/block/" + name + ": " + std::strerror(error);
+    }
+    struct stat other {};
+    if (backing.empty() || stat(backing.c_str(), &other) != 0 || !SameData(ours, other)) continue;
+    dev_t number;
+    if (!ParseDeviceNumber(ReadLine("/sys/block/" + name + "/dev", error), number)) {
+      closedir(blocks);
+      return "is attached to /dev/" + name + ", whose device number could not be read";
+    }
+    carriers.insert(number);
+    if (attached.empty()) attached = "/dev/" + name;
+  }
+  closedir(blocks);
+
+  std::ifstream mounts("/proc/self/mountinfo");
+  if (!mounts) return std::string("could not be checked for mounts: /proc/self/mountinfo: ") + std::strerror(errno);
+  std::string line;
+  while (std::getline(mounts, line)) {
+    // ID PARENT MAJOR:MINOR ROOT MOUNT-POINT OPTIONS [TAGS...] - TYPE SOURCE OPTIONS
+    std::istringstream fields(line);
+    std::string id, parent, number, root, point, field;
+    fields >> id >> parent >> number >> root >> point;
+    while (fields >> field && field != "-") {
+    }
+    std::string type, source;
+    fields >> type >> source;
+    dev_t mounted;
+    if (!ParseDeviceNumber(number, mounted)) return "could not be checked for mounts: /proc/self/mountinfo is not readable as expected";
+    bool ours_ = carriers.count(mounted) != 0;
+    source = Unescaped(source);
+    struct stat other {};
+    if (!ours_ && !source.empty() && source[0] == '/' && stat(source.c_str(), &other) == 0) {
+      ours_ = SameData(ours, other) || (S_ISBLK(other.st_mode) && carriers.count(other.st_rdev) != 0);
+    }
+    if (ours_) {
+      return "is mounted on " + Unescaped(point) + (attached.empty() ? std::string() : " through " + attached);
+    }
+  }
+  if (mounts.bad()) return "could not be checked for mounts: /proc/self/mountinfo could not be read";
+  if (!attached.empty()) return "is attached to " + attached + ": detach it first (losetup -d " + attached + ")";
+  return {};
+}
+
 }  // namespace
 
 NtfsVolume::~NtfsVolume() { Unmount(); }
+
+_ntfs_volume* NtfsVolume::MountDevice(const std::string& device, bool readOnly) {
+  ntfs_device* opened = ntfs_device_alloc(device.c_str(), 0, &gDeviceOperations, &device_);
+  if (opened == nullptr) return nullptr;
+  ntfs_volume* mounted = ntfs_device_mount(opened, readOnly ? ntfs_mount_flags(NTFS_MNT_RDONLY) : ntfs_mount_flags(0));
+  if (mounted == nullptr) {
+    const int error = errno;
+    ntfs_device_free(opened);
+    errno = error;
+  }
+  return mounted;
+}
 
 NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar_t letter,
                                  std::string& message) {
   std::lock_guard lock(mutex_);
   Unmount();
   letter_ = wchar_t(UpperCaseUnit(letter));
-  unsigned long mountFlags = 0;
-  if (ntfs_check_if_mounted(device.c_str(), &mountFlags) == 0 && (mountFlags & NTFS_MF_MOUNTED)) {
-    message = device + " is mounted: unmount it first";
-    return NtfsOpenFailure::Mounted;
+  // Held exclusively from here to the end: a block device is claimed as a
+  // mount claims it (a mounted one cannot be claimed, and nothing can mount
+  // it while we hold it); an image file is locked against other runs.
+  struct stat given {};
+  const bool block = stat(device.c_str(), &given) == 0 && S_ISBLK(given.st_mode);
+  const int fd = open(device.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | (block ? O_EXCL : 0));
+  if (fd < 0) {
+    const int error = errno;
+    message = device + (error == EBUSY ? " is in use by the system (mounted, or claimed by another program)"
+                                       : " cannot be opened: " + std::string(std::strerror(error)));
+    return error == EBUSY ? NtfsOpenFailure::Mounted : NtfsOpenFailure::CannotOpen;
+  }
+  device_ = NtfsDeviceFile{fd, writable, block};
+  auto refuse = [this, &message, &device](NtfsOpenFailure failure, const std::string& why) {
+    message = device + " " + why;
+    close(device_.fd);
+    device_ = NtfsDeviceFile{};
+    return failure;
+  };
+  struct stat held {};
+  if (fstat(fd, &held) != 0) return refuse(NtfsOpenFailure::CannotOpen, "cannot be examined: " + std::string(std::strerror(errno)));
+  if (!S_ISREG(held.st_mode) && !S_ISBLK(held.st_mode)) {
+    return refuse(NtfsOpenFailure::CannotOpen, "is neither an image file nor a block device");
+  }
+  if (flock(fd, (writable ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0) {
+    return errno == EWOULDBLOCK ? refuse(NtfsOpenFailure::Mounted, "is open in another run: wait for it to end")
+                                : refuse(NtfsOpenFailure::Mounted, "cannot be locked: " + std::string(std::strerror(errno)));
+  }
+  const std::string use = UseOf(held);
+  if (!use.empty()) return refuse(NtfsOpenFailure::Mounted, use + "; unmount it first");
+  uint64_t deviceBytes = uint64_t(held.st_size);
+  if (block && ioctl(fd, BLKGETSIZE64, &deviceBytes) != 0) {
+    return refuse(NtfsOpenFailure::CannotOpen, "cannot tell its size: " + std::string(std::strerror(errno)));
   }
   // Looked at read-only first: a volume that is refused is never written.
-  ntfs_volume* probe = ntfs_mount(device.c_str(), NTFS_MNT_RDONLY);
+  ntfs_volume* probe = MountDevice(device, true);
   if (probe == nullptr) {
-    message = device + " cannot be opened as an NTFS volume: " + std::strerror(errno);
-    return NtfsOpenFailure::CannotOpen;
+    return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened as an NTFS volume: " + std::string(std::strerror(errno)));
+  }
+  // Every cluster number the volume holds is checked against its size; the
+  // size itself must fit the device.
+  if (probe->nr_clusters <= 0 || uint64_t(probe->nr_clusters) > (deviceBytes >> probe->cluster_size_bits)) {
+    ntfs_umount(probe, FALSE);
+    return refuse(NtfsOpenFailure::CannotOpen, "says it holds more clusters than the device has room for");
   }
   if (probe->flags & VOLUME_IS_DIRTY) {
     ntfs_umount(probe, FALSE);
-    message = device + " is marked for a disk check: let its own system check it first";
-    return NtfsOpenFailure::Dirty;
+    return refuse(NtfsOpenFailure::Dirty, "is marked for a disk check: let its own system check it first");
   }
   if (ntfs_volume_check_hiberfile(probe, 0) != 0) {
     ntfs_umount(probe, FALSE);
-    message = device + " holds a hibernated or fast-started system: shut that system down fully first";
-    return NtfsOpenFailure::Hibernated;
+    return refuse(NtfsOpenFailure::Hibernated,
+                  "holds a hibernated or fast-started system: shut that system down fully first");
   }
   if (!writable) {
     volume_ = probe;
   } else {
     ntfs_umount(probe, FALSE);
-    volume_ = ntfs_mount(device.c_str(), ntfs_mount_flags(0));
+    volume_ = MountDevice(device, false);
     if (volume_ == nullptr) {
-      message = device + " cannot be opened for writing: " + std::strerror(errno);
-      return NtfsOpenFailure::CannotOpen;
+      return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened for writing: " + std::string(std::strerror(errno)));
     }
   }
   writable_ = writable;
@@ -136,9 +424,15 @@ bool NtfsVolume::Unmount() {
   handles_.clear();
   bitmap_.clear();
   bitmap_.shrink_to_fit();
-  if (volume_ == nullptr) return true;
-  const bool ok = ntfs_umount(volume_, FALSE) == 0;
-  volume_ = nullptr;
+  bool ok = true;
+  if (volume_ != nullptr) {
+    ok = ntfs_umount(volume_, FALSE) == 0;
+    volume_ = nullptr;
+  }
+  if (device_.fd >= 0) {
+    ok = close(device_.fd) == 0 && ok;
+    device_ = NtfsDeviceFile{};
+  }
   return ok;
 }
 
@@ -260,8 +554,12 @@ NtStatus NtfsVolume::Pointers(const OpenHandle& file, int64_t vcn, void* output,
   OpenedStream opened(volume_, file.mft);
   if (opened.inode == nullptr) return kStatusInvalidHandle;
   const int64_t end = opened.VcnCount();
-  if (end < 0) return kStatusDiskCorrupt;
-  // Kept inside the record, empty, or read from past the end.
+  // A run list that cannot be read or points outside the volume is refused
+  // as the file system refuses a damaged file; the analysis shows that as an
+  // error of the file, never as a file without fragments.
+  if (end < 0) return kStatusFileCorrupt;
+  // Kept inside the record, empty, or read from past the end: the one
+  // refusal that ends a reading normally.
   if (vcn >= end) return kStatusEndOfFile;
   const runlist_element* run = opened.stream->rl;
   while (run->length != 0 && run->vcn + run->length <= vcn) ++run;
@@ -334,6 +632,12 @@ bool NtfsVolume::LoadBitmap() {
 
 void NtfsVolume::MarkClusters(int64_t lcn, int64_t count, bool inUse) {
   if (bitmap_.empty()) return;
+  // Callers pass only ranges inside the volume; one that is not would mean
+  // the kept copy no longer matches anything, so it is dropped.
+  if (lcn < 0 || count < 0 || lcn > volume_->nr_clusters || count > volume_->nr_clusters - lcn) {
+    bitmap_.clear();
+    return;
+  }
   for (int64_t c = lcn; c < lcn + count; ++c) {
     uint8_t& byte = bitmap_[size_t(c / 8)];
     byte = inUse ? uint8_t(byte | (1u << (c % 8))) : uint8_t(byte & ~(1u << (c % 8)));
@@ -532,11 +836,19 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
 
 void NtfsVolume::Wait(FsHandle) {}
 
-std::wstring NtfsVolume::SystemText(uint32_t code) { return SimVolume::BuiltInText(code); }
+std::wstring NtfsVolume::SystemText(uint32_t code) {
+  switch (code) {
+    case 19: return L"The media is write protected.\r\n";
+    case 1392: return L"The file or directory is corrupted and unreadable.\r\n";
+    case 1393: return L"The disk structure is corrupted and unreadable.\r\n";
+    default: return SimVolume::BuiltInText(code);
+  }
+}
 
 uint32_t NtfsVolume::StatusToError(NtStatus status) {
   switch (uint32_t(status)) {
-    case 0xC0000032u: return 1392;
+    case 0xC0000032u: return 1393;
+    case 0xC0000102u: return 1392;
     case 0xC00000A2u: return 19;
     default: return SimVolume::BuiltInStatusToError(status);
   }

@@ -26,14 +26,24 @@ struct _ntfs_inode;
 // Why a volume could not be opened.
 enum class NtfsOpenFailure {
   None,
-  CannotOpen,   // missing, not NTFS, unreadable
-  Mounted,      // mounted by this system
+  CannotOpen,   // missing, not NTFS, unreadable, larger than its device
+  Mounted,      // mounted or in use by this system (loop devices included),
+                // open in another run, or the check could not be made
   Dirty,        // marked for a check by its own system
   Hibernated,   // holds a hibernated or fast-started system
 };
 
+// The image or device as the volume holds it open: one descriptor, opened
+// exclusively, through which the on-disk format library reads and writes.
+struct NtfsDeviceFile {
+  int fd = -1;
+  bool writable = false;
+  bool block = false;
+};
+
 // Status values of the controls on this volume beyond the shared ones.
 constexpr NtStatus kStatusDiskCorrupt = NtStatus(0xC0000032u);
+constexpr NtStatus kStatusFileCorrupt = NtStatus(0xC0000102u);
 constexpr NtStatus kStatusMediaWriteProtected = NtStatus(0xC00000A2u);
 
 class NtfsVolume : public VolumeAccess {
@@ -43,7 +53,10 @@ class NtfsVolume : public VolumeAccess {
   NtfsVolume(const NtfsVolume&) = delete;
   NtfsVolume& operator=(const NtfsVolume&) = delete;
 
-  // Opens the image or device read-only or for writing. Nothing is written
+  // Opens the image or device read-only or for writing, exclusively: a block
+  // device is claimed as a mount claims it, an image file is locked against
+  // other runs. Refused when the image or device is mounted or attached to a
+  // loop device anywhere, or when that cannot be checked. Nothing is written
   // when the volume is refused. `message` says why in plain English.
   NtfsOpenFailure Open(const std::string& device, bool writable, wchar_t letter,
                        std::string& message);
@@ -97,7 +110,11 @@ class NtfsVolume : public VolumeAccess {
   bool LoadBitmap();
   void MarkClusters(int64_t lcn, int64_t count, bool inUse);
 
+  // Mounts the held device through the library.
+  _ntfs_volume* MountDevice(const std::string& device, bool readOnly);
+
   std::recursive_mutex mutex_;
+  NtfsDeviceFile device_;
   _ntfs_volume* volume_ = nullptr;
   bool writable_ = false;
   wchar_t letter_ = L'N';
