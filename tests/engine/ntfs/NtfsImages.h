@@ -63,6 +63,11 @@ std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image);
 
 // Marks the volume for a disk check, as its own system does after a crash.
 bool MarkDirty(const std::string& image);
+// Writes the hibernation file a hibernated or fast-started system leaves.
+bool MarkHibernated(const std::string& image);
+// Points the last run of a file's data past the end of the volume, as a
+// damaged or crafted image may.
+bool PointRunOutside(const std::string& image, const std::string& volumePath);
 
 // ntfsfix -n: true when it finds nothing to fix.
 bool NtfsfixClean(const std::string& image, std::string& output);
