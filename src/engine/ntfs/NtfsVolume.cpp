@@ -275,7 +275,7 @@ std::string UseOf(const struct stat& ours) {
         if (entry->d_name[0] != '.') held = entry->d_name;
       }
       closedir(holders);
-      if (!held.empty()) return "is in use by /dev/" + held;
+      if (!held.empty()) return "is in use by /dev/" + held + ": release it first";
     }
   }
   DIR* blocks = opendir("/sys/block");
@@ -323,7 +323,8 @@ std::string UseOf(const struct stat& ours) {
       ours_ = SameData(ours, other) || (S_ISBLK(other.st_mode) && carriers.count(other.st_rdev) != 0);
     }
     if (ours_) {
-      return "is mounted on " + Unescaped(point) + (attached.empty() ? std::string() : " through " + attached);
+      return "is mounted on " + Unescaped(point) + (attached.empty() ? std::string() : " through " + attached) +
+             ": unmount it first";
     }
   }
   if (mounts.bad()) return "could not be checked for mounts: /proc/self/mountinfo could not be read";
@@ -381,7 +382,7 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
                                 : refuse(NtfsOpenFailure::Mounted, "cannot be locked: " + std::string(std::strerror(errno)));
   }
   const std::string use = UseOf(held);
-  if (!use.empty()) return refuse(NtfsOpenFailure::Mounted, use + "; unmount it first");
+  if (!use.empty()) return refuse(NtfsOpenFailure::Mounted, use);
   uint64_t deviceBytes = uint64_t(held.st_size);
   if (block && ioctl(fd, BLKGETSIZE64, &deviceBytes) != 0) {
     return refuse(NtfsOpenFailure::CannotOpen, "cannot tell its size: " + std::string(std::strerror(errno)));
