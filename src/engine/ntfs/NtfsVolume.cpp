@@ -44,10 +44,20 @@ uint32_t ErrorFromErrno(int error) {
   }
 }
 
+// Flags as the volume holds them, read as plain bits: a damaged record may
+// hold any value, which the library's enumeration types cannot.
+template <typename Flags>
+uint32_t Bits(const Flags& flags) {
+  static_assert(sizeof(Flags) <= sizeof(uint32_t));
+  uint32_t bits = 0;
+  std::memcpy(&bits, &flags, sizeof flags);
+  return bits;
+}
+
 // The stream the controls work on: the unnamed data of a file, the index
 // allocation of a folder.
 ntfs_attr* OpenStream(ntfs_inode* inode) {
-  if (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) {
+  if (Bits(inode->mrec->flags) & MFT_RECORD_IS_DIRECTORY) {
     return ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
   }
   return ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
@@ -475,7 +485,7 @@ FsHandle NtfsVolume::OpenPath(const std::wstring& path, bool backup) {
   OpenHandle handle;
   handle.mft = inode->mft_no;
   handle.protectedFile = inode->mft_no < kFirstUserRecord || volumePath.rfind("/$Extend/", 0) == 0;
-  const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
+  const bool directory = (Bits(inode->mrec->flags) & MFT_RECORD_IS_DIRECTORY) != 0;
   ntfs_inode_close(inode);
   if (directory && !backup) {
     // Folders open only with backup semantics.
@@ -523,7 +533,7 @@ bool NtfsVolume::MovesInUnits(FsHandle file) {
   const OpenHandle* open = Find(file);
   if (open == nullptr || open->volume) return false;
   OpenedStream opened(volume_, open->mft);
-  return opened.stream != nullptr && (opened.stream->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
+  return opened.stream != nullptr && (Bits(opened.stream->data_flags) & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
 }
 
 // Every answer is synchronous: the status block is written on success and
@@ -685,7 +695,7 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
   if (file.protectedFile) return kStatusAccessDenied;
   OpenedStream opened(volume_, file.mft);
   if (opened.inode == nullptr) return kStatusInvalidHandle;
-  if (opened.inode->flags & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
+  if (Bits(opened.inode->flags) & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
   const int64_t end = opened.VcnCount();
   if (end < 0) return kStatusDiskCorrupt;
   if (count == 0 || vcn < 0 || vcn + int64_t(count) > end || target < 0 ||
@@ -693,8 +703,8 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
     return kStatusInvalidParameter;
   }
   ntfs_attr* stream = opened.stream;
-  const bool byUnits = (stream->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
-  if ((stream->data_flags & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
+  const bool byUnits = (Bits(stream->data_flags) & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
+  if ((Bits(stream->data_flags) & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
     // A compression unit the library does not write: never risked.
     return kStatusAccessDenied;
   }
@@ -889,8 +899,8 @@ uint32_t FailQuery(uint32_t error) {
 DirEntry EntryFromInode(const std::wstring& name, ntfs_inode* inode) {
   DirEntry entry;
   entry.name = name;
-  const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
-  uint32_t attributes = le32_to_cpu(inode->flags) & 0xFFFF & ~kAttrDirectory;
+  const bool directory = (Bits(inode->mrec->flags) & MFT_RECORD_IS_DIRECTORY) != 0;
+  uint32_t attributes = Bits(inode->flags) & 0xFFFF & ~kAttrDirectory;
   if (directory) attributes |= kAttrDirectory;
   if (attributes == 0) attributes = kAttrNormal;
   entry.attributes = attributes;
@@ -949,7 +959,7 @@ uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
     std::lock_guard lock(volume_.mutex_);
     ntfs_inode* directory = volume_.LookUp(folder);
     if (directory == nullptr) return FailQuery(kErrPathNotFound);
-    if (!(directory->mrec->flags & MFT_RECORD_IS_DIRECTORY)) {
+    if (!(Bits(directory->mrec->flags) & MFT_RECORD_IS_DIRECTORY)) {
       ntfs_inode_close(directory);
       return FailQuery(kErrPathNotFound);
     }
@@ -1017,7 +1027,7 @@ uint64_t NtfsFileQueries::GetCompressedSize(const std::wstring& path) {
     FailQuery(kErrFileNotFound);
     return kInvalidSize;
   }
-  const bool packed = inode->flags & (FILE_ATTR_COMPRESSED | FILE_ATTR_SPARSE_FILE);
+  const bool packed = Bits(inode->flags) & (FILE_ATTR_COMPRESSED | FILE_ATTR_SPARSE_FILE);
   const uint64_t size = uint64_t(packed ? inode->allocated_size : inode->data_size);
   ntfs_inode_close(inode);
   return size;
