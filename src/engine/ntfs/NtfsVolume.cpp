@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -54,10 +55,16 @@ uint32_t Bits(const Flags& flags) {
   return bits;
 }
 
+bool IsFolderRecord(const ntfs_inode* inode) {
+  uint16_t bits = 0;
+  std::memcpy(&bits, reinterpret_cast<const uint8_t*>(inode->mrec) + offsetof(MFT_RECORD, flags), sizeof bits);
+  return (le16_to_cpu(bits) & MFT_RECORD_IS_DIRECTORY) != 0;
+}
+
 // The stream the controls work on: the unnamed data of a file, the index
 // allocation of a folder.
 ntfs_attr* OpenStream(ntfs_inode* inode) {
-  if (Bits(inode->mrec->flags) & MFT_RECORD_IS_DIRECTORY) {
+  if (IsFolderRecord(inode)) {
     return ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
   }
   return ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
@@ -485,7 +492,7 @@ FsHandle NtfsVolume::OpenPath(const std::wstring& path, bool backup) {
   OpenHandle handle;
   handle.mft = inode->mft_no;
   handle.protectedFile = inode->mft_no < kFirstUserRecord || volumePath.rfind("/$Extend/", 0) == 0;
-  const bool directory = (Bits(inode->mrec->flags) & MFT_RECORD_IS_DIRECTORY) != 0;
+  const bool directory = IsFolderRecord(inode);
   ntfs_inode_close(inode);
   if (directory && !backup) {
     // Folders open only with backup semantics.
@@ -899,7 +906,7 @@ uint32_t FailQuery(uint32_t error) {
 DirEntry EntryFromInode(const std::wstring& name, ntfs_inode* inode) {
   DirEntry entry;
   entry.name = name;
-  const bool directory = (Bits(inode->mrec->flags) & MFT_RECORD_IS_DIRECTORY) != 0;
+  const bool directory = IsFolderRecord(inode);
   uint32_t attributes = Bits(inode->flags) & 0xFFFF & ~kAttrDirectory;
   if (directory) attributes |= kAttrDirectory;
   if (attributes == 0) attributes = kAttrNormal;
@@ -959,7 +966,7 @@ uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
     std::lock_guard lock(volume_.mutex_);
     ntfs_inode* directory = volume_.LookUp(folder);
     if (directory == nullptr) return FailQuery(kErrPathNotFound);
-    if (!(Bits(directory->mrec->flags) & MFT_RECORD_IS_DIRECTORY)) {
+    if (!IsFolderRecord(directory)) {
       ntfs_inode_close(directory);
       return FailQuery(kErrPathNotFound);
     }
