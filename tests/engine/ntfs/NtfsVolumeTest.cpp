@@ -385,6 +385,21 @@ TEST_F(NtfsCommandTest, RefusesAnImageBehindALoopDevice) {
   EXPECT_EQ(hashBefore, hashAfter);
 }
 
+// A check that cannot be made refuses as a mount does: run in a mount
+// namespace of its own where the system's lists are missing.
+TEST_F(NtfsCommandTest, RefusesWhenItCannotCheckForMounts) {
+  Make(25, 0);
+  std::string output;
+  if (RunCommand("unshare -m true", output) != 0) GTEST_SKIP() << "no mount namespaces here: " << output;
+  const std::string program = std::string(ORDALIS_NTFS_PROGRAM) + " --analyze " + Quoted(image_) + " /Users";
+  for (const char* hide : {"mount -t tmpfs none /sys && touch /sys/block", "mount -t tmpfs none /proc"}) {
+    SCOPED_TRACE(hide);
+    const int code = RunCommand("unshare -m sh -c " + Quoted(std::string(hide) + " && exec " + program), output);
+    EXPECT_EQ(code, 7) << output;
+    EXPECT_NE(output.find("could not be checked"), std::string::npos) << output;
+  }
+}
+
 // A run list that points past the end of the volume is an error of that
 // file, with the system's text, in the analysis and the defragmentation;
 // the other files are processed as ever.
