@@ -10,12 +10,8 @@
 #include <functional>
 #include <string>
 
-// The greyed placeholder of an empty list has an id of its own, so that it
-// never stands for a profile.
-constexpr uint32_t kRecentProfilesPlaceholderId = 4500;
-constexpr uint32_t kFirstRecentProfileId = 4501;
-// Below 5001 and 5002, the commands of the bottom tabs.
-constexpr uint32_t kLastRecentProfileId = 4999;
+#include "settings/CommandIds.h"
+
 constexpr int64_t kMaxRecentProfilesLimit = 10;
 // The menu shows at most this many characters of a path.
 constexpr size_t kRecentProfileMenuChars = 32;

@@ -17,7 +17,7 @@
 #include "runs/RunResults.h"
 #include "runs/RunSteps.h"
 #include "settings/Settings.h"
-#include "settings/StoredCommands.h"
+#include "settings/CommandIds.h"
 #include "util/SharedLock.h"
 #include "util/Tag.h"
 #include "util/WideString.h"

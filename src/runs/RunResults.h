@@ -45,3 +45,13 @@ struct RunResults {
 };
 
 extern RunResults gRun;
+
+// Whether a result's path (without the long prefix) belongs to an item: the
+// item itself, or anything below a folder.
+bool PathWithinItem(const std::wstring& itemPath, bool itemIsFolder, const std::wstring& path);
+
+// After items were removed from the list: the fragmented files and errors
+// that no remaining item covers go too. With no item left, nothing of the
+// last run is shown any more and its counters start again. The number of
+// rows removed.
+size_t DropResultsOfRemovedItems();

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "settings/StoredCommands.h"
+#include "settings/CommandIds.h"
 #include "util/Text.h"
 #include "util/WideString.h"
 

@@ -7,7 +7,7 @@
 #include <cwctype>
 
 #include "settings/Settings.h"
-#include "settings/StoredCommands.h"
+#include "settings/CommandIds.h"
 #include "util/WideString.h"
 
 namespace {

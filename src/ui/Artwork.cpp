@@ -8,6 +8,7 @@
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "ui/Dpi.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -59,9 +60,8 @@ HIMAGELIST ItemImageList(UINT dpi) {
   int size = ScaleForDpi(16, dpi);
   gImages.list = ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, kStateImageCount + 16, 16);
   for (int i = 0; i < kStateImageCount; ++i) {
-    HICON icon = LoadStateIcon(static_cast<uint32_t>(i), dpi);
-    ImageList_AddIcon(gImages.list, icon);
-    if (icon) DestroyIcon(icon);
+    const UniqueIcon icon(LoadStateIcon(static_cast<uint32_t>(i), dpi));
+    ImageList_AddIcon(gImages.list, icon.Get());
   }
   return gImages.list;
 }
@@ -81,16 +81,16 @@ int ShellImageIndex(const std::wstring& path, bool isFolder) {
   if (key.rfind(L"<ROOT>", 0) == 0) {
     // A drive's own icon needs the drive itself; it is only asked once.
     if (SHGetFileInfoW(path.c_str(), 0, &info, sizeof info, flags) && info.hIcon) {
-      index = ImageList_AddIcon(gImages.list, info.hIcon);
-      DestroyIcon(info.hIcon);
+      const UniqueIcon icon(info.hIcon);
+      index = ImageList_AddIcon(gImages.list, icon.Get());
     }
   } else {
     std::wstring sample = key[0] == L'<' ? L"x" : L"x" + key;
     DWORD attributes = isFolder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
     if (SHGetFileInfoW(sample.c_str(), attributes, &info, sizeof info, flags | SHGFI_USEFILEATTRIBUTES) &&
         info.hIcon) {
-      index = ImageList_AddIcon(gImages.list, info.hIcon);
-      DestroyIcon(info.hIcon);
+      const UniqueIcon icon(info.hIcon);
+      index = ImageList_AddIcon(gImages.list, icon.Get());
     }
   }
   if (index < 0) index = StateImageIndex(0);

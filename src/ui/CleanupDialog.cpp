@@ -1,6 +1,5 @@
 #include "ui/CleanupDialog.h"
 
-#include <commdlg.h>
 
 #include <string>
 #include <vector>
@@ -9,8 +8,11 @@
 #include "engine/Relocation.h"
 #include "engine/cleanup/RunAndWait.h"
 #include "runs/RunSteps.h"
+#include "settings/CommandIds.h"
 #include "settings/Settings.h"
+#include "settings/win32/LoadSaveSettings.h"
 #include "ui/Dpi.h"
+#include "ui/FileDialogs.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
@@ -18,6 +20,7 @@
 #include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -43,7 +46,7 @@ struct CleanupDialogState {
   bool automatic = false;
   bool useExternal = false;
   uint32_t modeOnEntry = kCleanupAsk;
-  HFONT headingFont = nullptr;
+  GdiObject<HFONT> headingFont;
 };
 CleanupDialogState gCleanupDialog;
 
@@ -103,7 +106,10 @@ void StartCleanup(HWND dialog) {
   UpdateWindow(dialog);
   EnableAll(dialog, false);
   if (!gCleanupDialog.useExternal) {
-    const int result = BuiltInCleanup(dialog, false, GetDlgItem(dialog, kExplanation));
+    // Its refusals are shown only while "show error messages" is on; the
+    // run that asked for the cleanup ends either way.
+    const int result =
+        BuiltInCleanup(dialog, !IsMenuChecked(kCmdCleanupShowErrors), GetDlgItem(dialog, kExplanation));
     // A cancel during the walk has already ended the dialog.
     if (result == kCleanupResultCancelled && (gEngine.flags.load() & kStopRequested)) return;
     EndDialog(dialog, result);
@@ -127,18 +133,12 @@ void StartCleanup(HWND dialog) {
 }
 
 void Browse(HWND dialog) {
-  std::vector<wchar_t> name(kMaxPathCount);
-  const std::wstring current = ControlText(dialog, kPath);
-  current.copy(name.data(), std::min(current.size(), name.size() - 1));
-  const wchar_t filter[] = L"Programmi (*.exe;*.com;*.bat;*.cmd)\0*.exe;*.com;*.bat;*.cmd\0Tutti i file (*.*)\0*.*\0";
-  OPENFILENAMEW open{};
-  open.lStructSize = sizeof open;
-  open.hwndOwner = dialog;
-  open.lpstrFilter = filter;
-  open.lpstrFile = name.data();
-  open.nMaxFile = static_cast<DWORD>(name.size());
-  open.Flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
-  if (GetOpenFileNameW(&open)) SetDlgItemTextW(dialog, kPath, name.data());
+  FileDialogRequest request;
+  request.filter = L"Programmi (*.exe;*.com;*.bat;*.cmd)|*.exe;*.com;*.bat;*.cmd|Tutti i file (*.*)|*.*|";
+  request.initialName = ControlText(dialog, kPath);
+  request.flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
+  const std::wstring name = AskFileToOpen(dialog, request);
+  if (!name.empty()) SetDlgItemTextW(dialog, kPath, name.c_str());
 }
 
 HWND MakeControl(HWND dialog, const wchar_t* className, const wchar_t* text, DWORD style, int id, DWORD exStyle = 0) {
@@ -156,8 +156,8 @@ void BuildDialog(HWND dialog) {
   LOGFONTW logFont{};
   GetObjectW(Theme::WindowFont(dialog), sizeof logFont, &logFont);
   logFont.lfWeight = FW_BOLD;
-  gCleanupDialog.headingFont = CreateFontIndirectW(&logFont);
-  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gCleanupDialog.headingFont), FALSE);
+  gCleanupDialog.headingFont.Reset(CreateFontIndirectW(&logFont));
+  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gCleanupDialog.headingFont.Get()), FALSE);
   MakeControl(dialog, L"STATIC",
               Text(kStrCleanupExplanation,
                    L"Prima di avviare la deframmentazione dei file, è possibile liberare spazio su disco eliminando i "
@@ -267,8 +267,7 @@ INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       }
       break;
     case WM_NCDESTROY:
-      if (gCleanupDialog.headingFont) DeleteObject(gCleanupDialog.headingFont);
-      gCleanupDialog.headingFont = nullptr;
+      gCleanupDialog.headingFont.Reset();
       return FALSE;
   }
   return FALSE;

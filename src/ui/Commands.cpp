@@ -7,8 +7,12 @@
 #include "items/ItemList.h"
 #include "profiles/RecentProfiles.h"
 #include "runs/RunResults.h"
+#include "filters/win32/FilterDialog.h"
+#include "profiles/win32/ProfileCommands.h"
+#include "settings/CommandIds.h"
 #include "settings/Settings.h"
-#include "ui/CommandIds.h"
+#include "settings/win32/Language.h"
+#include "settings/win32/OptionCommands.h"
 #include "ui/HighlightDialog.h"
 #include "ui/InfoDialogs.h"
 #include "ui/ItemCommands.h"
@@ -19,132 +23,132 @@
 #include "util/Text.h"
 #include "util/WideString.h"
 
-CommandHooks gCommandHooks;
-
 namespace {
 
 using R = CommandRule;
+using Call = const CommandCall&;
 
-// Option commands only change settings that nothing reads during a run:
-// the look of the window, the follow-up marks, the priority (kept pending
-// during a run). The others change what a run reads and wait for its end.
-void Option(HWND window, uint32_t command) {
-  if (!gCommandHooks.option || !gCommandHooks.option(window, command)) {
-    ShowMessageText(window, kMsgIconError,
-                    FormatWithStrings(Text(kStrCommandWithoutHandler, L"Il comando %s non ha un gestore."),
-                                      {std::to_wstring(command)}));
-  }
-}
+void Exit(Call call) { CloseMainWindow(call.window); }
+void Tab(Call call) { SelectBottomTab(call.command); }
+void Column(Call call) { ApplyMainColumnCommand(call.command); }
 
-void Selection(HWND window, uint32_t command) {
-  if (!gCommandHooks.selection || !gCommandHooks.selection(window, command)) {
-    ShowMessageText(window, kMsgIconError,
-                    FormatWithStrings(Text(kStrCommandWithoutHandler, L"Il comando %s non ha un gestore."),
-                                      {std::to_wstring(command)}));
+// Enter and Escape reach a dialog window as the commands of its default and
+// cancel buttons; the main window has neither and stays as it is.
+void DialogKey(Call) {}
+
+// The placeholder of an empty recent-profiles menu is never enabled.
+void Placeholder(Call) {}
+
+// Files and folders dropped from the shell are taken as they are; a second
+// start's arguments are read as its command line would have been.
+void AddPathsFromOutside(Call call) {
+  if (!call.paths) return;
+  if (call.addPaths) {
+    call.addPaths(call.window, *call.paths);
+  } else {
+    AddPaths(*call.paths);
   }
 }
 
 // The import and the save of a profile keep the window busy meanwhile.
-void BusySelection(HWND window, uint32_t command) {
+void ImportProfileCommand(Call call) {
   WindowBusyScope busy;
-  Selection(window, command);
+  ImportProfile(call.window, L"", false);
+}
+void SaveProfile(Call call) {
+  WindowBusyScope busy;
+  SaveProfileCommand(call.window);
+}
+void RecentProfile(Call call) {
+  WindowBusyScope busy;
+  ImportRecentProfile(call.window, call.command);
 }
 
-void Run(HWND window, uint32_t command) { HandleRunCommand(window, command); }
+// The rows selected in the list that had the focus last, as the rule that
+// enables the command reads them.
+void ExcludeSelected(Call call) {
+  HWND list = LastFocusedList();
+  if (!list) return;
+  const ExcludeSource source = list == MainItemListView()     ? ExcludeSource::ItemList
+                               : list == MainResultListView() ? ExcludeSource::FragmentedFiles
+                                                              : ExcludeSource::Errors;
+  AddSelectedToExclusions(call.window, list, source, true);
+}
 
-void Exit(HWND window, uint32_t) { CloseMainWindow(window); }
-
-void Tab(HWND, uint32_t command) { SelectBottomTab(command); }
-
-void Column(HWND, uint32_t command) { ApplyMainColumnCommand(command); }
-
-// Enter and Escape reach a dialog window as the commands of its default and
-// cancel buttons; the main window has neither and stays as it is.
-void DialogKey(HWND, uint32_t) {}
-
-// The placeholder of an empty recent-profiles menu is never enabled.
-void Placeholder(HWND, uint32_t) {}
-
-void AddFiles(HWND window, uint32_t) { AddFilesCommand(window); }
-void AddFolder(HWND window, uint32_t) { AddFolderCommand(window); }
-void Remove(HWND window, uint32_t) { RemoveSelectedItems(window); }
-void SelectAll(HWND, uint32_t) { SelectAllItems(); }
-void Open(HWND window, uint32_t command) { OpenSelected(window, command == kCmdOpenFromKeyboard); }
-void OpenFolder(HWND window, uint32_t) { OpenSelectedFolder(window); }
-void Properties(HWND window, uint32_t) { ShowSelectedProperties(window); }
-void ToggleMarks(HWND, uint32_t) { ToggleSelectedMarks(); }
-void Marks(HWND, uint32_t command) { ChangeAllMarks(command); }
-
-void FragmentDetails(HWND window, uint32_t) { ShowSelectedFragmentDetails(window); }
-void Highlight(HWND window, uint32_t) { ShowHighlightDialog(window); }
-void CommandLineHelp(HWND window, uint32_t) { ShowCommandLineDialog(window); }
-void Warranty(HWND window, uint32_t) { ShowWarrantyDialog(window); }
-void About(HWND window, uint32_t) { ShowAboutDialog(window); }
-
+// Options that change what a run reads wait for its end; the look of the
+// window, the follow-up marks and the priority (kept pending during a run)
+// may change at any time.
 const std::vector<CommandEntry> kTable = {
     {IDOK, IDCANCEL, R::kAlways, DialogKey},
+    {kCmdAddPaths, kCmdAddPaths, R::kIdle, AddPathsFromOutside},
     // "File"
-    {kCmdAddFiles, kCmdAddFiles, R::kIdle, AddFiles},
-    {kCmdAddFolder, kCmdAddFolder, R::kIdle, AddFolder},
-    {kCmdRemove, kCmdRemove, R::kIdle | R::kItemSelection, Remove},
-    {kCmdSaveReport, kCmdSaveReport, R::kIdle | R::kReport, Run},
+    {kCmdAddFiles, kCmdAddFiles, R::kIdle, [](Call call) { AddFilesCommand(call.window); }},
+    {kCmdAddFolder, kCmdAddFolder, R::kIdle, [](Call call) { AddFolderCommand(call.window); }},
+    {kCmdRemove, kCmdRemove, R::kIdle | R::kFocusSelection, [](Call call) { RemoveSelectedRows(call.window); }},
+    {kCmdSaveReport, kCmdSaveReport, R::kIdle | R::kReport, [](Call call) { SaveWindowReport(call.window); }},
     {kCmdExit, kCmdExit, R::kAlways, Exit},
     // "Profili" and the recent profiles
-    {kCmdImportProfile, kCmdImportProfile, R::kIdle, BusySelection},
-    {kCmdSaveProfile, kCmdSaveProfile, R::kIdle | R::kItems, BusySelection},
-    {kCmdRecentProfilesDialog, kCmdRecentProfilesDialog, R::kIdle, Selection},
+    {kCmdImportProfile, kCmdImportProfile, R::kIdle, ImportProfileCommand},
+    {kCmdSaveProfile, kCmdSaveProfile, R::kIdle | R::kItems, SaveProfile},
+    {kCmdRecentProfilesDialog, kCmdRecentProfilesDialog, R::kIdle,
+     [](Call call) { ShowRecentProfilesDialog(call.window); }},
     {kRecentProfilesPlaceholderId, kRecentProfilesPlaceholderId, R::kNever, Placeholder},
-    {kFirstRecentProfileId, kLastRecentProfileId, R::kIdle, BusySelection},
+    {kFirstRecentProfileId, kLastRecentProfileId, R::kIdle, RecentProfile},
     // "Azioni"
-    {kCmdAnalyzeAll, kCmdAnalyzeAll, R::kIdle | R::kItems, Run},
-    {kCmdDefragAll, kCmdDefragAll, R::kIdle | R::kItems, Run},
-    {kCmdStop, kCmdStop, R::kBusy, Run},
-    {kCmdAnalyzeSelected, kCmdAnalyzeSelected, R::kIdle | R::kItemSelection, Run},
-    {kCmdDefragSelected, kCmdDefragSelected, R::kIdle | R::kItemSelection, Run},
-    {kCmdDefragAllFiles, kCmdDefragAllFiles, R::kIdle | R::kItems, Run},
-    {kCmdDefragSelectedFiles, kCmdDefragSelectedFiles, R::kIdle | R::kMarked, Run},
-    {kCmdOpen, kCmdOpen, R::kFocusSelection, Open},
-    {kCmdOpenFromKeyboard, kCmdOpenFromKeyboard, R::kAlways, Open},
-    {kCmdOpenItemFolder, kCmdOpenItemFolder, R::kFocusSelection, OpenFolder},
-    {kCmdProperties, kCmdProperties, R::kFocusSelection, Properties},
-    {kCmdFragmentDetails, kCmdFragmentDetails, R::kFocusSelection, FragmentDetails},
-    {kCmdExcludeSelected, kCmdExcludeSelected, R::kIdle | R::kFocusSelection, Selection},
-    {kCmdSelectAll, kCmdSelectAll, R::kItems, SelectAll},
-    {kCmdToggleDefragMark, kCmdToggleDefragMark, R::kIdle | R::kFragmented, ToggleMarks},
-    {kCmdSelectFiles, kCmdInvertSelection, R::kIdle | R::kFragmented, Marks},
+    {kCmdAnalyzeAll, kCmdAnalyzeAll, R::kIdle | R::kItems, [](Call) { StartWindowRun(RunMode::AnalyseAll); }},
+    {kCmdDefragAll, kCmdDefragAll, R::kIdle | R::kItems, [](Call) { StartWindowRun(RunMode::DefragmentAll); }},
+    {kCmdStop, kCmdStop, R::kBusy, [](Call) { StopWindowRun(); }},
+    {kCmdAnalyzeSelected, kCmdAnalyzeSelected, R::kIdle | R::kItemSelection,
+     [](Call) { StartWindowRun(RunMode::AnalyseSelected); }},
+    {kCmdDefragSelected, kCmdDefragSelected, R::kIdle | R::kItemSelection,
+     [](Call) { StartWindowRun(RunMode::DefragmentSelected); }},
+    {kCmdDefragAllFiles, kCmdDefragAllFiles, R::kIdle | R::kItems, [](Call) { StartWindowRun(RunMode::DefragmentAll); }},
+    {kCmdDefragSelectedFiles, kCmdDefragSelectedFiles, R::kIdle | R::kMarked,
+     [](Call) { StartWindowRun(RunMode::DefragmentMarkedFiles); }},
+    {kCmdOpen, kCmdOpen, R::kFocusSelection, [](Call call) { OpenSelected(call.window, false); }},
+    {kCmdOpenFromKeyboard, kCmdOpenFromKeyboard, R::kAlways, [](Call call) { OpenSelected(call.window, true); }},
+    {kCmdOpenItemFolder, kCmdOpenItemFolder, R::kFocusSelection, [](Call call) { OpenSelectedFolder(call.window); }},
+    {kCmdProperties, kCmdProperties, R::kFocusSelection, [](Call call) { ShowSelectedProperties(call.window); }},
+    {kCmdFragmentDetails, kCmdFragmentDetails, R::kFocusSelection,
+     [](Call call) { ShowSelectedFragmentDetails(call.window); }},
+    {kCmdExcludeSelected, kCmdExcludeSelected, R::kIdle | R::kFocusSelection, ExcludeSelected},
+    {kCmdSelectAll, kCmdSelectAll, R::kAlways, [](Call) { SelectAllRows(); }},
+    {kCmdToggleDefragMark, kCmdToggleDefragMark, R::kIdle | R::kFocusSelection | R::kFocusNotErrors,
+     [](Call) { FlipFocusedTicks(); }},
+    {kCmdSelectFiles, kCmdInvertSelection, R::kIdle | R::kFragmented, [](Call call) { ChangeAllMarks(call.command); }},
     // "Visualizza": the look of the window, at any time
-    {kCmdShowToolbar, kCmdShowToolbar, R::kAlways, Option},
-    {kCmdShowInfoPanel, kCmdShowInfoPanel, R::kAlways, Option},
-    {kCmdShowStatusBar, kCmdShowStatusBar, R::kAlways, Option},
-    {kCmdShowStateIcons, kCmdShowStateIcons, R::kAlways, Option},
-    {kCmdShowSystemIcons, kCmdShowSystemIcons, R::kAlways, Option},
-    {kCmdFullRow, kCmdFullRow, R::kAlways, Option},
-    {kCmdOnTop, kCmdOnTop, R::kAlways, Option},
-    {kCmdFollowItem, kCmdFollowItem, R::kAlways, Option},
+    {kCmdShowToolbar, kCmdShowToolbar, R::kAlways, [](Call call) { FlipPanel(call.command); }},
+    {kCmdShowInfoPanel, kCmdShowInfoPanel, R::kAlways, [](Call call) { FlipPanel(call.command); }},
+    {kCmdShowStatusBar, kCmdShowStatusBar, R::kAlways, [](Call call) { FlipPanel(call.command); }},
+    {kCmdShowStateIcons, kCmdShowStateIcons, R::kAlways, [](Call) { FlipStateIcons(); }},
+    {kCmdShowSystemIcons, kCmdShowSystemIcons, R::kAlways, [](Call) { FlipSystemIcons(); }},
+    {kCmdFullRow, kCmdFullRow, R::kAlways, [](Call) { FlipFullRow(); }},
+    {kCmdOnTop, kCmdOnTop, R::kAlways, [](Call call) { FlipOnTop(call.window); }},
+    {kCmdFollowItem, kCmdFollowItem, R::kAlways, [](Call call) { FlipMark(call.command); }},
     {kCmdFirstColumn, kCmdDefaultColumns, R::kIdle, Column},
     {kCmdColumnErrorText, kCmdColumnErrorText, R::kIdle, Column},
     {kCmdTabFragmented, kCmdTabErrors, R::kAlways, Tab},
     // "Strumenti"
-    {kCmdFilterDialog, kCmdFilterDialog, R::kIdle, Selection},
-    {kCmdHighlightDialog, kCmdHighlightDialog, R::kAlways, Highlight},
-    {kCmdFirstLanguage, kCmdLastLanguage, R::kIdle, Option},
-    {kCmdViewLanguageFile, kCmdViewLanguageFile, R::kAlways, Option},
-    // "Opzioni": what a run reads waits for its end; the follow-ups and the
-    // priority may be chosen while it goes on.
-    {kCmdConfirmPrompts, kCmdConfirmPrompts, R::kAlways, Option},
-    {kCmdQuickStrategy, kCmdSmartStrategy, R::kIdle, Option},
-    {kCmdDiskCheckAuto, kCmdDiskCheckAsk, R::kIdle, Option},
-    {kCmdCleanupAuto, kCmdCleanupAsk, R::kIdle, Option},
-    {kCmdCleanupShowErrors, kCmdCleanupShowErrors, R::kIdle, Option},
-    {kCmdPriorityHigh, kCmdPriorityIdle, R::kAlways, Option},
-    {kCmdSkipSolidState, kCmdSkipSolidState, R::kIdle | R::kSolidStateDetection, Option},
-    {kCmdNoSolidStateDetection, kCmdNoSolidStateDetection, R::kIdle, Option},
-    {kCmdCloseAfterDefrag, kCmdCloseAfterDefrag, R::kAlways, Option},
-    {kCmdShutdownAfterDefrag, kCmdShutdownAfterDefrag, R::kAlways, Option},
+    {kCmdFilterDialog, kCmdFilterDialog, R::kIdle, [](Call call) { ShowFilterDialog(call.window); }},
+    {kCmdHighlightDialog, kCmdHighlightDialog, R::kAlways, [](Call call) { ShowHighlightDialog(call.window); }},
+    {kCmdFirstLanguage, kCmdLastLanguage, R::kIdle, [](Call call) { ChooseLanguageCommand(call.command); }},
+    {kCmdViewLanguageFile, kCmdViewLanguageFile, R::kAlways, [](Call call) { ShowLanguageFileViewer(call.window); }},
+    // "Opzioni"
+    {kCmdConfirmPrompts, kCmdConfirmPrompts, R::kAlways, [](Call call) { FlipMark(call.command); }},
+    {kCmdQuickStrategy, kCmdSmartStrategy, R::kIdle, [](Call call) { ChooseStrategy(call.command); }},
+    {kCmdDiskCheckAuto, kCmdDiskCheckAsk, R::kIdle, [](Call call) { ChooseDiskCheck(call.command); }},
+    {kCmdCleanupAuto, kCmdCleanupAsk, R::kIdle, [](Call call) { ChooseCleanup(call.command); }},
+    {kCmdCleanupShowErrors, kCmdCleanupShowErrors, R::kIdle, [](Call call) { FlipMark(call.command); }},
+    {kCmdPriorityHigh, kCmdPriorityIdle, R::kAlways, [](Call call) { ChoosePriority(call.command); }},
+    {kCmdSkipSolidState, kCmdSkipSolidState, R::kIdle | R::kSolidStateDetection, [](Call) { FlipSkipSolidState(); }},
+    {kCmdNoSolidStateDetection, kCmdNoSolidStateDetection, R::kIdle,
+     [](Call call) { FlipNoSolidStateDetection(call.window); }},
+    {kCmdCloseAfterDefrag, kCmdCloseAfterDefrag, R::kAlways, [](Call call) { FlipMark(call.command); }},
+    {kCmdShutdownAfterDefrag, kCmdShutdownAfterDefrag, R::kAlways, [](Call call) { FlipMark(call.command); }},
     // "?"
-    {kCmdCommandLineHelp, kCmdCommandLineHelp, R::kAlways, CommandLineHelp},
-    {kCmdWarrantyDisclaimer, kCmdWarrantyDisclaimer, R::kAlways, Warranty},
-    {kCmdAbout, kCmdAbout, R::kAlways, About},
+    {kCmdCommandLineHelp, kCmdCommandLineHelp, R::kAlways, [](Call call) { ShowCommandLineDialog(call.window); }},
+    {kCmdWarrantyDisclaimer, kCmdWarrantyDisclaimer, R::kAlways, [](Call call) { ShowWarrantyDialog(call.window); }},
+    {kCmdAbout, kCmdAbout, R::kAlways, [](Call call) { ShowAboutDialog(call.window); }},
 };
 
 bool RuleHolds(uint32_t rule, uint32_t bit, bool holds) { return !(rule & bit) || holds; }
@@ -200,16 +204,16 @@ bool CommandEnabled(uint32_t command) {
   return entry && CommandAllowed(*entry, CurrentCommandContext());
 }
 
-bool DispatchCommand(HWND window, uint32_t command) {
-  const CommandEntry* entry = FindCommand(command);
+bool DispatchCommand(const CommandCall& call) {
+  const CommandEntry* entry = FindCommand(call.command);
   if (!entry) {
-    ShowMessageText(window, kMsgIconError,
+    ShowMessageText(call.window, kMsgIconError,
                     FormatWithStrings(Text(kStrUnknownCommand, L"Il comando %s non è noto al programma."),
-                                      {std::to_wstring(command)}));
+                                      {std::to_wstring(call.command)}));
     return false;
   }
   if (!CommandAllowed(*entry, CurrentCommandContext())) return false;
-  entry->handler(window, command);
+  entry->handler(call);
   RefreshCommandStates();
   return true;
 }
@@ -228,19 +232,4 @@ void ApplyCommandStates(HMENU menu) {
     const bool enabled = entry && CommandAllowed(*entry, context);
     EnableMenuItem(menu, i, MF_BYPOSITION | (enabled ? MF_ENABLED : MF_GRAYED));
   }
-}
-
-std::vector<uint32_t> CommandsWithoutHandler() {
-  std::vector<uint32_t> missing;
-  for (const CommandEntry& entry : kTable) {
-    if (!entry.handler) missing.push_back(entry.first);
-    if (entry.handler == Option && !gCommandHooks.option) missing.push_back(entry.first);
-    if ((entry.handler == Selection || entry.handler == BusySelection) && !gCommandHooks.selection) {
-      missing.push_back(entry.first);
-    }
-    if (entry.first == kFirstRecentProfileId && (!gCommandHooks.fillRecentProfiles || !gCommandHooks.refreshRecentProfiles)) {
-      missing.push_back(entry.first);
-    }
-  }
-  return missing;
 }

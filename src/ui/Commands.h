@@ -2,13 +2,14 @@
 // The main window's table of commands: one entry per command number (or
 // range of numbers) with its handler and the rule that says when it may be
 // used. The menu bar, the context menus, the toolbar and its drop-downs, the
-// accelerators and the drops all go through it: a command that its rule
-// refuses does nothing wherever it comes from, and its menu items and
-// buttons are greyed. A number the table does not know is reported at once.
+// accelerators, the drops and the paths handed over by a second start all go
+// through it: a command that its rule refuses does nothing wherever it comes
+// from, and its menu items and buttons are greyed. A number the table does
+// not know is reported at once.
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
+#include <string>
 #include <vector>
 
 // When a command may be used; the bits combine (all must hold).
@@ -44,7 +45,18 @@ struct CommandContext {
   bool solidStateDetection = true;
 };
 
-using CommandHandler = void (*)(HWND window, uint32_t command);
+// One command as it comes: from a menu, a key or a button, or with the paths
+// that were dropped on the window or handed over by a second start.
+struct CommandCall {
+  HWND window = nullptr;
+  uint32_t command = 0;
+  const std::vector<std::wstring>* paths = nullptr;
+  // How the paths are read: null for paths of the shell (dropped files and
+  // folders), or the command line's reading of a second start's arguments.
+  void (*addPaths)(HWND window, const std::vector<std::wstring>& paths) = nullptr;
+};
+
+using CommandHandler = void (*)(const CommandCall& call);
 
 struct CommandEntry {
   uint32_t first;
@@ -52,20 +64,6 @@ struct CommandEntry {
   uint32_t rule;
   CommandHandler handler;
 };
-
-// The commands the window does not carry out itself: the options (settings
-// layer) and the profile and filter commands. The program installs them;
-// a missing one is reported when its command comes.
-struct CommandHooks {
-  std::function<bool(HWND window, uint32_t command)> option;
-  std::function<bool(HWND window, uint32_t command)> selection;
-  // Fills a menu with the recent profiles (the toolbar's drop-down).
-  std::function<void(HMENU menu)> fillRecentProfiles;
-  // Writes the recent profiles (or the empty list's placeholder) again in
-  // every menu that shows them, after a change of language.
-  std::function<void()> refreshRecentProfiles;
-};
-extern CommandHooks gCommandHooks;
 
 // The entry of a command number, or null.
 const CommandEntry* FindCommand(uint32_t command);
@@ -79,11 +77,7 @@ bool CommandEnabled(uint32_t command);
 
 // Carries out a command from any source; false when the rule refused it.
 // An unknown number is reported in a message box.
-bool DispatchCommand(HWND window, uint32_t command);
+bool DispatchCommand(const CommandCall& call);
 
 // Greys or enables every item of a menu (and its sub-menus) by the rules.
 void ApplyCommandStates(HMENU menu);
-
-// The set of commands whose handler is missing (an option or selection hook
-// not installed): empty once the program's wiring is complete.
-std::vector<uint32_t> CommandsWithoutHandler();

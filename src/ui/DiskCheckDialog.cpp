@@ -19,6 +19,7 @@
 #include "ui/controls/Theme.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -47,7 +48,7 @@ struct DiskCheckDialogState {
   int autoContinue = kAutoContinueValue;
   bool done = false;
   bool checking = false;
-  HFONT headingFont = nullptr;
+  GdiObject<HFONT> headingFont;
   SIZE minimum{};
 };
 DiskCheckDialogState gDiskDialog;
@@ -274,8 +275,8 @@ void BuildDialog(HWND dialog) {
   LOGFONTW logFont{};
   GetObjectW(Theme::WindowFont(dialog), sizeof logFont, &logFont);
   logFont.lfWeight = FW_BOLD;
-  gDiskDialog.headingFont = CreateFontIndirectW(&logFont);
-  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gDiskDialog.headingFont), FALSE);
+  gDiskDialog.headingFont.Reset(CreateFontIndirectW(&logFont));
+  SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(gDiskDialog.headingFont.Get()), FALSE);
   MakeControl(dialog, L"STATIC",
               Text(kStrDiskCheckExplanation,
                    L"Prima di avviare la deframmentazione dei file, è possibile verificare il disco per rilevare la "
@@ -412,8 +413,7 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
     case WM_CTLCOLORSTATIC:
       break;
     case WM_NCDESTROY:
-      if (gDiskDialog.headingFont) DeleteObject(gDiskDialog.headingFont);
-      gDiskDialog.headingFont = nullptr;
+      gDiskDialog.headingFont.Reset();
       return FALSE;
   }
   return FALSE;

@@ -1,5 +1,7 @@
 #include "ui/Dpi.h"
 
+#include "util/Win32Handle.h"
+
 UINT WindowDpi(HWND window) {
   using GetDpiForWindowFn = UINT(WINAPI*)(HWND);
   static const auto getDpiForWindow = reinterpret_cast<GetDpiForWindowFn>(
@@ -7,9 +9,8 @@ UINT WindowDpi(HWND window) {
   if (getDpiForWindow && window) {
     if (UINT dpi = getDpiForWindow(window)) return dpi;
   }
-  HDC screen = GetDC(nullptr);
-  UINT dpi = screen ? static_cast<UINT>(GetDeviceCaps(screen, LOGPIXELSX)) : 96;
-  if (screen) ReleaseDC(nullptr, screen);
+  const WindowDc screen(nullptr);
+  const UINT dpi = screen.Get() ? static_cast<UINT>(GetDeviceCaps(screen.Get(), LOGPIXELSX)) : 96;
   return dpi ? dpi : 96;
 }
 

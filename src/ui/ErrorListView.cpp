@@ -7,7 +7,7 @@
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
 #include "ui/Artwork.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/PanelListView.h"
 #include "util/StringIds.h"

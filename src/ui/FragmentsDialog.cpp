@@ -14,6 +14,7 @@
 #include "util/PathText.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ struct FragmentsState {
   std::vector<std::wstring> paths;
   size_t current = 0;
   FragmentDetails details;
-  HICON icon = nullptr;
+  UniqueIcon icon;
   int labelWidth = 0;  // the widest label of the general data, in pixels
 };
 
@@ -65,12 +66,10 @@ constexpr Column kColumns[] = {
 };
 
 int TextWidth(HWND window, const std::wstring& text) {
-  HDC dc = GetDC(window);
-  HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+  const WindowDc dc(window);
+  const DcSelection font(dc.Get(), reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
   SIZE size{};
-  GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
-  SelectObject(dc, old);
-  ReleaseDC(window, dc);
+  GetTextExtentPoint32W(dc.Get(), text.c_str(), static_cast<int>(text.size()), &size);
   return size.cx;
 }
 
@@ -154,9 +153,8 @@ void ShowDetails(HWND dialog, FragmentsState& state) {
   const FragmentDetails& details = state.details;
   const ItemRecord& record = details.record;
 
-  if (state.icon) DestroyIcon(state.icon);
-  state.icon = ItemIcon(record);
-  SendDlgItemMessageW(dialog, IDC_FRAG_ICON, STM_SETICON, reinterpret_cast<WPARAM>(state.icon), 0);
+  state.icon.Reset(ItemIcon(record));
+  SendDlgItemMessageW(dialog, IDC_FRAG_ICON, STM_SETICON, reinterpret_cast<WPARAM>(state.icon.Get()), 0);
 
   SetDlgItemTextW(dialog, IDC_FRAG_NAME, DetailsName(record).c_str());
   SetDlgItemTextW(dialog, IDC_FRAG_PATH, DetailsFolder(record).c_str());
@@ -344,10 +342,7 @@ INT_PTR CALLBACK FragmentsProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
       }
       return FALSE;
     case WM_DESTROY:
-      if (state && state->icon) {
-        DestroyIcon(state->icon);
-        state->icon = nullptr;
-      }
+      if (state) state->icon.Reset();
       return FALSE;
   }
   return FALSE;

@@ -9,6 +9,7 @@
 #include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -35,12 +36,11 @@ struct InfoContent {
 
 // The height the text needs at that width in the box's font.
 int TextHeight(HWND box, const std::wstring& text, int width) {
-  HDC dc = GetDC(box);
-  HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(box, WM_GETFONT, 0, 0)));
+  const WindowDc dc(box);
+  const DcSelection font(dc.Get(), reinterpret_cast<HFONT>(SendMessageW(box, WM_GETFONT, 0, 0)));
   RECT bounds{0, 0, width, 0};
-  DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &bounds, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EDITCONTROL);
-  SelectObject(dc, old);
-  ReleaseDC(box, dc);
+  DrawTextW(dc.Get(), text.c_str(), static_cast<int>(text.size()), &bounds,
+            DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EDITCONTROL);
   return bounds.bottom;
 }
 
@@ -64,17 +64,16 @@ void Layout(HWND dialog, const std::wstring& text) {
 // The heading's font: the dialog's, in bold. Made once, kept for the
 // program's life like the dialog fonts the system keeps.
 HFONT BoldFont(HWND dialog) {
-  static HFONT bold = nullptr;
+  static GdiObject<HFONT> bold;
   static UINT boldDpi = 0;
   const UINT dpi = WindowDpi(dialog);
-  if (bold && boldDpi == dpi) return bold;
+  if (bold && boldDpi == dpi) return bold.Get();
   LOGFONTW font{};
   GetObjectW(reinterpret_cast<HFONT>(SendMessageW(dialog, WM_GETFONT, 0, 0)), sizeof font, &font);
   font.lfWeight = FW_BOLD;
-  if (bold) DeleteObject(bold);
-  bold = CreateFontIndirectW(&font);
+  bold.Reset(CreateFontIndirectW(&font));
   boldDpi = dpi;
-  return bold;
+  return bold.Get();
 }
 
 INT_PTR CALLBACK InfoProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -10,12 +10,16 @@
 #include "engine/cleanup/RunAndWait.h"
 #include "items/ItemList.h"
 #include "runs/RunResults.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
+#include "settings/win32/LoadSaveSettings.h"
 #include "ui/FileDialogs.h"
 #include "ui/FragmentsDialog.h"
 #include "ui/MainWindow.h"
+#include "ui/MessageBox.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/WideString.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -102,8 +106,8 @@ namespace {
 
 // The system's folder picker; empty when the user cancelled.
 std::wstring AskFolder(HWND owner) {
-  IFileOpenDialog* dialog = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&dialog)))) {
+  ComPtr<IFileOpenDialog> dialog;
+  if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(dialog.Out())))) {
     return std::wstring();
   }
   std::wstring chosen;
@@ -111,16 +115,14 @@ std::wstring AskFolder(HWND owner) {
   dialog->GetOptions(&options);
   dialog->SetOptions(options | FOS_PICKFOLDERS | FOS_FORCEFILESYSTEM | FOS_PATHMUSTEXIST);
   dialog->SetTitle(Text(kStrChooseFolder, L"Seleziona la cartella da aggiungere all'elenco"));
-  IShellItem* item = nullptr;
-  if (SUCCEEDED(dialog->Show(owner)) && SUCCEEDED(dialog->GetResult(&item))) {
+  ComPtr<IShellItem> item;
+  if (SUCCEEDED(dialog->Show(owner)) && SUCCEEDED(dialog->GetResult(item.Out()))) {
     PWSTR path = nullptr;
     if (SUCCEEDED(item->GetDisplayName(SIGDN_FILESYSPATH, &path))) {
       chosen = path;
       CoTaskMemFree(path);
     }
-    item->Release();
   }
-  dialog->Release();
   return chosen;
 }
 
@@ -133,12 +135,7 @@ void AddFolderCommand(HWND owner) {
   RefreshAfterAdding();
 }
 
-void AddDroppedPaths(HWND, HDROP drop) {
-  // A run walks the list: what is dropped meanwhile is refused, not queued.
-  if (MainWindowBusy()) {
-    DragFinish(drop);
-    return;
-  }
+std::vector<std::wstring> DroppedPaths(HDROP drop) {
   std::vector<std::wstring> paths;
   const UINT count = DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
   for (UINT i = 0; i < count; ++i) {
@@ -148,29 +145,84 @@ void AddDroppedPaths(HWND, HDROP drop) {
     paths.push_back(path);
   }
   DragFinish(drop);
-  AddPaths(paths);
+  return paths;
 }
 
-void RemoveSelectedItems(HWND) {
-  HWND list = MainItemListView();
+namespace {
+
+// Whether the user still wants it, when confirmations are on.
+bool ConfirmRemoval(HWND owner, size_t rows) {
+  if (!IsMenuChecked(kCmdConfirmPrompts)) return true;
+  const std::wstring text =
+      FormatWithStrings(Text(kStrConfirmRemove, L"Rimuovere gli elementi selezionati (%s) dall'elenco?"),
+                        {std::to_wstring(rows)});
+  return ShowMessageText(owner, kMsgIconQuestion | kMsgOkCancel, text) == kMsgResultOk;
+}
+
+// Erases the selected rows of one of the result lists.
+template <typename Record>
+void EraseRows(std::vector<Record>& records, const std::vector<int>& rows) {
+  for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
+    if (static_cast<size_t>(*row) < records.size()) records.erase(records.begin() + *row);
+  }
+}
+
+void RemoveSelectedItems(HWND, const std::vector<int>& rows) {
   std::unordered_set<const ItemRecord*> chosen;
-  for (int row : SelectedRows(list)) {
+  for (int row : rows) {
     if (const ItemRecord* record = ItemAtRow(static_cast<uint64_t>(row))) chosen.insert(record);
   }
   if (chosen.empty()) return;
-  ListView_SetItemState(list, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
   RemoveItemsIf([&chosen](const ItemRecord& record) { return chosen.count(&record) != 0; });
   RefreshItemList();
+  // What the run found in the removed items is no longer theirs to show.
+  if (DropResultsOfRemovedItems() > 0 || ItemCount() == 0) {
+    RefreshResultList();
+    RefreshErrorList();
+  }
+  RefreshCounters();
 }
 
-void SelectAllItems() {
-  HWND list = MainItemListView();
-  if (list && ItemCount() > 0) ListView_SetItemState(list, -1, LVIS_SELECTED, LVIS_SELECTED);
+}  // namespace
+
+void RemoveSelectedRows(HWND owner) {
+  HWND list = FocusedList();
+  const std::vector<int> rows = SelectedRows(list);
+  if (rows.empty() || !ConfirmRemoval(owner, rows.size())) return;
+  ListView_SetItemState(list, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+  if (list == MainItemListView()) {
+    RemoveSelectedItems(list, rows);
+  } else if (list == MainResultListView()) {
+    EraseRows(gRun.fragmented, rows);
+    RefreshResultList();
+    RefreshCounters();
+  } else if (list == MainErrorListView()) {
+    EraseRows(gRun.errors, rows);
+    RefreshErrorList();
+    RefreshCounters();
+  }
+}
+
+void SelectAllRows() {
+  HWND list = FocusedList();
+  if (!list) list = MainItemListView();
+  if (list && ListView_GetItemCount(list) > 0) ListView_SetItemState(list, -1, LVIS_SELECTED, LVIS_SELECTED);
 }
 
 void OpenSelected(HWND owner, bool fromKeyboard) {
-  HWND list = fromKeyboard ? (ItemCount() > 0 ? MainItemListView() : MainResultListView()) : FocusedList();
-  for (const ListedPath& listed : SelectedPaths(list)) {
+  // Enter with no list focused yet: the item list when it has items, else
+  // the fragmented-file list.
+  HWND list = FocusedList();
+  if (!list && fromKeyboard) list = ItemCount() > 0 ? MainItemListView() : MainResultListView();
+  const std::vector<ListedPath> paths = SelectedPaths(list);
+  // Each path opens a program's window of its own: many at once are asked for.
+  if (paths.size() > kOpenWithoutAsking) {
+    const std::wstring text = FormatWithStrings(
+        Text(kStrConfirmOpenMany, L"Aprire %s elementi? Ciascuno si apre in una finestra propria."),
+        {std::to_wstring(paths.size())});
+    if (ShowMessageText(owner, kMsgIconQuestion | kMsgOkCancel, text) != kMsgResultOk) return;
+  }
+  for (const ListedPath& listed : paths) {
     ShellExecuteW(owner, nullptr, listed.path.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
   }
 }
@@ -210,7 +262,10 @@ void ShowSelectedProperties(HWND owner) {
   ShellExecuteExW(&info);
 }
 
-void ToggleSelectedMarks() {
+void FlipFocusedTicks() {
+  // The item list has no ticks of its own: Space there leaves the fragmented
+  // files' marks alone.
+  if (FocusedList() != MainResultListView()) return;
   const std::vector<int> rows = SelectedRows(MainResultListView());
   if (rows.empty()) return;
   ChangeMarks(rows, [](FragmentedFileRecord& record) { record.marked = !record.marked; });

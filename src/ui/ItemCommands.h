@@ -12,17 +12,24 @@
 
 void AddFilesCommand(HWND owner);
 void AddFolderCommand(HWND owner);
-// Files and folders dropped on the window; refused while the window is busy.
-void AddDroppedPaths(HWND owner, HDROP drop);
+// The paths of files and folders dropped on the window; the drop is finished.
+std::vector<std::wstring> DroppedPaths(HDROP drop);
 // Adds each path as a file or a folder, as the file system says it is; the
 // number added.
 uint64_t AddPaths(const std::vector<std::wstring>& paths);
 
-void RemoveSelectedItems(HWND owner);
-void SelectAllItems();
+// Delete: removes the rows selected in the list with the focus, after asking
+// when confirmations are on. Items removed from the item list take their
+// fragmented files and errors with them.
+void RemoveSelectedRows(HWND owner);
+// Selects every row of the list with the focus (the item list when none has).
+void SelectAllRows();
 
-// The selected paths of the list with the keyboard focus (Enter: the item
-// list when it has items, else the fragmented-file list).
+// More paths than this are opened only when the user says so.
+constexpr size_t kOpenWithoutAsking = 5;
+// The selected paths of the list with the keyboard focus (Enter before any
+// list had it: the item list when it has items, else the fragmented-file
+// list).
 void OpenSelected(HWND owner, bool fromKeyboard);
 void OpenSelectedFolder(HWND owner);
 void ShowSelectedProperties(HWND owner);
@@ -33,8 +40,8 @@ std::wstring FolderViewParameters(const std::wstring& path, bool isFolder);
 void ShowSelectedFragmentDetails(HWND owner);
 
 // The marks of the fragmented-file list: Space flips those of the selected
-// rows; 9063 marks, 9064 unmarks, 9065 inverts the selected rows, or every
-// row when none is selected.
-void ToggleSelectedMarks();
+// rows when that list has the focus; 9063 marks, 9064 unmarks, 9065 inverts
+// the selected rows, or every row when none is selected.
+void FlipFocusedTicks();
 void ChangeAllMarks(uint32_t command);
 size_t MarkedFileCount();

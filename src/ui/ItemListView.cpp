@@ -10,7 +10,7 @@
 #include "res/ResourceIds.h"
 #include "settings/Settings.h"
 #include "ui/Artwork.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "util/StringIds.h"
 

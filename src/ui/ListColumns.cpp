@@ -5,7 +5,7 @@
 #include <string>
 
 #include "res/ResourceIds.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MenuTexts.h"
 #include "util/StringIds.h"

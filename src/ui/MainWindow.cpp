@@ -15,7 +15,7 @@
 #include "runs/RunHooks.h"
 #include "runs/RunResults.h"
 #include "settings/Settings.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Commands.h"
 #include "ui/Dpi.h"
 #include "ui/ErrorListView.h"
@@ -29,6 +29,7 @@
 #include "ui/Toolbar.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
+#include "profiles/win32/ProfileCommands.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 
@@ -231,6 +232,12 @@ LRESULT OnNotify(NMHDR* header) {
   const bool fromList =
       header->hwndFrom == gMain.list || header->hwndFrom == gMain.resultList || header->hwndFrom == gMain.errorList;
   if (fromList && header->code == NM_SETFOCUS) gMain.lastFocusedList = header->hwndFrom;
+  // A double click on a row: a fragmented file shows its fragments, an item
+  // opens as Enter opens it.
+  if (header->code == NM_DBLCLK && reinterpret_cast<NMITEMACTIVATE*>(header)->iItem >= 0) {
+    if (header->hwndFrom == gMain.resultList) DispatchCommand({gMain.window, kCmdFragmentDetails});
+    if (header->hwndFrom == gMain.list) DispatchCommand({gMain.window, kCmdOpen});
+  }
   if (fromList && (header->code == NM_CLICK || header->code == LVN_ITEMCHANGED || header->code == NM_SETFOCUS)) {
     RefreshCommandStates();
   }
@@ -267,7 +274,7 @@ bool OnCommand(WPARAM wParam, LPARAM lParam) {
   // Menus (0), accelerators (1) and buttons (BN_CLICKED is 0) carry commands;
   // the other codes are notifications of controls.
   if (code != 0 && code != 1) return false;
-  DispatchCommand(gMain.window, command);
+  DispatchCommand({gMain.window, command});
   return true;
 }
 
@@ -399,9 +406,12 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
     case WM_INITMENUPOPUP:
       ApplyCommandStates(reinterpret_cast<HMENU>(wParam));
       return TRUE;
-    case WM_DROPFILES:
-      AddDroppedPaths(window, reinterpret_cast<HDROP>(wParam));
+    case WM_DROPFILES: {
+      // A run walks the list: what is dropped meanwhile is refused, not queued.
+      const std::vector<std::wstring> paths = DroppedPaths(reinterpret_cast<HDROP>(wParam));
+      DispatchCommand({window, kCmdAddPaths, &paths});
       return TRUE;
+    }
     case WM_QUERYENDSESSION:
       // The session waits while a run stops; the window then closes itself.
       if (MainWindowBusy()) {
@@ -471,12 +481,37 @@ bool OnContextMenuKey(const MSG& message) {
   }
   return false;
 }
+
+// Ctrl+Tab and Ctrl+Shift+Tab switch the bottom tabs from anywhere in the
+// window, as in any window with tabs.
+bool OnSwitchTabKey(const MSG& message) {
+  if (message.message != WM_KEYDOWN || message.wParam != VK_TAB || !(GetKeyState(VK_CONTROL) & 0x8000)) return false;
+  if (!IsChild(gMain.window, message.hwnd)) return false;
+  const LRESULT selected = SendMessageW(gMain.tabs, kTabsGetSelected, 0, 0);
+  DispatchCommand({gMain.window, selected == 0 ? kCmdTabErrors : kCmdTabFragmented});
+  return true;
+}
+
+// Space and Enter belong to a focused button or tab; the lists' keys act
+// only while no such control has the focus.
+bool KeyOfFocusedControl(const MSG& message) {
+  if (message.message != WM_KEYDOWN || (message.wParam != VK_SPACE && message.wParam != VK_RETURN)) return false;
+  HWND focus = GetFocus();
+  if (!focus || focus == gMain.window) return false;
+  for (HWND list : {gMain.list, gMain.resultList, gMain.errorList}) {
+    if (focus == list) return false;
+  }
+  return true;
+}
 }  // namespace
 
 bool TranslateMainWindowMessage(MSG& message) {
   if (!gMain.window) return false;
-  if (OnContextMenuKey(message)) return true;
-  if (gMain.accelerators && TranslateAcceleratorW(gMain.window, gMain.accelerators, &message)) return true;
+  if (OnContextMenuKey(message) || OnSwitchTabKey(message)) return true;
+  if (gMain.accelerators && !KeyOfFocusedControl(message) &&
+      TranslateAcceleratorW(gMain.window, gMain.accelerators, &message)) {
+    return true;
+  }
   return IsDialogMessageW(gMain.window, &message) != FALSE;
 }
 
@@ -670,7 +705,7 @@ void RetextMainWindow() {
   SendMessageW(gMain.tabs, kTabsSetText, 1, reinterpret_cast<LPARAM>(Text(kStrTabErrors, L"Errori")));
   RetextToolbar();
   // The empty list's placeholder is written by the recent-profiles menu.
-  if (gCommandHooks.refreshRecentProfiles) gCommandHooks.refreshRecentProfiles();
+  RefreshRecentMenus();
   // The buttons' widths follow their new words.
   LayoutChildren();
   RefreshCounters();

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 

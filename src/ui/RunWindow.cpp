@@ -1,7 +1,6 @@
 #include "ui/RunWindow.h"
 
 #include <commctrl.h>
-#include <commdlg.h>
 
 #include <mutex>
 #include <string>
@@ -19,9 +18,10 @@
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
 #include "ui/Artwork.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Commands.h"
 #include "ui/MainWindow.h"
+#include "ui/FileDialogs.h"
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
 #include "ui/StatusBars.h"
@@ -59,18 +59,12 @@ void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
 HWND ItemListView() { return MainItemListView(); }
 
 void SaveReportCommand(HWND owner) {
-  wchar_t name[MAX_PATH * 2] = L"";
-  std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L'\0' +
-                        L"*.txt" + L'\0' + L'\0';
-  OPENFILENAMEW dialog{};
-  dialog.lStructSize = sizeof dialog;
-  dialog.hwndOwner = owner;
-  dialog.lpstrFilter = filter.c_str();
-  dialog.lpstrFile = name;
-  dialog.nMaxFile = ARRAYSIZE(name);
-  dialog.lpstrDefExt = nullptr;
-  dialog.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
-  if (!GetSaveFileNameW(&dialog)) return;
+  const std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L"|*.txt|";
+  FileDialogRequest request;
+  request.filter = filter.c_str();
+  request.flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
+  const std::wstring name = AskFileToSave(owner, request);
+  if (name.empty()) return;
   if (!SaveAnalysisReport(name, PlatformReportFormat())) return;
   ShowMessage(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
               MB_OK | MB_ICONINFORMATION);
@@ -297,40 +291,22 @@ std::vector<std::string> MissingProgramHooks() {
   for (const std::string& name : MissingEngineHooks(gEngineHooks)) missing.push_back("engine." + name);
   for (const std::string& name : MissingRunHooks(gRunHooks)) missing.push_back("run." + name);
   for (const std::string& name : MissingItemHooks(gItemSettings.hooks)) missing.push_back("item." + name);
-  for (uint32_t command : CommandsWithoutHandler()) missing.push_back("command." + std::to_string(command));
   return missing;
 }
 
-bool HandleRunCommand(HWND mainWindow, uint32_t command) {
-  switch (command) {
-    case kCmdAnalyzeAll:
-    case kCmdDefragAll:
-    case kCmdDefragAllFiles:
-    case kCmdAnalyzeSelected:
-    case kCmdDefragSelected:
-    case kCmdDefragSelectedFiles: {
-      // A run started during a run would walk the lists under its feet.
-      if (MainWindowBusy()) return true;
-      const RunMode mode = command == kCmdAnalyzeAll            ? RunMode::AnalyseAll
-                           : command == kCmdAnalyzeSelected     ? RunMode::AnalyseSelected
-                           : command == kCmdDefragSelected      ? RunMode::DefragmentSelected
-                           : command == kCmdDefragSelectedFiles ? RunMode::DefragmentMarkedFiles
-                                                                : RunMode::DefragmentAll;
-      WindowBusyScope busy;
-      StartRun(mode);
-      return true;
-    }
-    case kCmdStop:
-      RequestStop();
-      if (gRunState.running) UpdateMainStatus(kStatusPleaseWait);
-      return true;
-    case kCmdSaveReport: {
-      WindowBusyScope busy;
-      SaveReportCommand(mainWindow);
-      return true;
-    }
-  }
-  return false;
+void StartWindowRun(RunMode mode) {
+  WindowBusyScope busy;
+  StartRun(mode);
+}
+
+void StopWindowRun() {
+  RequestStop();
+  if (gRunState.running) UpdateMainStatus(kStatusPleaseWait);
+}
+
+void SaveWindowReport(HWND mainWindow) {
+  WindowBusyScope busy;
+  SaveReportCommand(mainWindow);
 }
 
 void RunCommandLineRuns(HWND mainWindow) {

@@ -22,13 +22,16 @@ struct RunWindowSetup {
 // Fills the run hooks with this main window's status bars, lists and dialogs.
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
 
-// The hooks of the engine, the runs, the items and the commands that are
+// The hooks of the engine, the runs and the items that are
 // still empty once the window is set up, by name ("run.cleanupDialog").
 std::vector<std::string> MissingProgramHooks();
 
-// The run commands (analyse, defragment, all or selected; stop; save the
-// report). True when the command was one of them.
-bool HandleRunCommand(HWND mainWindow, uint32_t command);
+// The run commands: a run of the window (analyse, defragment, all or
+// selected) keeps it busy until it ends; Stop asks the run under way to
+// stop; saving the report keeps the window busy meanwhile.
+void StartWindowRun(RunMode mode);
+void StopWindowRun();
+void SaveWindowReport(HWND mainWindow);
 
 // The command line's runs, once the items are in the list. In the
 // unattended mode it writes each run's console summary as the run ends and

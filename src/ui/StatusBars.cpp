@@ -9,13 +9,14 @@
 #include "ui/Dpi.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
 struct StatusBarsState {
   HWND upper = nullptr;
   HWND lower = nullptr;
-  HICON workingIcon = nullptr;
+  UniqueIcon workingIcon;
 };
 StatusBarsState gStatus;
 
@@ -30,8 +31,7 @@ void SetLower(const std::wstring& text) {
 void InitStatusBars(HWND upper, HWND lower) {
   gStatus.upper = upper;
   gStatus.lower = lower;
-  if (gStatus.workingIcon) DestroyIcon(gStatus.workingIcon);
-  gStatus.workingIcon = LoadStateIcon(1, WindowDpi(upper));
+  gStatus.workingIcon.Reset(LoadStateIcon(1, WindowDpi(upper)));
 }
 
 void SetUpperStatusPart(int part, const std::wstring& text) {
@@ -41,7 +41,7 @@ void SetUpperStatusPart(int part, const std::wstring& text) {
 
 void SetLowerStatusIcon(bool working) {
   if (!gStatus.lower) return;
-  SendMessageW(gStatus.lower, SB_SETICON, 0, reinterpret_cast<LPARAM>(working ? gStatus.workingIcon : nullptr));
+  SendMessageW(gStatus.lower, SB_SETICON, 0, reinterpret_cast<LPARAM>(working ? gStatus.workingIcon.Get() : nullptr));
 }
 
 void UpdateStatus(uint32_t flags, const std::wstring& text) {

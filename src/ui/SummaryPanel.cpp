@@ -11,6 +11,7 @@
 #include "ui/controls/Controls.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -55,17 +56,15 @@ HWND MakeStatic(HWND parent, int id, DWORD align) {
 
 int LabelWidth() {
   if (BuiltInTexts()) return Scaled(kBuiltInLabelWidth);
-  HDC dc = GetDC(gSummary.box);
-  HGDIOBJ previous = SelectObject(dc, reinterpret_cast<HGDIOBJ>(SendMessageW(gSummary.labels[0], WM_GETFONT, 0, 0)));
+  const WindowDc dc(gSummary.box);
+  const DcSelection font(dc.Get(), reinterpret_cast<HGDIOBJ>(SendMessageW(gSummary.labels[0], WM_GETFONT, 0, 0)));
   int widest = 0;
   for (const CounterLabel& label : kCounterLabels) {
     const wchar_t* text = Text(label.textId, label.italian);
     SIZE extent{};
-    GetTextExtentPoint32W(dc, text, lstrlenW(text), &extent);
+    GetTextExtentPoint32W(dc.Get(), text, lstrlenW(text), &extent);
     widest = std::max(widest, static_cast<int>(extent.cx));
   }
-  SelectObject(dc, previous);
-  ReleaseDC(gSummary.box, dc);
   return widest + Scaled(kLabelGap);
 }
 

@@ -1,5 +1,7 @@
 #include "ui/TaskbarProgress.h"
 
+#include "util/Win32Handle.h"
+
 namespace {
 
 ITaskbarList3* MakeSystemTaskbar() {
@@ -11,9 +13,10 @@ ITaskbarList3* MakeSystemTaskbar() {
   return taskbar;
 }
 
+// Released when the window goes (ReleaseTaskbar), while COM is still there.
 struct TaskbarState {
   TaskbarMaker maker = MakeSystemTaskbar;
-  ITaskbarList3* taskbar = nullptr;
+  ComPtr<ITaskbarList3> taskbar;
   bool tried = false;
 };
 TaskbarState gTaskbar;
@@ -24,7 +27,7 @@ void SetTaskbarBusy(HWND window, bool busy) {
   if (!gTaskbar.tried) {
     gTaskbar.tried = true;
     // Absent before the task bar had progress: then there is nothing to show.
-    gTaskbar.taskbar = gTaskbar.maker();
+    gTaskbar.taskbar.Attach(gTaskbar.maker());
     // The list must be initialised before any other call; one that cannot
     // be is of no use.
     if (gTaskbar.taskbar && FAILED(gTaskbar.taskbar->HrInit())) ReleaseTaskbar();
@@ -34,8 +37,7 @@ void SetTaskbarBusy(HWND window, bool busy) {
 }
 
 void ReleaseTaskbar() {
-  if (gTaskbar.taskbar) gTaskbar.taskbar->Release();
-  gTaskbar.taskbar = nullptr;
+  gTaskbar.taskbar.Reset();
   gTaskbar.tried = false;
 }
 

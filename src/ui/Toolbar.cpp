@@ -1,8 +1,9 @@
 #include "ui/Toolbar.h"
 
+#include "profiles/win32/ProfileCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/Artwork.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Commands.h"
 #include "ui/Dpi.h"
 #include "ui/MenuTexts.h"
@@ -95,7 +96,7 @@ void RunToolbarDropDown(HWND mainWindow, HWND button) {
     menu = LoadPopupMenu(IDR_ADD_MENU, MenuKind::ItemList);
   } else if (command == static_cast<int>(kCmdImportProfile)) {
     menu = LoadPopupMenu(IDR_RECENT_PROFILES_MENU, MenuKind::Main);
-    if (menu && gCommandHooks.fillRecentProfiles) gCommandHooks.fillRecentProfiles(menu);
+    if (menu) FillRecentProfilesMenu(menu);
   } else {
     menu = LoadPopupMenu(IDR_DEFRAG_MENU, MenuKind::Main);
   }

@@ -302,3 +302,7 @@ constexpr uint32_t kStrCrashText = 572;           // "Si è verificato un errore
 constexpr uint32_t kStrCrashDetails = 573;        // "Dettagli problema"
 constexpr uint32_t kStrCrashClose = 574;          // "&Chiudi il programma"
 constexpr uint32_t kStrCrashSolidState = 575;     // "L'identificazione automatica delle unità a stato solido..."
+
+// The keys and commands of the lists (ids 700 to 719).
+constexpr uint32_t kStrConfirmRemove = 700;    // "Rimuovere gli elementi selezionati (%s) dall'elenco?"
+constexpr uint32_t kStrConfirmOpenMany = 701;  // "Aprire %s elementi? Ciascuno si apre in una finestra propria."

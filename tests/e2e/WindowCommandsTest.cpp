@@ -10,6 +10,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <set>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -148,6 +149,31 @@ protected:
 
     HWND WaitForDialog() { return TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs); }
 
+    // Gives a list the keyboard focus as a click below its rows does, then
+    // selects the rows wanted.
+    static void FocusRows(HWND list, const std::vector<int>& rows) {
+        RECT client{};
+        GetClientRect(list, &client);
+        TestDriver::ClickAt(list, POINT{client.right / 2, client.bottom - 4});
+        TestDriver::PumpMessages(200);
+        TestDriver::SelectListViewRows(list, rows);
+    }
+
+    // Delete on the focused list, answered with OK once it asked; the
+    // question's text.
+    std::wstring DeleteAndConfirm() {
+        TestDriver::PressKey(main_, VK_DELETE);
+        HWND question = WaitForDialog();
+        if (!question) return L"<no question>";
+        const std::wstring text = TestDriver::MessageBoxMessage(question);
+        TestDriver::PumpMessages(300);
+        TestDriver::SaveWindowScreenshot(question, L"commands-delete-question-" + std::to_wstring(ScreenDpi()));
+        TestDriver::PressButton(question, IDOK);
+        WaitGone(question);
+        TestDriver::PumpMessages(300);
+        return text;
+    }
+
     void WaitGone(HWND dialog) {
         for (DWORD waited = 0; IsWindow(dialog) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
     }
@@ -248,9 +274,8 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
 
     const int gone = RowOf(items_, Win("data/gone.bin"));
     ASSERT_GE(gone, 0);
-    TestDriver::SelectListViewRows(items_, {gone});
-    TestDriver::PressKey(items_, VK_DELETE);
-    TestDriver::PumpMessages(500);
+    FocusRows(items_, {gone});
+    EXPECT_NE(DeleteAndConfirm().find(L"(1)"), std::wstring::npos);
     std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree")}));
@@ -263,8 +288,14 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
                                          Win("data/tree/b.bin")}));
     Picture(L"5-analysed");
 
-    // Space marks the selected rows of the fragmented-file list.
-    TestDriver::SelectListViewRows(fragmented_, {1, 3});
+    // Space marks the selected rows of the fragmented-file list, and only
+    // while that list has the focus: had the item list's Space marked rows
+    // 0 and 2 as well, four files would be defragmented below.
+    TestDriver::SelectListViewRows(fragmented_, {0, 2});
+    FocusRows(items_, {0});
+    TestDriver::PressKey(items_, VK_SPACE);
+    TestDriver::PumpMessages(300);
+    FocusRows(fragmented_, {1, 3});
     TestDriver::PressKey(fragmented_, VK_SPACE);
     TestDriver::PumpMessages(300);
     Picture(L"6-marked");
@@ -286,6 +317,24 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 4), L"1");
     EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 5), L"4");
     Picture(L"8-defragmented");
+
+    // Analysed again, two files are still fragmented. Delete in their list
+    // removes its own selected row and leaves the items; removing a folder
+    // takes its files out of that list.
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 2; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(500);
+    ASSERT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
+              (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/tree/a.bin")}));
+    FocusRows(fragmented_, {0});
+    DeleteAndConfirm();
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0), (std::vector<std::wstring>{Win("data/tree/a.bin")}));
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 3);
+    FocusRows(items_, {RowOf(items_, Win("data/tree"))});
+    DeleteAndConfirm();
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
+    EXPECT_EQ(TestDriver::ListViewRowCount(fragmented_), 0);
+    Picture(L"9-removed");
 
     TestDriver::SendCommand(main_, kExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
@@ -345,9 +394,8 @@ TEST_F(LongRunTest, StopFromTheMenuEndsALongAnalysisAndALongDefragmentation) {
     EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kAddFiles), 1);
 
     // Only the big file: the folder leaves the list, with the Delete key.
-    TestDriver::SelectListViewRows(items_, {folder});
-    TestDriver::PressKey(items_, VK_DELETE);
-    TestDriver::PumpMessages(500);
+    FocusRows(items_, {folder});
+    DeleteAndConfirm();
     ASSERT_EQ(TestDriver::ListViewRowCount(items_), 1);
     TestDriver::SendCommand(main_, kDefragment);
     ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");
@@ -414,6 +462,109 @@ TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     const std::string big = FileLine(end, Win("data/big.bin"));
     EXPECT_EQ(big.find("runs=1000:1,"), std::string::npos) << big;
     EXPECT_NE(big.find(",1598:1"), std::string::npos) << big;
+}
+
+// Keys typed as a person types them: through the system's input, so that
+// Shift and Ctrl are down while Tab is.
+void Type(std::initializer_list<WORD> held, WORD key) {
+    std::vector<INPUT> inputs;
+    auto add = [&inputs](WORD code, bool up) {
+        INPUT input{};
+        input.type = INPUT_KEYBOARD;
+        input.ki.wVk = code;
+        input.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+        inputs.push_back(input);
+    };
+    for (WORD code : held) add(code, false);
+    add(key, false);
+    add(key, true);
+    for (WORD code : held) add(code, true);
+    SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+    TestDriver::PumpMessages(250);
+}
+
+HWND FocusOf(HWND window) {
+    GUITHREADINFO info{sizeof info};
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    return info.hwndFocus;
+}
+
+// Tab and Shift+Tab walk every group of controls: the toolbar's buttons,
+// the item list, the bottom tabs and the list under them; Ctrl+Tab switches
+// the bottom tab from anywhere. A double click on a fragmented file's row
+// shows its fragments.
+TEST_F(WindowCommandsTest, TabReachesEveryGroupAndCtrlTabSwitchesTabs) {
+    Prepare("keys");
+    MakeFile("data/one.bin", 16384);
+    Describe(kVolume, {{"data/one.bin", "size=16384 runs=100:2,110:2"}});
+    Start(Win("data/one.bin"));
+    if (HasFatalFailure()) return;
+    SetForegroundWindow(main_);
+    // An empty result list gives way to its notice: analysed first, the
+    // fragmented file's list is there to be reached.
+    TestDriver::SendCommand(main_, kAnalyse);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(300);
+    FocusRows(items_, {0});
+    ASSERT_EQ(FocusOf(main_), items_);
+
+    std::set<std::wstring> reached;
+    bool fragmentedReached = false;
+    HWND before = nullptr;
+    for (int i = 0; i < 16; ++i) {
+        before = FocusOf(main_);
+        Type({}, VK_TAB);
+        HWND focus = FocusOf(main_);
+        reached.insert(TestDriver::WindowClass(focus));
+        fragmentedReached = fragmentedReached || focus == fragmented_;
+        if (TestDriver::WindowClass(focus).find(L"ToolbarButton") != std::wstring::npos) Picture(L"tab-toolbar");
+    }
+    auto has = [&reached](const wchar_t* part) {
+        return std::any_of(reached.begin(), reached.end(),
+                           [part](const std::wstring& name) { return name.find(part) != std::wstring::npos; });
+    };
+    EXPECT_TRUE(has(L"ToolbarButton"));
+    EXPECT_TRUE(has(L"BottomTabs"));
+    EXPECT_TRUE(has(L"SysListView32"));
+    EXPECT_TRUE(fragmentedReached);
+    HWND last = FocusOf(main_);
+    Type({VK_SHIFT}, VK_TAB);
+    EXPECT_EQ(FocusOf(main_), before) << "Shift+Tab goes back one step";
+    Type({}, VK_TAB);
+    EXPECT_EQ(FocusOf(main_), last);
+
+    HWND tabs = nullptr;
+    for (HWND child : TestDriver::ChildWindows(main_)) {
+        if (TestDriver::WindowClass(child).find(L"BottomTabs") != std::wstring::npos) tabs = child;
+    }
+    ASSERT_NE(tabs, nullptr);
+    constexpr UINT kTabsGetSelected = WM_APP + 13;
+    const LRESULT selected = SendMessageW(tabs, kTabsGetSelected, 0, 0);
+    FocusRows(items_, {0});
+    Type({VK_CONTROL}, VK_TAB);
+    EXPECT_NE(SendMessageW(tabs, kTabsGetSelected, 0, 0), selected);
+    Type({VK_CONTROL}, VK_TAB);
+    EXPECT_EQ(SendMessageW(tabs, kTabsGetSelected, 0, 0), selected);
+    EXPECT_EQ(FocusOf(main_), items_) << "switching tabs leaves the focus where it was";
+
+    // A double click on a fragmented file's row shows its fragments.
+    RECT header{};
+    GetWindowRect(reinterpret_cast<HWND>(SendMessageW(fragmented_, LVM_GETHEADER, 0, 0)), &header);
+    const LPARAM row = MAKELPARAM(30, header.bottom - header.top + 6);
+    for (UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK, WM_LBUTTONUP}) {
+        PostMessageW(fragmented_, message, message == WM_LBUTTONUP ? 0 : MK_LBUTTON, row);
+    }
+    HWND details = WaitForDialog();
+    ASSERT_NE(details, nullptr) << "no fragment details after a double click";
+    TestDriver::PumpMessages(600);
+    EXPECT_NE(TestDriver::WindowText(details).find(L"Frammenti"), std::wstring::npos)
+        << Narrow(TestDriver::WindowText(details));
+    TestDriver::SaveWindowScreenshot(details, L"commands-double-click-details-" + std::to_wstring(ScreenDpi()));
+    PostMessageW(details, WM_COMMAND, IDCANCEL, 0);
+    WaitGone(details);
+
+    TestDriver::SendCommand(main_, kExit);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }
 
 // The program's own start-up installs every hook that the window, the runs,

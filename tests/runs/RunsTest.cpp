@@ -452,6 +452,36 @@ TEST(RunResultsTest, ResultListsAreSortedWithoutDuplicatePaths) {
   gRun = RunResults{};
 }
 
+// Removing an item takes what the run found in it out of the result lists:
+// its fragmented files and its errors, and no sibling that only shares the
+// start of its name. With no item left the counters start again.
+TEST_F(RunsTest, RemovedItemsTakeTheirResultsWithThem) {
+  gApp.runFlags = kRunNoGui | kRunAnalyze;
+  StartRun(RunMode::AnalyseAll);
+  ASSERT_GT(gRun.fragmented.size(), 1u);
+  ASSERT_FALSE(gRun.errors.empty());
+  FragmentedFileRecord sibling;
+  sibling.path = L"Z:\\data2\\x.bin";
+  gRun.fragmented.push_back(sibling);
+
+  RemoveItemsIf([](const ItemRecord& item) { return item.path == L"Z:\\data"; });
+  DropResultsOfRemovedItems();
+  ASSERT_EQ(gRun.fragmented.size(), 1u);
+  EXPECT_EQ(gRun.fragmented[0].path, L"Z:\\single.bin");
+  EXPECT_TRUE(gRun.errors.empty());
+  EXPECT_GT(gRun.counters.filesSeen, 0u);
+
+  RemoveItemsIf([](const ItemRecord&) { return true; });
+  DropResultsOfRemovedItems();
+  EXPECT_TRUE(gRun.fragmented.empty());
+  EXPECT_EQ(gRun.counters.filesSeen, 0u);
+  EXPECT_EQ(gRun.counters.notFragmented, 0u);
+
+  EXPECT_TRUE(PathWithinItem(L"Z:\\", true, L"z:\\a.bin"));
+  EXPECT_TRUE(PathWithinItem(L"Z:\\data", true, L"Z:\\DATA"));
+  EXPECT_FALSE(PathWithinItem(L"Z:\\data", false, L"Z:\\data\\a.bin"));
+}
+
 TEST(RunResultsTest, StatusRefreshThinsOutAsTheCountGrows) {
   std::vector<uint64_t> due;
   for (uint64_t count = 1; count <= 1024; ++count) {

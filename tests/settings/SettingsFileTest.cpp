@@ -8,7 +8,7 @@
 
 #include "settings/Settings.h"
 #include "settings/SettingsFile.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "util/UnicodeTextFile.h"
 
 namespace {

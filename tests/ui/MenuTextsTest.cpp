@@ -11,7 +11,7 @@
 #include "res/ResourceIds.h"
 #include "settings/LanguageFile.h"
 #include "ui/MenuTexts.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "util/Text.h"
 #include "util/UnicodeTextFile.h"
 
@@ -67,7 +67,7 @@ TEST(MenuTexts, EveryItemOfEveryMenuHasAStringId) {
       // holders of the context menus are never shown.
       if (id >= kCmdFirstLanguage && id <= kCmdLastLanguage) continue;
       // The recent-profiles menu writes its placeholder itself (below).
-      if (id == kCmdRecentProfilesEmpty) continue;
+      if (id == kRecentProfilesPlaceholderId) continue;
       if (text.empty() && id >= 9320) continue;
       EXPECT_EQ(text.substr(0, 1), L"#") << "menu " << menu.resource << ", item " << id << " keeps its built-in text";
     }
@@ -99,21 +99,21 @@ TEST(MenuTexts, BuiltInTextsComeBackWithTheBuiltInLanguage) {
 TEST(MenuTexts, TheFirstRecentProfileKeepsItsNameAndThePlaceholderFollowsTheLanguage) {
   FillTableWithMarkers();
   HMENU menu = CreatePopupMenu();
-  AppendMenuW(menu, MF_STRING, kCmdRecentProfilesEmpty, L"&1 C:\\Profili\\lavoro.olp");
+  AppendMenuW(menu, MF_STRING, kRecentProfilesPlaceholderId, L"&1 C:\\Profili\\lavoro.olp");
   RetextMenu(menu, MenuKind::Main);
   std::vector<std::pair<UINT, std::wstring>> texts;
   CollectTexts(menu, texts);
-  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kCmdRecentProfilesEmpty, L"&1 C:\\Profili\\lavoro.olp"}}));
+  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kRecentProfilesPlaceholderId, L"&1 C:\\Profili\\lavoro.olp"}}));
 
   FillRecentProfilesMenu(menu);
   texts.clear();
   CollectTexts(menu, texts);
-  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kCmdRecentProfilesEmpty, L"#29"}}));
+  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kRecentProfilesPlaceholderId, L"#29"}}));
   SetBuiltInTexts(true);
   FillRecentProfilesMenu(menu);
   texts.clear();
   CollectTexts(menu, texts);
-  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kCmdRecentProfilesEmpty, L"<vuoto>"}}));
+  EXPECT_EQ(texts, (std::vector<std::pair<UINT, std::wstring>>{{kRecentProfilesPlaceholderId, L"<vuoto>"}}));
   DestroyMenu(menu);
   ResetTexts();
 }

@@ -117,10 +117,6 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
 #endif
     RunCommandLine(window);
   };
-  gCommandHooks.option = HandleOptionCommand;
-  gCommandHooks.selection = HandleSelectionCommand;
-  gCommandHooks.fillRecentProfiles = FillRecentProfilesMenu;
-  gCommandHooks.refreshRecentProfiles = RefreshRecentMenus;
   setup.beforeDestroy = [](HWND window) {
     RestoreErrorMode();
     if (!(gApp.runFlags & kRunNoGui)) SaveSettings();

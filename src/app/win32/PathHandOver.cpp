@@ -3,7 +3,8 @@
 #include "app/HandedPaths.h"
 #include "app/RunFlags.h"
 #include "app/win32/Startup.h"
-#include "runs/RunDriver.h"
+#include "settings/CommandIds.h"
+#include "ui/Commands.h"
 #include "ui/MessageBox.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
@@ -63,7 +64,10 @@ bool ReceiveHandedPaths(HWND mainWindow, const COPYDATASTRUCT* data) {
   // An unattended instance has no list to show and nobody to answer a
   // message: it ends after its own runs, and the paths are not its business.
   if (gApp.runFlags & kRunNoGui) return true;
-  if (gRunState.running) {
+  // The paths are read as the second start's command line would have been.
+  const CommandCall call{mainWindow, kCmdAddPaths, &*paths,
+                         [](HWND window, const std::vector<std::wstring>& args) { AddPathsToList(window, args); }};
+  if (!DispatchCommand(call)) {
     // The list is the run's while it goes on; the user learns which paths
     // were not taken, to send them again afterwards.
     std::wstring text = Text(kStrHandedPathsDuringRun,
@@ -72,8 +76,6 @@ bool ReceiveHandedPaths(HWND mainWindow, const COPYDATASTRUCT* data) {
     text += L"\r\n";
     for (const std::wstring& path : *paths) text += L"\r\n" + path;
     ShowMessageText(mainWindow, kMsgIconInformation, text);
-    return true;
   }
-  AddPathsToList(mainWindow, *paths);
   return true;
 }

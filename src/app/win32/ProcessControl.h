@@ -1,10 +1,6 @@
 #pragma once
-// Process priority and powering the machine off.
+// Powering the machine off.
 #include <cstdint>
-
-// Maps one of the five priority commands (9047..9051) to the process's
-// priority class. Returns 1 on success (the menu mark follows), 0 otherwise.
-uint32_t SetProcessPriority(uint32_t command);
 
 // Enables the shutdown privilege and powers the machine off. Returns 1 when
 // the process token cannot be opened, 2 when the privilege could not be

@@ -17,7 +17,7 @@
 #include "settings/win32/OptionCommands.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "ui/RunWindow.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/HelpDialog.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"

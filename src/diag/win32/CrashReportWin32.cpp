@@ -17,6 +17,7 @@
 #include "util/StringIds.h"
 #include "util/Tag.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -180,7 +181,7 @@ DWORD CALLBACK StreamReport(DWORD_PTR cookie, LPBYTE buffer, LONG wanted, LONG* 
 
 struct DialogData {
   std::string report;
-  HFONT headingFont = nullptr;
+  GdiObject<HFONT> headingFont;
 };
 
 std::wstring MailTarget() {
@@ -210,9 +211,10 @@ void BuildDialog(HWND dialog, DialogData& data) {
   GetObjectW(reinterpret_cast<HFONT>(SendMessageW(dialog, WM_GETFONT, 0, 0)), sizeof heading, &heading);
   heading.lfWeight = FW_BOLD;
   heading.lfHeight = heading.lfHeight * 4 / 3;
-  data.headingFont = CreateFontIndirectW(&heading);
+  data.headingFont.Reset(CreateFontIndirectW(&heading));
   if (data.headingFont) {
-    SendDlgItemMessageW(dialog, IDC_CRASH_HEADING, WM_SETFONT, reinterpret_cast<WPARAM>(data.headingFont), FALSE);
+    SendDlgItemMessageW(dialog, IDC_CRASH_HEADING, WM_SETFONT, reinterpret_cast<WPARAM>(data.headingFont.Get()),
+                        FALSE);
   }
 
   const std::wstring link = L"<a href=\"" + MailTarget() + L"\">" + kSupportMail + L"</a>";
@@ -266,7 +268,7 @@ INT_PTR CALLBACK CrashDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARA
       EndDialog(dialog, IDCANCEL);
       return TRUE;
     case WM_DESTROY:
-      if (data && data->headingFont) DeleteObject(data->headingFont);
+      if (data) data->headingFont.Reset();
       return FALSE;
   }
   return FALSE;

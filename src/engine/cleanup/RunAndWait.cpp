@@ -6,6 +6,7 @@
 
 #include "engine/Cleanup.h"
 #include "engine/EngineHooks.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -44,9 +45,9 @@ int RunAndWait(const std::wstring& program, const std::wstring& parameters, int 
                       nullptr, nullptr, &startup, &process)) {
     return 0;
   }
-  WaitForInputIdle(process.hProcess, kIdleWaitMs);
-  const bool ended = wait && WaitWithMessages(process.hProcess);
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
+  const UniqueHandle thread(process.hThread);
+  const UniqueHandle child(process.hProcess);
+  WaitForInputIdle(child.Get(), kIdleWaitMs);
+  const bool ended = wait && WaitWithMessages(child.Get());
   return ended ? 1 : 0;
 }

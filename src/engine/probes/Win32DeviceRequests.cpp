@@ -1,4 +1,5 @@
 #include "engine/probes/Win32DeviceRequests.h"
+#include "util/Win32Handle.h"
 
 #include <windows.h>
 
@@ -11,18 +12,15 @@ namespace {
 class Win32DeviceHandle final : public DeviceHandle {
  public:
   explicit Win32DeviceHandle(HANDLE handle) : handle_(handle) {}
-  ~Win32DeviceHandle() override { CloseHandle(handle_); }
-  Win32DeviceHandle(const Win32DeviceHandle&) = delete;
-  Win32DeviceHandle& operator=(const Win32DeviceHandle&) = delete;
 
   bool Control(uint32_t code, const void* in, uint32_t inLength, void* out, uint32_t outLength) override {
     DWORD returned = 0;
-    return DeviceIoControl(handle_, code, const_cast<void*>(in), inLength, out, outLength, &returned, nullptr) !=
+    return DeviceIoControl(handle_.Get(), code, const_cast<void*>(in), inLength, out, outLength, &returned, nullptr) !=
            FALSE;
   }
 
  private:
-  HANDLE handle_;
+  UniqueHandle handle_;
 };
 
 class Win32Requests final : public DeviceRequests {

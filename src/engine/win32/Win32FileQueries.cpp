@@ -1,4 +1,5 @@
 #include "engine/win32/Win32FileQueries.h"
+#include "util/Win32Handle.h"
 
 #include <windows.h>
 
@@ -18,20 +19,6 @@ uint32_t Fail() {
 uint64_t Ticks(const FILETIME& time) {
   return (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
 }
-
-class FindHandle {
- public:
-  explicit FindHandle(HANDLE handle) : handle_(handle) {}
-  ~FindHandle() {
-    if (handle_ != INVALID_HANDLE_VALUE) FindClose(handle_);
-  }
-  FindHandle(const FindHandle&) = delete;
-  FindHandle& operator=(const FindHandle&) = delete;
-  HANDLE get() const { return handle_; }
-
- private:
-  HANDLE handle_;
-};
 
 DirEntry EntryOf(const WIN32_FIND_DATAW& data) {
   DirEntry entry;
@@ -56,7 +43,7 @@ class Win32Listing final : public DirListing {
   Win32Listing(HANDLE find, const WIN32_FIND_DATAW& first) : find_(find), data_(first) {}
   bool Next(DirEntry& entry) override {
     if (!haveData_) {
-      if (ended_ || !FindNextFileW(find_.get(), &data_)) {
+      if (ended_ || !FindNextFileW(find_.Get(), &data_)) {
         ended_ = true;
         return false;
       }
@@ -67,7 +54,7 @@ class Win32Listing final : public DirListing {
   }
 
  private:
-  FindHandle find_;
+  UniqueFindHandle find_;
   WIN32_FIND_DATAW data_;
   bool haveData_ = true;
   bool ended_ = false;
@@ -88,11 +75,11 @@ std::unique_ptr<DirListing> Win32FileQueries::OpenListing(const std::wstring& pa
 uint32_t Win32FileQueries::FindEntries(const std::wstring& pattern,
                                        const std::function<bool(const DirEntry&)>& visit) {
   WIN32_FIND_DATAW data{};
-  FindHandle find(FindFirst(pattern, data));
-  if (find.get() == INVALID_HANDLE_VALUE) return Fail();
+  const UniqueFindHandle find(FindFirst(pattern, data));
+  if (!find) return Fail();
   do {
     if (!visit(EntryOf(data))) break;
-  } while (FindNextFileW(find.get(), &data));
+  } while (FindNextFileW(find.Get(), &data));
   return 0;
 }
 
@@ -116,14 +103,10 @@ uint64_t Win32FileQueries::GetCompressedSize(const std::wstring& path) {
 uint64_t Win32FileQueries::FileSize(const std::wstring& path) {
   // No access rights are needed to ask a file its size, so files that are in
   // use or locked still answer.
-  HANDLE file = CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                            nullptr, OPEN_EXISTING, 0, nullptr);
-  if (file != INVALID_HANDLE_VALUE) {
-    LARGE_INTEGER size{};
-    BOOL read = GetFileSizeEx(file, &size);
-    CloseHandle(file);
-    if (read) return static_cast<uint64_t>(size.QuadPart);
-  }
+  const UniqueHandle file(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr));
+  LARGE_INTEGER size{};
+  if (file && GetFileSizeEx(file.Get(), &size)) return static_cast<uint64_t>(size.QuadPart);
   return FileQueries::FileSize(path);
 }
 

@@ -1,52 +1,43 @@
 #include "profiles/win32/ProfileCommands.h"
 
 #include <commctrl.h>
-#include <commdlg.h>
 #include <shlwapi.h>
 
 #include <vector>
 
 #include "filters/Filters.h"
 #include "filters/win32/ChoiceDialog.h"
-#include "filters/win32/FileDialogFilter.h"
 #include "filters/win32/FilterDialog.h"
 #include "engine/Relocation.h"
 #include "items/ItemList.h"
 #include "profiles/RecentProfiles.h"
 #include "res/ResourceIds.h"
 #include "settings/Settings.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
+#include "ui/FileDialogs.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
 #include "util/WideString.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
 std::wstring AskProfilePath(HWND owner, bool save) {
-  std::wstring filter =
-      FileDialogFilter(Text(kStrProfileFilter, L"Profilo di Ordalis (*.olp)|*.olp|Tutti i file (*.*)|*.*|"));
-  std::vector<wchar_t> name(32768, L'\0');
-  OPENFILENAMEW dialog{};
-  dialog.lStructSize = sizeof dialog;
-  dialog.hwndOwner = owner;
-  dialog.lpstrFilter = filter.c_str();
-  dialog.lpstrFile = name.data();
-  dialog.nMaxFile = static_cast<DWORD>(name.size());
-  dialog.lpstrInitialDir = gSettings.profileFolder.empty() ? nullptr : gSettings.profileFolder.c_str();
-  dialog.lpstrDefExt = L"olp";
+  FileDialogRequest request;
+  request.filter = Text(kStrProfileFilter, L"Profilo di Ordalis (*.olp)|*.olp|Tutti i file (*.*)|*.*|");
+  request.initialFolder = gSettings.profileFolder.empty() ? nullptr : gSettings.profileFolder.c_str();
+  request.defaultExtension = L"olp";
   if (save) {
-    dialog.lpstrTitle = Text(kStrSaveProfile, L"Salva profilo");
-    dialog.Flags = OFN_EXPLORER | OFN_OVERWRITEPROMPT | OFN_HIDEREADONLY | OFN_PATHMUSTEXIST;
-    if (!GetSaveFileNameW(&dialog)) return L"";
-  } else {
-    dialog.lpstrTitle = Text(kStrOpenProfile, L"Apri profilo");
-    dialog.Flags = OFN_EXPLORER | OFN_FILEMUSTEXIST | OFN_HIDEREADONLY;
-    if (!GetOpenFileNameW(&dialog)) return L"";
+    request.title = Text(kStrSaveProfile, L"Salva profilo");
+    request.flags = OFN_OVERWRITEPROMPT | OFN_HIDEREADONLY | OFN_PATHMUSTEXIST;
+    return AskFileToSave(owner, request);
   }
-  return name.data();
+  request.title = Text(kStrOpenProfile, L"Apri profilo");
+  request.flags = OFN_FILEMUSTEXIST | OFN_HIDEREADONLY;
+  return AskFileToOpen(owner, request);
 }
 
 // A path shortened for a menu with the window system's path ellipsis: the
@@ -54,11 +45,11 @@ std::wstring AskProfilePath(HWND owner, bool save) {
 // memory context, so nothing shows on the screen.
 std::wstring ShortenForMenu(const std::wstring& path) {
   HWND window = MainWindowHandle();
-  HDC screen = GetDC(window);
-  HDC dc = CreateCompatibleDC(screen);
-  HBITMAP bitmap = CreateCompatibleBitmap(screen, 1, 1);
-  HGDIOBJ oldBitmap = SelectObject(dc, bitmap);
-  HGDIOBJ oldFont = SelectObject(dc, GetStockObject(DEFAULT_GUI_FONT));
+  const WindowDc screen(window);
+  const MemoryDc dc(CreateCompatibleDC(screen.Get()));
+  const GdiObject<HBITMAP> bitmap(CreateCompatibleBitmap(screen.Get(), 1, 1));
+  const DcSelection selectedBitmap(dc.Get(), bitmap.Get());
+  const DcSelection selectedFont(dc.Get(), GetStockObject(DEFAULT_GUI_FONT));
   std::wstring text = path;
   std::vector<wchar_t> buffer;
   for (int width = ScaleForDpi(1000, WindowDpi(window)); width > 0 && text.size() > kRecentProfileMenuChars;
@@ -66,14 +57,9 @@ std::wstring ShortenForMenu(const std::wstring& path) {
     buffer.assign(path.begin(), path.end());
     buffer.resize(path.size() + 8, L'\0');  // room for the ellipsis
     RECT rect{0, 0, width, 100};
-    DrawTextW(dc, buffer.data(), -1, &rect, DT_PATH_ELLIPSIS | DT_MODIFYSTRING | DT_SINGLELINE | DT_NOPREFIX);
+    DrawTextW(dc.Get(), buffer.data(), -1, &rect, DT_PATH_ELLIPSIS | DT_MODIFYSTRING | DT_SINGLELINE | DT_NOPREFIX);
     text = buffer.data();
   }
-  SelectObject(dc, oldFont);
-  SelectObject(dc, oldBitmap);
-  DeleteObject(bitmap);
-  DeleteDC(dc);
-  ReleaseDC(window, screen);
   return text;
 }
 
@@ -355,34 +341,11 @@ void FillRecentProfilesMenu(HMENU menu) {
   }
 }
 
-bool HandleSelectionCommand(HWND owner, UINT command) {
-  switch (command) {
-    case kCmdImportProfile: ImportProfile(owner, L"", false); return true;
-    case kCmdSaveProfile: SaveProfileCommand(owner); return true;
-    case kCmdRecentProfilesDialog: ShowRecentProfilesDialog(owner); return true;
-    case kCmdFilterDialog: ShowFilterDialog(owner); return true;
-    case kCmdExcludeSelected: {
-      // The list that has the keyboard focus gives the rows.
-      HWND focus = GetFocus();
-      if (!focus) return true;
-      if (focus == GetDlgItem(owner, IDC_ITEM_LIST)) {
-        AddSelectedToExclusions(owner, focus, ExcludeSource::ItemList, true);
-      } else if (focus == MainResultListView()) {
-        AddSelectedToExclusions(owner, focus, ExcludeSource::FragmentedFiles, true);
-      } else if (focus == MainErrorListView()) {
-        AddSelectedToExclusions(owner, focus, ExcludeSource::Errors, true);
-      }
-      return true;
-    }
+void ImportRecentProfile(HWND owner, uint32_t command) {
+  if (const RecentProfile* entry = RecentProfileById(command)) {
+    std::wstring path = entry->path;  // the entry is replaced while importing
+    ImportProfile(owner, path, false);
   }
-  if (command >= kFirstRecentProfileId && command <= kLastRecentProfileId) {
-    if (const RecentProfile* entry = RecentProfileById(command)) {
-      std::wstring path = entry->path;  // the entry is replaced while importing
-      ImportProfile(owner, path, false);
-    }
-    return true;
-  }
-  return false;
 }
 
 void LoadSelectionState() {

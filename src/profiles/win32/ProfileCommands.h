@@ -3,6 +3,7 @@
 // its options dialog, and the commands of the filters, for the main window.
 #include <windows.h>
 
+#include <cstdint>
 #include <string>
 
 #include "profiles/Profile.h"
@@ -19,7 +20,7 @@ void FillRecentProfilesMenu(HMENU menu);
 // Fills again the menus of the main window that list the recent profiles
 // (after the list or the language changed).
 void RefreshRecentMenus();
-// Handles the commands of filters and profiles; false for any other.
-bool HandleSelectionCommand(HWND owner, UINT command);
+// Imports the recent profile whose menu entry has this command number.
+void ImportRecentProfile(HWND owner, uint32_t command);
 // At start-up, after the settings: the lists of filters and recent profiles.
 void LoadSelectionState();

@@ -9,7 +9,7 @@
 #include "settings/LanguageFile.h"
 #include "settings/Settings.h"
 #include "ui/MenuTexts.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
@@ -150,16 +150,15 @@ void BuildLanguageList() {
   std::vector<FoundLanguageFile> found;
   std::wstring folder = LanguageFolder();
   WIN32_FIND_DATAW data{};
-  HANDLE search = FindFirstFileW(JoinPath(folder, kLanguageFilePattern).c_str(), &data);
-  if (search != INVALID_HANDLE_VALUE) {
+  const UniqueFindHandle search(FindFirstFileW(JoinPath(folder, kLanguageFilePattern).c_str(), &data));
+  if (search) {
     do {
       if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
       std::wstring code = LanguageCodeOfFile(data.cFileName);
       if (code.empty() || EqualNoCase(code, kBuiltInLanguageCode)) continue;
       std::vector<uint8_t> start = FileStart(JoinPath(folder, data.cFileName), kLanguageNameWindowBytes);
       found.push_back({code, LanguageDisplayName(start.data(), start.size())});
-    } while (FindNextFileW(search, &data));
-    FindClose(search);
+    } while (FindNextFileW(search.Get(), &data));
   }
   gLanguages = MakeLanguageList(found);
   FillLanguageMenu();

@@ -4,11 +4,11 @@
 #include <commctrl.h>
 
 #include "app/RunFlags.h"
-#include "app/win32/ProcessControl.h"
+#include "settings/win32/OptionCommands.h"
 #include "engine/Relocation.h"
 #include "settings/Settings.h"
 #include "settings/SettingsFile.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "ui/MainWindow.h"
 #include "util/PathText.h"

@@ -2,13 +2,12 @@
 
 #include "app/CommandLine.h"
 #include "app/RunFlags.h"
-#include "app/win32/ProcessControl.h"
 #include "engine/Relocation.h"
 #include "runs/RunDriver.h"
 #include "settings/Settings.h"
 #include "settings/win32/Language.h"
 #include "settings/win32/LoadSaveSettings.h"
-#include "ui/CommandIds.h"
+#include "settings/CommandIds.h"
 #include "ui/MainWindow.h"
 
 namespace {
@@ -46,80 +45,77 @@ void SetOnTop(HWND window, bool onTop) {
 
 }  // namespace
 
-bool HandleOptionCommand(HWND window, unsigned command) {
+uint32_t SetProcessPriority(uint32_t command) {
+  DWORD priorityClass = 0;
   switch (command) {
-    case kCmdOnTop:
-      SetOnTop(window, Flip(command));
-      gApp.runFlags &= ~kRunOnTop;
-      return true;
-    case kCmdFullRow:
-      SetFullRowSelect(Flip(command));
-      gApp.runFlags &= ~kRunFullRow;
-      return true;
-    case kCmdConfirmPrompts:
-    case kCmdCloseAfterDefrag:
-    case kCmdShutdownAfterDefrag:
-    case kCmdFollowItem:
-    case kCmdCleanupShowErrors:
-      Flip(command);
-      return true;
-    case kCmdShowToolbar:
-    case kCmdShowInfoPanel:
-    case kCmdShowStatusBar:
-      Flip(command);
-      ApplyPanelMarks();
-      return true;
-    case kCmdShowStateIcons:
-      SetStateIconsShown(Flip(command));
-      return true;
-    case kCmdShowSystemIcons:
-      gSettings.showSystemIcons = Flip(command);
-      InvalidateRect(MainItemListView(), nullptr, FALSE);
-      return true;
-    case kCmdSkipSolidState:
-      SetSolidStateBit(kSolidStateSkip, Flip(command));
-      return true;
-    case kCmdNoSolidStateDetection: {
-      bool off = Flip(command);
-      SetSolidStateBit(kSolidStateNoDetection, off);
-      EnableMenuItem(GetMenu(window), kCmdSkipSolidState, MF_BYCOMMAND | (off ? MF_GRAYED : MF_ENABLED));
-      return true;
-    }
-    case kCmdQuickStrategy:
-    case kCmdSmartStrategy:
-      SetStrategy(command);
-      gApp.runFlags &= ~kRunQuick;
-      return true;
-    case kCmdDiskCheckAuto:
-    case kCmdDiskCheckOff:
-    case kCmdDiskCheckAsk:
-      SetRadio(kCmdDiskCheckAuto, kCmdDiskCheckAsk, command);
-      gApp.runFlags &= ~kRunDiskCheckGiven;
-      return true;
-    case kCmdCleanupAuto:
-    case kCmdCleanupOff:
-    case kCmdCleanupAsk:
-      SetRadio(kCmdCleanupAuto, kCmdCleanupAsk, command);
-      gApp.runFlags &= ~kRunCleanupGiven;
-      return true;
-    case kCmdPriorityHigh:
-    case kCmdPriorityAboveNormal:
-    case kCmdPriorityNormal:
-    case kCmdPriorityBelowNormal:
-    case kCmdPriorityIdle:
-      // A run takes the new priority between two items.
-      if (gRunState.running) {
-        gRunState.pendingPriority = command;
-      } else {
-        SetProcessPriority(command);
-      }
-      return true;
-    case kCmdViewLanguageFile:
-      ShowLanguageFileViewer(window);
-      return true;
+    case kCmdPriorityHigh: priorityClass = HIGH_PRIORITY_CLASS; break;
+    case kCmdPriorityAboveNormal: priorityClass = ABOVE_NORMAL_PRIORITY_CLASS; break;
+    case kCmdPriorityNormal: priorityClass = NORMAL_PRIORITY_CLASS; break;
+    case kCmdPriorityBelowNormal: priorityClass = BELOW_NORMAL_PRIORITY_CLASS; break;
+    case kCmdPriorityIdle: priorityClass = IDLE_PRIORITY_CLASS; break;
+    default: return 0;
   }
-  if (command >= kCmdFirstLanguage && command <= kCmdLastLanguage) return ChooseLanguageCommand(command);
-  return false;
+  if (!SetPriorityClass(GetCurrentProcess(), priorityClass)) return 0;
+  if (HMENU menu = GetMenu(MainWindowHandle())) {
+    CheckMenuRadioItem(menu, kCmdPriorityHigh, kCmdPriorityIdle, command, MF_BYCOMMAND);
+  }
+  return 1;
+}
+
+void FlipOnTop(HWND window) {
+  SetOnTop(window, Flip(kCmdOnTop));
+  gApp.runFlags &= ~kRunOnTop;
+}
+
+void FlipFullRow() {
+  SetFullRowSelect(Flip(kCmdFullRow));
+  gApp.runFlags &= ~kRunFullRow;
+}
+
+void FlipMark(unsigned command) { Flip(command); }
+
+void FlipPanel(unsigned command) {
+  Flip(command);
+  ApplyPanelMarks();
+}
+
+void FlipStateIcons() { SetStateIconsShown(Flip(kCmdShowStateIcons)); }
+
+void FlipSystemIcons() {
+  gSettings.showSystemIcons = Flip(kCmdShowSystemIcons);
+  InvalidateRect(MainItemListView(), nullptr, FALSE);
+}
+
+void FlipSkipSolidState() { SetSolidStateBit(kSolidStateSkip, Flip(kCmdSkipSolidState)); }
+
+void FlipNoSolidStateDetection(HWND window) {
+  bool off = Flip(kCmdNoSolidStateDetection);
+  SetSolidStateBit(kSolidStateNoDetection, off);
+  EnableMenuItem(GetMenu(window), kCmdSkipSolidState, MF_BYCOMMAND | (off ? MF_GRAYED : MF_ENABLED));
+}
+
+void ChooseStrategy(unsigned command) {
+  SetStrategy(command);
+  gApp.runFlags &= ~kRunQuick;
+}
+
+void ChooseDiskCheck(unsigned command) {
+  SetRadio(kCmdDiskCheckAuto, kCmdDiskCheckAsk, command);
+  gApp.runFlags &= ~kRunDiskCheckGiven;
+}
+
+void ChooseCleanup(unsigned command) {
+  SetRadio(kCmdCleanupAuto, kCmdCleanupAsk, command);
+  gApp.runFlags &= ~kRunCleanupGiven;
+}
+
+void ChoosePriority(unsigned command) {
+  // A run takes the new priority between two items.
+  if (gRunState.running) {
+    gRunState.pendingPriority = command;
+  } else {
+    SetProcessPriority(command);
+  }
 }
 
 void ApplyPanelMarks() {

@@ -3,9 +3,29 @@
 // its radio mark and changes the preference behind it at once.
 #include <windows.h>
 
-// True when command was an option command (or a language, or the language
-// viewer) and has been carried out.
-bool HandleOptionCommand(HWND window, unsigned command);
+#include <cstdint>
+
+// One function per option (or group of radio options), each the handler of
+// its command's row in the window's table of commands.
+void FlipOnTop(HWND window);
+void FlipFullRow();
+// The marks that only a run or the end of a run reads: confirmations, the
+// follow-ups, following the item, the cleanup's errors.
+void FlipMark(unsigned command);
+// The toolbar, the bottom panel and the status bars.
+void FlipPanel(unsigned command);
+void FlipStateIcons();
+void FlipSystemIcons();
+void FlipSkipSolidState();
+void FlipNoSolidStateDetection(HWND window);
+void ChooseStrategy(unsigned command);
+void ChooseDiskCheck(unsigned command);
+void ChooseCleanup(unsigned command);
+void ChoosePriority(unsigned command);
+
+// Maps one of the five priority commands (9047..9051) to the process's
+// priority class. Returns 1 on success (the menu mark follows), 0 otherwise.
+uint32_t SetProcessPriority(uint32_t command);
 
 // Shows or hides the toolbar, the bottom panel and the status bars as their
 // menu marks say (after a change, and once the settings are read).

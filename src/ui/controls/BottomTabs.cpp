@@ -75,6 +75,11 @@ void Paint(HWND window, TabsState& state) {
     RECT text = box;
     text.top += selected ? 2 : 0;
     DrawTextW(dc, tab.text.c_str(), -1, &text, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+    // Reached with Tab, the chosen tab shows that the arrows move from it.
+    if (selected && GetFocus() == window) {
+      RECT focus{box.left + 3, box.top + 4, box.right - 3, box.bottom - 3};
+      DrawFocusRect(dc, &focus);
+    }
   }
 }
 
@@ -103,6 +108,26 @@ LRESULT CALLBACK TabsProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
       return state->selected;
     case kTabsEnable:
       if (wParam < state->tabs.size()) state->tabs[wParam].enabled = lParam != 0;
+      InvalidateRect(window, nullptr, FALSE);
+      return 0;
+    case WM_GETDLGCODE:
+      return DLGC_WANTARROWS;
+    case WM_KEYDOWN: {
+      // Left and Right move to the neighbouring tab that can be chosen.
+      const int step = wParam == VK_LEFT ? -1 : wParam == VK_RIGHT ? 1 : 0;
+      if (step == 0) break;
+      const int count = static_cast<int>(state->tabs.size());
+      for (int i = state->selected + step; i >= 0 && i < count; i += step) {
+        if (!state->tabs[i].enabled) continue;
+        state->selected = i;
+        InvalidateRect(window, nullptr, FALSE);
+        SendMessageW(GetParent(window), WM_COMMAND, state->tabs[i].command, reinterpret_cast<LPARAM>(window));
+        break;
+      }
+      return 0;
+    }
+    case WM_SETFOCUS:
+    case WM_KILLFOCUS:
       InvalidateRect(window, nullptr, FALSE);
       return 0;
     case WM_MOUSEMOVE: {
@@ -147,5 +172,5 @@ LRESULT CALLBACK TabsProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
 }  // namespace
 
 HWND CreateBottomTabs(HWND parent, int id) {
-  return Theme::CreateControl({kBottomTabsClass, TabsProc}, parent, id, WS_VISIBLE);
+  return Theme::CreateControl({kBottomTabsClass, TabsProc}, parent, id, WS_VISIBLE | WS_TABSTOP);
 }

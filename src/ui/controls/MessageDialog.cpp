@@ -9,6 +9,7 @@
 #include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Theme.h"
 #include "util/Text.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -99,8 +100,8 @@ struct DialogState {
   ButtonSet buttons;
   std::vector<ButtonChoice> ownButtons;
   int bandTop = 0;
-  HFONT boldFont = nullptr;
-  HICON icon = nullptr;
+  GdiObject<HFONT> boldFont;
+  UniqueIcon icon;
 };
 
 HFONT BoldVersionOf(HFONT font) {
@@ -111,14 +112,12 @@ HFONT BoldVersionOf(HFONT font) {
 }
 
 int MeasureTextHeight(HWND dialog, HFONT font, const std::wstring& text, int width) {
-  HDC dc = GetDC(dialog);
-  HGDIOBJ previous = SelectObject(dc, font);
+  const WindowDc dc(dialog);
+  const DcSelection selected(dc.Get(), font);
   RECT bounds{0, 0, width, 0};
   // Measured in the bold face, so that bold runs never need more room than given.
-  DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &bounds,
+  DrawTextW(dc.Get(), text.c_str(), static_cast<int>(text.size()), &bounds,
             DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EDITCONTROL);
-  SelectObject(dc, previous);
-  ReleaseDC(dialog, dc);
   return bounds.bottom;
 }
 
@@ -126,7 +125,7 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   UINT dpi = WindowDpi(dialog);
   auto scaled = [dpi](int size) { return ScaleForDpi(size, dpi); };
   HFONT font = Theme::WindowFont(dialog);
-  state.boldFont = BoldVersionOf(font);
+  state.boldFont.Reset(BoldVersionOf(font));
   SetWindowTextW(dialog, input.title.c_str());
 
   const int margin = scaled(16);
@@ -140,7 +139,7 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   for (wchar_t& c : measured) {
     if (c == L'\r') c = L'\n';
   }
-  int textHeight = MeasureTextHeight(dialog, state.boldFont, measured, textWidth) + scaled(4);
+  int textHeight = MeasureTextHeight(dialog, state.boldFont.Get(), measured, textWidth) + scaled(4);
   int contentHeight = textHeight > iconSize ? textHeight : iconSize;
   const int buttonHeight = scaled(26);
   const int bandHeight = buttonHeight + scaled(20);
@@ -150,12 +149,12 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   SizeAndCentreDialog(dialog, width, clientHeight);
 
   HINSTANCE instance = GetModuleHandleW(nullptr);
-  state.icon = static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(input.icon), IMAGE_ICON, iconSize,
-                                             iconSize, LR_DEFAULTCOLOR));
+  state.icon.Reset(static_cast<HICON>(
+      LoadImageW(instance, MAKEINTRESOURCEW(input.icon), IMAGE_ICON, iconSize, iconSize, LR_DEFAULTCOLOR)));
   HWND iconControl = CreateWindowExW(0, L"STATIC", nullptr, WS_CHILD | WS_VISIBLE | SS_ICON | SS_REALSIZEIMAGE,
                                      margin, margin, iconSize, iconSize, dialog,
                                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(kIconControlId)), instance, nullptr);
-  if (state.icon) SendMessageW(iconControl, STM_SETICON, reinterpret_cast<WPARAM>(state.icon), 0);
+  if (state.icon) SendMessageW(iconControl, STM_SETICON, reinterpret_cast<WPARAM>(state.icon.Get()), 0);
 
   int textTop = margin + (contentHeight - textHeight) / 2;
   HWND textControl = CreateWindowExW(0, L"RichEdit20W", nullptr,
@@ -266,8 +265,6 @@ INT_PTR CALLBACK MessageDialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
       return TRUE;
     case WM_NCDESTROY:
       if (state) {
-        if (state->boldFont) DeleteObject(state->boldFont);
-        if (state->icon) DestroyIcon(state->icon);
         delete state;
         SetWindowLongPtrW(dialog, DWLP_USER, 0);
       }

@@ -51,19 +51,19 @@ bool RegisterControlClass(const wchar_t* className, WNDPROC procedure, UINT styl
 BufferedPaint::BufferedPaint(HWND window) : window_(window) {
   screen_ = BeginPaint(window, &paint_);
   GetClientRect(window, &client_);
-  memory_ = CreateCompatibleDC(screen_);
-  bitmap_ = CreateCompatibleBitmap(screen_, client_.right > 0 ? client_.right : 1,
-                                   client_.bottom > 0 ? client_.bottom : 1);
-  previous_ = SelectObject(memory_, bitmap_);
-  SelectObject(memory_, WindowFont(window));
-  SetBkMode(memory_, TRANSPARENT);
+  memory_.Reset(CreateCompatibleDC(screen_));
+  bitmap_.Reset(CreateCompatibleBitmap(screen_, client_.right > 0 ? client_.right : 1,
+                                       client_.bottom > 0 ? client_.bottom : 1));
+  previous_ = SelectObject(memory_.Get(), bitmap_.Get());
+  SelectObject(memory_.Get(), WindowFont(window));
+  SetBkMode(memory_.Get(), TRANSPARENT);
 }
 
+// The picture goes to the screen, the context gives back the bitmap; the
+// owners then delete both.
 BufferedPaint::~BufferedPaint() {
-  BitBlt(screen_, 0, 0, client_.right, client_.bottom, memory_, 0, 0, SRCCOPY);
-  SelectObject(memory_, previous_);
-  DeleteObject(bitmap_);
-  DeleteDC(memory_);
+  BitBlt(screen_, 0, 0, client_.right, client_.bottom, memory_.Get(), 0, 0, SRCCOPY);
+  SelectObject(memory_.Get(), previous_);
   EndPaint(window_, &paint_);
 }
 

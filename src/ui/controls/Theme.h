@@ -3,6 +3,8 @@
 // gradients, and registration of a window class on its first use.
 #include <windows.h>
 
+#include "util/Win32Handle.h"
+
 namespace Theme {
 
 // Palette (0x00BBGGRR).
@@ -59,15 +61,15 @@ class BufferedPaint {
 public:
   explicit BufferedPaint(HWND window);
   ~BufferedPaint();
-  HDC Dc() const { return memory_; }
+  HDC Dc() const { return memory_.Get(); }
   const RECT& Client() const { return client_; }
 
 private:
   HWND window_;
   PAINTSTRUCT paint_{};
   HDC screen_ = nullptr;
-  HDC memory_ = nullptr;
-  HBITMAP bitmap_ = nullptr;
+  MemoryDc memory_;
+  GdiObject<HBITMAP> bitmap_;
   HGDIOBJ previous_ = nullptr;
   RECT client_{};
 };

@@ -6,14 +6,12 @@
 #include "ui/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
 struct ButtonState {
-  ~ButtonState() {
-    if (icon) DestroyIcon(icon);
-  }
-  HICON icon = nullptr;
+  UniqueIcon icon;
   bool dropDown = false;
   bool hot = false;
   bool hotArrow = false;
@@ -52,24 +50,26 @@ void Paint(HWND window, const ButtonState& state) {
       }
     }
   }
+  // Reached with Tab, the button shows that Space or Enter would press it.
+  if (GetFocus() == window) {
+    RECT focus{client.left + 2, client.top + 2, client.right - 2, client.bottom - 2};
+    DrawFocusRect(dc, &focus);
+  }
   UINT dpi = WindowDpi(window);
   int pad = ScaleForDpi(6, dpi);
   int iconSize = IconSize(window);
   int shift = state.pressed == 1 && state.hot ? 1 : 0;
   int iconTop = (client.bottom - iconSize) / 2 + shift;
   if (state.icon) {
-    DrawIconEx(dc, pad + shift, iconTop, state.icon, iconSize, iconSize, 0, nullptr, DI_NORMAL);
+    DrawIconEx(dc, pad + shift, iconTop, state.icon.Get(), iconSize, iconSize, 0, nullptr, DI_NORMAL);
     if (!enabled) {
       // A disabled command keeps its picture, faded into the face colour.
-      HDC face = CreateCompatibleDC(dc);
-      HBITMAP pixel = CreateCompatibleBitmap(dc, 1, 1);
-      HGDIOBJ previous = SelectObject(face, pixel);
-      SetPixel(face, 0, 0, Theme::kFace);
+      const MemoryDc face(CreateCompatibleDC(dc));
+      const GdiObject<HBITMAP> pixel(CreateCompatibleBitmap(dc, 1, 1));
+      const DcSelection selected(face.Get(), pixel.Get());
+      SetPixel(face.Get(), 0, 0, Theme::kFace);
       BLENDFUNCTION blend{AC_SRC_OVER, 0, 170, 0};
-      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face, 0, 0, 1, 1, blend);
-      SelectObject(face, previous);
-      DeleteObject(pixel);
-      DeleteDC(face);
+      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face.Get(), 0, 0, 1, 1, blend);
     }
   }
   wchar_t text[128] = {};
@@ -122,6 +122,27 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
       }
       return 0;
     }
+    case WM_GETDLGCODE: {
+      // Enter presses the focused button rather than the window's default.
+      const MSG* key = reinterpret_cast<const MSG*>(lParam);
+      if (key && key->message == WM_KEYDOWN && key->wParam == VK_RETURN) return DLGC_WANTMESSAGE;
+      return DLGC_WANTARROWS;
+    }
+    case WM_KEYDOWN:
+      if (wParam == VK_SPACE || wParam == VK_RETURN) {
+        Notify(window, BN_CLICKED);
+        return 0;
+      }
+      // The arrow down opens the drop-down, as a click on the arrow does.
+      if (wParam == VK_DOWN && state->dropDown) {
+        Notify(window, kToolbarDropDownCode);
+        return 0;
+      }
+      break;
+    case WM_SETFOCUS:
+    case WM_KILLFOCUS:
+      InvalidateRect(window, nullptr, FALSE);
+      return 0;
     case WM_ENABLE:
     case WM_SETTEXT: {
       LRESULT result = DefWindowProcW(window, message, wParam, lParam);
@@ -192,10 +213,10 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 
 HWND CreateToolbarButton(HWND parent, int id, const wchar_t* text, HICON icon, bool dropDown) {
   HWND button = Theme::CreateControl({kToolbarButtonClass, ButtonProc, CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS}, parent,
-                                      id, WS_VISIBLE, text);
+                                      id, WS_VISIBLE | WS_TABSTOP, text);
   if (!button) return nullptr;
   auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
-  state->icon = icon;
+  state->icon.Reset(icon);
   state->dropDown = dropDown;
   return button;
 }
@@ -204,12 +225,12 @@ int ToolbarButtonWidth(HWND button) {
   auto* state = reinterpret_cast<ButtonState*>(GetWindowLongPtrW(button, GWLP_USERDATA));
   wchar_t text[128] = {};
   GetWindowTextW(button, text, 128);
-  HDC dc = GetDC(button);
-  HGDIOBJ previous = SelectObject(dc, Theme::WindowFont(button));
   RECT extent{};
-  DrawTextW(dc, text, -1, &extent, DT_CALCRECT | DT_SINGLELINE | DT_HIDEPREFIX);
-  SelectObject(dc, previous);
-  ReleaseDC(button, dc);
+  {
+    const WindowDc dc(button);
+    const DcSelection font(dc.Get(), Theme::WindowFont(button));
+    DrawTextW(dc.Get(), text, -1, &extent, DT_CALCRECT | DT_SINGLELINE | DT_HIDEPREFIX);
+  }
   UINT dpi = WindowDpi(button);
   int pad = ScaleForDpi(6, dpi);
   return pad + IconSize(button) + pad / 2 + extent.right + pad +

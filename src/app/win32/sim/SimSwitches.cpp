@@ -14,6 +14,7 @@
 #include "diag/win32/CrashReportWin32.h"
 #include "ui/controls/Controls.h"
 #include "util/Tag.h"
+#include "util/Win32Handle.h"
 
 namespace {
 
@@ -24,14 +25,13 @@ bool LoggedPowerOff(unsigned flags, unsigned long reason) {
   wchar_t path[MAX_PATH];
   DWORD length = GetEnvironmentVariableW(kPowerOffLogVariable, path, MAX_PATH);
   if (length == 0 || length >= MAX_PATH) return false;
-  HANDLE log = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                           FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (log == INVALID_HANDLE_VALUE) return false;
+  const UniqueHandle log(
+      CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!log) return false;
   char line[64];
   int count = wsprintfA(line, "power off %u %08lx\r\n", flags, reason);
   DWORD written = 0;
-  WriteFile(log, line, static_cast<DWORD>(count), &written, nullptr);
-  CloseHandle(log);
+  WriteFile(log.Get(), line, static_cast<DWORD>(count), &written, nullptr);
   return true;
 }
 
@@ -66,11 +66,11 @@ void FaultAtTag(uint32_t tag) {
 
 void WriteCrashReport(const std::string& richText) {
   const std::wstring path = Variable(L"ORDALIS_SIM_CRASH_REPORT");
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
+  const UniqueHandle file(
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return;
   DWORD written = 0;
-  WriteFile(file, richText.data(), static_cast<DWORD>(richText.size()), &written, nullptr);
-  CloseHandle(file);
+  WriteFile(file.Get(), richText.data(), static_cast<DWORD>(richText.size()), &written, nullptr);
 }
 
 }  // namespace

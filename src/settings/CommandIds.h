@@ -1,10 +1,14 @@
 #pragma once
-// Command numbers of the main window, shared by menus, toolbar, accelerators
-// and the stored choices that double as command numbers.
+// Every command number of the program, in one place: the main window's
+// menus, toolbar, accelerators and context menus, the sub-menus (whose texts
+// a language replaces like those of the commands), the languages and the
+// recent profiles. Several double as stored choices: the menu marks the
+// settings file reads and writes, the radio groups it keeps as an index and
+// the marks a run reads when it ends. They live below the window so that the
+// settings, the profiles and the runs need no window header.
 #include <cstdint>
 
-#include "settings/StoredCommands.h"
-
+// Commands of the menus, the toolbar and the keys.
 constexpr uint32_t kCmdAddFiles = 9001;
 constexpr uint32_t kCmdAddFolder = 9002;
 constexpr uint32_t kCmdExit = 9003;
@@ -42,8 +46,6 @@ constexpr uint32_t kCmdFilterDialog = 9069;
 constexpr uint32_t kCmdRecentProfilesDialog = 9077;
 constexpr uint32_t kCmdOpenItemFolder = 9080;
 constexpr uint32_t kCmdViewLanguageFile = 9081;
-// Recent profiles; the placeholder stands alone while the list is empty.
-constexpr uint32_t kCmdRecentProfilesEmpty = 4500;
 
 // Sub-menus carry numbers of their own, so that their texts can be replaced
 // by a language like those of the commands.
@@ -81,3 +83,48 @@ constexpr uint32_t kCmdColumnErrorText = 9046;
 // Bottom tabs.
 constexpr uint32_t kCmdTabFragmented = 5001;
 constexpr uint32_t kCmdTabErrors = 5002;
+
+// Options: marks and radio groups the settings file keeps.
+constexpr uint32_t kCmdFullRow = 9014;
+constexpr uint32_t kCmdCloseAfterDefrag = 9015;
+constexpr uint32_t kCmdFollowItem = 9018;
+constexpr uint32_t kCmdConfirmPrompts = 9019;
+constexpr uint32_t kCmdQuickStrategy = 9030;
+constexpr uint32_t kCmdSmartStrategy = 9031;
+constexpr uint32_t kCmdPriorityHigh = 9047;
+constexpr uint32_t kCmdPriorityAboveNormal = 9048;
+constexpr uint32_t kCmdPriorityNormal = 9049;
+constexpr uint32_t kCmdPriorityBelowNormal = 9050;
+constexpr uint32_t kCmdPriorityIdle = 9051;
+constexpr uint32_t kCmdCleanupAuto = 9053;
+constexpr uint32_t kCmdCleanupOff = 9054;
+constexpr uint32_t kCmdCleanupAsk = 9055;
+constexpr uint32_t kCmdDiskCheckAuto = 9057;
+constexpr uint32_t kCmdDiskCheckOff = 9058;
+constexpr uint32_t kCmdDiskCheckAsk = 9059;
+constexpr uint32_t kCmdOnTop = 9012;
+constexpr uint32_t kCmdShutdownAfterDefrag = 9016;
+constexpr uint32_t kCmdSkipSolidState = 9070;
+constexpr uint32_t kCmdNoSolidStateDetection = 9071;
+constexpr uint32_t kCmdShowInfoPanel = 9072;
+constexpr uint32_t kCmdShowStatusBar = 9073;
+constexpr uint32_t kCmdShowToolbar = 9074;
+constexpr uint32_t kCmdShowStateIcons = 9078;
+constexpr uint32_t kCmdShowSystemIcons = 9079;
+constexpr uint32_t kCmdCleanupShowErrors = 9082;
+
+// Paths brought from outside the window: dropped on it, or handed over by a
+// second start of the program.
+constexpr uint32_t kCmdAddPaths = 8002;
+
+// Languages of the "Lingua" menu: the built-in one, then one per file found.
+constexpr uint32_t kCmdFirstLanguage = 4000;
+constexpr uint32_t kCmdLastLanguage = 4499;
+
+// The recent profiles. The greyed placeholder of an empty list has a number
+// of its own, so that it never stands for a profile; each entry's number is
+// 4501 plus a counter that grows at every insertion, below 5001 and 5002,
+// the commands of the bottom tabs.
+constexpr uint32_t kRecentProfilesPlaceholderId = 4500;
+constexpr uint32_t kFirstRecentProfileId = 4501;
+constexpr uint32_t kLastRecentProfileId = 4999;

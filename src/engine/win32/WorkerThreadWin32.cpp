@@ -10,10 +10,11 @@
 #include <process.h>
 
 #include "engine/EngineThread.h"
+#include "util/Win32Handle.h"
 
 struct WorkerThread::State {
-  HANDLE thread = nullptr;
-  HANDLE nudge = nullptr;  // auto-reset: a wait takes the nudge it wakes on
+  UniqueHandle thread;
+  UniqueHandle nudge;  // auto-reset: a wait takes the nudge it wakes on
 };
 
 namespace {
@@ -34,41 +35,35 @@ unsigned __stdcall WorkerMain(void* raw) {
 }  // namespace
 
 WorkerThread::WorkerThread() : state_(std::make_shared<State>()) {
-  state_->nudge = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  state_->nudge.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
 }
 
-WorkerThread::~WorkerThread() {
-  if (state_->thread) CloseHandle(state_->thread);
-  if (state_->nudge) CloseHandle(state_->nudge);
-}
+WorkerThread::~WorkerThread() = default;
 
 bool WorkerThread::Start(ThreadEntry entry, void* argument) {
   Join();
-  if (state_->thread) {
-    CloseHandle(state_->thread);
-    state_->thread = nullptr;
-  }
-  if (state_->nudge) ResetEvent(state_->nudge);
+  state_->thread.Reset();
+  if (state_->nudge) ResetEvent(state_->nudge.Get());
   auto* launch = new Launch{entry, argument};
   const uintptr_t thread = _beginthreadex(nullptr, 0, WorkerMain, launch, 0, nullptr);
   if (thread == 0) {
     delete launch;
     return false;
   }
-  state_->thread = reinterpret_cast<HANDLE>(thread);
+  state_->thread.Reset(reinterpret_cast<HANDLE>(thread));
   return true;
 }
 
 bool WorkerThread::Running() const {
-  return state_->thread && WaitForSingleObject(state_->thread, 0) == WAIT_TIMEOUT;
+  return state_->thread.Valid() && WaitForSingleObject(state_->thread.Get(), 0) == WAIT_TIMEOUT;
 }
 
 void WorkerThread::Join() {
-  if (state_->thread) WaitForSingleObject(state_->thread, INFINITE);
+  if (state_->thread) WaitForSingleObject(state_->thread.Get(), INFINITE);
 }
 
 void WorkerThread::Nudge() {
-  if (state_->nudge) SetEvent(state_->nudge);
+  if (state_->nudge) SetEvent(state_->nudge.Get());
 }
 
 void WorkerThread::WaitEndedOrNudged() {
@@ -77,10 +72,12 @@ void WorkerThread::WaitEndedOrNudged() {
     Join();
     return;
   }
-  const HANDLE handles[] = {state_->thread, state_->nudge};
+  const HANDLE handles[] = {state_->thread.Get(), state_->nudge.Get()};
   WaitForMultipleObjects(2, handles, FALSE, INFINITE);
 }
 
-void* WorkerThread::EndHandle() const { return state_->thread; }
-void* WorkerThread::NudgeHandle() const { return state_->nudge; }
+// Null, never INVALID_HANDLE_VALUE, for a handle that is not there: that
+// value also names the current process, which a wait would never see end.
+void* WorkerThread::EndHandle() const { return state_->thread ? state_->thread.Get() : nullptr; }
+void* WorkerThread::NudgeHandle() const { return state_->nudge ? state_->nudge.Get() : nullptr; }
 #endif
