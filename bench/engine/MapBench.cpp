@@ -7,6 +7,14 @@
 // files: fragmented files per volume (default 1000); scanFiles: how many of
 // them the per-file scan relocates (default 200: on the largest volume it
 // costs a whole bitmap read per file).
+//
+//   engine_map_bench huge [budgetMiB [log2 of the clusters]]
+// The map alone on a volume of 2^32 clusters (by default) whose free space
+// is in about 128 Mi runs (free and used stretches of 16 clusters on
+// average, so 2^(n-5) runs for 2^n clusters): the
+// read, the peak memory of the process beyond the volume's own bitmap, and
+// the time per search, both strategies, for sizes the map answers itself
+// and for sizes it leaves to the scan.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -14,6 +22,8 @@
 #include <random>
 #include <string>
 #include <vector>
+
+#include <sys/resource.h>
 
 #include "engine/EngineHooks.h"
 #include "engine/FreeSpaceMap.h"
@@ -187,9 +197,101 @@ void Report(const char* what, const Measured& m) {
               double(m.pumps) / m.files, m.moved);
 }
 
+double PeakMiB() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return double(usage.ru_maxrss) / 1024.0;
+}
+
+// A map with a budget gets it; one without keeps every run.
+template <typename Map>
+void Budget(Map& map, uint64_t bytes) {
+  if constexpr (requires { map.SetBudget(bytes); }) map.SetBudget(bytes);
+}
+template <typename Map>
+uint64_t ThresholdOf(const Map& map) {
+  if constexpr (requires { map.Threshold(); }) {
+    return map.Threshold();
+  } else {
+    return 1;
+  }
+}
+
+int Huge(uint64_t budgetMiB, int log2Clusters) {
+  const uint64_t clusters = uint64_t{1} << log2Clusters;
+  SimVolume volume;
+  SimSettings settings;
+  settings.clusters = clusters;
+  std::string error;
+  if (!volume.Create(settings, error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 1;
+  }
+  std::mt19937_64 random(5);
+  std::geometric_distribution<uint64_t> stretch(1.0 / 16);
+  uint64_t at = 0, freeRuns = 0;
+  auto start = std::chrono::steady_clock::now();
+  while (at < clusters) {
+    uint64_t f = 1 + stretch(random);
+    if (random() % 100000 == 0) f += 4096 + random() % 65536;  // a long one now and then
+    at += f;
+    ++freeRuns;
+    if (at >= clusters) break;
+    const uint64_t u = std::min<uint64_t>(1 + stretch(random), clusters - at);
+    volume.Reserve(int64_t(at), u, error);
+    at += u;
+  }
+  const double built = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const double before = PeakMiB();
+  std::printf("2^%d clusters, %llu free runs, built in %.1f s; process %.0f MiB before the map\n", log2Clusters,
+              static_cast<unsigned long long>(freeRuns), built, before);
+  SetVolumeAccess(&volume);
+  std::wstring message;
+  const FsHandle handle = volume.OpenVolume("\\\\.\\Z:");
+  FreeSpaceMap map;
+  Budget(map, budgetMiB << 20);
+  start = std::chrono::steady_clock::now();
+  if (map.Read(handle, 1, message) == 0) {
+    std::fprintf(stderr, "read failed\n");
+    return 1;
+  }
+  const double read = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const uint64_t threshold = ThresholdOf(map);
+  std::printf("  budget %llu MiB: read in %.1f s, %zu runs kept (of at least %llu clusters), "
+              "process peak %.0f MiB (+%.0f MiB for the map and its read)\n",
+              static_cast<unsigned long long>(budgetMiB), read, map.Runs().size(),
+              static_cast<unsigned long long>(threshold), PeakMiB(), PeakMiB() - before);
+  for (bool smart : {false, true}) {
+    for (uint64_t needed : {threshold, threshold + 100, uint64_t{5000}, uint64_t{60000}}) {
+      const int searches = 20000;
+      start = std::chrono::steady_clock::now();
+      int64_t sum = 0;
+      for (int i = 0; i < searches; ++i) sum += map.Find(needed + uint64_t(i % 7), smart);
+      const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+      std::printf("  %s, %6llu clusters: %.2f us per search [%lld]\n", smart ? "smart" : "quick",
+                  static_cast<unsigned long long>(needed), 1e6 * took / searches, static_cast<long long>(sum % 1000));
+    }
+    // A size below the threshold: the scan answers, as it would without the map.
+    for (uint64_t needed : {uint64_t{2}, threshold - 1}) {
+      if (needed == 0 || needed >= threshold) continue;
+      start = std::chrono::steady_clock::now();
+      int64_t lcn = 0;
+      FindFreeRun(handle, needed, smart, lcn, message);
+      const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+      std::printf("  %s, %6llu clusters: left to the scan, %.1f ms\n", smart ? "smart" : "quick",
+                  static_cast<unsigned long long>(needed), 1e3 * took);
+    }
+  }
+  SetVolumeAccess(nullptr);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 1 && std::string(argv[1]) == "huge") {
+    return Huge(argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 256, argc > 3 ? std::atoi(argv[3]) : 32);
+  }
   const int files = argc > 1 ? std::atoi(argv[1]) : 1000;
   const int scanFiles = argc > 2 ? std::atoi(argv[2]) : 200;
   // Polls while the move thread runs are the move's wait, not the search's.

@@ -1,5 +1,6 @@
 // Adding many items and reaching each of them by row and by path: the total
 // time should grow with the count, the time per operation should not.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <string>
@@ -48,10 +49,15 @@ void Run(size_t count) {
   for (std::wstring& query : queries) {
     for (wchar_t& c : query) c = (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - 32) : c;
   }
-  start = Clock::now();
+  // The fastest of a few passes: the machine's other work only ever adds.
   size_t found = 0;
-  for (const std::wstring& query : queries) found += FindItemByPath(query) ? 1 : 0;
-  double findTime = Seconds(start);
+  double findTime = 1e9;
+  for (int pass = 0; pass < 7; ++pass) {
+    start = Clock::now();
+    found = 0;
+    for (const std::wstring& query : queries) found += FindItemByPath(query) ? 1 : 0;
+    findTime = std::min(findTime, Seconds(start));
+  }
 
   start = Clock::now();
   BuildSortKeys(ItemColumn::Size);

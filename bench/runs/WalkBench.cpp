@@ -2,8 +2,10 @@
 // volume, at growing sizes: the time per file should stay flat.
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "FakeFileQueries.h"
 #include "engine/EngineHooks.h"
@@ -78,8 +80,13 @@ void Run(uint64_t count) {
 
 }  // namespace
 
-int main() {
+// Counts of files from the command line; 10,000, 100,000 and 1,000,000 by
+// default.
+int main(int argc, char** argv) {
   CreateSharedLock();
-  for (uint64_t count : {10000ull, 30000ull, 100000ull}) Run(count);
+  std::vector<uint64_t> counts;
+  for (int i = 1; i < argc; ++i) counts.push_back(std::strtoull(argv[i], nullptr, 10));
+  if (counts.empty()) counts = {10000, 100000, 1000000};
+  for (uint64_t count : counts) Run(count);
   return 0;
 }

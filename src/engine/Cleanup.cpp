@@ -19,28 +19,47 @@ bool StopRequested() { return (gEngine.flags.load() & kStopRequested) != 0; }
 
 }  // namespace
 
-void DeleteFolderContents(const std::wstring& folder) {
+namespace {
+
+void DeleteEntries(const std::wstring& folder, DirListing& listing) {
   FileQueries& fs = Fs();
-  std::unique_ptr<DirListing> listing = fs.OpenListing(Joined(folder, L"*"));
-  if (!listing) return;
   DirEntry entry;
-  while (listing->Next(entry)) {
+  while (listing.Next(entry)) {
     if (entry.name == L"." || entry.name == L"..") continue;
     if (StopRequested()) return;
     ++gCleanupCount;
     const std::wstring path = Joined(folder, entry.name);
-    fs.ChangeAttributes(path, entry.attributes & ~kAttrReadOnly);
-    if (entry.attributes & kAttrDirectory) {
-      if (!(entry.attributes & kAttrReparsePoint)) DeleteFolderContents(path);
-      fs.RemoveFolder(path);
+    // What the entry is, is asked of the entry once opened, never of the
+    // listing: the temporary folder is its user's to change, and a folder
+    // swapped for a link after it was listed must not lead the cleanup,
+    // with the administrator's rights, anywhere else. Held open, the entry
+    // (and so every folder above the one being emptied) stays where it is,
+    // and a folder is listed through its open entry.
+    std::unique_ptr<OpenedEntry> opened = fs.OpenForRemoval(path);
+    if (!opened) continue;
+    const uint32_t attributes = opened->Attributes();
+    if (attributes == kInvalidAttributes) continue;
+    if (attributes & kAttrReadOnly) opened->SetAttributes(attributes & ~kAttrReadOnly);
+    if (attributes & kAttrDirectory) {
+      if (!(attributes & kAttrReparsePoint)) {
+        if (std::unique_ptr<DirListing> inner = opened->List()) DeleteEntries(path, *inner);
+      }
+      opened->Delete();
       continue;
     }
-    fs.RemoveFile(path);
+    opened->Delete();
     if (gCleanupCount % 4 == 0 && !PumpMessages()) {
       // The program is closing: leave the rest for another time.
       gEngine.flags.fetch_or(kStopRequested);
     }
   }
+}
+
+}  // namespace
+
+void DeleteFolderContents(const std::wstring& folder) {
+  std::unique_ptr<DirListing> listing = Fs().OpenListing(Joined(folder, L"*"));
+  if (listing) DeleteEntries(folder, *listing);
 }
 
 bool IsDriveRootPath(const std::wstring& path) {

@@ -40,6 +40,5 @@ uint64_t FileQueries::FileSize(const std::wstring& path) {
   return size;
 }
 
-bool FileQueries::ChangeAttributes(const std::wstring&, uint32_t) { return false; }
-bool FileQueries::RemoveFile(const std::wstring&) { return false; }
-bool FileQueries::RemoveFolder(const std::wstring&) { return false; }
+std::unique_ptr<OpenedEntry> FileQueries::OpenForRemoval(const std::wstring&) { return nullptr; }
+bool FileQueries::IdentifyFolder(const std::wstring&, FolderIdentity&) { return false; }

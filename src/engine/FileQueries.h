@@ -3,6 +3,7 @@
 // engine that needs to know about files and folders (adding items, filters,
 // folder walks, the command line) asks through this interface, so the same
 // code runs on Windows and on the in-memory trees of the tests.
+#include <compare>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -62,6 +63,29 @@ class DirListing {
 // folder's entries only all at once.
 std::unique_ptr<DirListing> ListingOfEntries(std::vector<DirEntry> entries);
 
+// An entry opened by OpenForRemoval. What it is and what happens to it are
+// asked of the opened entry, not of its path, so nothing done to the path
+// after it was listed can make the cleanup act on something else.
+class OpenedEntry {
+ public:
+  virtual ~OpenedEntry() = default;
+  // Its attributes, kInvalidAttributes when they cannot be read.
+  virtual uint32_t Attributes() = 0;
+  virtual bool SetAttributes(uint32_t attributes) = 0;
+  // Deletes it once it is closed: a file, an empty folder, or a link itself
+  // without what it points to.
+  virtual bool Delete() = 0;
+  // The entries of an opened folder, read through the open entry rather
+  // than its path. Null when it cannot be listed.
+  virtual std::unique_ptr<DirListing> List() = 0;
+};
+
+struct FolderIdentity {
+  uint64_t volume = 0;
+  uint64_t folder = 0;
+  auto operator<=>(const FolderIdentity&) const = default;
+};
+
 class FileQueries {
  public:
   virtual ~FileQueries() = default;
@@ -110,14 +134,17 @@ class FileQueries {
   // The error number of the last failed query on this thread.
   virtual uint32_t LastError() = 0;
 
-  // Changes to the file system, for the cleanup of the temporary folder.
-  // A file system that is only read refuses them (false).
-  virtual bool ChangeAttributes(const std::wstring& path, uint32_t attributes);
-  // Deletes a file, or the link itself when the entry is a link.
-  virtual bool RemoveFile(const std::wstring& path);
-  // Removes an empty folder, or a link to a folder (a junction, a mounted
-  // folder, a symbolic link) without touching what it points to.
-  virtual bool RemoveFolder(const std::wstring& path);
+  // Opens the entry at `path` itself for the cleanup of the temporary
+  // folder: a link (a junction, a mounted folder, a symbolic link) is opened
+  // as the link, never followed. While open, the entry keeps its place: it
+  // cannot be renamed, nor swapped for another. Null when it cannot be
+  // opened; a file system that is only read never opens one.
+  virtual std::unique_ptr<OpenedEntry> OpenForRemoval(const std::wstring& path);
+
+  // Who the folder at `path` is, whatever path reached it (links followed):
+  // its volume and its number there. False when the file system cannot
+  // tell.
+  virtual bool IdentifyFolder(const std::wstring& path, FolderIdentity& identity);
 };
 
 // The process-wide implementation: the Windows one in the program, an

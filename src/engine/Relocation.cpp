@@ -119,43 +119,71 @@ std::wstring MoveOnThread(bool& started, bool& fileTaken) {
 // A move the file system reported as done is believed only once the file's
 // clusters read back as one run at the target (holes of sparse and
 // compressed files aside): a move may succeed having moved only part.
-void VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts) {
+// `after` receives the runs read back, when they could be.
+bool VerifyMove(const std::wstring& path, int64_t target, FileAnalysis* counts, std::vector<FileRun>& after) {
   FsHandle file = Va().OpenFileForMoving(path);
   if (file == kInvalidHandle) {
     gEngine.moveResultCode = FailureText(Va().LastError());
-    return;
+    return false;
   }
-  FileAnalysis after;
-  const bool listed = BuildExtentList(file, after);
+  FileAnalysis analysis;
+  const bool listed = BuildExtentList(file, analysis, &after);
   Va().Close(file);
   if (!listed) {
-    gEngine.moveResultCode = after.outcome;
-    return;
+    gEngine.moveResultCode = analysis.outcome;
+    return false;
   }
   // A run starting at cluster 0 starts no fragment of its own.
-  const bool oneRun = target == 0 ? after.fragments == 0
-                                  : after.fragments == 1 && gExtentList.Head()->lcn == target;
-  if (oneRun && after.clusters > 0) return;
+  const bool oneRun = target == 0 ? analysis.fragments == 0
+                                  : analysis.fragments == 1 && gExtentList.Head()->lcn == target;
+  if (oneRun && analysis.clusters > 0) return true;
   gEngine.moveResultCode = kMovePartlyMoved;
   if (counts != nullptr) {
-    counts->fragments = after.fragments;
-    counts->clusters = after.clusters;
+    counts->fragments = analysis.fragments;
+    counts->clusters = analysis.clusters;
   }
+  return true;
+}
+
+// The runs of a file whose move did not go through, read back; false when
+// they cannot be.
+bool RunsAfterFailedMove(const std::wstring& path, std::vector<FileRun>& after) {
+  FsHandle file = Va().OpenFileForMoving(path);
+  if (file == kInvalidHandle) return false;
+  FileAnalysis analysis;
+  const bool listed = BuildExtentList(file, analysis, &after);
+  Va().Close(file);
+  return listed;
+}
+
+std::vector<ClusterRun> ClusterRuns(const std::vector<FileRun>& runs) {
+  std::vector<ClusterRun> ranges;
+  ranges.reserve(runs.size());
+  for (const FileRun& run : runs) ranges.push_back({run.lcn, run.count});
+  return ranges;
 }
 
 // What a move changed is read back into the free-space map: the target, and
-// the clusters the file had (a volume may keep them in use for a while).
-void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<FileRun>& runs) {
+// the clusters the file had. Those it no longer has may stay in use for a
+// while (a volume holds them until its next checkpoint); `after` is what the
+// file has now, nullptr when not known (then all it had before counts as
+// left).
+void NoteMove(FsHandle volume, int64_t target, uint64_t clusters, const std::vector<FileRun>& runs,
+              const std::vector<FileRun>* after) {
   if (gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 0) {
     // The thread still moves (the program is ending): nothing is known.
     gFreeSpaceMap.Invalidate();
     return;
   }
-  std::vector<ClusterRun> ranges;
-  ranges.reserve(runs.size());
-  for (const FileRun& run : runs) ranges.push_back({run.lcn, run.count});
+  const std::vector<ClusterRun> ranges = ClusterRuns(runs);
+  // A move that went wrong half-way may also have left clusters of the
+  // target behind, the file having passed through them.
+  std::vector<ClusterRun> had = ranges;
+  had.push_back({target, clusters});
+  const std::vector<ClusterRun> left =
+      after == nullptr ? ranges : FreeSpaceMap::Without(had, ClusterRuns(*after));
   std::wstring ignored;  // a failed read leaves the map to be read afresh
-  gFreeSpaceMap.NoteMove(volume, target, clusters, ranges, ignored);
+  gFreeSpaceMap.NoteMove(volume, target, clusters, ranges, left, gEngine.moveResultCode.empty(), ignored);
 }
 
 // Compressed and sparse files move in whole compression units (a file with
@@ -215,8 +243,14 @@ bool Relocate(FsHandle file, const std::wstring& path, FileAnalysis* counts, boo
   SetStatusText(kStatusPartPath, std::wstring());
   // The same display serves analyses and defragmentations.
   SetStatusText(kStatusPartState, DisplayText(kTextAnalysing, kTextAnalysingLiteral));
-  if (started) NoteMove(volume, target, analysis.clusters, before);
-  if (gEngine.moveResultCode.empty()) VerifyMove(path, target, counts);
+  std::vector<FileRun> after;
+  bool afterKnown = false;
+  if (gEngine.moveResultCode.empty()) {
+    afterKnown = VerifyMove(path, target, counts, after);
+  } else if (started && gEngine.doneFlags[kDoneMoveThread].load(std::memory_order_acquire) == 1) {
+    afterKnown = RunsAfterFailedMove(path, after);
+  }
+  if (started) NoteMove(volume, target, analysis.clusters, before, afterKnown ? &after : nullptr);
   return fileTaken;
 }
 

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <memory>
 #include <new>
-#include <unordered_map>
 #include <vector>
 
 #include "engine/FileQueries.h"
@@ -20,11 +19,85 @@ ItemSettings gItemSettings;
 
 namespace {
 
+// Path (any case) → node, in open addressing with linear probing. A slot
+// holds the path's hash and where its characters are, so a lookup reads one
+// slot and, only when the hashes agree, the path it names: the same few
+// memory reads however long the list. The paths are the records' own, fixed
+// while they are in the list.
+class PathIndex {
+ public:
+  ItemNode* Find(std::wstring_view path) const {
+    if (slots_.empty()) return nullptr;
+    const uint64_t hash = HashNoCase(path);
+    for (size_t i = size_t(hash) & mask_;; i = (i + 1) & mask_) {
+      const Slot& slot = slots_[i];
+      if (slot.node == nullptr) return nullptr;
+      if (slot.hash == hash && slot.length == path.size() && EqualNoCase({slot.text, slot.length}, path)) {
+        return slot.node;
+      }
+    }
+  }
+  // The node's path must not be in the index yet. May throw std::bad_alloc,
+  // leaving the index as it was.
+  void Insert(ItemNode* node) {
+    if ((count_ + 1) * 2 > slots_.size()) Grow();
+    const std::wstring& path = node->record.path;
+    Place({HashNoCase(path), path.data(), path.size(), node});
+    ++count_;
+  }
+  void Erase(const ItemNode* node) {
+    if (slots_.empty()) return;
+    size_t i = size_t(HashNoCase(node->record.path)) & mask_;
+    while (slots_[i].node != node) {
+      if (slots_[i].node == nullptr) return;
+      i = (i + 1) & mask_;
+    }
+    // Later slots of the same probe run move up, so no run has a gap.
+    for (size_t j = (i + 1) & mask_; slots_[j].node != nullptr; j = (j + 1) & mask_) {
+      const size_t home = size_t(slots_[j].hash) & mask_;
+      const bool staysPut = i <= j ? (i < home && home <= j) : (i < home || home <= j);
+      if (staysPut) continue;
+      slots_[i] = slots_[j];
+      i = j;
+    }
+    slots_[i] = Slot{};
+    --count_;
+  }
+  void Clear() {
+    slots_.clear();
+    mask_ = 0;
+    count_ = 0;
+  }
+
+ private:
+  struct Slot {
+    uint64_t hash = 0;
+    const wchar_t* text = nullptr;
+    size_t length = 0;
+    ItemNode* node = nullptr;  // nullptr: free
+  };
+  void Place(const Slot& entry) {
+    size_t i = size_t(entry.hash) & mask_;
+    while (slots_[i].node != nullptr) i = (i + 1) & mask_;
+    slots_[i] = entry;
+  }
+  void Grow() {
+    std::vector<Slot> old(std::max<size_t>(64, slots_.size() * 2));
+    old.swap(slots_);
+    mask_ = slots_.size() - 1;
+    for (const Slot& slot : old) {
+      if (slot.node != nullptr) Place(slot);
+    }
+  }
+  std::vector<Slot> slots_;
+  size_t mask_ = 0;
+  size_t count_ = 0;
+};
+
 struct ItemListData {
   ItemNode* head = nullptr;
   uint64_t count = 0;
-  // Upper-cased path → node; the keys view the records' own paths.
-  std::unordered_map<std::wstring_view, ItemNode*, NoCaseHash, NoCaseEqual> byPath;
+  PathIndex byPath;
   // The nodes from the tail to the head: row i is rowsReversed[count - 1 - i].
   std::vector<ItemNode*> rowsReversed;
   // The drive whose cluster size was read last, and that size.
@@ -151,7 +224,7 @@ uint32_t AddItem(bool isFolder, const std::wstring& path) {
     auto& rows = gItemList.rowsReversed;
     if (rows.size() == rows.capacity()) rows.reserve(rows.empty() ? 64 : rows.size() * 2);
     ItemNode* linked = node.get();
-    gItemList.byPath.emplace(std::wstring_view(linked->record.path), linked);
+    gItemList.byPath.Insert(linked);
     node.release();
     linked->next = gItemList.head;
     gItemList.head = linked;
@@ -168,15 +241,14 @@ uint32_t AddItem(bool isFolder, const std::wstring& path) {
 bool FindItemByPath(std::wstring_view path) { return ItemByPath(path) != nullptr; }
 
 ItemRecord* ItemByPath(std::wstring_view path) {
-  auto found = gItemList.byPath.find(path);
-  return found == gItemList.byPath.end() ? nullptr : &found->second->record;
+  ItemNode* found = gItemList.byPath.Find(path);
+  return found == nullptr ? nullptr : &found->record;
 }
 
 bool RemoveItem(ItemRecord* record) {
   if (record == nullptr) return false;
-  auto found = gItemList.byPath.find(std::wstring_view(record->path));
-  if (found == gItemList.byPath.end() || &found->second->record != record) return false;
-  ItemNode* node = found->second;
+  ItemNode* node = gItemList.byPath.Find(record->path);
+  if (node == nullptr || &node->record != record) return false;
 
   auto& rows = gItemList.rowsReversed;
   auto slot = std::find(rows.begin(), rows.end(), node);
@@ -188,7 +260,7 @@ bool RemoveItem(ItemRecord* record) {
     previous->next = node->next;
   }
   rows.erase(slot);
-  gItemList.byPath.erase(found);
+  gItemList.byPath.Erase(node);
   --gItemList.count;
   delete node;
   return true;
@@ -201,7 +273,7 @@ uint64_t RemoveItemsIf(const std::function<bool(const ItemRecord&)>& remove) {
     ItemNode* node = *link;
     if (remove(node->record)) {
       *link = node->next;
-      gItemList.byPath.erase(std::wstring_view(node->record.path));
+      gItemList.byPath.Erase(node);
       delete node;
       ++removed;
     } else {
@@ -222,7 +294,7 @@ void ClearItemList() {
   }
   gItemList.head = nullptr;
   gItemList.count = 0;
-  gItemList.byPath.clear();
+  gItemList.byPath.Clear();
   gItemList.rowsReversed.clear();
 }
 

@@ -5,7 +5,7 @@
 // fields of existing records but never links or unlinks nodes.
 //
 // Besides the linked list the module keeps two indexes so that large lists
-// stay fast: a hash of the upper-cased paths (for FindItemByPath and
+// stay fast: a hash table of the paths, case ignored (for FindItemByPath and
 // RemoveItem) and the nodes in reverse list order (for ItemAtRow; front
 // insertion is then an append). Both are rebuilt after a sort or a removal.
 // A record's path is therefore fixed once the record is in the list.

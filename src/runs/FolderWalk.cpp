@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <set>
 #include <vector>
 
 #include "engine/EngineHooks.h"
@@ -30,8 +31,14 @@ struct WalkLevel {
   size_t folderLength = 0;
 };
 
-// A folder that cannot be listed is left silently: no level.
-void EnterFolder(const std::wstring& folder, std::vector<WalkLevel>& levels) {
+// A folder that cannot be listed is left silently: no level. Nor is a
+// folder the walk has already entered, by whatever path (a junction back up
+// the tree, two links to one folder): each folder's files are met once, and
+// a cycle of links ends instead of growing the walk until the path is too
+// long. A folder whose identity cannot be read is entered.
+void EnterFolder(const std::wstring& folder, std::vector<WalkLevel>& levels, std::set<FolderIdentity>& entered) {
+  FolderIdentity identity;
+  if (Fs().IdentifyFolder(folder, identity) && !entered.insert(identity).second) return;
   std::unique_ptr<DirListing> listing = Fs().OpenListing(JoinPath(folder, L"*"));
   if (listing) levels.push_back(WalkLevel{std::move(listing), folder.size()});
 }
@@ -163,13 +170,14 @@ FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEnt
 }
 
 void WalkFolder(const std::wstring& folder, WalkKind kind) {
-  // A junction leading back up the tree makes the walk as deep as the
-  // longest path the system accepts. Each level therefore holds only its
-  // open search, and all levels share one path that each cuts back to its
-  // own folder, so the memory grows with the depth alone.
+  // A deep tree makes the walk as deep as the longest path the system
+  // accepts. Each level therefore holds only its open search, and all levels
+  // share one path that each cuts back to its own folder, so the memory
+  // grows with the depth alone.
   std::wstring path = folder;
   std::vector<WalkLevel> levels;
-  EnterFolder(path, levels);
+  std::set<FolderIdentity> entered;
+  EnterFolder(path, levels, entered);
   DirEntry entry;
   while (!levels.empty()) {
     WalkLevel& level = levels.back();
@@ -187,7 +195,7 @@ void WalkFolder(const std::wstring& folder, WalkKind kind) {
     AppendName(path, entry.name);
     if (entry.attributes & kAttrDirectory) {
       // Hidden, system and reparse-point folders are entered like any other.
-      if (!FolderLeftOut(path)) EnterFolder(path, levels);
+      if (!FolderLeftOut(path)) EnterFolder(path, levels, entered);
       continue;
     }
     if (!FileLeftOut(std::wstring(DisplayPath(path)))) {

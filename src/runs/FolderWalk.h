@@ -6,9 +6,10 @@
 // its fragmented-file record and its error entry.
 //
 // The walk keeps its folders on a list of its own rather than on the call
-// stack: a junction leading back up the tree makes the path grow until the
-// system refuses it, far deeper than a worker's small stack would allow.
-// Each level holds one open search, never its whole listing.
+// stack, each level holding one open search, never its whole listing: a
+// tree can be deeper than a worker's small stack would allow. It enters no
+// folder twice (known by its volume and number, not its path), so a
+// junction leading back up the tree is not followed round.
 #include <cstdint>
 #include <string>
 

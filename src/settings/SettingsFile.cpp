@@ -217,10 +217,20 @@ std::vector<uint8_t>& VisibleFlags(SettingsList list) {
 void ReadColumnOrder(SettingsList list, const std::wstring& value, SettingsHost& host) {
   int count = host.ColumnCount(list);
   std::vector<int64_t> numbers = ListValue(value);
+  // The list view trusts the order it is given to name each of its columns
+  // once; anything else in the file (a column named twice or out of range)
+  // gives the default order, as a wrong count does.
   std::vector<int> order;
+  std::vector<bool> named(static_cast<size_t>(std::max(count, 0)), false);
   if (numbers.size() == static_cast<size_t>(count)) {
-    for (int64_t number : numbers) order.push_back(static_cast<int>(number));
-  } else {
+    for (int64_t number : numbers) {
+      if (number < 0 || number >= count || named[static_cast<size_t>(number)]) break;
+      named[static_cast<size_t>(number)] = true;
+      order.push_back(static_cast<int>(number));
+    }
+  }
+  if (order.size() != static_cast<size_t>(count)) {
+    order.clear();
     for (int column = 0; column < count; ++column) order.push_back(column);
   }
   host.SetColumnOrder(list, order);

@@ -125,10 +125,12 @@ void StartCleanup(HWND dialog) {
     EnableAll(dialog, true);
     return;
   }
-  EnableWindow(GetDlgItem(dialog, IDCANCEL), FALSE);
+  // "Annulla" stays available: a cleaner that never ends must not hold the
+  // run, and the window, with it.
   SetDlgItemTextW(dialog, kExplanation, L"Eliminazione dei file temporanei in corso...");
   RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
-  EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
+  // A cancel during the wait has already ended the dialog.
+  if (gEngine.flags.load() & kStopRequested) return;
   EndDialog(dialog, kCleanupResultDone);
 }
 

@@ -189,6 +189,9 @@ void RunCheck(HWND dialog) {
   UpdateWindow(dialog);
   gDiskDialog.checking = true;
   EnableButtons(dialog, false);
+  // "Annulla" stays available: a checker that never ends must not hold the
+  // run, and the window, with it.
+  EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
   SetDlgItemTextW(dialog, kOutput, L"");
   DiskCheckSink sink{GetDlgItem(dialog, kOutput), GetDlgItem(dialog, kProgress)};
   int row = 0;
@@ -201,9 +204,10 @@ void RunCheck(HWND dialog) {
     ListView_GetItemText(list, thisRow, 2, fileSystem, 64);
     request.fileSystem = fileSystem;
     request.root = RootOf(letter);
-    bool quit = false;
-    if (CheckVolume(request, sink, quit)) gDiskDialog.errors = kErrorsFound;
-    if (quit) return;
+    bool abandoned = false;
+    if (CheckVolume(request, sink, abandoned)) gDiskDialog.errors = kErrorsFound;
+    // Cancelled, or the program is closing: the dialog is already ending.
+    if (abandoned) return;
     SetCell(list, thisRow, 1, Text(kStrDiskCheckDone, L"Completato"));
   }
   gDiskDialog.checking = false;
@@ -400,7 +404,13 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
           return TRUE;
         case IDOK:
         case IDCANCEL:
-          if (gDiskDialog.checking) return TRUE;
+          if (gDiskDialog.checking) {
+            // The check is abandoned unfinished: the run is not started.
+            AbandonVolumeCheck();
+            SetDiskCheckChoice(gDiskDialog.modeOnEntry);
+            EndWith(dialog, kDiskCheckResultCancelled);
+            return TRUE;
+          }
           if (gDiskDialog.done || gDiskDialog.errors) {
             EndWith(dialog, 1 + gDiskDialog.errors + gDiskDialog.autoContinue);
           } else {
@@ -441,9 +451,9 @@ int RunDiskCheckUnattended() {
     ChkdskRequest request;
     request.fileSystem = FileSystemOf(root, nullptr);
     request.root = root;
-    bool quit = false;
-    if (CheckVolume(request, DiskCheckSink{}, quit)) errors = kErrorsFound;
-    if (quit) break;
+    bool abandoned = false;
+    if (CheckVolume(request, DiskCheckSink{}, abandoned)) errors = kErrorsFound;
+    if (abandoned) break;
   }
   return 1 + errors + kAutoContinueValue;
 }

@@ -1,7 +1,5 @@
 #include "ui/ItemListView.h"
 
-#include <uxtheme.h>
-
 #include <string>
 
 #include "items/ItemCells.h"
@@ -13,6 +11,7 @@
 #include "settings/CommandIds.h"
 #include "ui/Dpi.h"
 #include "util/StringIds.h"
+#include "util/SystemLibrary.h"
 
 namespace {
 
@@ -42,7 +41,9 @@ ItemViewState gView;
 // look of the newer systems, black with the older themed look, and the
 // system's window-text colour without themes.
 COLORREF DetailTextColour() {
-  if (!IsAppThemed()) return GetSysColor(COLOR_WINDOWTEXT);
+  using IsAppThemedFn = BOOL(WINAPI*)();
+  static const IsAppThemedFn isAppThemed = SystemProcedure<IsAppThemedFn>(L"uxtheme.dll", "IsAppThemed");
+  if (!isAppThemed || !isAppThemed()) return GetSysColor(COLOR_WINDOWTEXT);
   static const bool newerSystem =
       GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetTickCount64") != nullptr;
   return newerSystem ? RGB(110, 110, 110) : RGB(0, 0, 0);

@@ -70,16 +70,14 @@ TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndTheSecondEndsWithZero) {
     StartFirst(L"\"" + before + L"\"");
     ASSERT_EQ(Names(), std::vector<std::wstring>{before});
 
-    // The second start runs from a copy in another folder and names a path
-    // relative to that folder: the first instance, whose folder differs,
-    // must receive it whole.
-    TestDriver::ProgramUnderTest secondCopy(TestDriver::HostPathToWindows((host_ / "second").string()),
-                                            TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
-                                            TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
-    ASSERT_TRUE(secondCopy.Ready());
+    // The second start runs in another current folder and names a path
+    // relative to it: the first instance, whose folder differs, must receive
+    // it whole.
+    fs::create_directories(host_ / "second");
     std::ofstream(host_ / "second" / "consegnato.txt") << "contenuto";
-    std::wstring handed = secondCopy.Folder() + L"\\consegnato.txt";
-    TestDriver::RunResult second = TestDriver::RunProgram(secondCopy.ExePath(), L"consegnato.txt /ANALYZE", kWaitMs);
+    std::wstring handed = TestDriver::HostPathToWindows((host_ / "second").string()) + L"\\consegnato.txt";
+    TestDriver::RunResult second = TestDriver::RunProgram(
+        exe_, L"consegnato.txt /ANALYZE", kWaitMs, TestDriver::HostPathToWindows((host_ / "second").string()));
     ASSERT_TRUE(second.started);
     ASSERT_TRUE(second.finished) << "the second start did not end";
     EXPECT_EQ(second.exitCode, 0u);

@@ -356,6 +356,32 @@ TEST_F(PreRunStepsTest, TheDiskCheckDialogWaitsShowsTheCheckerAndItsErrorsStopTh
     EXPECT_EQ(EndFiles(), StartFiles());
 }
 
+// A checker that does not end holds nothing: "Annulla" stays available
+// while it works, ends the dialog at once and the run does not start.
+TEST_F(PreRunStepsTest, ACheckThatDoesNotEndIsCancelledAndTheRunDoesNotStart) {
+    Prepare("chkdsk-cancel", "CLNUP=0\r\n");
+    SetEnvironmentVariableW(L"ORDALIS_FMIFS_SCRIPT", L"Z:delay=60000;progress=10");
+    std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK /CHKDSK:2 " + Win("data"));
+    ASSERT_NE(program, nullptr);
+    HWND dialog = DialogTitled(*program, L"Controllo disco");
+    ASSERT_NE(dialog, nullptr);
+    HWND main = MainWindow(*program);
+    HWND list = GetDlgItem(dialog, kDriveList);
+    TestDriver::PressButton(dialog, kCheckButton);
+    for (int i = 0; i < 100 && TestDriver::ListViewCellText(list, 0, 1) != L"In analisi..."; ++i) {
+        TestDriver::PumpMessages(100);
+    }
+    ASSERT_EQ(TestDriver::ListViewCellText(list, 0, 1), L"In analisi...");
+    EXPECT_TRUE(IsWindowEnabled(GetDlgItem(dialog, IDCANCEL)));
+
+    TestDriver::PressButton(dialog, IDCANCEL);
+    for (int i = 0; i < 50 && IsWindow(dialog); ++i) TestDriver::PumpMessages(100);
+    EXPECT_FALSE(IsWindow(dialog)) << "the dialog still waits for the checker";
+    TestDriver::PumpMessages(500);
+    CloseProgram(*program, main);
+    EXPECT_EQ(EndFiles(), StartFiles());
+}
+
 // "Non controllare i dischi in futuro" moves the choice at once; "Annulla"
 // before a check restores it, "Non controllare" keeps it.
 TEST_F(PreRunStepsTest, NeverCheckingAgainIsKeptOnlyWhenTheCheckIsSkipped) {

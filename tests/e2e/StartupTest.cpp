@@ -132,6 +132,27 @@ TEST(UnattendedStart, PathThatDoesNotExistIsReportedAndEndsWithFive) {
     EXPECT_EQ(result.exitCode, 5u);
 }
 
+// A scheduled job's start does its own run and says what happened, even
+// when a window is open; the window is left as it was.
+TEST(UnattendedStart, RunsItselfWhileAWindowIsOpen) {
+    std::wstring exe = PrepareProgram(L"unattended-beside-window");
+    std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
+    ASSERT_NE(first, nullptr);
+    HWND mainWindow = WaitForMainWindow(*first);
+    ASSERT_NE(mainWindow, nullptr);
+
+    TestDriver::RunResult result =
+        TestDriver::RunProgram(exe, L"/NOGUI Z:\\no\\such\\file.txt", kWaitMs);
+    ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
+    std::string expected = "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" +
+                           Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n" +
+                           "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
+    EXPECT_EQ(result.output, expected) << Printable(result.output);
+    EXPECT_EQ(result.exitCode, 5u);
+    EXPECT_EQ(TestDriver::ListViewRowCount(ItemList(mainWindow)), 0);
+    EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
+}
+
 TEST(UnattendedStart, NoWindowIsEverShown) {
     std::wstring exe = PrepareProgram(L"no-window");
     std::unique_ptr<RunningProgram> program =
@@ -192,6 +213,29 @@ TEST(SingleInstance, SecondStartBringsTheFirstWindowForwardAndEndsWithZero) {
     EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
 }
 
+// Another program that makes the instance mutex and a window with the main
+// window's class and title is not this program: a start hands it nothing
+// and opens its own window.
+TEST(SingleInstance, AnImpostorWindowIsHandedNothing) {
+    std::wstring exe = PrepareProgram(L"single-instance-impostor");
+    wchar_t desktop[MAX_PATH] = {};
+    DWORD needed = 0;
+    GetUserObjectInformationW(GetThreadDesktop(GetCurrentThreadId()), UOI_NAME, desktop, sizeof desktop, &needed);
+    const std::wstring mutexName = std::wstring(L"Ordalis-7a8caa0e-a83e-4ebe-a126-8e15046ca30d1-") + desktop;
+    TestDriver::UniqueHandle mutex(CreateMutexW(nullptr, FALSE, mutexName.c_str()));
+    HWND impostor = CreateWindowExW(0, kDialogClass, kMainTitle, WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 200, 100,
+                                    nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+    ASSERT_NE(impostor, nullptr);
+    TestDriver::PumpMessages(200);
+
+    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"Z:\\");
+    ASSERT_NE(program, nullptr);
+    HWND mainWindow = WaitForMainWindow(*program);
+    EXPECT_NE(mainWindow, nullptr) << "the start handed its paths over and ended";
+    if (mainWindow) EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+    DestroyWindow(impostor);
+}
+
 TEST(SingleInstance, MinimisedFirstWindowKeepsTheSecondStartWaitingUntilItIsActivated) {
     std::wstring exe = PrepareProgram(L"single-instance-minimised");
     std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
@@ -209,7 +253,8 @@ TEST(SingleInstance, MinimisedFirstWindowKeepsTheSecondStartWaitingUntilItIsActi
     // activates it, and only then ends.
     std::unique_ptr<RunningProgram> second = TestDriver::StartProgram(exe, L"");
     ASSERT_NE(second, nullptr);
-    EXPECT_FALSE(second->WaitForExit(2000)) << "ended before the first window was activated";
+    // Longer than a few flashes: the wait lasts as long as the user's.
+    EXPECT_FALSE(second->WaitForExit(6000)) << "ended before the first window was activated";
 
     ShowWindow(mainWindow, SW_RESTORE);
     SetForegroundWindow(mainWindow);
@@ -221,6 +266,7 @@ TEST(SingleInstance, MinimisedFirstWindowKeepsTheSecondStartWaitingUntilItIsActi
 
 TEST(StartupChecks, WithoutTheDiskCheckLibraryTheProgramSaysSoAndEndsWithZero) {
     std::wstring exe = PrepareProgram(L"no-fmifs", false);
+    TestDriver::SystemCheckerHidden noSystemChecker;
     std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"");
     ASSERT_NE(program, nullptr);
     HWND box = TestDriver::WaitForDialogOf(program->ProcessId(), nullptr, kWaitMs);
@@ -299,6 +345,30 @@ TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
         EXPECT_FALSE(holds(shipped, name)) << name;
         EXPECT_TRUE(holds(simulating, name)) << name;
     }
+}
+
+// The program runs as administrator, often from a folder its user can
+// write to: a DLL with a system DLL's name planted beside it is never loaded,
+// neither those it loads by name nor those it would import.
+TEST(ShippedProgram, LoadsNoDllFromItsOwnFolder) {
+    std::wstring exe = PrepareProgram(L"planted");
+    const std::filesystem::path folder = std::filesystem::path(exe).parent_path();
+    for (const wchar_t* name : {L"fmifs.dll", L"RICHED20.DLL", L"UxTheme.dll", L"MSIMG32.dll"}) {
+        std::filesystem::remove(folder / name);
+        std::filesystem::copy_file(TestDriver::HostPathToWindows(ORDALIS_PLANTED_DLL), folder / name);
+    }
+    const std::filesystem::path log = folder.parent_path() / L"planted.log";
+    std::filesystem::remove(log);
+    SetEnvironmentVariableW(L"ORDALIS_PLANTED_LOG", log.c_str());
+
+    TestDriver::RunResult run = TestDriver::RunProgram(exe, L"/NOGUI", kWaitMs);
+    SetEnvironmentVariableW(L"ORDALIS_PLANTED_LOG", nullptr);
+
+    ASSERT_TRUE(run.finished) << "the program did not end";
+    EXPECT_EQ(run.exitCode, 0u);
+    std::ifstream announced(log, std::ios::binary);
+    const std::string loaded((std::istreambuf_iterator<char>(announced)), {});
+    EXPECT_TRUE(loaded.empty()) << "loaded from its own folder: " << Printable(loaded);
 }
 
 }  // namespace

@@ -72,6 +72,23 @@ TEST_F(CleanupTest, ALinkToAFolderIsRemovedAsALinkAndNeverEntered) {
   EXPECT_FALSE(Changed(L"attributes C:\\Temp\\docs\\thesis.doc"));
 }
 
+// The temporary folder is its user's: a folder listed as a folder and then
+// swapped for a link before the cleanup reaches it is removed as the link.
+TEST_F(CleanupTest, AFolderSwappedForALinkAfterTheListingIsNotEntered) {
+  FakeFileQueries& fake = files_.fake;
+  fake.AddFile(L"C:\\Windows\\System32\\config.sys", 100);
+  fake.AddFile(L"C:\\Temp\\work\\a.tmp", 1);
+  fake.beforeOpenForRemoval = [&fake](const std::wstring& path) {
+    if (path != L"C:\\Temp\\work") return;
+    fake.Remove(path);
+    fake.AddLink(path, L"C:\\Windows\\System32");
+  };
+  DeleteFolderContents(L"C:\\Temp");
+  EXPECT_FALSE(fake.Exists(L"C:\\Temp\\work"));
+  EXPECT_TRUE(fake.Exists(L"C:\\Windows\\System32\\config.sys"));
+  EXPECT_FALSE(Changed(L"file C:\\Temp\\work\\config.sys"));
+}
+
 TEST_F(CleanupTest, AStopEndsTheWalkAndMessagesFlowEveryFourthFile) {
   FakeFileQueries& fake = files_.fake;
   for (int i = 0; i < 10; ++i) fake.AddFile(L"C:\\Temp\\f" + std::to_wstring(i), 1);

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "engine/EngineHooks.h"
+#include "engine/Relocation.h"
 #include "engine/cleanup/RunAndWait.h"
 
 namespace {
@@ -49,7 +50,29 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
   gEngineHooks = EngineHooks{};
 
   EXPECT_EQ(RunAndWait((root / L"missing.exe").wstring(), L"", SW_HIDE, true), 0);
+
+  // A cleaner that does not end: "Annulla", pressed among the window's
+  // messages, ends the wait at once, and the cleaner goes on by itself.
+  gEngineHooks.pumpMessages = [] {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+      if (message.message == WM_TIMER) gEngine.flags.fetch_or(kStopRequested);
+    }
+    return true;
+  };
+  SetEnvironmentVariableW(L"GTEST_ALSO_RUN_DISABLED_TESTS", L"1");
+  const UINT_PTR timer = SetTimer(nullptr, 0, 500, nullptr);
+  const DWORD start = GetTickCount();
+  EXPECT_EQ(RunAndWait(program, L"--gtest_filter=RunAndWaitTest.DISABLED_ACleanerThatTakesItsTime", SW_HIDE, true), 0);
+  EXPECT_LT(GetTickCount() - start, 10000u);
+  KillTimer(nullptr, timer);
+  SetEnvironmentVariableW(L"GTEST_ALSO_RUN_DISABLED_TESTS", nullptr);
+  gEngineHooks = EngineHooks{};
+  gEngine.flags.fetch_and(~kStopRequested);
   fs::remove_all(root, ignored);
 }
+
+// The stand-in for the cleaner above, run only by that test.
+TEST(RunAndWaitTest, DISABLED_ACleanerThatTakesItsTime) { Sleep(20000); }
 
 }  // namespace

@@ -38,11 +38,13 @@ extern "C" {
 
 namespace {
 
-constexpr uint64_t kImageBytes = 3ull << 20;
+// Room for the move journal the first switch makes on the volume: on a
+// smaller volume every move would stop there and no run list be switched.
+constexpr uint64_t kImageBytes = 8ull << 20;
 constexpr int kMaxFiles = 64;
 // Files of more fragments are analysed but not moved, and one file is moved
-// per execution: each fragment's move rewrites the whole run list and copies
-// through a fresh buffer, and moves would take most of the time.
+// per execution: each move makes the journal on the volume and syncs and
+// reads back its copy, and moves would take most of the time.
 constexpr uint64_t kMaxMovedFragments = 24;
 
 struct Region {

@@ -171,6 +171,21 @@ TEST_F(ItemListOrderTest, RemoveKeepsLinksRowsAndPathIndexInStep) {
   EXPECT_EQ(ItemListHead(), nullptr);
   EXPECT_FALSE(FindItemByPath(L"C:\\d"));
   EXPECT_EQ(ItemAtRow(0), nullptr);
+
+  // Enough paths for the index to grow and its probe runs to meet: every
+  // other one removed, one at a time and then in one pass, the rest still
+  // found in any case.
+  Paths many;
+  for (int i = 0; i < 3000; ++i) many.push_back(L"C:\\f" + std::to_wstring(i));
+  AddFiles(many);
+  for (int i = 0; i < 3000; i += 4) ASSERT_TRUE(RemoveItem(ItemByPath(many[size_t(i)])));
+  EXPECT_EQ(RemoveItemsIf([](const ItemRecord& r) { return std::stoi(r.path.substr(4)) % 4 == 2; }), 750u);
+  for (int i = 0; i < 3000; ++i) {
+    std::wstring upper = many[size_t(i)];
+    upper[3] = L'F';
+    EXPECT_EQ(FindItemByPath(upper), i % 2 == 1) << i;
+  }
+  EXPECT_EQ(ItemCount(), 1500u);
 }
 
 TEST_F(ItemListOrderTest, SortIsStableInBothDirections) {

@@ -380,6 +380,22 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
 }
 
+// Two links back to their own folder: the walk meets each file once and
+// ends, where following them would never end.
+TEST_F(RunFixture, AFolderReachedAgainThroughALinkIsNotEnteredTwice) {
+  files_.fake.AddFile(L"Z:\\data\\a.bin", 10);
+  files_.fake.AddLink(L"Z:\\data\\loop", L"Z:\\data");
+  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\data");
+  std::vector<std::wstring> walked;
+  gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
+    walked.push_back(path);
+    if (walked.size() > 10) RequestStop();
+    return true;
+  };
+  WalkFolder(L"\\\\?\\Z:\\data", WalkKind::Analysis);
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\data\\a.bin"}));
+}
+
 // A file item shows afterwards what the relocation's own analysis found: a
 // moved file one fragment of its clusters, a contiguous one its clusters, one
 // without room its fragments as they still are.

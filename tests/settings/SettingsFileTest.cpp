@@ -210,6 +210,8 @@ TEST_F(SettingsFileTest, ReadingQuirks) {
       L"FDWIDTH=  +12abc",
       L"SplitterPos=abc",
       L"COLUMNORDER=3;2;1;",     // too few: the default order
+      L"FCOLUMNORDER=0;1;2;3;4;5;6;6;",  // a column twice: the default order
+      L"ECOLUMNORDER=0;-5;",     // a column that does not exist: the default order
       L"CL=50;60",
       L"",                       // empty lines are read and ignored
       L"UNKNOWN=1",
@@ -240,6 +242,8 @@ TEST_F(SettingsFileTest, ReadingQuirks) {
   EXPECT_EQ(gSettings.fragmentDetailsWidth, 12);
   EXPECT_EQ(gSettings.splitterPosition, 0);
   EXPECT_EQ(host.order[0], (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+  EXPECT_EQ(host.order[1], (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+  EXPECT_EQ(host.order[2], (std::vector<int>{0, 1}));
   EXPECT_EQ(host.widths[0][0], 50);
   EXPECT_EQ(host.widths[0][1], 60);
   EXPECT_EQ(host.widths[0][2], 102);

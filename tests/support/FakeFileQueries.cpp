@@ -78,18 +78,28 @@ void FakeFileQueries::AddDrive(wchar_t letter, uint32_t bytesPerCluster, DriveKi
   drive->kind = kind;
 }
 
-FakeFileQueries::Node* FakeFileQueries::Lookup(std::wstring_view path) const {
+FakeFileQueries::Node* FakeFileQueries::Lookup(std::wstring_view path, bool followLast) const {
   path = WithoutPrefix(path);
   if (!HasDriveLetter(path)) return nullptr;
   auto drive = drives_.find(UpperCaseUnit(path[0]));
   if (drive == drives_.end()) return nullptr;
   Node* node = const_cast<Node*>(&drive->second.root);
   for (std::wstring_view part : Components(path)) {
+    if (node->link) node = node->link;
     auto child = node->byName.find(part);
     if (child == node->byName.end()) return nullptr;
     node = child->second;
   }
+  // A path that ends in a backslash names the folder inside the link.
+  if (node->link && (followLast || path.ends_with(L'\\'))) node = node->link;
   return node;
+}
+
+void FakeFileQueries::AddLink(const std::wstring& path, const std::wstring& target) {
+  Node* targetNode = Lookup(target);
+  Node* node = MakeFolders(path);
+  node->entry.attributes = kAttrDirectory | kAttrReparsePoint;
+  node->link = targetNode;
 }
 
 FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
@@ -381,9 +391,50 @@ std::wstring FakeFileQueries::ErrorText(uint32_t error) {
 
 uint32_t FakeFileQueries::LastError() { return tLastError; }
 
+namespace {
+
+// Acts on the path it was opened with: the test changes the tree only before
+// the opening, as the system's sharing rules keep an open entry in place.
+class FakeOpenedEntry final : public OpenedEntry {
+ public:
+  FakeOpenedEntry(FakeFileQueries& fake, std::wstring path, uint32_t attributes)
+      : fake_(fake), path_(std::move(path)), attributes_(attributes) {}
+  uint32_t Attributes() override { return attributes_; }
+  bool SetAttributes(uint32_t attributes) override { return fake_.ChangeAttributes(path_, attributes); }
+  bool Delete() override {
+    return (attributes_ & kAttrDirectory) ? fake_.RemoveFolder(path_) : fake_.RemoveFile(path_);
+  }
+  std::unique_ptr<DirListing> List() override { return fake_.OpenListing(path_ + L"\\*"); }
+
+ private:
+  FakeFileQueries& fake_;
+  std::wstring path_;
+  uint32_t attributes_;
+};
+
+}  // namespace
+
+std::unique_ptr<OpenedEntry> FakeFileQueries::OpenForRemoval(const std::wstring& path) {
+  if (beforeOpenForRemoval) beforeOpenForRemoval(path);
+  Node* node = Lookup(path, false);
+  if (node == nullptr) {
+    tLastError = kErrFileNotFound;
+    return nullptr;
+  }
+  return std::make_unique<FakeOpenedEntry>(*this, path, node->entry.attributes);
+}
+
+bool FakeFileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& identity) {
+  Node* node = Lookup(path);
+  if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
+  identity.volume = UpperCaseUnit(WithoutPrefix(path)[0]);
+  identity.folder = reinterpret_cast<uintptr_t>(node);
+  return true;
+}
+
 bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
   changes.push_back(L"attributes " + path);
-  Node* node = Lookup(path);
+  Node* node = Lookup(path, false);
   if (node == nullptr) return false;
   // The kind of entry is not the caller's to change.
   const uint32_t fixed = kAttrDirectory | kAttrReparsePoint;
@@ -393,7 +444,7 @@ bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attrib
 
 bool FakeFileQueries::RemoveFile(const std::wstring& path) {
   changes.push_back(L"file " + path);
-  Node* node = Lookup(path);
+  Node* node = Lookup(path, false);
   if (node == nullptr || (node->entry.attributes & (kAttrDirectory | kAttrReadOnly))) {
     tLastError = kErrAccessDenied;
     return false;
@@ -403,7 +454,7 @@ bool FakeFileQueries::RemoveFile(const std::wstring& path) {
 
 bool FakeFileQueries::RemoveFolder(const std::wstring& path) {
   changes.push_back(L"folder " + path);
-  Node* node = Lookup(path);
+  Node* node = Lookup(path, false);
   if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
   if (!node->children.empty() && !(node->entry.attributes & kAttrReparsePoint)) return false;
   return Remove(path);

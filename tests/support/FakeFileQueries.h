@@ -45,6 +45,10 @@ class FakeFileQueries : public FileQueries {
   // GetCompressedSize answers (defaults to the size).
   DirEntry& AddFile(const std::wstring& path, uint64_t size = 0, uint32_t attributes = kAttrArchive,
                     uint64_t compressedSize = kInvalidSize);
+  // A link at `path` to the folder `target` (which must exist): listed as a
+  // folder that is a reparse point, and paths through it lead into the
+  // target. OpenForRemoval opens the link itself.
+  void AddLink(const std::wstring& path, const std::wstring& target);
   // Removes a file or a folder with everything inside it.
   bool Remove(const std::wstring& path);
   bool Exists(const std::wstring& path) const;
@@ -74,18 +78,25 @@ class FakeFileQueries : public FileQueries {
   uint32_t LastError() override;
   // As the system does: a read-only file is not deleted, a folder is removed
   // only when empty or when it is a link (then without what it shows).
-  bool ChangeAttributes(const std::wstring& path, uint32_t attributes) override;
-  bool RemoveFile(const std::wstring& path) override;
-  bool RemoveFolder(const std::wstring& path) override;
+  std::unique_ptr<OpenedEntry> OpenForRemoval(const std::wstring& path) override;
+  // A folder's node is its identity; links lead to their target's.
+  bool IdentifyFolder(const std::wstring& path, FolderIdentity& identity) override;
+  bool ChangeAttributes(const std::wstring& path, uint32_t attributes);
+  bool RemoveFile(const std::wstring& path);
+  bool RemoveFolder(const std::wstring& path);
 
   // Every change asked for, in order: "attributes PATH", "file PATH" or
   // "folder PATH" (also those refused).
   std::vector<std::wstring> changes;
+  // Runs as OpenForRemoval begins, so a test can change the tree between
+  // the listing and the opening.
+  std::function<void(const std::wstring& path)> beforeOpenForRemoval;
 
  private:
   struct Node {
     DirEntry entry;
     uint64_t compressedSize = kInvalidSize;
+    Node* link = nullptr;  // the target of a link
     std::vector<std::unique_ptr<Node>> children;  // in the order they were added
     std::unordered_map<std::wstring_view, Node*, NoCaseHash, NoCaseEqual> byName;
   };
@@ -96,7 +107,8 @@ class FakeFileQueries : public FileQueries {
   };
 
   Drive* DriveOf(std::wstring_view path, bool create);
-  Node* Lookup(std::wstring_view path) const;
+  // Links on the way are followed, and the last one too unless told not to.
+  Node* Lookup(std::wstring_view path, bool followLast = true) const;
   Node* MakeFolders(std::wstring_view path);
   bool Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const;
   uint32_t Search(const std::wstring& pattern, const std::function<bool(const DirEntry&)>& visit);

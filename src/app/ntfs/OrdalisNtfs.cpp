@@ -1,6 +1,7 @@
 // ordalis-ntfs: the unattended runs of the program on an NTFS volume or image
 // from Linux, while nothing has it mounted. The volume becomes one drive for
 // the engine; paths are given and shown from the volume's root.
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -50,6 +51,14 @@ const char* const kHelp =
     "Back up the volume first. Never use it on a mounted volume.\n"
     "Exit codes: 0 no errors, 3 stopped with errors, 4 files left unprocessed,\n"
     "5 none of the paths found, 6 wrong command line, 7 volume not opened.\n";
+
+// Ctrl-C and termination: the file being moved is finished, then the run
+// stops as if asked to (the stop is passed on between two files).
+volatile sig_atomic_t gSignalled = 0;
+void OnStopSignal(int) { gSignalled = 1; }
+void PassOnStop() {
+  if (gSignalled) gEngine.flags.fetch_or(kStopRequested);
+}
 
 std::wstring Wide(const std::string& text) { return WideFromUtf8(text); }
 std::string Narrow(const std::wstring& text) { return WideToUtf8(text); }
@@ -140,7 +149,8 @@ int main(int argc, char** argv) {
   std::string message;
   // An analysis alone never opens the volume for writing.
   if (volume.Open(device, defragment, kLetter, message) != NtfsOpenFailure::None) {
-    std::fprintf(stderr, "ordalis-ntfs: %s; nothing was written\n", message.c_str());
+    std::fprintf(stderr, "ordalis-ntfs: %s; nothing %swas written\n", message.c_str(),
+                 volume.CompletedInterruptedMove() ? "else " : "");
     return kExitVolumeRefused;
   }
   NtfsFileQueries queries(volume);
@@ -151,6 +161,13 @@ int main(int argc, char** argv) {
   gItemSettings.hooks = PortableItemHooks();
   gItemSettings.suppressMessages = true;
   gRunHooks = PortableRunHooks();
+  gRunHooks.refreshCounters = PassOnStop;
+  gRunHooks.refreshErrors = PassOnStop;
+  struct sigaction stop {};
+  stop.sa_handler = OnStopSignal;
+  stop.sa_flags = SA_RESTART;
+  sigaction(SIGINT, &stop, nullptr);
+  sigaction(SIGTERM, &stop, nullptr);
   // No window to keep alive: no pump, and the waits for the move thread
   // block on the thread alone.
   gEngineHooks = EngineHooks{};
@@ -212,6 +229,6 @@ int main(int argc, char** argv) {
     std::fputs("ordalis-ntfs: the volume could not be closed cleanly\n", stderr);
     return 4;
   }
-  if (stoppedWithErrors) return 3;
+  if (stoppedWithErrors || gSignalled) return 3;
   return anyErrors ? 4 : 0;
 }

@@ -28,6 +28,7 @@
 #include "ui/MainWindow.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "util/SharedLock.h"
+#include "util/SystemLibrary.h"
 #include "util/Tag.h"
 #include "util/Text.h"
 
@@ -71,6 +72,7 @@ void CleanUpAfterFault() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+  RestrictLibrarySearchToSystem();
   InstallCrashReport(CleanUpAfterFault);
   INITCOMMONCONTROLSEX controls{sizeof controls, 0x40FF};
   if (!InitCommonControlsEx(&controls)) return 0;

@@ -8,6 +8,9 @@
 #include "app/CommandLine.h"
 #include "app/RunFlags.h"
 #include "app/win32/Console.h"
+#ifdef ORDALIS_SIMULATED_VOLUME
+#include "app/win32/sim/SimSwitches.h"
+#endif
 #include "engine/diskcheck/DiskCheck.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
@@ -22,6 +25,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "util/ProgramFolder.h"
+#include "util/SystemLibrary.h"
 #include "util/Tag.h"
 
 namespace {
@@ -95,13 +99,20 @@ void RestoreErrorMode() {
 
 void RunStartupChecks(HWND mainWindow) {
   // The rich-edit control is only needed by some dialogs; its absence is not fatal.
-  LoadLibraryW(L"RICHED20.DLL");
+  LoadSystemLibrary(L"RICHED20.DLL");
   if (!ResolveNtFsControlFile()) {
     FailStartup(nullptr, L"Could not find NtFsControlFile entry point in NTDLL.DLL.");
   }
   // The disk check before a defragmentation calls the checker through the
   // address kept here.
-  if (!ResolveChkdsk()) {
+#ifdef ORDALIS_SIMULATED_VOLUME
+  // The simulating program checks its drives through the double that lies
+  // beside it; the shipped program asks only the system's checker.
+  const bool chkdsk = ResolveChkdsk(SimCheckerPath().c_str());
+#else
+  const bool chkdsk = ResolveChkdsk();
+#endif
+  if (!chkdsk) {
     FailStartup(nullptr, L"Could not find Chkdsk entry point in FMIFS.DLL.");
   }
   wchar_t programPath[MAX_PATH * 2] = {};

@@ -16,6 +16,7 @@
 #include "ui/MessageBox.h"
 #include "util/StringIds.h"
 #include "util/Tag.h"
+#include "util/SystemLibrary.h"
 #include "util/Text.h"
 #include "util/Win32Handle.h"
 
@@ -287,7 +288,7 @@ HWND ReportOwner() {
 void ShowReport(const SavedFault& fault) {
   INITCOMMONCONTROLSEX controls{sizeof controls, ICC_LINK_CLASS};
   InitCommonControlsEx(&controls);
-  LoadLibraryW(L"RICHED20.DLL");
+  LoadSystemLibrary(L"RICHED20.DLL");
   DialogData data;
   ProgramFacts program{Narrow(ORDALIS_VERSION_TEXT), kBuildText};
   data.report = BuildCrashReport(GatherSystemFacts(), program, FaultFactsOf(fault), !BuiltInTexts());

@@ -6,6 +6,7 @@
 
 #include "engine/Cleanup.h"
 #include "engine/EngineHooks.h"
+#include "engine/Relocation.h"
 #include "util/Win32Handle.h"
 
 namespace {
@@ -14,7 +15,9 @@ constexpr DWORD kIdleWaitMs = 1500;
 
 // Blocks until the process ends or input arrives, handling the window's
 // messages after each wake. False when a quit message came first (the pump
-// posts it again for the message loop).
+// posts it again for the message loop), or when a stop was asked for among
+// the messages handled ("Annulla"): the program then goes on by itself, the
+// window no longer waits for it.
 bool WaitWithMessages(HANDLE process) {
   if (!gEngineHooks.pumpMessages) {
     // No window to keep alive: only the process matters.
@@ -25,6 +28,7 @@ bool WaitWithMessages(HANDLE process) {
     if (woke == WAIT_OBJECT_0) return true;
     if (woke == WAIT_FAILED) return WaitForSingleObject(process, INFINITE) == WAIT_OBJECT_0;
     if (!PumpMessages()) return false;
+    if (gEngine.flags.load() & kStopRequested) return false;
   }
 }
 

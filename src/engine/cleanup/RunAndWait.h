@@ -4,5 +4,6 @@
 #include <string>
 
 // 1 when the program was seen to end while being waited for, else 0 (also
-// when it could not be started, which is not reported).
+// when it could not be started, which is not reported, and when a stop
+// request among the window's messages ended the wait first).
 int RunAndWait(const std::wstring& program, const std::wstring& parameters, int showCommand, bool wait);

@@ -18,9 +18,10 @@ struct ChkdskRequest {
   std::wstring root;        // "C:\"
 };
 
-// Loads "fmifs.dll" and keeps the address of its `Chkdsk`; false when either
-// is missing.
-bool ResolveChkdsk();
+// Loads "fmifs.dll" from the system folder (or the library at libraryPath,
+// a full path) and keeps the address of its `Chkdsk`; false when either is
+// missing.
+bool ResolveChkdsk(const wchar_t* libraryPath = nullptr);
 
 // Where the checker's report goes; either window may be null.
 struct DiskCheckSink {
@@ -31,8 +32,14 @@ struct DiskCheckSink {
 // Checks one volume on a worker thread while the window thread keeps
 // handling messages. True when the checker reported failure (the error
 // flag); a checker that never reports its end counts as finding nothing.
-// `quit` is set when a quit message ended the wait.
-bool CheckVolume(const ChkdskRequest& request, const DiskCheckSink& sink, bool& quit);
+// `abandoned` is set when the wait ended before the checker did: a quit
+// message, or AbandonVolumeCheck() from among the window's messages. The
+// checker is then asked to stop at its next report and reaches the window
+// no more.
+bool CheckVolume(const ChkdskRequest& request, const DiskCheckSink& sink, bool& abandoned);
+
+// From the window thread while CheckVolume waits ("Annulla"): the wait ends.
+void AbandonVolumeCheck();
 
 // How many times a checker reported a full progress bar, capped at 3.
 int DiskCheckStage();

@@ -21,6 +21,7 @@
 #include <sstream>
 #include <vector>
 
+#include "engine/ntfs/NtfsDevice.h"
 #include "engine/ntfs/NtfsLibrary.h"
 #include "engine/sim/SimVolume.h"
 #include "util/WideString.h"
@@ -91,27 +92,44 @@ struct OpenedStream {
   }
   OpenedStream(const OpenedStream&) = delete;
   OpenedStream& operator=(const OpenedStream&) = delete;
-  // The clusters the run list covers, holes included; 0 for a stream kept
-  // inside its record or without any allocation; -1 when the run list cannot
-  // be read or does not fit the volume. The run list comes from the volume
-  // as it is: before any of its cluster numbers is used to read, write or
-  // mark anything, each run must lie inside the volume and follow the one
-  // before it.
-  int64_t VcnCount() {
-    if (stream == nullptr || !NAttrNonResident(stream)) return 0;
-    if (ntfs_attr_map_whole_runlist(stream) != 0 || stream->rl == nullptr) return -1;
-    const int64_t clusters = stream->ni->vol->nr_clusters;
-    int64_t end = 0;
-    for (const runlist_element* run = stream->rl; run->length != 0; ++run) {
-      if (run->vcn != end || run->length < 0 || run->length > INT64_MAX - end ||
-          (run->lcn >= 0 ? run->lcn >= clusters || run->length > clusters - run->lcn : run->lcn != LCN_HOLE)) {
-        return -1;
-      }
-      end = run->vcn + run->length;
-    }
-    return end;
-  }
 };
+
+// The whole run list of a stream, read record by record and joined: linear
+// in its runs, where the library's own mapping merges each record's runs
+// into the list so far (quadratic for a file of many thousands). Only the
+// end mark for a stream kept inside its record. The runs come from the
+// volume as it is: before any of their cluster numbers is used to read,
+// write or claim anything, each must follow the one before it, lie inside
+// the volume and be a hole if it has no clusters; false when one does not.
+bool ReadRuns(ntfs_attr* stream, std::vector<runlist_element>& runs) {
+  runs.clear();
+  const int64_t clusters = stream->ni->vol->nr_clusters;
+  int64_t next = 0;
+  bool ok = true;
+  if (NAttrNonResident(stream)) {
+    ntfs_attr_search_ctx* context = ntfs_attr_get_search_ctx(stream->ni, nullptr);
+    if (context == nullptr) return false;
+    while (ok && ntfs_attr_lookup(stream->type, stream->name, stream->name_len, CASE_SENSITIVE, 0, nullptr, 0,
+                                  context) == 0) {
+      runlist_element* piece = context->attr->non_resident
+                                   ? ntfs_mapping_pairs_decompress(stream->ni->vol, context->attr, nullptr)
+                                   : nullptr;
+      ok = piece != nullptr;
+      for (const runlist_element* run = piece; ok && run->length != 0; ++run) {
+        if (run->lcn == LCN_RL_NOT_MAPPED) continue;  // another record's part
+        ok = run->vcn == next && run->length > 0 && run->length <= INT64_MAX - next &&
+             (run->lcn >= 0 ? run->lcn < clusters && run->length <= clusters - run->lcn : run->lcn == LCN_HOLE);
+        if (!ok) break;
+        runs.push_back(*run);
+        next = run->vcn + run->length;
+      }
+      std::free(piece);
+    }
+    ntfs_attr_put_search_ctx(context);
+  }
+  runs.push_back(runlist_element{next, LCN_ENOENT, 0});
+  return ok;
+}
 
 // Errors proper; success and warnings (data returned) fill the status block.
 bool IsFailure(NtStatus status) { return (uint32_t(status) >> 30) == 3; }
@@ -134,90 +152,6 @@ std::wstring WideFromVolumeUnits(const ntfschar* units, int count) {
   }
   return text;
 }
-
-// ---- The device, held open exclusively ----
-//
-// The library reads and writes through these operations on the one
-// descriptor the volume opened, so the exclusive claim and the lock taken at
-// opening hold from the mount check to the end, across the read-only look
-// and the writable mount.
-
-NtfsDeviceFile& DeviceFileOf(ntfs_device* device) { return *static_cast<NtfsDeviceFile*>(device->d_private); }
-
-int DeviceOpen(ntfs_device* device, int flags) {
-  if (NDevOpen(device)) {
-    errno = EBUSY;
-    return -1;
-  }
-  const bool readOnly = (flags & O_ACCMODE) == O_RDONLY;
-  if (!readOnly && !DeviceFileOf(device).writable) {
-    errno = EROFS;
-    return -1;
-  }
-  if (readOnly) {
-    NDevSetReadOnly(device);
-  } else {
-    NDevClearReadOnly(device);
-  }
-  if (DeviceFileOf(device).block) NDevSetBlock(device);
-  NDevSetOpen(device);
-  return 0;
-}
-
-int DeviceClose(ntfs_device* device) {
-  if (!NDevOpen(device)) {
-    errno = EBADF;
-    return -1;
-  }
-  if (NDevDirty(device) && fsync(DeviceFileOf(device).fd) != 0) return -1;
-  // The descriptor stays with the volume until it is unmounted for good.
-  NDevClearOpen(device);
-  return 0;
-}
-
-s64 DeviceSeek(ntfs_device* device, s64 offset, int whence) { return lseek(DeviceFileOf(device).fd, offset, whence); }
-
-s64 DeviceRead(ntfs_device* device, void* buffer, s64 count) { return read(DeviceFileOf(device).fd, buffer, size_t(count)); }
-
-bool RefusesWrite(ntfs_device* device) {
-  if (!NDevReadOnly(device)) {
-    NDevSetDirty(device);
-    return false;
-  }
-  errno = EROFS;
-  return true;
-}
-
-s64 DeviceWrite(ntfs_device* device, const void* buffer, s64 count) {
-  if (RefusesWrite(device)) return -1;
-  return write(DeviceFileOf(device).fd, buffer, size_t(count));
-}
-
-s64 DevicePread(ntfs_device* device, void* buffer, s64 count, s64 offset) {
-  return pread(DeviceFileOf(device).fd, buffer, size_t(count), offset);
-}
-
-s64 DevicePwrite(ntfs_device* device, const void* buffer, s64 count, s64 offset) {
-  if (RefusesWrite(device)) return -1;
-  return pwrite(DeviceFileOf(device).fd, buffer, size_t(count), offset);
-}
-
-int DeviceSync(ntfs_device* device) {
-  if (NDevReadOnly(device)) return 0;
-  if (fsync(DeviceFileOf(device).fd) != 0) return -1;
-  NDevClearDirty(device);
-  return 0;
-}
-
-int DeviceStat(ntfs_device* device, struct stat* buffer) { return fstat(DeviceFileOf(device).fd, buffer); }
-
-int DeviceIoctl(ntfs_device* device, unsigned long request, void* argument) {
-  return ioctl(DeviceFileOf(device).fd, request, argument);
-}
-
-ntfs_device_operations gDeviceOperations = {DeviceOpen,  DeviceClose,  DeviceSeek, DeviceRead,
-                                            DeviceWrite, DevicePread,  DevicePwrite, DeviceSync,
-                                            DeviceStat,  DeviceIoctl};
 
 // ---- Is it in use? ----
 
@@ -351,10 +285,39 @@ std::string UseOf(const struct stat& ours) {
 
 }  // namespace
 
+// A piece of a file's run list on its way to new clusters.
+struct MovedPiece {
+  int64_t vcn, lcn, count, target;
+};
+
+struct NtfsVolume::PendingMove {
+  uint64_t mft = 0;
+  ntfs_inode* inode = nullptr;
+  ntfs_attr* stream = nullptr;
+  size_t runCount = 0;     // elements of the run list before its end mark
+  int64_t end = 0;         // clusters the run list covers, holes included
+  int64_t allocated = 0;   // clusters it owns
+  int64_t gathered = 0;    // clusters of `pieces`
+  std::map<int64_t, MovedPiece> pieces;  // by VCN
+  // Where the pieces go, claimed in the bitmap only with the switch itself.
+  // Neighbouring ranges joined; by first cluster.
+  std::map<int64_t, int64_t> targets;
+  // Copies go out in large sequential writes: the data of consecutive
+  // target clusters is gathered here first.
+  std::vector<uint8_t> copy;
+  int64_t copyLcn = 0;
+  int64_t copyBytes = 0;
+  ~PendingMove() {
+    if (stream != nullptr) ntfs_attr_close(stream);
+    if (inode != nullptr) ntfs_inode_close(inode);
+  }
+};
+
+NtfsVolume::NtfsVolume() = default;
 NtfsVolume::~NtfsVolume() { Unmount(); }
 
 _ntfs_volume* NtfsVolume::MountDevice(const std::string& device, bool readOnly) {
-  ntfs_device* opened = ntfs_device_alloc(device.c_str(), 0, &gDeviceOperations, &device_);
+  ntfs_device* opened = ntfs_device_alloc(device.c_str(), 0, ntfsdevice::Operations(), &device_);
   if (opened == nullptr) return nullptr;
   ntfs_volume* mounted = ntfs_device_mount(opened, readOnly ? ntfs_mount_flags(NTFS_MNT_RDONLY) : ntfs_mount_flags(0));
   if (mounted == nullptr) {
@@ -370,6 +333,7 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
   std::lock_guard lock(mutex_);
   Unmount();
   letter_ = wchar_t(UpperCaseUnit(letter));
+  completedMove_ = false;
   // Held exclusively from here to the end: a block device is claimed as a
   // mount claims it (a mounted one cannot be claimed, and nothing can mount
   // it while we hold it); an image file is locked against other runs.
@@ -415,9 +379,33 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
     ntfs_umount(probe, FALSE);
     return refuse(NtfsOpenFailure::CannotOpen, "says it holds more clusters than the device has room for");
   }
+  // A run stopped in the middle of a switch left it complete in its
+  // journal: applied before anything reads the volume, or the volume refused.
+  const InterruptedSwitch left = FinishInterruptedSwitch(probe, writable);
+  completedMove_ = left == InterruptedSwitch::Applied;
+  if (left != InterruptedSwitch::None) {
+    ntfs_umount(probe, FALSE);
+    if (left == InterruptedSwitch::Pending) {
+      return refuse(NtfsOpenFailure::Dirty, "was left in the middle of a move by a stopped defragmentation: "
+                                            "defragment it once more to complete the move, then let its own "
+                                            "system check it");
+    }
+    if (left == InterruptedSwitch::Failed) {
+      return refuse(NtfsOpenFailure::CannotOpen,
+                    "holds a move a stopped defragmentation left half-done, which cannot be completed");
+    }
+    probe = MountDevice(device, true);
+    if (probe == nullptr) {
+      return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened as an NTFS volume: " + std::string(std::strerror(errno)));
+    }
+  }
   if (probe->flags & VOLUME_IS_DIRTY) {
     ntfs_umount(probe, FALSE);
-    return refuse(NtfsOpenFailure::Dirty, "is marked for a disk check: let its own system check it first");
+    return refuse(NtfsOpenFailure::Dirty, std::string(left == InterruptedSwitch::Applied
+                                                          ? "had a move left half-done by a stopped "
+                                                            "defragmentation, now completed; it "
+                                                          : "") +
+                                              "is marked for a disk check: let its own system check it first");
   }
   if (ntfs_volume_check_hiberfile(probe, 0) != 0) {
     ntfs_umount(probe, FALSE);
@@ -432,26 +420,60 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
     if (volume_ == nullptr) {
       return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened for writing: " + std::string(std::strerror(errno)));
     }
+    // Marked for a disk check before anything else is written, cleared only
+    // at a clean end. The journal is made with the first switch.
+    if (ntfs_volume_write_flags(volume_, volume_->flags | VOLUME_IS_DIRTY) != 0 ||
+        ntfs_device_sync(volume_->dev) != 0) {
+      const int error = errno;
+      ntfs_umount(volume_, FALSE);
+      volume_ = nullptr;
+      return refuse(NtfsOpenFailure::CannotOpen, "cannot be written: " + std::string(std::strerror(error)));
+    }
+    path_ = device;
   }
   writable_ = writable;
+  needsCheck_ = false;
+  halted_ = false;
   return NtfsOpenFailure::None;
 }
 
 bool NtfsVolume::Unmount() {
   std::lock_guard lock(mutex_);
   handles_.clear();
-  bitmap_.clear();
-  bitmap_.shrink_to_fit();
-  bool ok = true;
-  if (volume_ != nullptr) {
-    ok = ntfs_umount(volume_, FALSE) == 0;
-    volume_ = nullptr;
-  }
+  runsMft_ = UINT64_MAX;
+  bool clean = !halted_;
+  if (volume_ != nullptr) clean = UnmountLibrary() && clean;
+  // The exclusive claim and the lock go last, once nothing more is written.
   if (device_.fd >= 0) {
-    ok = close(device_.fd) == 0 && ok;
+    clean = close(device_.fd) == 0 && clean;
     device_ = NtfsDeviceFile{};
   }
-  return ok;
+  return clean;
+}
+
+bool NtfsVolume::UnmountLibrary() {
+  bool clean = true;
+  if (writable_ && !halted_) {
+    SettlePending();
+    // The journal goes and the disk-check mark with it, only after a clean
+    // end; the mark is the last write.
+    if (!halted_) {
+      const bool removed = journal_.Remove(volume_) && ntfs_device_sync(volume_->dev) == 0;
+      clean = removed && !needsCheck_ &&
+              ntfs_volume_write_flags(volume_, volume_->flags & ~VOLUME_IS_DIRTY) == 0;
+    }
+  }
+  pending_.reset();
+  if (halted_) {
+    // Nothing more may reach the volume before its journal is applied.
+    clean = false;
+    journal_.Drop();
+  }
+  const bool ok = ntfs_umount(volume_, FALSE) == 0;
+  journal_.Release();
+  volume_ = nullptr;
+  writable_ = false;
+  return ok && clean;
 }
 
 uint32_t NtfsVolume::ClusterSize() const { return volume_ ? volume_->cluster_size : 0; }
@@ -527,6 +549,8 @@ uint32_t NtfsVolume::LastError() { return tLastOpenError; }
 
 bool NtfsVolume::Close(FsHandle handle) {
   std::lock_guard lock(mutex_);
+  const OpenHandle* open = Find(handle);
+  if (open != nullptr && pending_ != nullptr && !open->volume && open->mft == pending_->mft) SettlePending();
   return handles_.erase(handle) == 1;
 }
 
@@ -559,6 +583,8 @@ NtStatus NtfsVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, c
     return kStatusBufferTooSmall;
   }
   uintptr_t information = 0;
+  // The runs as the volume has them: a file's gathered moves are switched first.
+  SettlePending();
   const NtStatus status = Pointers(*handle, vcn, output, outputLength, information);
   if (!IsFailure(status)) {
     block.status = status;
@@ -567,20 +593,35 @@ NtStatus NtfsVolume::GetRetrievalPointers(FsHandle file, IoStatusBlock& block, c
   return status;
 }
 
+NtStatus NtfsVolume::RunsOf(uint64_t mft, const std::vector<runlist_element>*& runs) {
+  runs = &runs_;
+  if (runsMft_ == mft) return kStatusSuccess;
+  runsMft_ = UINT64_MAX;
+  OpenedStream opened(volume_, mft);
+  if (opened.inode == nullptr) return kStatusInvalidHandle;
+  if (opened.stream == nullptr) {
+    runs_.assign(1, runlist_element{0, LCN_ENOENT, 0});
+  } else if (!ReadRuns(opened.stream, runs_)) {
+    // Refused as the file system refuses a damaged file: the analysis shows
+    // it as an error of the file, never as a file without fragments.
+    return kStatusFileCorrupt;
+  }
+  runsMft_ = mft;
+  return kStatusSuccess;
+}
+
 NtStatus NtfsVolume::Pointers(const OpenHandle& file, int64_t vcn, void* output,
                               uint32_t outputLength, uintptr_t& information) {
-  OpenedStream opened(volume_, file.mft);
-  if (opened.inode == nullptr) return kStatusInvalidHandle;
-  const int64_t end = opened.VcnCount();
-  // A run list that cannot be read or points outside the volume is refused
-  // as the file system refuses a damaged file; the analysis shows that as an
-  // error of the file, never as a file without fragments.
-  if (end < 0) return kStatusFileCorrupt;
+  const std::vector<runlist_element>* runs = nullptr;
+  const NtStatus read = RunsOf(file.mft, runs);
+  if (IsFailure(read)) return read;
+  const int64_t end = runs->back().vcn;
   // Kept inside the record, empty, or read from past the end: the one
   // refusal that ends a reading normally.
   if (vcn >= end) return kStatusEndOfFile;
-  const runlist_element* run = opened.stream->rl;
-  while (run->length != 0 && run->vcn + run->length <= vcn) ++run;
+  // The run holding `vcn`, by a binary search.
+  const runlist_element* run = &*std::upper_bound(runs->begin(), runs->end() - 1, vcn,
+                                                  [](int64_t v, const runlist_element& r) { return v < r.vcn; }) - 1;
   const uint32_t room = (outputLength - sizeof(RetrievalPointersHeader)) / sizeof(RetrievalExtent);
   auto* bytes = static_cast<uint8_t*>(output);
   RetrievalPointersHeader header{0, 0, run->vcn};
@@ -607,6 +648,7 @@ NtStatus NtfsVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, cons
   if (output == nullptr || outputLength < sizeof(VolumeBitmapHeader) + 8) return kStatusBufferTooSmall;
   if (lcn < 0 || lcn >= volume_->nr_clusters) return kStatusInvalidParameter;
   uintptr_t information = 0;
+  SettlePending();
   const NtStatus status = Bitmap(lcn, output, outputLength, information);
   if (!IsFailure(status)) {
     block.status = status;
@@ -617,7 +659,8 @@ NtStatus NtfsVolume::GetVolumeBitmap(FsHandle volume, IoStatusBlock& block, cons
 
 NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
                             uintptr_t& information) {
-  if (!LoadBitmap()) return kStatusDiskCorrupt;
+  // Read from the volume for every answer, never kept: only the asked part
+  // is ever in memory, whatever the volume's size.
   const int64_t start = lcn / 8 * 8;
   const int64_t clusters = volume_->nr_clusters - start;
   const uint64_t wanted = uint64_t(clusters + 7) / 8;
@@ -625,7 +668,9 @@ NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
   const uint64_t length = (std::min)(wanted, room);
   auto* bytes = static_cast<uint8_t*>(output);
   uint8_t* bits = bytes + sizeof(VolumeBitmapHeader);
-  std::memcpy(bits, bitmap_.data() + start / 8, length);
+  if (ntfs_attr_pread(volume_->lcnbmp_na, start / 8, int64_t(length), bits) != int64_t(length)) {
+    return kStatusDiskCorrupt;
+  }
   if (length == wanted && clusters % 8 != 0) {
     // Past the end of the volume: in use.
     bits[length - 1] |= uint8_t(0xFF << (clusters % 8));
@@ -636,35 +681,6 @@ NtStatus NtfsVolume::Bitmap(int64_t lcn, void* output, uint32_t outputLength,
   return length < wanted ? kStatusBufferOverflow : kStatusSuccess;
 }
 
-bool NtfsVolume::LoadBitmap() {
-  if (!bitmap_.empty()) return true;
-  std::vector<uint8_t> bits(size_t((volume_->nr_clusters + 7) / 8));
-  constexpr int64_t kPiece = 1 << 24;
-  for (int64_t at = 0; at < int64_t(bits.size()); at += kPiece) {
-    const int64_t n = (std::min)(kPiece, int64_t(bits.size()) - at);
-    if (ntfs_attr_pread(volume_->lcnbmp_na, at, n, bits.data() + at) != n) return false;
-  }
-  bitmap_ = std::move(bits);
-  return true;
-}
-
-void NtfsVolume::MarkClusters(int64_t lcn, int64_t count, bool inUse) {
-  if (bitmap_.empty()) return;
-  // Callers pass only ranges inside the volume; one that is not would mean
-  // the kept copy no longer matches anything, so it is dropped.
-  if (lcn < 0 || count < 0 || lcn > volume_->nr_clusters || count > volume_->nr_clusters - lcn) {
-    bitmap_.clear();
-    return;
-  }
-  for (int64_t c = lcn; c < lcn + count; ++c) {
-    uint8_t& byte = bitmap_[size_t(c / 8)];
-    byte = inUse ? uint8_t(byte | (1u << (c % 8))) : uint8_t(byte & ~(1u << (c % 8)));
-  }
-}
-
-// Read from the volume itself, not the kept copy: the move's own check
-// must hold even if something the library did behind the copy's back (the
-// record table growing for a longer run list) was missed.
 bool NtfsVolume::RangeFree(int64_t lcn, uint64_t count) {
   const int64_t first = lcn / 8;
   const int64_t last = (lcn + int64_t(count) - 1) / 8;
@@ -697,88 +713,33 @@ NtStatus NtfsVolume::MoveClusters(FsHandle volume, IoStatusBlock& block, const v
   return status;
 }
 
-NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count) {
-  if (!writable_) return kStatusMediaWriteProtected;
-  if (file.protectedFile) return kStatusAccessDenied;
-  OpenedStream opened(volume_, file.mft);
-  if (opened.inode == nullptr) return kStatusInvalidHandle;
-  if (Bits(opened.inode->flags) & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
-  const int64_t end = opened.VcnCount();
-  if (end < 0) return kStatusDiskCorrupt;
-  if (count == 0 || vcn < 0 || vcn + int64_t(count) > end || target < 0 ||
-      target + int64_t(count) > volume_->nr_clusters) {
-    return kStatusInvalidParameter;
-  }
-  ntfs_attr* stream = opened.stream;
-  const bool byUnits = (Bits(stream->data_flags) & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
-  if ((Bits(stream->data_flags) & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
-    // A compression unit the library does not write: never risked.
-    return kStatusAccessDenied;
-  }
-  int64_t first = vcn, last = vcn + int64_t(count);
-  if (byUnits) {
-    first = first / int64_t(kUnit) * int64_t(kUnit);
-    last = (std::min)(end, (last + int64_t(kUnit) - 1) / int64_t(kUnit) * int64_t(kUnit));
-  }
+namespace {
 
-  // The allocated pieces of the range, in VCN order, and where each goes.
-  struct Piece {
-    int64_t vcn, lcn, count, target;
-  };
-  std::vector<Piece> pieces;
-  int64_t total = 0;
-  for (const runlist_element* run = stream->rl; run->length != 0; ++run) {
+constexpr int64_t kCopyBuffer = 8 << 20;
+
+// The pieces of [first, last) that own clusters, in VCN order, found by a
+// binary search of the run list.
+std::vector<MovedPiece> PiecesOf(const runlist_element* runs, size_t runCount, int64_t first, int64_t last) {
+  std::vector<MovedPiece> pieces;
+  const runlist_element* run = std::upper_bound(runs, runs + runCount, first,
+                                                [](int64_t vcn, const runlist_element& r) { return vcn < r.vcn; });
+  if (run != runs) --run;
+  for (; run < runs + runCount && run->vcn < last; ++run) {
     const int64_t s = (std::max)(run->vcn, first);
     const int64_t e = (std::min)(run->vcn + run->length, last);
-    if (s < e && run->lcn >= 0) {
-      pieces.push_back({s, run->lcn + (s - run->vcn), e - s, target + total});
-      total += e - s;
-    }
+    if (s < e && run->lcn >= 0) pieces.push_back({s, run->lcn + (s - run->vcn), e - s, 0});
   }
-  if (total == 0) return kStatusSuccess;
-  if (target + total > volume_->nr_clusters) return kStatusInvalidParameter;
-  if (!RangeFree(target, uint64_t(total))) return kStatusAlreadyCommitted;
+  return pieces;
+}
 
-  // In an order that loses nothing whenever it stops: the target is claimed,
-  // the data copied, then the run list points at the copy, and only then are
-  // the old clusters given back. A stop in between leaves clusters allocated
-  // that no file owns, never a file pointing at clusters that are free.
-  ntfs_device* device = volume_->dev;
-  if (ntfs_bitmap_set_run(volume_->lcnbmp_na, target, total) != 0) return kStatusDiskCorrupt;
-  MarkClusters(target, total, true);
-  volume_->free_clusters -= total;
-  auto giveBackTarget = [&] {
-    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, target, total) == 0) {
-      MarkClusters(target, total, false);
-      volume_->free_clusters += total;
-    }
-    ntfs_device_sync(device);
-  };
-  const int bits = volume_->cluster_size_bits;
-  std::vector<uint8_t> buffer(kCopyChunk);
-  for (const Piece& piece : pieces) {
-    for (int64_t done = 0; done < piece.count << bits;) {
-      const int64_t n = (std::min<int64_t>)(int64_t(kCopyChunk), (piece.count << bits) - done);
-      if (ntfs_pread(device, (piece.lcn << bits) + done, n, buffer.data()) != n ||
-          ntfs_pwrite(device, (piece.target << bits) + done, n, buffer.data()) != n) {
-        giveBackTarget();
-        return kStatusDiskCorrupt;
-      }
-      done += n;
-    }
-  }
-  if (ntfs_device_sync(device) != 0) {
-    giveBackTarget();
-    return kStatusDiskCorrupt;
-  }
-
-  // The new run list: the moved pieces at their targets, runs that now
-  // continue each other joined.
-  std::vector<runlist_element> runs;
-  auto add = [&runs](int64_t runVcn, int64_t lcn, int64_t length) {
+// The run list with the pieces at their targets, runs that now continue
+// each other joined; `runs` ends with its end mark.
+std::vector<runlist_element> SwitchedRuns(const runlist_element* runs, const std::map<int64_t, MovedPiece>& pieces) {
+  std::vector<runlist_element> out;
+  auto add = [&out](int64_t runVcn, int64_t lcn, int64_t length) {
     if (length <= 0) return;
-    if (!runs.empty()) {
-      runlist_element& back = runs.back();
+    if (!out.empty()) {
+      runlist_element& back = out.back();
       const bool holes = back.lcn < 0 && lcn < 0 && back.lcn == lcn;
       const bool continues = back.lcn >= 0 && lcn >= 0 && back.lcn + back.length == lcn;
       if (holes || continues) {
@@ -786,70 +747,271 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
         return;
       }
     }
-    runs.push_back(runlist_element{runVcn, lcn, length});
+    out.push_back(runlist_element{runVcn, lcn, length});
   };
-  const runlist_element* run = stream->rl;
-  size_t pieceIndex = 0;
+  auto next = pieces.begin();
+  const runlist_element* run = runs;
   for (; run->length != 0; ++run) {
     const int64_t runEnd = run->vcn + run->length;
     int64_t at = run->vcn;
+    while (next != pieces.end() && next->second.vcn + next->second.count <= at) ++next;
     while (at < runEnd) {
-      if (run->lcn >= 0 && pieceIndex < pieces.size() && pieces[pieceIndex].vcn == at) {
-        const Piece& piece = pieces[pieceIndex++];
-        add(at, piece.target, piece.count);
-        at += piece.count;
+      if (run->lcn >= 0 && next != pieces.end() && next->second.vcn == at) {
+        add(at, next->second.target, next->second.count);
+        at += next->second.count;
+        ++next;
         continue;
       }
       // Up to the next moved piece inside this run, or the run's end.
       int64_t stop = runEnd;
-      if (run->lcn >= 0 && pieceIndex < pieces.size() && pieces[pieceIndex].vcn < runEnd) {
-        stop = pieces[pieceIndex].vcn;
-      }
+      if (run->lcn >= 0 && next != pieces.end() && next->second.vcn < runEnd) stop = next->second.vcn;
       add(at, run->lcn >= 0 ? run->lcn + (at - run->vcn) : run->lcn, stop - at);
       at = stop;
     }
   }
-  runs.push_back(runlist_element{run->vcn, run->lcn, 0});
+  out.push_back(runlist_element{run->vcn, run->lcn, 0});
+  return out;
+}
 
+}  // namespace
+
+NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count) {
+  if (!writable_) return kStatusMediaWriteProtected;
+  if (halted_) return kStatusDiskCorrupt;
+  if (file.protectedFile || (journal_.Attached() && file.mft == journal_.Record())) return kStatusAccessDenied;
+  if (pending_ != nullptr && pending_->mft != file.mft) SettlePending();
+  if (pending_ == nullptr) {
+    auto fresh = std::make_unique<PendingMove>();
+    fresh->mft = file.mft;
+    fresh->inode = ntfs_inode_open(volume_, MK_MREF(file.mft, 0));
+    if (fresh->inode == nullptr) return kStatusInvalidHandle;
+    if (Bits(fresh->inode->flags) & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
+    fresh->stream = OpenStream(fresh->inode);
+    ntfs_attr* stream = fresh->stream;
+    if (stream == nullptr || !NAttrNonResident(stream)) return kStatusInvalidParameter;
+    if ((Bits(stream->data_flags) & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
+      // A compression unit the library does not write: never risked.
+      return kStatusAccessDenied;
+    }
+    // The library is handed the whole list, read here in one pass.
+    std::vector<runlist_element> runs;
+    if (!ReadRuns(stream, runs)) return kStatusFileCorrupt;
+    auto* whole = static_cast<runlist_element*>(std::malloc(runs.size() * sizeof(runlist_element)));
+    if (whole == nullptr) return kStatusDiskCorrupt;
+    std::memcpy(whole, runs.data(), runs.size() * sizeof(runlist_element));
+    std::free(stream->rl);
+    stream->rl = whole;
+    NAttrSetFullyMapped(stream);
+    for (const runlist_element* run = stream->rl; run->length != 0; ++run) {
+      ++fresh->runCount;
+      fresh->end = run->vcn + run->length;
+      if (run->lcn >= 0) fresh->allocated += run->length;
+    }
+    pending_ = std::move(fresh);
+  }
+  PendingMove& p = *pending_;
+  if (count == 0 || vcn < 0 || vcn + int64_t(count) > p.end || target < 0 ||
+      target + int64_t(count) > volume_->nr_clusters) {
+    return kStatusInvalidParameter;
+  }
+  int64_t first = vcn, last = vcn + int64_t(count);
+  if (Bits(p.stream->data_flags) & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) {
+    first = first / int64_t(kUnit) * int64_t(kUnit);
+    last = (std::min)(p.end, (last + int64_t(kUnit) - 1) / int64_t(kUnit) * int64_t(kUnit));
+  }
+  std::vector<MovedPiece> pieces = PiecesOf(p.stream->rl, p.runCount, first, last);
+  int64_t total = 0;
+  for (MovedPiece& piece : pieces) {
+    piece.target = target + total;
+    total += piece.count;
+  }
+  if (total == 0) return kStatusSuccess;
+  // A range moved a second time: what was gathered is switched first.
+  auto after = p.pieces.lower_bound(first);
+  const bool overlaps = (after != p.pieces.end() && after->first < last) ||
+                        (after != p.pieces.begin() && std::prev(after)->second.vcn + std::prev(after)->second.count > first);
+  if (overlaps) {
+    const OpenHandle again = file;  // the settling may close every handle
+    const NtStatus settled = SettlePending();
+    if (IsFailure(settled)) return settled;
+    return Move(again, vcn, target, count);
+  }
+  if (target + total > volume_->nr_clusters) return kStatusInvalidParameter;
+  if (!RangeFree(target, uint64_t(total))) return kStatusAlreadyCommitted;
+  auto above = p.targets.lower_bound(target);
+  if ((above != p.targets.end() && above->first < target + total) ||
+      (above != p.targets.begin() && std::prev(above)->first + std::prev(above)->second > target)) {
+    return kStatusAlreadyCommitted;
+  }
+
+  // The data is copied into free clusters; the file still points at its
+  // old ones until the switch, which claims the new ones with it.
+  if (above != p.targets.begin() && std::prev(above)->first + std::prev(above)->second == target) {
+    std::prev(above)->second += total;
+  } else {
+    p.targets[target] = total;
+  }
+  const int bits = volume_->cluster_size_bits;
+  if (p.copy.empty()) p.copy.resize(size_t(kCopyBuffer));
+  for (const MovedPiece& piece : pieces) {
+    for (int64_t done = 0; done < piece.count << bits;) {
+      const int64_t at = (piece.target << bits) + done;
+      if (p.copyBytes > 0 && ((p.copyLcn << bits) + p.copyBytes != at || p.copyBytes == kCopyBuffer)) {
+        if (!FlushCopies()) {
+          AbandonPending();
+          return kStatusDiskCorrupt;
+        }
+      }
+      if (p.copyBytes == 0) p.copyLcn = piece.target + (done >> bits);
+      const int64_t n = (std::min)(kCopyBuffer - p.copyBytes, (piece.count << bits) - done);
+      if (ntfs_pread(volume_->dev, (piece.lcn << bits) + done, n, p.copy.data() + p.copyBytes) != n) {
+        AbandonPending();
+        return kStatusDiskCorrupt;
+      }
+      p.copyBytes += n;
+      done += n;
+    }
+    p.pieces[piece.vcn] = piece;
+  }
+  p.gathered += total;
+  // Every cluster of the file copied: switched now, so that the outcome is
+  // this request's answer.
+  if (p.gathered == p.allocated) return SettlePending();
+  return kStatusSuccess;
+}
+
+bool NtfsVolume::FlushCopies() {
+  PendingMove& p = *pending_;
+  if (p.copyBytes == 0) return true;
+  const bool ok = ntfs_pwrite(volume_->dev, p.copyLcn << volume_->cluster_size_bits, p.copyBytes, p.copy.data()) ==
+                  p.copyBytes;
+  p.copyBytes = 0;
+  return ok;
+}
+
+void NtfsVolume::AbandonPending() {
+  // The copies lie in clusters never claimed: nothing to give back.
+  pending_.reset();
+}
+
+NtStatus NtfsVolume::SettlePending() {
+  if (pending_ == nullptr) return kStatusSuccess;
+  if (pending_->pieces.empty()) {
+    pending_.reset();
+    return kStatusSuccess;
+  }
+  return SwitchPending();
+}
+
+// In an order that loses nothing wherever it stops: the copy is synced and
+// read back from the disk, then the new clusters are claimed, the run list
+// switched and the old clusters given back in one step through the journal.
+// A stop before that step leaves the old file, a stop after it the new one;
+// never a file pointing at free clusters, nor a cluster owned twice.
+NtStatus NtfsVolume::SwitchPending() {
+  PendingMove& p = *pending_;
+  ntfs_device* device = volume_->dev;
+  if (!FlushCopies() || ntfs_device_sync(device) != 0) {
+    AbandonPending();
+    return kStatusDiskCorrupt;
+  }
+  const int bits = volume_->cluster_size_bits;
+  const int fd = ntfsdevice::Descriptor(device);
+  for (const auto& [lcn, count] : p.targets) {
+    if (fd >= 0) posix_fadvise(fd, lcn << bits, count << bits, POSIX_FADV_DONTNEED);
+  }
+  std::vector<uint8_t> copied(kCopyChunk), original(kCopyChunk);
+  for (const auto& [vcn, piece] : p.pieces) {
+    for (int64_t done = 0; done < piece.count << bits;) {
+      const int64_t n = (std::min<int64_t>)(int64_t(kCopyChunk), (piece.count << bits) - done);
+      if (ntfs_pread(device, (piece.target << bits) + done, n, copied.data()) != n ||
+          ntfs_pread(device, (piece.lcn << bits) + done, n, original.data()) != n ||
+          std::memcmp(copied.data(), original.data(), size_t(n)) != 0) {
+        AbandonPending();
+        return kStatusDiskCorrupt;
+      }
+      done += n;
+    }
+  }
+
+  std::string why;
+  if (!journal_.Attached() && !journal_.Attach(volume_, why)) {
+    // Possibly made in part: left for the disk check.
+    needsCheck_ = true;
+    AbandonPending();
+    return kStatusDiskCorrupt;
+  }
+  runsMft_ = UINT64_MAX;
+  std::vector<runlist_element> runs = SwitchedRuns(p.stream->rl, p.pieces);
   const size_t bytes = runs.size() * sizeof(runlist_element);
   auto* fresh = static_cast<runlist_element*>(std::malloc(bytes));
   if (fresh == nullptr) {
-    giveBackTarget();
+    AbandonPending();
     return kStatusDiskCorrupt;
   }
   std::memcpy(fresh, runs.data(), bytes);
-  runlist_element* old = stream->rl;
-  stream->rl = fresh;
-  stream->unused_runs = 0;
-  NAttrSetRunlistDirty(stream);
-  const int64_t freeBefore = volume_->free_clusters;
-  const bool rewritten = ntfs_attr_update_mapping_pairs(stream, 0) == 0 && ntfs_inode_sync(opened.inode) == 0;
-  if (volume_->free_clusters != freeBefore) {
-    // The library allocated clusters of its own (more room for records):
-    // the kept bitmap no longer matches the volume.
-    bitmap_.clear();
+  runlist_element* old = p.stream->rl;
+  journal_.Hold();
+  // Claimed first: the library may need clusters of its own for the records.
+  bool rewritten = true;
+  int64_t claimed = 0;
+  for (const auto& [lcn, count] : p.targets) {
+    rewritten = rewritten && ntfs_bitmap_set_run(volume_->lcnbmp_na, lcn, count) == 0;
+    claimed += count;
   }
-  if (!rewritten) {
-    // Put the old list back: the file still owns its old clusters.
-    std::free(stream->rl);
-    stream->rl = old;
-    NAttrSetRunlistDirty(stream);
-    ntfs_attr_update_mapping_pairs(stream, 0);
-    ntfs_inode_sync(opened.inode);
-    giveBackTarget();
-    return kStatusAccessDenied;
+  p.stream->rl = fresh;
+  p.stream->unused_runs = 0;
+  NAttrSetRunlistDirty(p.stream);
+  rewritten = rewritten && ntfs_attr_update_mapping_pairs(p.stream, 0) == 0 && ntfs_inode_sync(p.inode) == 0;
+  // The old clusters given back in the same step.
+  int64_t released = 0;
+  for (const auto& [vcn, piece] : p.pieces) {
+    rewritten = rewritten && ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count) == 0;
+    released += piece.count;
   }
-  ntfs_device_sync(device);
-  for (const Piece& piece : pieces) {
-    // A release that fails leaves clusters in use that nobody owns.
-    if (ntfs_bitmap_clear_run(volume_->lcnbmp_na, piece.lcn, piece.count) == 0) {
-      MarkClusters(piece.lcn, piece.count, false);
-      volume_->free_clusters += piece.count;
-    }
-  }
+  ntfs_attr_close(p.stream);
+  p.stream = nullptr;
+  rewritten = ntfs_inode_close(p.inode) == 0 && rewritten;
+  p.inode = nullptr;
   std::free(old);
-  ntfs_device_sync(device);
+  const int committed = rewritten ? journal_.Commit() : 1;
+  if (committed == 1) {
+    // Nothing of the switch reached the volume: the library's view of it is
+    // thrown away and read afresh.
+    journal_.Drop();
+    return Remount() ? kStatusAccessDenied : kStatusDiskCorrupt;
+  }
+  if (committed == 2) {
+    // The journal holds the switch but the volume may have only part of
+    // it: nothing more is written; the next opening completes it.
+    halted_ = true;
+    needsCheck_ = true;
+    pending_.reset();
+    return kStatusDiskCorrupt;
+  }
+  volume_->free_clusters += released - claimed;
+  pending_.reset();
   return kStatusSuccess;
+}
+
+bool NtfsVolume::Remount() {
+  // Whatever the library writes while letting go of its view is dropped.
+  pending_.reset();
+  runsMft_ = UINT64_MAX;
+  ntfs_umount(volume_, FALSE);
+  journal_.Release();
+  volume_ = MountDevice(path_, false);
+  std::string message;
+  if (volume_ != nullptr) {
+    if (journal_.Attach(volume_, message)) return true;
+    ntfs_umount(volume_, FALSE);
+  }
+  // The volume is lost to this run: every handle with it.
+  volume_ = nullptr;
+  handles_.clear();
+  halted_ = true;
+  needsCheck_ = true;
+  return false;
 }
 
 void NtfsVolume::Wait(FsHandle) {}
@@ -992,6 +1154,7 @@ uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
         const bool dot = IsDotName(listed.name);
         // The root has no dot entries; the volume's own files are not listed.
         if (dot ? root : (listed.mft < kFirstUserRecord)) continue;
+        if (root && listed.mft == volume_.journal_.Record() && volume_.journal_.Attached()) continue;
         if (!NameMatches(last, listed.name)) continue;
         ntfs_inode* inode = ntfs_inode_open(volume_.volume_, MK_MREF(dot && listed.name == L"." ? self : listed.mft, 0));
         if (inode == nullptr) continue;

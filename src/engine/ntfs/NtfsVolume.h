@@ -19,9 +19,13 @@
 
 #include "engine/FileQueries.h"
 #include "engine/VolumeAccess.h"
+#include "engine/ntfs/NtfsDevice.h"
+#include "engine/ntfs/SwitchJournal.h"
 
 struct _ntfs_volume;
 struct _ntfs_inode;
+struct _runlist_element;
+using runlist_element = _runlist_element;
 
 // Why a volume could not be opened.
 enum class NtfsOpenFailure {
@@ -33,13 +37,6 @@ enum class NtfsOpenFailure {
   Hibernated,   // holds a hibernated or fast-started system
 };
 
-// The image or device as the volume holds it open: one descriptor, opened
-// exclusively, through which the on-disk format library reads and writes.
-struct NtfsDeviceFile {
-  int fd = -1;
-  bool writable = false;
-  bool block = false;
-};
 
 // Status values of the controls on this volume beyond the shared ones.
 constexpr NtStatus kStatusDiskCorrupt = NtStatus(0xC0000032u);
@@ -48,7 +45,7 @@ constexpr NtStatus kStatusMediaWriteProtected = NtStatus(0xC00000A2u);
 
 class NtfsVolume : public VolumeAccess {
  public:
-  NtfsVolume() = default;
+  NtfsVolume();
   ~NtfsVolume() override;
   NtfsVolume(const NtfsVolume&) = delete;
   NtfsVolume& operator=(const NtfsVolume&) = delete;
@@ -58,9 +55,15 @@ class NtfsVolume : public VolumeAccess {
   // other runs. Refused when the image or device is mounted or attached to a
   // loop device anywhere, or when that cannot be checked. Nothing is written
   // when the volume is refused. `message` says why in plain English.
+  // Opened for writing, the volume is marked for a disk check until it is
+  // closed after a clean end, so that a run that never ends has its own
+  // system check it.
   NtfsOpenFailure Open(const std::string& device, bool writable, wchar_t letter,
                        std::string& message);
-  // Flushes and closes; false when the library reported a failure.
+  // Whether the last opening completed a move a stopped run left half-done.
+  bool CompletedInterruptedMove() const { return completedMove_; }
+  // Flushes and closes; false when the library reported a failure or the
+  // volume was left marked for a disk check (a move that failed half-way).
   bool Unmount();
 
   wchar_t Letter() const { return letter_; }
@@ -101,14 +104,27 @@ class NtfsVolume : public VolumeAccess {
   const OpenHandle* Find(FsHandle handle) const;
   NtStatus Pointers(const OpenHandle& file, int64_t vcn, void* output, uint32_t outputLength,
                     uintptr_t& information);
+  // The run list of a file's stream, end mark included, kept for the file
+  // last asked about (the engine reads a file's list in many calls).
+  NtStatus RunsOf(uint64_t mft, const std::vector<runlist_element>*& runs);
   NtStatus Bitmap(int64_t lcn, void* output, uint32_t outputLength, uintptr_t& information);
   NtStatus Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count);
   bool RangeFree(int64_t lcn, uint64_t count);
-  // The volume's bitmap, read once and kept in step with every allocation
-  // and release a move makes (nothing else writes while the volume is open):
-  // a free-space search reads all of it for every file.
-  bool LoadBitmap();
-  void MarkClusters(int64_t lcn, int64_t count, bool inUse);
+  // The moves of one file are gathered (target claimed, data copied) and
+  // its run list switched once, when every allocated cluster of it has
+  // moved, or when anything else is asked of the volume.
+  struct PendingMove;
+  NtStatus SettlePending();
+  NtStatus SwitchPending();
+  // The gathered copies given up: their clusters are free again.
+  void AbandonPending();
+  bool FlushCopies();
+  // The library's view of the volume read afresh from the disk (after a
+  // switch that never reached it).
+  bool Remount();
+  // The library's view let go of: the journal and the disk-check mark
+  // removed after a clean end; false when the end was not clean.
+  bool UnmountLibrary();
 
   // Mounts the held device through the library.
   _ntfs_volume* MountDevice(const std::string& device, bool readOnly);
@@ -118,7 +134,14 @@ class NtfsVolume : public VolumeAccess {
   _ntfs_volume* volume_ = nullptr;
   bool writable_ = false;
   wchar_t letter_ = L'N';
-  std::vector<uint8_t> bitmap_;
+  std::vector<runlist_element> runs_;
+  uint64_t runsMft_ = UINT64_MAX;
+  std::string path_;  // the device's name, for mounting it again
+  SwitchJournal journal_;
+  std::unique_ptr<PendingMove> pending_;
+  bool needsCheck_ = false;  // clusters left in use that no file owns
+  bool halted_ = false;      // a switch's journal not applied: no more writes
+  bool completedMove_ = false;
   std::map<FsHandle, OpenHandle> handles_;
   FsHandle nextHandle_ = 0x204;
 };

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "util/Win32Handle.h"
+
 namespace {
 
 // The error of the last failed query, kept apart from the thread's own last
@@ -148,12 +150,101 @@ std::wstring Win32FileQueries::ErrorText(uint32_t error) {
 
 uint32_t Win32FileQueries::LastError() { return tLastError; }
 
-bool Win32FileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
-  return SetFileAttributesW(path.c_str(), attributes) != FALSE;
+namespace {
+
+// A folder's entries read through a handle to it, a buffer of records at a
+// time.
+class HandleListing final : public DirListing {
+ public:
+  explicit HandleListing(HANDLE folder) : folder_(folder), buffer_(64 * 1024) {}
+  bool Next(DirEntry& entry) override {
+    while (next_ == nullptr) {
+      if (ended_) return false;
+      const FILE_INFO_BY_HANDLE_CLASS kind = first_ ? FileIdBothDirectoryRestartInfo : FileIdBothDirectoryInfo;
+      first_ = false;
+      if (!GetFileInformationByHandleEx(folder_.Get(), kind, buffer_.data(), static_cast<DWORD>(buffer_.size()))) {
+        ended_ = true;
+        return false;
+      }
+      next_ = buffer_.data();
+    }
+    const auto* record = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO*>(next_);
+    entry.name.assign(record->FileName, record->FileNameLength / sizeof(wchar_t));
+    entry.attributes = record->FileAttributes;
+    entry.size = static_cast<uint64_t>(record->EndOfFile.QuadPart);
+    entry.creationTime = static_cast<uint64_t>(record->CreationTime.QuadPart);
+    entry.lastAccessTime = static_cast<uint64_t>(record->LastAccessTime.QuadPart);
+    entry.lastWriteTime = static_cast<uint64_t>(record->LastWriteTime.QuadPart);
+    next_ = record->NextEntryOffset ? next_ + record->NextEntryOffset : nullptr;
+    return true;
+  }
+
+ private:
+  UniqueHandle folder_;
+  std::vector<BYTE> buffer_;
+  const BYTE* next_ = nullptr;
+  bool first_ = true;
+  bool ended_ = false;
+};
+
+// An entry of the temporary folder, opened as itself. The handle lets others
+// read and write but not delete or rename the entry, so that while it is
+// open nobody can swap it for a link; what is decided from its attributes
+// holds for what is deleted.
+class Win32OpenedEntry final : public OpenedEntry {
+ public:
+  explicit Win32OpenedEntry(HANDLE handle) : handle_(handle) {}
+  uint32_t Attributes() override {
+    FILE_BASIC_INFO basic{};
+    if (!GetFileInformationByHandleEx(handle_.Get(), FileBasicInfo, &basic, sizeof basic)) return kInvalidAttributes;
+    return basic.FileAttributes;
+  }
+  bool SetAttributes(uint32_t attributes) override {
+    FILE_BASIC_INFO basic{};  // times of 0 stay as they are
+    basic.FileAttributes = attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
+    return SetFileInformationByHandle(handle_.Get(), FileBasicInfo, &basic, sizeof basic) != FALSE;
+  }
+  // Listed through a second handle opened on this one, never on the path: a
+  // search by path would first have to find the entry shared for deletion.
+  std::unique_ptr<DirListing> List() override {
+    HANDLE folder = ReOpenFile(handle_.Get(), FILE_LIST_DIRECTORY | SYNCHRONIZE,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, FILE_FLAG_BACKUP_SEMANTICS);
+    if (folder == INVALID_HANDLE_VALUE) return nullptr;
+    return std::make_unique<HandleListing>(folder);
+  }
+  bool Delete() override {
+    FILE_DISPOSITION_INFO disposition{};
+    disposition.DeleteFile = TRUE;
+    return SetFileInformationByHandle(handle_.Get(), FileDispositionInfo, &disposition, sizeof disposition) !=
+           FALSE;
+  }
+
+ private:
+  UniqueHandle handle_;
+};
+
+}  // namespace
+
+std::unique_ptr<OpenedEntry> Win32FileQueries::OpenForRemoval(const std::wstring& path) {
+  // Backup semantics open folders; opening the reparse point itself keeps a
+  // link from being followed.
+  HANDLE handle = CreateFileW(path.c_str(), DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    Fail();
+    return nullptr;
+  }
+  return std::make_unique<Win32OpenedEntry>(handle);
 }
 
-bool Win32FileQueries::RemoveFile(const std::wstring& path) { return DeleteFileW(path.c_str()) != FALSE; }
-
-// On a junction or a symbolic link to a folder the system removes the link
-// itself, whatever the folder it points to holds.
-bool Win32FileQueries::RemoveFolder(const std::wstring& path) { return RemoveDirectoryW(path.c_str()) != FALSE; }
+bool Win32FileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& identity) {
+  UniqueHandle folder(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (!folder.Valid() || !GetFileInformationByHandle(folder.Get(), &information)) return false;
+  identity.volume = information.dwVolumeSerialNumber;
+  identity.folder = (static_cast<uint64_t>(information.nFileIndexHigh) << 32) | information.nFileIndexLow;
+  return true;
+}

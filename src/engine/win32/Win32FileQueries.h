@@ -15,7 +15,6 @@ class Win32FileQueries final : public FileQueries {
   std::wstring FullPath(const std::wstring& path, size_t maxCount) override;
   std::wstring ErrorText(uint32_t error) override;
   uint32_t LastError() override;
-  bool ChangeAttributes(const std::wstring& path, uint32_t attributes) override;
-  bool RemoveFile(const std::wstring& path) override;
-  bool RemoveFolder(const std::wstring& path) override;
+  std::unique_ptr<OpenedEntry> OpenForRemoval(const std::wstring& path) override;
+  bool IdentifyFolder(const std::wstring& path, FolderIdentity& identity) override;
 };

@@ -8,6 +8,7 @@
 #include "ui/MessageBox.h"
 #include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Theme.h"
+#include "util/SystemLibrary.h"
 #include "util/Text.h"
 #include "util/Win32Handle.h"
 
@@ -297,7 +298,7 @@ std::vector<WORD> DialogTemplate() {
 
 int RunMessageDialog(HWND owner, uint32_t flags, const std::wstring& text, int customIcon,
                      const std::wstring& title) {
-  static const bool richEditLoaded = LoadLibraryW(L"RICHED20.DLL") != nullptr;
+  static const bool richEditLoaded = LoadSystemLibrary(L"RICHED20.DLL") != nullptr;
   (void)richEditLoaded;
   DialogInput input{flags, text, IconFor(flags, customIcon), title.empty() ? L"Ordalis" : title};
   std::vector<WORD> dialogTemplate = DialogTemplate();
@@ -309,7 +310,7 @@ int RunMessageDialog(HWND owner, uint32_t flags, const std::wstring& text, int c
 
 int RunMessageDialogWithButtons(HWND owner, uint32_t flags, const std::wstring& text, const std::wstring& title,
                                 const std::vector<MessageButton>& buttons, int width) {
-  static const bool richEditLoaded = LoadLibraryW(L"RICHED20.DLL") != nullptr;
+  static const bool richEditLoaded = LoadSystemLibrary(L"RICHED20.DLL") != nullptr;
   (void)richEditLoaded;
   DialogInput input{flags, text, IconFor(flags, 0), title.empty() ? L"Ordalis" : title, &buttons, width};
   std::vector<WORD> dialogTemplate = DialogTemplate();

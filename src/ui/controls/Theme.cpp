@@ -10,7 +10,7 @@ void FillGradient(HDC dc, const RECT& rect, COLORREF top, COLORREF bottom) {
        static_cast<COLOR16>(GetGValue(bottom) << 8), static_cast<COLOR16>(GetBValue(bottom) << 8), 0},
   };
   GRADIENT_RECT span{0, 1};
-  GradientFill(dc, corners, 2, &span, 1, GRADIENT_FILL_RECT_V);
+  GdiGradientFill(dc, corners, 2, &span, 1, GRADIENT_FILL_RECT_V);
 }
 
 void FillSolid(HDC dc, const RECT& rect, COLORREF colour) {

@@ -69,7 +69,7 @@ void Paint(HWND window, const ButtonState& state) {
       const DcSelection selected(face.Get(), pixel.Get());
       SetPixel(face.Get(), 0, 0, Theme::kFace);
       BLENDFUNCTION blend{AC_SRC_OVER, 0, 170, 0};
-      AlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face.Get(), 0, 0, 1, 1, blend);
+      GdiAlphaBlend(dc, pad + shift, iconTop, iconSize, iconSize, face.Get(), 0, 0, 1, 1, blend);
     }
   }
   wchar_t text[128] = {};

@@ -350,6 +350,79 @@ bool NtfsfixClean(const std::string& image, std::string& output) {
   return RunCommand("ntfsfix -n " + Quoted(image), output) == 0;
 }
 
+bool AddFragmentedFile(const std::string& image, const std::string& name, int fragments, std::string& error) {
+  Library library(image);
+  std::mt19937 random(static_cast<uint32_t>(fragments));
+  const std::string path = "/" + name, gap = path + ".gap";
+  const size_t cluster = library.volume != nullptr ? library.volume->cluster_size : 0;
+  // The file in one piece, and a free place twice its size found by writing
+  // a file there and emptying it.
+  bool ok = library.volume != nullptr && library.Create("/", name, false) && library.Create("/", name + ".gap", false) &&
+            library.Write(path, 0, cluster * size_t(fragments), random, false) &&
+            library.Write(gap, 0, cluster * size_t(fragments) * 2, random, false);
+  // The clusters of a file, in VCN order.
+  auto clustersOf = [&library](const std::string& file) {
+    std::vector<int64_t> lcns;
+    ntfs_inode* inode = ntfs_pathname_to_inode(library.volume, nullptr, file.c_str());
+    ntfs_attr* data = inode != nullptr ? ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0) : nullptr;
+    if (data != nullptr && ntfs_attr_map_whole_runlist(data) == 0) {
+      for (const runlist_element* run = data->rl; run->length != 0; ++run) {
+        for (int64_t i = 0; i < run->length && run->lcn >= 0; ++i) lcns.push_back(run->lcn + i);
+      }
+    }
+    if (data != nullptr) ntfs_attr_close(data);
+    if (inode != nullptr) ntfs_inode_close(inode);
+    return lcns;
+  };
+  const std::vector<int64_t> from = ok ? clustersOf(path) : std::vector<int64_t>{};
+  const std::vector<int64_t> room = ok ? clustersOf(gap) : std::vector<int64_t>{};
+  ok = ok && from.size() == size_t(fragments) && room.size() == 2 * size_t(fragments) && library.Truncate(gap);
+  // Cluster k goes to every other cluster of the emptied place; the run
+  // list is rewritten by the library in one go.
+  ntfs_inode* inode = ok ? ntfs_pathname_to_inode(library.volume, nullptr, path.c_str()) : nullptr;
+  ntfs_attr* data = inode != nullptr ? ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0) : nullptr;
+  ok = ok && data != nullptr && ntfs_attr_map_whole_runlist(data) == 0;
+  std::vector<uint8_t> buffer(cluster);
+  auto* runs = static_cast<runlist_element*>(calloc(size_t(fragments) + 1, sizeof(runlist_element)));
+  const int64_t bytes = int64_t(cluster);
+  for (int k = 0; ok && k < fragments; ++k) {
+    const int64_t target = room[2 * size_t(k)];
+    ok = ntfs_pread(library.volume->dev, from[size_t(k)] * bytes, bytes, buffer.data()) == bytes &&
+         ntfs_pwrite(library.volume->dev, target * bytes, bytes, buffer.data()) == bytes &&
+         ntfs_bitmap_set_run(library.volume->lcnbmp_na, target, 1) == 0;
+    runs[k] = runlist_element{k, target, 1};
+  }
+  if (ok) {
+    runs[fragments] = runlist_element{fragments, LCN_ENOENT, 0};
+    free(data->rl);
+    data->rl = runs;
+    runs = nullptr;
+    NAttrSetRunlistDirty(data);
+    ok = ntfs_attr_update_mapping_pairs(data, 0) == 0;
+    for (int64_t lcn : from) ok = ok && ntfs_bitmap_clear_run(library.volume->lcnbmp_na, lcn, 1) == 0;
+  }
+  free(runs);
+  if (data != nullptr) ntfs_attr_close(data);
+  if (inode != nullptr) ok = ntfs_inode_close(inode) == 0 && ok;
+  ntfs_inode* gapInode = ok ? ntfs_pathname_to_inode(library.volume, nullptr, gap.c_str()) : nullptr;
+  ntfs_inode* root = ok ? ntfs_inode_open(library.volume, FILE_root) : nullptr;
+  ntfschar* unicode = nullptr;
+  const int length = ntfs_mbstoucs((name + ".gap").c_str(), &unicode);
+  ok = ok && gapInode != nullptr && root != nullptr &&
+       ntfs_delete(library.volume, nullptr, gapInode, root, unicode, u8(length)) == 0;
+  free(unicode);
+  if (!ok) error = "cannot fragment " + name + ": " + std::strerror(errno);
+  return ok;
+}
+
+bool MarkedDirty(const std::string& image) {
+  ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
+  if (volume == nullptr) return false;
+  const bool dirty = (volume->flags & VOLUME_IS_DIRTY) != 0;
+  ntfs_umount(volume, BOOL(false));
+  return dirty;
+}
+
 bool MarkDirty(const std::string& image) {
   Library library(image);
   return library.volume != nullptr &&

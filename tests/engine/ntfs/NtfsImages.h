@@ -61,7 +61,13 @@ std::map<std::string, std::string> IcatHashes(const std::string& image,
 // in $Bitmap, or a cluster in use that nobody owns is a violation.
 std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image);
 
+// Adds `/name`, a file of `fragments` one-cluster pieces with a free
+// cluster between each two (an attribute list from about 200 pieces on).
+bool AddFragmentedFile(const std::string& image, const std::string& name, int fragments, std::string& error);
+
 // Marks the volume for a disk check, as its own system does after a crash.
+// MarkedDirty: whether it carries the mark.
+bool MarkedDirty(const std::string& image);
 bool MarkDirty(const std::string& image);
 // Writes the hibernation file a hibernated or fast-started system leaves.
 bool MarkHibernated(const std::string& image);

@@ -499,3 +499,147 @@ TEST_F(NtfsCommandTest, ImagesWrittenThroughTheMountHoldEveryCheck) {
 }
 
 }  // namespace
+
+namespace {
+
+// A volume with a file of 10,000 one-cluster pieces (its run list spread
+// over many records through an attribute list) beside the random tree
+// (a sparse file with an attribute list, a compressed one), stopped at
+// chosen writes. After each stop, and after the next opening (which
+// completes a switch the stop left half-done), every file reads as before,
+// no cluster is owned twice or owned but free, and a stop after the first
+// write leaves the volume marked for a disk check.
+class NtfsStopTest : public NtfsCommandTest {
+ protected:
+  void TearDown() override {
+    std::remove(original_.c_str());
+    NtfsCommandTest::TearDown();
+  }
+  // With the file of 10,000 pieces, or the random tree alone on a smaller
+  // volume (where its compressed file is in pieces).
+  void Prepare(bool manyPieces = true) {
+    Make(31, 1, manyPieces ? 384ull << 20 : 64ull << 20);
+    if (manyPieces) {
+      std::string error;
+      ASSERT_TRUE(AddFragmentedFile(image_, "fragmented.bin", 10000, error)) << error;
+      filled_.files.push_back("/fragmented.bin");
+    }
+    hashes_ = Hashes();
+    original_ = image_ + ".original";
+    Restore(image_, original_);
+  }
+  void Restore(const std::string& from, const std::string& to) {
+    std::string output;
+    ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(from) + " " + Quoted(to), output), 0) << output;
+  }
+  void Restore() { Restore(original_, image_); }
+  // Through The Sleuth Kit's library, as icat reads them, without a process
+  // per file.
+  std::map<std::string, std::string> Hashes() {
+    TskView view(image_);
+    std::map<std::string, std::string> hashes;
+    for (const std::string& file : filled_.files) hashes[file] = view.Hash(file);
+    return hashes;
+  }
+  // True when the next opening completed a switch left half-done.
+  bool ExpectIntact(const std::string& what) {
+    SCOPED_TRACE(what);
+    std::string output;
+    // Refused while the mark is there, but a switch left half-done is
+    // completed first.
+    Command("--defrag " + Quoted(image_) + " /Users/ann/a.log", output);
+    const bool completed = output.find("now completed") != std::string::npos;
+    EXPECT_EQ(Hashes(), hashes_);
+    std::string violations;
+    for (const std::string& v : CheckBitmapAgainstOwners(image_)) {
+      if (v.find("owned by nobody") == std::string::npos) violations += v + "\n";
+    }
+    EXPECT_EQ(violations, "");
+    RunCommand("ntfsresize --info --force --no-action " + Quoted(image_), output);
+    EXPECT_EQ(output.find("multiple"), std::string::npos) << output;
+    EXPECT_EQ(output.find("missing"), std::string::npos) << output;
+    return completed;
+  }
+  std::string original_;
+  std::map<std::string, std::string> hashes_;
+};
+
+// The writes of a run, counted per thread as the tracer counts them: a kill
+// at the n-th write of either thread.
+TEST_F(NtfsStopTest, KilledAtTheNthWriteOfAMoveLosesNothingAndLeavesTheMark) {
+  int points = 0, completed = 0;
+  for (const std::string path : {"/fragmented.bin", "/Users/ann/a.log", "/packed/notes.txt"}) {
+    if (path != "/packed/notes.txt") Prepare(path == "/fragmented.bin");
+    const std::string run = std::string(ORDALIS_NTFS_PROGRAM) + " --defrag " + Quoted(image_) + " " + Quoted(path);
+    std::string output;
+    Restore();
+    const std::string trace = image_ + ".trace";
+    ASSERT_EQ(RunCommand("strace -f -q -o " + Quoted(trace) + " -e trace=pwrite64 " + run, output), 0) << output;
+    // The most writes of one thread.
+    RunCommand("awk '/pwrite64/ {n[$1]++} END {m = 0; for (t in n) if (n[t] > m) m = n[t]; print m}' " +
+                   Quoted(trace), output);
+    std::remove(trace.c_str());
+    const int writes = std::atoi(output.c_str());
+    ASSERT_GT(writes, 10) << path;
+    ExpectIntact(path + " moved");
+    // Every write in the long run of the benchmarks; every third here.
+    for (int n = 1; n <= writes; n += 3) {
+      Restore();
+      const int status = RunCommand("strace -f -q -o /dev/null -e trace=pwrite64 -e inject=pwrite64:signal=KILL:when=" +
+                                        std::to_string(n) + " " + run,
+                                    output);
+      // The first two writes are the mark itself (its record, then the
+      // record's mirror, which the library insists matches).
+      if (status != 0 && n > 2) {
+        EXPECT_TRUE(MarkedDirty(image_)) << path << " killed at write " << n;
+      }
+      points += status != 0;
+      completed += ExpectIntact(path + " killed at write " + std::to_string(n));
+    }
+  }
+  EXPECT_GE(points, 20);
+  EXPECT_GE(completed, 1);  // some kills fell while a switch reached its places
+}
+
+// A device whose n-th write fails: the move is refused, the file as it was,
+// and a volume left in doubt keeps its mark.
+TEST_F(NtfsStopTest, AWriteThatFailsLosesNothing) {
+  Prepare();
+  int refused = 0;
+  for (uint64_t n = 1; n <= 31; n += 3) {
+    Restore();
+    OpenVolume(true);
+    SwitchJournal::FailWrite(n);
+    FileAnalysis counts;
+    DefragmentFile(EnginePath("/fragmented.bin"), &counts);
+    refused += !gEngine.moveResultCode.empty();
+    SwitchJournal::FailWrite(0);
+    const bool closed = volume_->Unmount();
+    CloseVolume();
+    // Closed cleanly only when nothing was left in doubt.
+    EXPECT_EQ(MarkedDirty(image_), !closed) << n;
+    ExpectIntact("write " + std::to_string(n) + " failed");
+  }
+  EXPECT_GE(refused, 5);
+}
+
+}  // namespace
+
+namespace {
+
+// Ctrl-C during the first move: that file is finished, the run stops with
+// its summary and code 3, and the volume is closed cleanly, without the mark.
+TEST_F(NtfsStopTest, AnInterruptFinishesTheFileAndStopsCleanly) {
+  Prepare(false);
+  std::string output;
+  const int status = RunCommand("strace -f -q -o /dev/null -e trace=pwrite64 -e inject=pwrite64:signal=INT:when=3 " +
+                                    std::string(ORDALIS_NTFS_PROGRAM) + " --defrag " + Quoted(image_) + " /",
+                                output);
+  EXPECT_EQ(status, 3) << output;
+  EXPECT_NE(output.find("Number of defragmented files : 1\n"), std::string::npos) << output;
+  EXPECT_FALSE(MarkedDirty(image_));
+  ExpectIntact("interrupted");
+  EXPECT_TRUE(NtfsfixClean(image_, output)) << output;
+}
+
+}  // namespace

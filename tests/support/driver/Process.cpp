@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 namespace TestDriver {
@@ -75,10 +76,50 @@ ProgramUnderTest::ProgramUnderTest(const std::wstring& folder, const std::wstrin
     }
     error.clear();
     if (!fmifsPath.empty() &&
-        !fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
-                       fs::copy_options::overwrite_existing, error)) {
+        (!fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
+                        fs::copy_options::overwrite_existing, error) ||
+         !InstallSystemChecker(fmifsPath))) {
         error_ = L"cannot copy " + fmifsPath;
     }
+}
+
+namespace {
+
+std::filesystem::path SystemChecker() {
+    wchar_t folder[MAX_PATH] = {};
+    GetSystemDirectoryW(folder, MAX_PATH);
+    return std::filesystem::path(folder) / L"fmifs.dll";
+}
+
+}  // namespace
+
+// A program that has the checker loaded keeps its copy: the new one arrives
+// under another name and takes the place of the old in one step. A stand-in
+// that is no program at all (the driver's own tests) is only put beside.
+bool ProgramUnderTest::InstallSystemChecker(const std::wstring& fmifsPath) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    char header[2] = {};
+    std::ifstream(fs::path(fmifsPath), std::ios::binary).read(header, 2);
+    if (header[0] != 'M' || header[1] != 'Z') return true;
+    const fs::path installed = SystemChecker();
+    if (fs::exists(installed, error) && fs::file_size(installed, error) == fs::file_size(fmifsPath, error) &&
+        fs::last_write_time(installed, error) >= fs::last_write_time(fmifsPath, error)) {
+        return true;
+    }
+    const fs::path incoming = installed.wstring() + L".new";
+    return fs::copy_file(fmifsPath, incoming, fs::copy_options::overwrite_existing, error) &&
+           MoveFileExW(incoming.c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+
+SystemCheckerHidden::SystemCheckerHidden() {
+    const std::filesystem::path installed = SystemChecker();
+    MoveFileExW(installed.c_str(), (installed.wstring() + L".hidden").c_str(), MOVEFILE_REPLACE_EXISTING);
+}
+
+SystemCheckerHidden::~SystemCheckerHidden() {
+    const std::filesystem::path installed = SystemChecker();
+    MoveFileExW((installed.wstring() + L".hidden").c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING);
 }
 
 RunningProgram::RunningProgram(UniqueHandle process, DWORD processId, UniqueHandle outputRead)
@@ -157,7 +198,8 @@ void RunningProgram::Kill() {
 
 std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
                                              const std::wstring& arguments,
-                                             std::wstring* error) {
+                                             std::wstring* error,
+                                             const std::wstring& currentFolder) {
     // Only one pipe end is inheritable at a time, so a program never holds the
     // output pipe of another one open (its reader would never see the end).
     static std::mutex startLock;
@@ -184,7 +226,7 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
     startup.hStdError = writeEnd;
 
     std::wstring commandLine = L"\"" + exePath + L"\" " + arguments;
-    std::wstring folder = exePath.substr(0, exePath.find_last_of(L'\\'));
+    std::wstring folder = currentFolder.empty() ? exePath.substr(0, exePath.find_last_of(L'\\')) : currentFolder;
     PROCESS_INFORMATION info{};
     if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                         folder.c_str(), &startup, &info)) {
@@ -197,9 +239,9 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
 }
 
 RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
-                     DWORD timeoutMs) {
+                     DWORD timeoutMs, const std::wstring& currentFolder) {
     RunResult result;
-    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments);
+    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments, nullptr, currentFolder);
     if (!program) {
         return result;
     }

@@ -45,7 +45,10 @@ std::wstring HostPathToWindows(std::string_view path);
 
 // A fresh folder (emptied if it exists) holding a copy of the program with
 // the "lang" folder that lies beside it, if any, and, when fmifsPath is not
-// empty, of the fmifs.dll double.
+// empty, of the fmifs.dll double. The double then also stands in for the
+// system's disk checker in Wine's system folder (Wine has none): the shipped
+// program takes fmifs.dll from there only, the simulating one from its own
+// folder only.
 class ProgramUnderTest {
 public:
     ProgramUnderTest(const std::wstring& folder, const std::wstring& programPath,
@@ -57,9 +60,21 @@ public:
     const std::wstring& ExePath() const { return exePath_; }
 
 private:
+    static bool InstallSystemChecker(const std::wstring& fmifsPath);
+
     std::wstring folder_;
     std::wstring exePath_;
     std::wstring error_;
+};
+
+// While it lives, Wine's system folder holds no disk checker, as a system
+// without one would.
+class SystemCheckerHidden {
+public:
+    SystemCheckerHidden();
+    ~SystemCheckerHidden();
+    SystemCheckerHidden(const SystemCheckerHidden&) = delete;
+    SystemCheckerHidden& operator=(const SystemCheckerHidden&) = delete;
 };
 
 // A started program. Its standard output and standard error share one pipe,
@@ -94,10 +109,12 @@ private:
 };
 
 // Starts exePath with the arguments (the command line is the quoted program
-// path, a blank and the arguments as given). Null on failure, with the reason.
+// path, a blank and the arguments as given), in currentFolder or else in the
+// program's own folder. Null on failure, with the reason.
 std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
                                              const std::wstring& arguments,
-                                             std::wstring* error = nullptr);
+                                             std::wstring* error = nullptr,
+                                             const std::wstring& currentFolder = L"");
 
 struct RunResult {
     bool started = false;
@@ -107,7 +124,7 @@ struct RunResult {
 };
 
 RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
-                     DWORD timeoutMs);
+                     DWORD timeoutMs, const std::wstring& currentFolder = L"");
 
 // Top-level windows.
 struct WindowQuery {

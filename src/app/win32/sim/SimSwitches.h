@@ -4,6 +4,7 @@
 // the environment of the elevated program can redirect what it does.
 #include <windows.h>
 
+#include <string>
 
 // With ORDALIS_POWEROFF_LOG naming a file, powering off appends a line to
 // that file instead ("power off <flags> <reason>").
@@ -37,3 +38,8 @@ void InstallSimFault();
 // With ORDALIS_SIM_CRASH_REPORT naming a file, the crash report's rich text
 // is written to it as the report box receives it.
 void InstallSimCrashReportCopy();
+
+// The disk checker's double lies beside the simulating program, which loads
+// it from there by its full path (the shipped program takes the checker from
+// the system folder only).
+std::wstring SimCheckerPath();

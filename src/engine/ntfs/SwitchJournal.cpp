@@ -1,0 +1,287 @@
+#include "engine/ntfs/SwitchJournal.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "engine/ntfs/NtfsDevice.h"
+#include "engine/ntfs/NtfsLibrary.h"
+
+extern "C" {
+#include <ntfs-3g/unistr.h>
+}
+
+namespace {
+
+using ntfsdevice::kSector;
+constexpr int64_t kJournalBytes = 4 << 20;
+constexpr char kMagic[8] = {'O', 'R', 'D', 'J', 'R', 'N', 'L', '1'};
+
+struct Header {
+  char magic[8];
+  uint64_t complete;
+  uint64_t sequence;
+  uint64_t sectors;
+  uint64_t checksum;
+};
+static_assert(sizeof(Header) <= kSector);
+
+uint64_t Fnv(uint64_t hash, const void* data, size_t bytes) {
+  const auto* p = static_cast<const uint8_t*>(data);
+  for (size_t i = 0; i < bytes; ++i) hash = (hash ^ p[i]) * 0x100000001B3ull;
+  return hash;
+}
+
+uint64_t Checksum(const Header& header, const std::vector<int64_t>& offsets,
+                  const std::vector<uint8_t>& data) {
+  uint64_t hash = 0xCBF29CE484222325ull;
+  hash = Fnv(hash, &header.sequence, sizeof header.sequence);
+  hash = Fnv(hash, &header.sectors, sizeof header.sectors);
+  hash = Fnv(hash, offsets.data(), offsets.size() * sizeof(int64_t));
+  return Fnv(hash, data.data(), data.size());
+}
+
+// Bytes of the offsets table, whole sectors.
+int64_t TableBytes(uint64_t sectors) {
+  return (int64_t(sectors) * 8 + kSector - 1) / kSector * kSector;
+}
+
+using ntfsdevice::Sectors;
+
+ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
+  inode = ntfs_pathname_to_inode(volume, nullptr, (std::string("/") + kJournalName).c_str());
+  if (inode == nullptr) return nullptr;
+  ntfs_attr* data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
+  if (data == nullptr) {
+    ntfs_inode_close(inode);
+    inode = nullptr;
+  }
+  return data;
+}
+
+}  // namespace
+
+void SwitchJournal::FailWrite(uint64_t n) { ntfsdevice::FailWrite(n); }
+
+bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
+  device_ = volume->dev;
+  extents_.clear();
+  ntfs_inode* inode = nullptr;
+  ntfs_attr* data = OpenJournal(volume, inode);
+  if (data == nullptr) {
+    ntfs_inode* root = ntfs_inode_open(volume, FILE_root);
+    ntfschar* name = nullptr;
+    const int length = ntfs_mbstoucs(kJournalName, &name);
+    if (root == nullptr || length <= 0) {
+      if (root != nullptr) ntfs_inode_close(root);
+      free(name);
+      message = "the root folder cannot be read";
+      return false;
+    }
+    inode = ntfs_create(root, 0, name, u8(length), S_IFREG);
+    free(name);
+    ntfs_inode_close(root);
+    if (inode == nullptr) {
+      message = std::string("the journal file cannot be made: ") + std::strerror(errno);
+      return false;
+    }
+    data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
+  }
+  bool ok = data != nullptr && !(data->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE));
+  if (ok && data->data_size < kJournalBytes) {
+    // Written out in full, in one write: every cluster allocated, none
+    // left a hole.
+    const int64_t at = data->data_size;
+    std::vector<uint8_t> fill(size_t(kJournalBytes - at), 0xA5);
+    ok = ntfs_attr_pwrite(data, at, int64_t(fill.size()), fill.data()) == int64_t(fill.size());
+  }
+  if (ok) ok = NAttrNonResident(data) && ntfs_attr_map_whole_runlist(data) == 0;
+  if (ok) {
+    const int bits = volume->cluster_size_bits;
+    for (const runlist_element* run = data->rl; run->length != 0; ++run) {
+      if (run->lcn < 0) {
+        ok = false;
+        break;
+      }
+      extents_.push_back({run->lcn << bits, run->length << bits});
+    }
+  }
+  record_ = inode->mft_no;
+  if (data != nullptr) ntfs_attr_close(data);
+  ok = ntfs_inode_close(inode) == 0 && ok && ntfs_device_sync(device_) == 0;
+  capacity_ = 0;
+  for (const Extent& e : extents_) capacity_ += e.bytes;
+  capacity_ = std::min(capacity_, kJournalBytes);
+  if (!ok || capacity_ < 4 * kSector) {
+    extents_.clear();
+    message = "the journal file cannot be written";
+    return false;
+  }
+  // Cleared, so that nothing older is ever taken for a complete journal.
+  std::array<uint8_t, kSector> empty{};
+  if (!WriteJournal(0, empty.data(), kSector) || ntfs_device_sync(device_) != 0) {
+    extents_.clear();
+    message = "the journal file cannot be written";
+    return false;
+  }
+  return true;
+}
+
+bool SwitchJournal::Remove(ntfs_volume* volume) {
+  ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, (std::string("/") + kJournalName).c_str());
+  if (inode == nullptr) return errno == ENOENT;
+  ntfs_inode* root = ntfs_inode_open(volume, FILE_root);
+  ntfschar* name = nullptr;
+  const int length = ntfs_mbstoucs(kJournalName, &name);
+  if (root == nullptr || length <= 0) {
+    if (root != nullptr) ntfs_inode_close(root);
+    ntfs_inode_close(inode);
+    free(name);
+    return false;
+  }
+  // The library gives the clusters back before it lets go of the record:
+  // its writes are held and the bitmap's go last, so that a stop in between
+  // leaves clusters in use that nobody owns, never a record owning free ones.
+  device_ = volume->dev;
+  ntfsdevice::Hold(device_);
+  bool ok = ntfs_delete(volume, nullptr, inode, root, name, u8(length)) == 0;  // closes both
+  free(name);
+  extents_.clear();
+  Sectors bitmap;
+  Sectors others = ntfsdevice::TakeHeld();
+  ntfs_attr* bits = volume->lcnbmp_na;
+  ok = ok && ntfs_attr_map_whole_runlist(bits) == 0;
+  for (const runlist_element* run = ok ? bits->rl : nullptr; run != nullptr && run->length != 0; ++run) {
+    if (run->lcn < 0) continue;
+    const int64_t from = run->lcn << volume->cluster_size_bits;
+    const int64_t to = from + (run->length << volume->cluster_size_bits);
+    for (auto it = others.lower_bound(from); it != others.end() && it->first < to;) {
+      bitmap.insert(*it);
+      it = others.erase(it);
+    }
+  }
+  return ok && ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, bitmap) && ntfsdevice::SyncThrough(device_);
+}
+
+bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes) {
+  int64_t base = 0;
+  for (const Extent& e : extents_) {
+    if (bytes == 0) break;
+    if (at < base + e.bytes) {
+      const int64_t n = std::min(bytes, base + e.bytes - at);
+      if (!ntfsdevice::WriteThrough(device_, data, n, e.offset + (at - base))) return false;
+      at += n;
+      data += n;
+      bytes -= n;
+    }
+    base += e.bytes;
+  }
+  return bytes == 0;
+}
+
+void SwitchJournal::Hold() { ntfsdevice::Hold(device_); }
+
+void SwitchJournal::Drop() { ntfsdevice::Drop(device_); }
+
+void SwitchJournal::Release() { ntfsdevice::Release(); }
+
+int SwitchJournal::Commit() {
+  Sectors sectors = ntfsdevice::TakeHeld();
+  if (sectors.empty()) return 0;
+  Header header{};
+  std::memcpy(header.magic, kMagic, sizeof kMagic);
+  header.sequence = ++sequence_;
+  header.sectors = sectors.size();
+  const int64_t table = TableBytes(header.sectors);
+  if (kSector + table + int64_t(sectors.size()) * kSector > capacity_) {
+    ntfsdevice::PutBack(device_, std::move(sectors));  // for the caller to drop
+    return 1;
+  }
+  std::vector<int64_t> offsets;
+  std::vector<uint8_t> data;
+  offsets.reserve(sectors.size());
+  data.reserve(sectors.size() * kSector);
+  for (const auto& [offset, bytes] : sectors) {
+    offsets.push_back(offset);
+    data.insert(data.end(), bytes.begin(), bytes.end());
+  }
+  header.checksum = Checksum(header, offsets, data);
+  std::vector<uint8_t> tableBytes(size_t(table), 0);
+  std::memcpy(tableBytes.data(), offsets.data(), offsets.size() * sizeof(int64_t));
+  header.complete = 1;
+  std::array<uint8_t, kSector> first{};
+  std::memcpy(first.data(), &header, sizeof header);
+  // The checksum covers the whole journal: a header that reached the disk
+  // without the sectors it names is never taken for a complete one.
+  if (!WriteJournal(kSector, tableBytes.data(), table) ||
+      !WriteJournal(kSector + table, data.data(), int64_t(data.size())) ||
+      !WriteJournal(0, first.data(), kSector) || !ntfsdevice::SyncThrough(device_)) {
+    // Possibly complete on the disk: cleared before anything else is
+    // written, or the volume is left alone.
+    std::array<uint8_t, kSector> empty{};
+    if (WriteJournal(0, empty.data(), kSector) && ntfsdevice::SyncThrough(device_)) return 1;
+    return 2;
+  }
+  if (!ntfsdevice::WriteThrough(device_, sectors) || !ntfsdevice::SyncThrough(device_)) return 2;
+  std::array<uint8_t, kSector> empty{};
+  if (!WriteJournal(0, empty.data(), kSector) || !ntfsdevice::SyncThrough(device_)) return 2;
+  return 0;
+}
+
+InterruptedSwitch FinishInterruptedSwitch(ntfs_volume* probe, bool apply) {
+  // Only a volume still carrying the disk-check mark of the stopped run:
+  // once its own system has checked it, the records may have changed since.
+  if (!(probe->flags & VOLUME_IS_DIRTY)) return InterruptedSwitch::None;
+  ntfs_inode* inode = nullptr;
+  ntfs_attr* data = OpenJournal(probe, inode);
+  if (data == nullptr) return InterruptedSwitch::None;
+  struct Closer {
+    ntfs_attr* data;
+    ntfs_inode* inode;
+    ~Closer() {
+      ntfs_attr_close(data);
+      ntfs_inode_close(inode);
+    }
+  } closer{data, inode};
+  std::array<uint8_t, kSector> first{};
+  if (ntfs_attr_pread(data, 0, kSector, first.data()) != kSector) return InterruptedSwitch::None;
+  Header header;
+  std::memcpy(&header, first.data(), sizeof header);
+  if (std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 || header.complete != 1 ||
+      header.sectors == 0 || kSector + TableBytes(header.sectors) + int64_t(header.sectors) * kSector > data->data_size) {
+    return InterruptedSwitch::None;
+  }
+  std::vector<int64_t> offsets(header.sectors);
+  std::vector<uint8_t> bytes(size_t(header.sectors * kSector));
+  const int64_t table = int64_t(header.sectors) * 8;
+  if (ntfs_attr_pread(data, kSector, table, offsets.data()) != table ||
+      ntfs_attr_pread(data, kSector + TableBytes(header.sectors), int64_t(bytes.size()), bytes.data()) !=
+          int64_t(bytes.size())) {
+    return InterruptedSwitch::Failed;
+  }
+  if (Checksum(header, offsets, bytes) != header.checksum) return InterruptedSwitch::None;
+  const int64_t volumeBytes = probe->nr_clusters << probe->cluster_size_bits;
+  for (int64_t offset : offsets) {
+    if (offset < 0 || offset % kSector != 0 || offset + kSector > volumeBytes) return InterruptedSwitch::Failed;
+  }
+  if (!apply) return InterruptedSwitch::Pending;
+  if (ntfs_attr_map_whole_runlist(data) != 0) return InterruptedSwitch::Failed;
+  const LCN headerLcn = ntfs_rl_vcn_to_lcn(data->rl, 0);
+  if (headerLcn < 0) return InterruptedSwitch::Failed;
+  // Written past the library, whose view is read-only: on the volume's
+  // own descriptor, held for writing when `apply`.
+  const int fd = ntfsdevice::Descriptor(probe->dev);
+  bool ok = true;
+  for (size_t i = 0; ok && i < offsets.size(); ++i) {
+    ok = pwrite(fd, bytes.data() + i * kSector, kSector, offsets[i]) == kSector;
+  }
+  ok = ok && fsync(fd) == 0;
+  std::array<uint8_t, kSector> empty{};
+  ok = ok && pwrite(fd, empty.data(), kSector, headerLcn << probe->cluster_size_bits) == kSector &&
+       fsync(fd) == 0;
+  return ok ? InterruptedSwitch::Applied : InterruptedSwitch::Failed;
+}

@@ -1,0 +1,68 @@
+#pragma once
+// A file's run list switches from its old clusters to their copy in one
+// step, however many records it spans. While the library rewrites the
+// records, everything it writes is held in memory by the volume's device
+// layer (its reads see it); the held sectors then go first into a journal
+// file of ours on the volume, synced, then to their places, synced, and the
+// journal is cleared. A stop before the journal is complete leaves the old
+// records untouched; a stop after it leaves a complete journal, which the
+// next opening for writing applies again before anything else reads the
+// volume.
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+struct _ntfs_volume;
+struct ntfs_device;
+
+// The journal's name in the volume's root.
+inline constexpr char kJournalName[] = "$OrdalisJournal";
+
+class SwitchJournal {
+ public:
+  // Opens the journal file, creating it when missing, and notes where its
+  // clusters lie; false with `message` when it cannot.
+  bool Attach(_ntfs_volume* volume, std::string& message);
+  // Removes the journal file (at a clean end); false when it failed.
+  bool Remove(_ntfs_volume* volume);
+  uint64_t Record() const { return record_; }
+  bool Attached() const { return !extents_.empty(); }
+
+  // From here on, the library's writes are held.
+  void Hold();
+  // The held writes are forgotten and later ones dropped until Release():
+  // used while the library's view of a switch that never reached the volume
+  // is thrown away.
+  void Drop();
+  // Writes held from now on reach the volume again.
+  void Release();
+  // The held writes through the journal onto the volume. Returns 0 when
+  // they are on the volume and the journal is clear; 1 when nothing reached
+  // the volume (too large for the journal, or its writing failed); 2 when
+  // the journal is complete but applying it failed: the volume must not be
+  // written again before it is opened anew.
+  int Commit();
+
+  // Test hook: the n-th write to the device from now fails (0: none).
+  static void FailWrite(uint64_t n);
+
+ private:
+  struct Extent {
+    int64_t offset, bytes;
+  };
+  bool WriteJournal(int64_t at, const uint8_t* data, int64_t bytes);
+  ntfs_device* device_ = nullptr;
+  uint64_t record_ = 0;
+  std::vector<Extent> extents_;
+  int64_t capacity_ = 0;
+  uint64_t sequence_ = 0;
+};
+
+// At opening, before the volume is mounted for anything else: looks for a
+// complete journal left by a stopped run. What was found and done.
+enum class InterruptedSwitch { None, Applied, Pending, Failed };
+// `probe` is the volume mounted read-only through the volume's one device
+// layer; when `apply` (its descriptor open for writing), a complete journal
+// is written to the device and cleared (the probe must be remounted after).
+InterruptedSwitch FinishInterruptedSwitch(_ntfs_volume* probe, bool apply);
