@@ -37,7 +37,7 @@ Section "Explorer entries" explorer
   !insertmacro OrdalisVerb "Directory" "Ordalis.Defragment" "Defragment with Ordalis" "/DEFRAG"
   !insertmacro OrdalisVerb "Directory" "Ordalis.Analyze" "Analyze with Ordalis" "/ANALYZE"
   SetShellVarContext current
-  CreateShortCut "$SENDTO\Ordalis.lnk" "$INSTDIR\Ordalis.exe"
+  CreateShortCut "$SENDTO\Ordalis.lnk" "$INSTDIR\Ordalis.exe" "" "$INSTDIR\Ordalis.exe" 0
   SetShellVarContext all
 SectionEnd
 

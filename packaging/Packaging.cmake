@@ -53,6 +53,9 @@ set(CPACK_NSIS_DISPLAY_NAME "Ordalis")
 set(CPACK_PACKAGE_EXECUTABLES Ordalis Ordalis)
 set(CPACK_NSIS_EXECUTABLES_DIRECTORY .)
 set(CPACK_NSIS_INSTALLED_ICON_NAME "Ordalis.exe")
+# The installer and the uninstaller wear the program's icon.
+set(CPACK_NSIS_MUI_ICON ${PROJECT_SOURCE_DIR}/res/art/app_ordalis.ico)
+set(CPACK_NSIS_MUI_UNIICON ${PROJECT_SOURCE_DIR}/res/art/app_ordalis.ico)
 set(CPACK_NSIS_MANIFEST_DPI_AWARE ON)
 set(CPACK_NSIS_COMPRESSOR "/SOLID lzma")
 # What the generic installer does not do: the Explorer entries, the size in

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Draws the program's icons (toolbar images, state pictures, message-box
-icons) from simple shapes and writes them as .ico files under res/art/.
+"""Draws the program's icons (its own icon, toolbar images, state pictures,
+message-box icons) from simple shapes and writes them as .ico files under res/art/.
 
 Every picture is described in a unit square (0..1 both ways, y down) as a
 stack of filled shapes; each size is rendered with 4x4 supersampling, so the
@@ -289,10 +289,21 @@ def pictures():
         (segment(0.34, 0.34, 0.66, 0.66, 0.12), solid(WHITE)),
         (segment(0.66, 0.34, 0.34, 0.66, 0.12), solid(WHITE)),
     ]
+    # The program's own icon (window, taskbar, installer, shortcuts): a tile
+    # where scattered pieces above become one contiguous run below.
+    art['app_ordalis'] = [
+        (round_rect(0.03, 0.03, 0.97, 0.97, 0.18), solid(rgb('163A6B'))),
+        (round_rect(0.05, 0.05, 0.95, 0.95, 0.16), vertical(BLUE_TOP, BLUE_BOTTOM, 0.05, 0.95)),
+        (round_rect(0.08, 0.07, 0.92, 0.42, 0.12), solid(rgb('FFFFFF', 40))),
+    ] + blocks([amber, None, red, None, amber], 0.14, 0.34, 0.14, 0.86, 0.03) + [
+        (polygon([(0.42, 0.39), (0.58, 0.39), (0.58, 0.47), (0.68, 0.47),
+                  (0.50, 0.60), (0.32, 0.47), (0.42, 0.47)]), solid(WHITE)),
+    ] + blocks([green, green, green, green, green], 0.66, 0.86, 0.14, 0.86, 0.0)
     return art
 
 
 SIZES = {
+    'ap': [16, 20, 24, 32, 40, 48, 64, 96, 128, 256],
     'tb': [16, 20, 24, 32, 36, 48],
     'st': [16, 20, 24, 32],
     'mb': [32, 40, 48, 64],

@@ -84,6 +84,7 @@ struct ItemRecord {
   ItemState state = ItemState::None;
   uint32_t clusterSize = 0;  // bytes per cluster of the item's volume
   uint32_t flags = 0;        // ItemFlags
+  bool checked = true;       // the row's box; an unticked item stays out of every run
   std::wstring path;         // as the user gave it, drive-letter form; the duplicate key
   std::wstring longPath;     // with the "\\?\" prefix: what the engine opens
   std::wstring typeName;     // the shell's type name; empty for a drive root

@@ -52,9 +52,17 @@ void AppendName(std::wstring& path, const std::wstring& name) {
 
 bool IsDotEntry(const std::wstring& name) { return name == L"." || name == L".."; }
 
+void ReportAnalysisOutcome(const std::wstring& path, const FileAnalysis& analysis) {
+  const FileFate fate = !analysis.outcome.empty() ? FileFate::Failed
+                        : analysis.fragments < 2  ? FileFate::Contiguous
+                                                  : FileFate::Fragmented;
+  ReportFileOutcome(path, fate, analysis.outcome, &analysis);
+}
+
 void AnalyseWalkedFile(const std::wstring& path, const DirEntry& entry) {
   FileAnalysis analysis;
   AnalyseFile(path, analysis);
+  ReportAnalysisOutcome(path, analysis);
   if (!analysis.outcome.empty()) {
     ErrorEntry error = MakeErrorEntry(path, analysis.outcome);
     std::lock_guard lock(SharedLock());
@@ -80,8 +88,10 @@ void RefreshErrors() {
 void DefragmentWalkedFile(const std::wstring& path) {
   // Opened without the long prefix, so a path beyond the ordinary limit
   // fails here with the system's text.
-  DefragmentFile(std::wstring(DisplayPath(path)), nullptr);
+  FileAnalysis counts;
+  DefragmentFile(std::wstring(DisplayPath(path)), &counts);
   const std::wstring& code = gEngine.moveResultCode;
+  ReportMoveOutcome(path, code, counts);
   if (code.empty()) {
     ++gRun.counters.filesMoved;
     RefreshCounters();
@@ -195,10 +205,16 @@ void WalkFolder(const std::wstring& folder, WalkKind kind) {
     AppendName(path, entry.name);
     if (entry.attributes & kAttrDirectory) {
       // Hidden, system and reparse-point folders are entered like any other.
-      if (!FolderLeftOut(path)) EnterFolder(path, levels, entered);
+      if (!FolderLeftOut(path)) {
+        EnterFolder(path, levels, entered);
+      } else {
+        ReportFileOutcome(path, FileFate::LeftOut, std::wstring(), nullptr);
+      }
       continue;
     }
-    if (!FileLeftOut(std::wstring(DisplayPath(path)))) {
+    if (FileLeftOut(std::wstring(DisplayPath(path)))) {
+      ReportFileOutcome(path, FileFate::LeftOut, std::wstring(), nullptr);
+    } else {
       if (kind == WalkKind::Analysis) {
         AnalyseWalkedFile(path, entry);
       } else {
@@ -214,6 +230,34 @@ void WalkFolder(const std::wstring& folder, WalkKind kind) {
   }
 }
 
+void ReportFileOutcome(const std::wstring& path, FileFate fate, const std::wstring& code,
+                       const FileAnalysis* counts) {
+  if (!gRunHooks.fileOutcome) return;
+  FileOutcome outcome;
+  outcome.path = std::wstring(DisplayPath(path));
+  outcome.fate = fate;
+  outcome.code = code;
+  if (counts != nullptr) {
+    outcome.fragmentsBefore = outcome.fragmentsAfter = counts->fragments;
+    outcome.clusters = counts->clusters;
+  }
+  outcome.clusterSize = gCurrentClusterSize;
+  if (fate == FileFate::Moved) {
+    outcome.fragmentsAfter = 1;
+    outcome.target = gEngine.moveJob.targetLcn;
+  }
+  gRunHooks.fileOutcome(outcome);
+}
+
+void ReportMoveOutcome(const std::wstring& path, const std::wstring& code, const FileAnalysis& counts) {
+  if (!gRunHooks.fileOutcome) return;
+  const FileFate fate = code.empty()                   ? FileFate::Moved
+                        : code == kMoveAlreadyContiguous ? FileFate::Contiguous
+                        : code == kMoveStopped           ? FileFate::Stopped
+                                                         : FileFate::Failed;
+  ReportFileOutcome(path, fate, code, &counts);
+}
+
 void AnalyseFolderWorker(void* folder) {
   WalkFolder(*static_cast<const std::wstring*>(folder), WalkKind::Analysis);
   gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
@@ -222,6 +266,7 @@ void AnalyseFolderWorker(void* folder) {
 void AnalyseListedFile(ItemRecord& record) {
   FileAnalysis analysis;
   AnalyseFile(record.longPath, analysis);
+  ReportAnalysisOutcome(record.longPath, analysis);
   if (!analysis.outcome.empty()) {
     ApplyFileAnalysis(record, false, record.fragments, record.clusters);
     gRun.errors.push_back(MakeErrorEntry(record.longPath, analysis.outcome));

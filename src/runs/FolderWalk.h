@@ -43,6 +43,15 @@ ErrorEntry MakeErrorEntry(const std::wstring& path, const std::wstring& code);
 FragmentedFileRecord MakeFragmentedRecord(const std::wstring& path, const DirEntry& entry,
                                           const FileAnalysis& analysis, uint32_t clusterSize);
 
+// Hands one file's outcome to the run hooks. `counts` holds the fragments
+// and clusters the analysis or the relocation read (the ones after a move
+// that left the file fragmented), null when nothing was read.
+void ReportFileOutcome(const std::wstring& path, FileFate fate, const std::wstring& code,
+                       const FileAnalysis* counts);
+// The outcome of a relocation by its code (an empty code: moved to the
+// target the engine chose).
+void ReportMoveOutcome(const std::wstring& path, const std::wstring& code, const FileAnalysis& counts);
+
 // The cluster size of the volume of the item being processed.
 extern uint32_t gCurrentClusterSize;
 

@@ -51,7 +51,8 @@ bool IsProcessed(const ItemRecord& record) {
   return (record.flags & ItemFlags::kToProcess) && !(record.flags & ItemFlags::kSkipped);
 }
 
-// Reset and selection. Returns the number of items considered and the
+// Reset and selection: the ticked items, of them the selected ones when the
+// run is for the selection. Returns the number of items considered and the
 // number the filters skipped.
 void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   const bool selectedOnly = mode == RunMode::DefragmentSelected || mode == RunMode::AnalyseSelected;
@@ -60,11 +61,13 @@ void SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
   for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next, ++row) {
     ItemRecord& record = node->record;
     ResetItemForRun(record);
+    if (!record.checked) continue;
     if (selectedOnly && !(gRunHooks.rowSelected && gRunHooks.rowSelected(row))) continue;
     ++considered;
     const bool folder = (record.flags & ItemFlags::kFolder) != 0;
     const bool excluded = folder ? FolderLeftOut(record.path) : FileLeftOut(record.path);
     if (excluded) {
+      ReportFileOutcome(record.longPath, FileFate::LeftOut, std::wstring(), nullptr);
       record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
       ++skipped;
     } else {
@@ -210,6 +213,7 @@ void DefragmentFileItem(ItemRecord& record) {
   record.fragments = static_cast<int64_t>(counts.fragments);
   record.clusters = static_cast<int64_t>(counts.clusters);
   const std::wstring code = gEngine.moveResultCode;
+  ReportMoveOutcome(record.longPath, code, counts);
   ApplyFileMoveResult(record, code);
   CountMoveResult(record.longPath, code);
 }
@@ -225,7 +229,9 @@ void DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) {
       Call(gRunHooks.redrawItems);
       DefragmentFileItem(*record);
     } else {
-      DefragmentFile(path, nullptr);
+      FileAnalysis counts;
+      DefragmentFile(path, &counts);
+      ReportMoveOutcome(path, gEngine.moveResultCode, counts);
       CountMoveResult(path, gEngine.moveResultCode);
     }
     Call(gRunHooks.redrawItems);

@@ -49,5 +49,6 @@ std::vector<std::string> MissingRunHooks(const RunHooks& hooks) {
   need(bool(hooks.requestExit), "requestExit");
   need(bool(hooks.applyPriority), "applyPriority");
   need(bool(hooks.dateTexts), "dateTexts");
+  // fileOutcome is for the programs that list every file.
   return missing;
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+struct FileOutcome;
+
 // Status updates of the main window's bars, combinable.
 constexpr uint32_t kStatusItemCount = 0x02;       // "Oggetti totali in elenco: " + count
 constexpr uint32_t kStatusWaiting = 0x04;         // "In attesa"
@@ -63,6 +65,10 @@ struct RunHooks {
   std::function<void(uint32_t command)> applyPriority;
   // Last-write time (100-ns ticks, UTC) as local date and time texts.
   std::function<void(uint64_t ticks, std::wstring& date, std::wstring& time)> dateTexts;
+  // Each file's outcome as soon as it is known; during an analysis it comes
+  // from the folder worker's thread. The window lists only the fragmented
+  // files and the errors and leaves it empty.
+  std::function<void(const FileOutcome& outcome)> fileOutcome;
 };
 extern RunHooks gRunHooks;
 

@@ -35,6 +35,26 @@ struct ErrorEntry {
   std::wstring message;
 };
 
+// What became of one file in a run, for the programs that list every file.
+enum class FileFate {
+  Fragmented,  // an analysis found it in more than one fragment
+  Contiguous,  // one fragment or none: nothing to move
+  Moved,       // now one run at `target`
+  Failed,      // could not be read or moved; `code` says why
+  LeftOut,     // a filter left it (or its whole folder) out
+  Stopped,     // the run was stopped before it was moved
+};
+struct FileOutcome {
+  std::wstring path;  // without the long prefix
+  FileFate fate = FileFate::Failed;
+  std::wstring code;  // the engine's outcome code or the system's text
+  uint64_t fragmentsBefore = 0;
+  uint64_t fragmentsAfter = 0;
+  uint64_t clusters = 0;
+  uint32_t clusterSize = 0;
+  int64_t target = -1;  // the first cluster of the run it went to
+};
+
 struct RunResults {
   RunCounters counters;
   std::vector<FragmentedFileRecord> fragmented;

@@ -30,6 +30,9 @@ struct Settings {
   // settings file is raised to it.
   int diskCheckMinWidth = 670, diskCheckMinHeight = 470;
   int mainWidth = 600, mainHeight = 360;
+  // False until a settings file gave the window's size: the first start
+  // chooses one that shows every column of the item list.
+  bool mainSizeSaved = false;
   int splitterPosition = -1;
   bool maximized = false;
 

@@ -362,6 +362,7 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
       break;
     case Key::MainSize: {
       size_t separator = value.find(L';');
+      gSettings.mainSizeSaved = true;
       gSettings.mainWidth = IntValue(value.substr(0, separator));
       gSettings.mainHeight = separator == std::wstring::npos
                                  ? 0
@@ -453,6 +454,7 @@ void SetScaledSizeDefaults(double scaleX, double scaleY) {
   gSettings.diskCheckHeight = gSettings.diskCheckMinHeight = Scaled(470, scaleY);
   gSettings.mainWidth = Scaled(600, scaleX);
   gSettings.mainHeight = Scaled(360, scaleY);
+  gSettings.mainSizeSaved = false;
 }
 
 void ReadSettingsFile(UnicodeTextReader& reader, SettingsHost& host) {

@@ -1,6 +1,6 @@
 #include "ui/CleanupDialog.h"
 
-
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,9 +20,14 @@
 #include "ui/controls/DialogPlacement.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
+#include "util/WideString.h"
 #include "util/Win32Handle.h"
 
 namespace {
+
+const wchar_t* WorkingText() {
+  return Text(kStrCleanupWorking, L"Eliminazione dei file temporanei in corso...");
+}
 
 enum ControlId : int {
   kHeading = 1101,
@@ -64,22 +69,26 @@ int BuiltInCleanup(HWND owner, bool quiet, HWND working) {
   const DWORD error = GetLastError();
   if (count == 0 || count > kMaxPathCount) {
     Refuse(owner, quiet,
-           L"Errore della funzione GetTempPath. Codice di errore: " + std::to_wstring(error) + L".");
+           FormatWithStrings(Text(kStrCleanupTempPathFailed, L"Errore della funzione GetTempPath. Codice di errore: %s."),
+                             {std::to_wstring(error)}));
     return kCleanupResultCancelled;
   }
   const std::wstring folder(buffer.data(), count);
   if (IsDriveRootPath(folder)) {
     Refuse(owner, quiet,
-           L"Impossibile eliminare i file temporanei poiché sono memorizzati nella cartella principale del disco.");
+           Text(kStrCleanupTempAtRoot, L"Impossibile eliminare i file temporanei poich\u00E9 sono memorizzati nella "
+                                       L"cartella principale del disco."));
     return kCleanupResultCancelled;
   }
   if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) {
     Refuse(owner, quiet,
-           L"Impossibile eliminare i file temporanei poiché il seguente percorso non esiste:\n\n" + folder);
+           FormatWithStrings(Text(kStrCleanupTempMissing, L"Impossibile eliminare i file temporanei poich\u00E9 il "
+                                                          L"seguente percorso non esiste:\n\n%s"),
+                             {folder}));
     return kCleanupResultCancelled;
   }
   if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
-  if (working) SetWindowTextW(working, L"Eliminazione dei file temporanei in corso...");
+  if (working) SetWindowTextW(working, WorkingText());
   gCleanupCount = 0;
   DeleteFolderContents(folder);
   if (gEngine.flags.load() & kStopRequested) return kCleanupResultCancelled;
@@ -119,15 +128,18 @@ void StartCleanup(HWND dialog) {
   gSettings.cleanupProgramSwitches = ControlText(dialog, kSwitches);
   const std::wstring& path = gSettings.cleanupProgramPath;
   if (path.empty() || GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
-    ShowMessageText(dialog, kMsgIconError,
-                    path.empty() ? L"Nessun programma esterno specificato."
-                                 : L"Impossibile trovare l'applicazione esterna specificata.");
+    if (path.empty()) {
+      ShowMessageBox(dialog, kMsgIconError, kStrCleanupNoProgram, L"Nessun programma esterno specificato.");
+    } else {
+      ShowMessageBox(dialog, kMsgIconError, kStrCleanupProgramMissing,
+                     L"Impossibile trovare l'applicazione esterna specificata.");
+    }
     EnableAll(dialog, true);
     return;
   }
   // "Annulla" stays available: a cleaner that never ends must not hold the
   // run, and the window, with it.
-  SetDlgItemTextW(dialog, kExplanation, L"Eliminazione dei file temporanei in corso...");
+  SetDlgItemTextW(dialog, kExplanation, WorkingText());
   RunAndWait(path, gSettings.cleanupProgramSwitches, SW_SHOWNORMAL, true);
   // A cancel during the wait has already ended the dialog.
   if (gEngine.flags.load() & kStopRequested) return;
@@ -136,7 +148,9 @@ void StartCleanup(HWND dialog) {
 
 void Browse(HWND dialog) {
   FileDialogRequest request;
-  request.filter = L"Programmi (*.exe;*.com;*.bat;*.cmd)|*.exe;*.com;*.bat;*.cmd|Tutti i file (*.*)|*.*|";
+  request.title = Text(kStrCleanupChooseProgram, L"Scegli il programma di pulitura");
+  request.filter =
+      Text(kStrCleanupProgramFilter, L"Programmi (*.exe;*.com;*.bat;*.cmd)|*.exe;*.com;*.bat;*.cmd|Tutti i file (*.*)|*.*|");
   request.initialName = ControlText(dialog, kPath);
   request.flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
   const std::wstring name = AskFileToOpen(dialog, request);
@@ -170,17 +184,18 @@ void BuildDialog(HWND dialog) {
   MakeControl(dialog, L"BUTTON",
               Text(kStrCleanupExternal, L"Usa programma &esterno per eliminare i file temporanei"),
               BS_RADIOBUTTON | WS_TABSTOP, kExternal);
-  MakeControl(dialog, L"STATIC", L"Percorso:", SS_NOPREFIX, kPathLabel);
+  MakeControl(dialog, L"STATIC", Text(kStrCleanupPathLabel, L"Percorso:"), SS_NOPREFIX, kPathLabel);
   MakeControl(dialog, L"EDIT", gSettings.cleanupProgramPath.c_str(), ES_AUTOHSCROLL | WS_TABSTOP | WS_GROUP, kPath,
               WS_EX_CLIENTEDGE);
-  MakeControl(dialog, L"BUTTON", L"S&foglia...", BS_PUSHBUTTON | WS_TABSTOP, kBrowse);
-  MakeControl(dialog, L"STATIC", L"Parametri aggiuntivi:", SS_NOPREFIX, kSwitchesLabel);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupBrowse, L"S&foglia..."), BS_PUSHBUTTON | WS_TABSTOP, kBrowse);
+  MakeControl(dialog, L"STATIC", Text(kStrCleanupSwitchesLabel, L"Parametri aggiuntivi:"), SS_NOPREFIX,
+              kSwitchesLabel);
   MakeControl(dialog, L"EDIT", gSettings.cleanupProgramSwitches.c_str(), ES_AUTOHSCROLL | WS_TABSTOP, kSwitches,
               WS_EX_CLIENTEDGE);
-  MakeControl(dialog, L"BUTTON", L"&Non eliminare i file temporanei in futuro", BS_AUTOCHECKBOX | WS_TABSTOP,
-              kNeverClean);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupNever, L"&Non eliminare i file temporanei in futuro"),
+              BS_AUTOCHECKBOX | WS_TABSTOP, kNeverClean);
   MakeControl(dialog, L"BUTTON", Text(kStrCleanupStart, L"&Avvia pulitura"), BS_DEFPUSHBUTTON | WS_TABSTOP, kStart);
-  MakeControl(dialog, L"BUTTON", Text(kStrCleanupSkip, L"N&on avviare pulitura"), BS_PUSHBUTTON | WS_TABSTOP, kSkip);
+  MakeControl(dialog, L"BUTTON", Text(kStrCleanupSkip, L"Non a&vviare pulitura"), BS_PUSHBUTTON | WS_TABSTOP, kSkip);
   MakeControl(dialog, L"BUTTON", Text(kStrCancel, L"Annulla"), BS_PUSHBUTTON | WS_TABSTOP, IDCANCEL);
   EnableMenuItem(GetSystemMenu(dialog, FALSE), SC_CLOSE, MF_BYCOMMAND | MF_GRAYED);
 
@@ -188,6 +203,19 @@ void BuildDialog(HWND dialog) {
   const int margin = s(12);
   const int inner = width - 2 * margin;
   const int indent = s(28);
+  // The two labels share the width of the longer one in the current language.
+  int labelWidth = s(60);
+  for (int id : {kPathLabel, kSwitchesLabel}) {
+    HWND label = GetDlgItem(dialog, id);
+    HDC dc = GetDC(label);
+    HGDIOBJ previous = SelectObject(dc, Theme::WindowFont(dialog));
+    const std::wstring text = ControlText(dialog, id);
+    SIZE extent{};
+    GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &extent);
+    SelectObject(dc, previous);
+    ReleaseDC(label, dc);
+    labelWidth = std::max(labelWidth, static_cast<int>(extent.cx) + s(6));
+  }
   int y = margin;
   auto place = [&](int id, int x, int top, int w, int h) {
     SetWindowPos(GetDlgItem(dialog, id), nullptr, x, top, w, h, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -200,12 +228,12 @@ void BuildDialog(HWND dialog) {
   y += s(24);
   place(kExternal, margin, y, inner, s(20));
   y += s(26);
-  place(kPathLabel, margin + indent, y + s(3), s(130), s(18));
-  place(kPath, margin + indent + s(134), y, inner - indent - s(134) - s(96), s(22));
+  place(kPathLabel, margin + indent, y + s(3), labelWidth, s(18));
+  place(kPath, margin + indent + labelWidth + s(4), y, inner - indent - labelWidth - s(4) - s(96), s(22));
   place(kBrowse, width - margin - s(88), y - 1, s(88), s(24));
   y += s(30);
-  place(kSwitchesLabel, margin + indent, y + s(3), s(130), s(18));
-  place(kSwitches, margin + indent + s(134), y, inner - indent - s(134), s(22));
+  place(kSwitchesLabel, margin + indent, y + s(3), labelWidth, s(18));
+  place(kSwitches, margin + indent + labelWidth + s(4), y, inner - indent - labelWidth - s(4), s(22));
   y += s(36);
   place(kNeverClean, margin, y, inner, s(20));
   y += s(34);
@@ -239,7 +267,10 @@ INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
   switch (message) {
     case WM_INITDIALOG:
       BuildDialog(dialog);
-      SetFocus(GetDlgItem(dialog, IDCANCEL));
+      SetDefaultButton(dialog, kStart);
+      // Started at once, only the cancel button stays usable; otherwise the
+      // focus waits on the default choice.
+      SetFocus(GetDlgItem(dialog, gCleanupDialog.automatic ? IDCANCEL : kStart));
       if (gCleanupDialog.automatic) PostMessageW(dialog, WM_COMMAND, kStart, 0);
       return FALSE;
     case WM_COMMAND:
@@ -262,6 +293,9 @@ INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
           return TRUE;
         case kSkip:
           EndDialog(dialog, kCleanupResultSkipped);
+          return TRUE;
+        case IDOK:
+          PressDefaultButton(dialog);
           return TRUE;
         case IDCANCEL:
           if (IsWindowEnabled(GetDlgItem(dialog, IDCANCEL))) Cancel(dialog);

@@ -28,7 +28,8 @@ namespace {
 using R = CommandRule;
 using Call = const CommandCall&;
 
-void Exit(Call call) { CloseMainWindow(call.window); }
+// As the close button: a run under way asks first.
+void Exit(Call call) { SendMessageW(call.window, WM_CLOSE, 0, 0); }
 void Tab(Call call) { SelectBottomTab(call.command); }
 void Column(Call call) { ApplyMainColumnCommand(call.command); }
 

@@ -16,6 +16,7 @@
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "ui/PreRunSteps.h"
+#include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Theme.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
@@ -74,12 +75,12 @@ std::wstring RootOf(wchar_t letter) { return std::wstring(1, letter) + L":\\"; }
 
 const wchar_t* TypeName(UINT type) {
   switch (type) {
-    case DRIVE_REMOVABLE: return L"Disco rimovibile";
-    case DRIVE_FIXED: return L"Disco locale";
-    case DRIVE_REMOTE: return L"Unità di rete";
-    case DRIVE_CDROM: return L"Disco ottico";
-    case DRIVE_RAMDISK: return L"Disco RAM";
-    default: return L"Unità sconosciuta";
+    case DRIVE_REMOVABLE: return Text(kStrDriveRemovable, L"Disco rimovibile");
+    case DRIVE_FIXED: return Text(kStrDriveFixed, L"Disco locale");
+    case DRIVE_REMOTE: return Text(kStrDriveRemote, L"Unit\u00E0 di rete");
+    case DRIVE_CDROM: return Text(kStrDriveOptical, L"Disco ottico");
+    case DRIVE_RAMDISK: return Text(kStrDriveRam, L"Disco RAM");
+    default: return Text(kStrDriveUnknown, L"Unit\u00E0 sconosciuta");
   }
 }
 
@@ -214,6 +215,8 @@ void RunCheck(HWND dialog) {
   gDiskDialog.done = true;
   EnableWindow(GetDlgItem(dialog, IDCANCEL), TRUE);
   SetDlgItemTextW(dialog, IDCANCEL, Text(kStrDiskCheckClose, L"C&hiudi"));
+  // Once checked, Enter closes the dialog as its only button does.
+  SetDefaultButton(dialog, IDCANCEL);
   if (gDiskDialog.errors) {
     SetDlgItemTextW(dialog, kHeading, Text(kStrDiskCheckErrorHeading, L"Errore disco"));
     SetDlgItemTextW(dialog, kExplanation,
@@ -296,17 +299,21 @@ void BuildDialog(HWND dialog) {
       SHGetFileInfoW(L"C:\\", 0, &info, sizeof info, SHGFI_SYSICONINDEX | SHGFI_SMALLICON));
   if (images) ListView_SetImageList(list, images, LVSIL_SMALL);
   struct Column {
+    uint32_t textId;
     const wchar_t* title;
     int width;
     int format;
   };
-  const Column columns[] = {{L"Volume", 150, LVCFMT_LEFT},         {L"Stato sessione", 150, LVCFMT_LEFT},
-                            {L"File system", 100, LVCFMT_LEFT},    {L"Capacità", 100, LVCFMT_RIGHT},
-                            {L"Spazio libero", 100, LVCFMT_RIGHT}, {L"% spazio libero", 100, LVCFMT_RIGHT}};
+  const Column columns[] = {{kStrDiskColumnVolume, L"Volume", 150, LVCFMT_LEFT},
+                            {kStrDiskColumnState, L"Stato sessione", 150, LVCFMT_LEFT},
+                            {kStrDiskColumnFileSystem, L"File system", 100, LVCFMT_LEFT},
+                            {kStrDiskColumnCapacity, L"Capacit\u00E0", 100, LVCFMT_RIGHT},
+                            {kStrDiskColumnFree, L"Spazio libero", 100, LVCFMT_RIGHT},
+                            {kStrDiskColumnFreePercent, L"% spazio libero", 100, LVCFMT_RIGHT}};
   for (int i = 0; i < 6; ++i) {
     LVCOLUMNW column{};
     column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
-    column.pszText = const_cast<wchar_t*>(columns[i].title);
+    column.pszText = const_cast<wchar_t*>(Text(columns[i].textId, columns[i].title));
     column.cx = ScaleForDpi(columns[i].width, dpi);
     column.fmt = columns[i].format;
     ListView_InsertColumn(list, i, &column);
@@ -324,7 +331,7 @@ void BuildDialog(HWND dialog) {
   CheckDlgButton(dialog, kAutoContinue, BST_CHECKED);
   MakeControl(dialog, L"BUTTON", Text(kStrDiskCheckNever, L"&Non controllare i dischi in futuro"),
               BS_AUTOCHECKBOX | WS_TABSTOP, kNeverCheck);
-  MakeControl(dialog, L"BUTTON", Text(kStrDiskCheckButton, L"Cont&rolla disco"), BS_PUSHBUTTON | WS_TABSTOP,
+  MakeControl(dialog, L"BUTTON", Text(kStrDiskCheckButton, L"Cont&rolla disco"), BS_DEFPUSHBUTTON | WS_TABSTOP,
               kCheckButton);
   MakeControl(dialog, L"BUTTON", Text(kStrDiskCheckSkip, L"Non contr&ollare"), BS_PUSHBUTTON | WS_TABSTOP,
               kSkipButton);
@@ -349,6 +356,7 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
     case WM_INITDIALOG:
       BuildDialog(dialog);
       if (gDiskDialog.automatic) PostMessageW(dialog, kStartCheckMessage, 0, 0);
+      SetDefaultButton(dialog, kCheckButton);
       SetFocus(GetDlgItem(dialog, gDiskDialog.automatic ? IDCANCEL : kCheckButton));
       return FALSE;
     case kStartCheckMessage:
@@ -403,6 +411,9 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
           SetDiskCheckChoice(IsDlgButtonChecked(dialog, kNeverCheck) ? kDiskCheckOff : gDiskDialog.modeOnEntry);
           return TRUE;
         case IDOK:
+          // Enter: what the default button says, never the cancel.
+          if (!gDiskDialog.checking) PressDefaultButton(dialog);
+          return TRUE;
         case IDCANCEL:
           if (gDiskDialog.checking) {
             // The check is abandoned unfinished: the run is not started.

@@ -42,14 +42,16 @@ struct Label {
   uint32_t textId;
   const wchar_t* italian;
 };
+// Labels have texts of their own: a language may put a space before the
+// colon, or word a label unlike the column of the same name.
 constexpr Label kLabels[] = {
-    {IDC_FRAG_NAME_LABEL, kStrColumnName, L"Nome"},
-    {IDC_FRAG_PATH_LABEL, kStrPathColumn, L"Percorso"},
-    {IDC_FRAG_TYPE_LABEL, kStrColumnType, L"Tipo"},
-    {IDC_FRAG_SIZE_LABEL, kStrColumnSize, L"Dimensione"},
-    {IDC_FRAG_DISK_LABEL, kStrColumnSizeOnDisk, L"Dimensione su disco"},
-    {IDC_FRAG_COUNT_LABEL, kStrColumnFragments, L"Frammenti"},
-    {IDC_FRAG_CLUSTERS_LABEL, kStrColumnClusters, L"Cluster"},
+    {IDC_FRAG_NAME_LABEL, kStrDetailsNameLabel, L"Nome:"},
+    {IDC_FRAG_PATH_LABEL, kStrCleanupPathLabel, L"Percorso:"},
+    {IDC_FRAG_TYPE_LABEL, kStrDetailsTypeLabel, L"Tipo:"},
+    {IDC_FRAG_SIZE_LABEL, kStrDetailsSizeLabel, L"Dimensione:"},
+    {IDC_FRAG_DISK_LABEL, kStrDetailsDiskLabel, L"Dimensione su disco:"},
+    {IDC_FRAG_COUNT_LABEL, kStrDetailsCountLabel, L"Frammenti:"},
+    {IDC_FRAG_CLUSTERS_LABEL, kStrDetailsClustersLabel, L"Cluster:"},
 };
 
 struct Column {
@@ -77,7 +79,7 @@ void SetTexts(HWND dialog, FragmentsState& state) {
   SetWindowTextW(dialog, Text(kStrDetailsTitle, L"Frammenti"));
   state.labelWidth = 0;
   for (const Label& label : kLabels) {
-    std::wstring text = std::wstring(Text(label.textId, label.italian)) + L":";
+    const std::wstring text = Text(label.textId, label.italian);
     SetDlgItemTextW(dialog, label.id, text.c_str());
     state.labelWidth = std::max(state.labelWidth, TextWidth(GetDlgItem(dialog, label.id), text));
   }

@@ -14,6 +14,7 @@
 #include "settings/win32/LoadSaveSettings.h"
 #include "ui/FileDialogs.h"
 #include "ui/FragmentsDialog.h"
+#include "ui/ItemListView.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBox.h"
 #include "util/StringIds.h"
@@ -263,8 +264,13 @@ void ShowSelectedProperties(HWND owner) {
 }
 
 void FlipFocusedTicks() {
-  // The item list has no ticks of its own: Space there leaves the fragmented
-  // files' marks alone.
+  // Space flips the ticks of the list it was pressed in: the items' own boxes
+  // in the item list, the fragmented files' marks in theirs.
+  if (FocusedList() == MainItemListView()) {
+    const std::vector<int> rows = SelectedRows(MainItemListView());
+    if (!rows.empty()) ToggleItemChecks(MainItemListView(), rows);
+    return;
+  }
   if (FocusedList() != MainResultListView()) return;
   const std::vector<int> rows = SelectedRows(MainResultListView());
   if (rows.empty()) return;

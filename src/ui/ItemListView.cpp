@@ -15,6 +15,9 @@
 
 namespace {
 
+constexpr int kNameColumn = 0;
+constexpr int kStateColumn = 1;
+
 constexpr ColumnLayout kItemColumns[] = {
     {kStrColumnName, L"Nome", 400, LVCFMT_LEFT, kCmdColumnName},
     {kStrColumnState, L"Stato", 118, LVCFMT_LEFT, kCmdColumnState},
@@ -58,6 +61,17 @@ void AnswerCell(NMLVDISPINFOW* info) {
     gView.cellBuffer = ItemCellText(*record, static_cast<ItemColumn>(item.iSubItem));
     lstrcpynW(item.pszText, gView.cellBuffer.c_str(), item.cchTextMax);
   }
+  // The box of column 0: the tick plus 1 (1 empty, 2 ticked).
+  if ((item.mask & LVIF_STATE) && item.iSubItem == 0) {
+    item.state = (item.state & ~LVIS_STATEIMAGEMASK) | INDEXTOSTATEIMAGEMASK(record->checked ? 2 : 1);
+    item.stateMask |= LVIS_STATEIMAGEMASK;
+  }
+  // With the shell's icons beside the names, the state pictures go beside
+  // the states, so that both options show.
+  if ((item.mask & LVIF_IMAGE) && item.iSubItem > 0) {
+    const bool besideState = item.iSubItem == kStateColumn && gSettings.showSystemIcons && gSettings.showStateIcons;
+    item.iImage = besideState ? StateImageIndex(record->stateImage) : I_IMAGENONE;
+  }
   if ((item.mask & LVIF_IMAGE) && item.iSubItem == 0) {
     if (gSettings.showSystemIcons) {
       item.iImage = ShellImageIndex(record->path, (record->flags & ItemFlags::kFolder) != 0);
@@ -89,16 +103,82 @@ LRESULT CustomDraw(NMLVCUSTOMDRAW* draw) {
   return CDRF_DODEFAULT;
 }
 
+// Every item ticked (an empty list counts as not).
+bool AllItemsChecked() {
+  if (ItemListHead() == nullptr) return false;
+  for (ItemNode* node = ItemListHead(); node; node = node->next) {
+    if (!node->record.checked) return false;
+  }
+  return true;
+}
+
+// The select-all box sits in the name column's header, drawn with the
+// list's own box pictures: index 0 empty, 1 ticked.
+void ShowCheckAllBox(HWND list) {
+  HWND header = ListView_GetHeader(list);
+  if (!header) return;
+  HDITEMW item{};
+  item.mask = HDI_FORMAT;
+  if (!Header_GetItem(header, kNameColumn, &item)) return;
+  item.mask = HDI_FORMAT | HDI_IMAGE;
+  item.fmt |= HDF_IMAGE;
+  item.iImage = AllItemsChecked() ? 1 : 0;
+  Header_SetItem(header, kNameColumn, &item);
+}
+
+// True when a header click at the cursor fell on the select-all box.
+bool ClickOnCheckAllBox(HWND list) {
+  HWND header = ListView_GetHeader(list);
+  RECT bounds{};
+  if (!header || !Header_GetItemRect(header, kNameColumn, &bounds)) return false;
+  const DWORD position = GetMessagePos();
+  POINT at{static_cast<short>(LOWORD(position)), static_cast<short>(HIWORD(position))};
+  ScreenToClient(header, &at);
+  int boxWidth = 0, boxHeight = 0;
+  ImageList_GetIconSize(ListView_GetImageList(list, LVSIL_STATE), &boxWidth, &boxHeight);
+  // The header draws its picture after a margin of about three edges.
+  const int right = bounds.left + boxWidth + 6 * GetSystemMetrics(SM_CXEDGE);
+  return at.x >= bounds.left && at.x < right;
+}
+
+void SetAllItemsChecked(HWND list, bool checked) {
+  for (ItemNode* node = ItemListHead(); node; node = node->next) node->record.checked = checked;
+  RefreshItemRows(list);
+}
+
+// A click on a row's box flips its tick.
+void OnItemClick(HWND list, const NMITEMACTIVATE* click) {
+  LVHITTESTINFO hit{};
+  hit.pt = click->ptAction;
+  const int row = ListView_SubItemHitTest(list, &hit);
+  if (row < 0 || !(hit.flags & LVHT_ONITEMSTATEICON) || gView.running) return;
+  ToggleItemChecks(list, {row});
+}
+
 }  // namespace
+
+void ToggleItemChecks(HWND list, const std::vector<int>& rows) {
+  for (int row : rows) {
+    if (ItemRecord* record = row >= 0 ? ItemAtRow(static_cast<uint64_t>(row)) : nullptr) {
+      record->checked = !record->checked;
+    }
+  }
+  RefreshItemRows(list);
+}
 
 const ColumnTable kItemColumnTable{kItemColumns, static_cast<int>(std::size(kItemColumns)), IDR_ITEM_COLUMNS_MENU};
 
 void InitItemListView(HWND list) {
-  ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);
+  ListView_SetExtendedListViewStyle(
+      list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP | LVS_EX_CHECKBOXES | LVS_EX_SUBITEMIMAGES);
+  // Each item's box is asked for like a cell.
+  ListView_SetCallbackMask(list, LVIS_STATEIMAGEMASK);
   UINT dpi = WindowDpi(list);
   ListView_SetImageList(list, ItemImageList(dpi), LVSIL_SMALL);
   BuildListColumns(list, kItemColumnTable);
   ApplyColumnVisibility(list, kItemColumnTable, gSettings.itemColumnVisible);
+  if (HWND header = ListView_GetHeader(list)) Header_SetImageList(header, ListView_GetImageList(list, LVSIL_STATE));
+  ShowCheckAllBox(list);
 }
 
 void SetItemListRunning(bool running) { gView.running = running; }
@@ -107,6 +187,7 @@ bool ItemListRunning() { return gView.running; }
 void RefreshItemRows(HWND list) {
   ListView_SetItemCountEx(list, static_cast<int>(ItemCount()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);
   InvalidateRect(list, nullptr, FALSE);
+  ShowCheckAllBox(list);
 }
 
 void SortItemsOnColumnClick(HWND list, int column) {
@@ -146,10 +227,19 @@ bool OnItemListNotify(HWND list, NMHDR* header, LRESULT& result) {
     case NM_CUSTOMDRAW:
       result = CustomDraw(reinterpret_cast<NMLVCUSTOMDRAW*>(header));
       return true;
-    case LVN_COLUMNCLICK:
-      SortItemsOnColumnClick(list, reinterpret_cast<NMLISTVIEW*>(header)->iSubItem);
+    case LVN_COLUMNCLICK: {
+      const int column = reinterpret_cast<NMLISTVIEW*>(header)->iSubItem;
+      if (column == kNameColumn && ClickOnCheckAllBox(list)) {
+        if (!gView.running) SetAllItemsChecked(list, !AllItemsChecked());
+      } else {
+        SortItemsOnColumnClick(list, column);
+      }
       result = 0;
       return true;
+    }
+    case NM_CLICK:
+      OnItemClick(list, reinterpret_cast<NMITEMACTIVATE*>(header));
+      return false;
     case LVN_MARQUEEBEGIN:
       result = 1;  // no rubber-band selection
       return true;

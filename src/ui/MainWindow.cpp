@@ -3,11 +3,14 @@
 #include <commctrl.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "engine/EngineHooks.h"
 #include "engine/EngineThread.h"
+#include "engine/Relocation.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/FolderWalk.h"
@@ -29,6 +32,7 @@
 #include "ui/Toolbar.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
+#include "ui/MessageBox.h"
 #include "profiles/win32/ProfileCommands.h"
 #include "util/StringIds.h"
 #include "util/Text.h"
@@ -338,11 +342,24 @@ bool CreatePanels(HWND window) {
          gMain.counters && gMain.progress;
 }
 
+// The program's icon in the title bar and the taskbar, each at the size the
+// system draws it.
+void SetProgramIcons(HWND window) {
+  HINSTANCE instance = GetModuleHandleW(nullptr);
+  for (auto [kind, width, height] : {std::tuple{ICON_BIG, SM_CXICON, SM_CYICON},
+                                     std::tuple{ICON_SMALL, SM_CXSMICON, SM_CYSMICON}}) {
+    auto icon = static_cast<HICON>(LoadImageW(instance, MAKEINTRESOURCEW(IDI_ORDALIS), IMAGE_ICON,
+                                              GetSystemMetrics(width), GetSystemMetrics(height), LR_SHARED));
+    if (icon) SendMessageW(window, WM_SETICON, kind, reinterpret_cast<LPARAM>(icon));
+  }
+}
+
 void OnInitDialog(HWND window) {
   gMain.window = window;
   gMain.list = GetDlgItem(window, IDC_ITEM_LIST);
   gMain.statusUpper = GetDlgItem(window, IDC_STATUS_UPPER);
   gMain.statusLower = GetDlgItem(window, IDC_STATUS_LOWER);
+  SetProgramIcons(window);
   // The default window size, before the settings may replace it.
   UINT dpi = WindowDpi(window);
   gSettings.mainWidth = ScaleForDpi(600, dpi);
@@ -384,8 +401,8 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
     case WM_GETMINMAXINFO: {
       auto* limits = reinterpret_cast<MINMAXINFO*>(lParam);
       UINT dpi = WindowDpi(window);
-      limits->ptMinTrackSize.x = ScaleForDpi(480, dpi);
-      limits->ptMinTrackSize.y = ScaleForDpi(320, dpi);
+      limits->ptMinTrackSize.x = ScaleForDpi(600, dpi);
+      limits->ptMinTrackSize.y = ScaleForDpi(360, dpi);
       return TRUE;
     }
     case WM_NOTIFY:
@@ -431,6 +448,15 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       return reinterpret_cast<INT_PTR>(face);
     }
     case WM_CLOSE:
+      // A person closing during a run is asked first; not once the run is
+      // stopping anyway (Stop was chosen, or this close already asked).
+      if ((gRunState.running || gMain.running) && !gMain.closePending &&
+          !(gEngine.flags.load() & kStopRequested) &&
+          ShowMessageBox(window, kMsgIconQuestion | kMsgYesNo, kStrCloseDuringRun,
+                         L"\u00C8 in corso un'analisi o una deframmentazione. Arrestarla e chiudere Ordalis?") !=
+              kMsgResultYes) {
+        return TRUE;
+      }
       CloseMainWindow(window);
       return TRUE;
     case WM_DESTROY:
@@ -543,19 +569,74 @@ HWND MainItemListView() { return gMain.list; }
 HWND MainResultListView() { return gMain.resultList; }
 HWND MainErrorListView() { return gMain.errorList; }
 
+namespace {
+
+// The first start's size: wide enough for every shown column of the item
+// list (the columns give up width, the name and type columns first, when the
+// work area is narrower), and about two thirds of the work area's height.
+SIZE FirstStartSize(const RECT& work) {
+  HWND list = gMain.list;
+  HWND header = ListView_GetHeader(list);
+  const int columns = header ? Header_GetItemCount(header) : 0;
+  int columnsWidth = 0;
+  for (int column = 0; column < columns; ++column) columnsWidth += ListView_GetColumnWidth(list, column);
+  RECT client{}, listFrame{}, frame{};
+  GetClientRect(gMain.window, &client);
+  GetWindowRect(list, &listFrame);
+  GetWindowRect(gMain.window, &frame);
+  // What the window needs around the list's columns: its own frame, the
+  // list's margins and border, and room for the vertical scroll bar.
+  const int listClientWidth = [&] {
+    RECT inside{};
+    GetClientRect(list, &inside);
+    return static_cast<int>(inside.right);
+  }();
+  const int around = (frame.right - frame.left) - listClientWidth + GetSystemMetrics(SM_CXVSCROLL) + 4;
+  const int available = (work.right - work.left) - around;
+  if (columnsWidth > available && columns > 0) {
+    // Name and type share what is missing, each keeping at least a third.
+    int missing = columnsWidth - available;
+    for (int column : {0, 6}) {
+      if (column >= columns || missing <= 0) continue;
+      const int width = ListView_GetColumnWidth(list, column);
+      const int given = std::min(missing, width - width / 3);
+      ListView_SetColumnWidth(list, column, width - given);
+      missing -= given;
+      columnsWidth -= given;
+    }
+  }
+  const UINT dpi = WindowDpi(gMain.window);
+  SIZE size{};
+  size.cx = std::min<LONG>(work.right - work.left, columnsWidth + around);
+  size.cx = std::max<LONG>(size.cx, ScaleForDpi(600, dpi));
+  size.cy = std::max<LONG>(ScaleForDpi(360, dpi), (work.bottom - work.top) * 2 / 3);
+  size.cy = std::min<LONG>(size.cy, work.bottom - work.top);
+  return size;
+}
+
+}  // namespace
+
 void ShowMainWindow(bool maximized) {
   if (!gMain.window) return;
   int width = gSettings.mainWidth;
   int height = gSettings.mainHeight;
   int screenWidth = GetSystemMetrics(SM_CXSCREEN);
   int screenHeight = GetSystemMetrics(SM_CYSCREEN);
-  if (width > screenWidth) {
+  RECT work{0, 0, screenWidth, screenHeight};
+  SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+  if (!gSettings.mainSizeSaved) {
+    const SIZE size = FirstStartSize(work);
+    width = size.cx;
+    height = size.cy;
+    screenWidth = work.right - work.left;
+    screenHeight = work.bottom - work.top;
+  } else if (width > screenWidth) {
     width = screenWidth - 100;
     height = screenHeight - 200;
   }
   if (width > 0 && height > 0) {
-    SetWindowPos(gMain.window, nullptr, (screenWidth - width) / 2, (screenHeight - height) / 2, width, height,
-                 SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(gMain.window, nullptr, work.left + (screenWidth - width) / 2, work.top + (screenHeight - height) / 2,
+                 width, height, SWP_NOZORDER | SWP_NOACTIVATE);
   }
   ShowWindow(gMain.window, maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
   UpdateWindow(gMain.window);
@@ -709,6 +790,8 @@ void RetextMainWindow() {
   // The buttons' widths follow their new words.
   LayoutChildren();
   RefreshCounters();
+  // The cells are asked for as they paint: the states take the new words.
+  RefreshItemRows(gMain.list);
   // Between runs the lower bar only says the program is waiting; during a
   // run the run's next update writes it in the new language.
   UpdateMainStatus(gMain.running ? kStatusItemCount : kStatusItemCount | kStatusWaiting);

@@ -18,6 +18,7 @@ constexpr uint32_t kMsgIconCustom = 0x10;      // the icon number the caller giv
 constexpr uint32_t kMsgContinueQuit = 0x800;   // results 10 / 11
 constexpr uint32_t kMsgYesNoCancel = 0x1000;   // results 6 / 7 / 2
 constexpr uint32_t kMsgOkCancel = 0x2000;      // results 1 / 2
+constexpr uint32_t kMsgYesNo = 0x4000;         // results 6 / 7 (Escape: 7)
 
 constexpr int kMsgResultOk = 1;
 constexpr int kMsgResultCancel = 2;

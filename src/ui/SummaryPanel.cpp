@@ -23,7 +23,7 @@ struct CounterLabel {
 };
 constexpr CounterLabel kCounterLabels[kCounterCount] = {
     {kStrCounterFragmented, L"Frammentati:"},
-    {kStrCounterContiguous, L"Contigui:"},
+    {kStrCounterContiguous, L"Non frammentati:"},
     {kStrCounterDefragmented, L"Deframmentati:"},
     {kStrCounterErrors, L"Errori:"},
 };

@@ -1,6 +1,6 @@
 #pragma once
 // The last run's counters beside the bottom tabs ("Frammentati:",
-// "Contigui:", "Deframmentati:", "Errori:"), in a framed box of their own
+// "Non frammentati:", "Deframmentati:", "Errori:"), in a framed box of their own
 // that stays in view whichever tab is chosen, and the notices the two result
 // lists show while they are empty.
 #include <windows.h>

@@ -33,7 +33,7 @@ constexpr ToolButtonLayout kTools[] = {
     {kCmdImportProfile, IDI_TOOL_PROFILES, 0, nullptr, kStrTipProfiles,
      L"Importa un profilo. Fare clic sulla freccia per scegliere uno dei profili recenti.", true},
     {kCmdAnalyzeAll, IDI_TOOL_ANALYSE, kStrToolAnalyse, L"Analizza", kStrTipAnalyse,
-     L"Analizza la frammentazione degli oggetti in elenco.", false},
+     L"Analizza la frammentazione degli oggetti spuntati in elenco.", false},
     {kCmdDefragAll, IDI_TOOL_DEFRAG, kStrToolDefragment, L"Deframmenta", kStrTipDefragment,
      L"Consolida i file frammentati per migliorare le prestazioni del sistema. Fare clic sulla freccia per "
      L"deframmentare solamente i file frammentati selezionati nel pannello inferiore.",

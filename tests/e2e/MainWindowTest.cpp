@@ -112,11 +112,24 @@ TEST_F(MainWindowTest, EmptyWindowShowsItsColumnsPanelsAndStatusTexts) {
                                                L"Frammenti", L"Cluster", L"Tipo", L"% su disco",
                                                L"Data ultima modifica", L"Attributi"};
     const std::vector<int> widths = {400, 118, 120, 120, 100, 100, 300, 100, 140, 80};
+    // The first start shows every column: where the screen is too narrow for
+    // the designed widths, the name and the type columns give way.
+    int total = 0;
     for (int column = 0; column < 10; ++column) {
+        const int width = TestDriver::ListViewColumnWidth(list_, column);
+        total += width;
         EXPECT_EQ(TestDriver::ListViewColumnHeader(list_, column), headers[column]);
-        EXPECT_EQ(TestDriver::ListViewColumnWidth(list_, column), Scaled(widths[column])) << headers[column];
+        if (column == 0 || column == 6) {
+            EXPECT_LE(width, Scaled(widths[column])) << headers[column];
+            EXPECT_GE(width, Scaled(widths[column]) / 2) << headers[column];
+        } else {
+            EXPECT_EQ(width, Scaled(widths[column])) << headers[column];
+        }
         EXPECT_EQ(TestDriver::ListViewSortArrow(list_, column), 0);
     }
+    RECT inside{};
+    GetClientRect(list_, &inside);
+    EXPECT_LE(total, inside.right) << "a column is out of sight";
     EXPECT_EQ(TestDriver::ListViewColumnOrder(list_), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
     EXPECT_EQ(TestDriver::ListViewRowCount(list_), 0);
 
@@ -141,7 +154,7 @@ TEST_F(MainWindowTest, EmptyWindowShowsItsColumnsPanelsAndStatusTexts) {
     TestDriver::SendCommand(window_, 5002);
     TestDriver::PumpMessages(300);
     std::vector<std::wstring> texts = TestDriver::ChildTexts(window_);
-    for (const wchar_t* expected : {L"Frammentati:", L"Contigui:", L"Deframmentati:", L"Errori:",
+    for (const wchar_t* expected : {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:",
                                     L"Aggiungere in elenco i file da deframmentare."}) {
         EXPECT_NE(std::find(texts.begin(), texts.end(), expected), texts.end()) << std::wstring(expected).size();
     }

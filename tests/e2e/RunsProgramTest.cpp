@@ -518,10 +518,10 @@ protected:
 
 const ErrorTabTest::Texts kItalian = {
     L"IT", L"Errore", L"Non esistono cluster contigui sufficienti per deframmentare completamente il file.",
-    L"Errori", {L"Frammentati:", L"Contigui:", L"Deframmentati:", L"Errori:"}, L"Riepilogo"};
+    L"Errori", {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:"}, L"Riepilogo"};
 const ErrorTabTest::Texts kEnglish = {
     L"EN", L"Error", L"There are not enough contiguous free clusters to defragment the whole file.",
-    L"Errors", {L"Fragmented:", L"Contiguous:", L"Defragmented:", L"Errors:"}, L"Summary"};
+    L"Errors", {L"Fragmented:", L"Not fragmented:", L"Defragmented:", L"Errors:"}, L"Summary"};
 
 // In the built-in language: an analysis fills the fragmented-file tab and
 // the counters; the defragmentation then works on the error tab, which ends

@@ -148,7 +148,7 @@ TEST(Language, CommandLineLanguageShowsItsTextsAndIsNotKept) {
               std::vector<HWND> bars = TestDriver::ChildWindows(window, STATUSCLASSNAMEW);
               ASSERT_EQ(bars.size(), 2u);
               EXPECT_EQ(TestDriver::StatusBarTexts(bars[0]), (std::vector<std::wstring>{L"Items in list: 0", L""}));
-              EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"Waiting"}));
+              EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"Ready"}));
               TestDriver::SaveScreenshot(L"e2e_language_english");
             }),
             0u);

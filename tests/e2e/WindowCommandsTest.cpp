@@ -288,13 +288,19 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
                                          Win("data/tree/b.bin")}));
     Picture(L"5-analysed");
 
-    // Space marks the selected rows of the fragmented-file list, and only
-    // while that list has the focus: had the item list's Space marked rows
-    // 0 and 2 as well, four files would be defragmented below.
+    // Space acts on the list that has the focus: in the item list it flips
+    // the focused item's own box (twice here, back to ticked) and leaves the
+    // fragmented files' marks alone; had it marked rows 0 and 2 of the
+    // fragmented files as well, four files would be defragmented below.
     TestDriver::SelectListViewRows(fragmented_, {0, 2});
     FocusRows(items_, {0});
+    ASSERT_EQ(TestDriver::ListViewCheckState(items_, 0), 1);
     TestDriver::PressKey(items_, VK_SPACE);
     TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewCheckState(items_, 0), 0);
+    TestDriver::PressKey(items_, VK_SPACE);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewCheckState(items_, 0), 1);
     FocusRows(fragmented_, {1, 3});
     TestDriver::PressKey(fragmented_, VK_SPACE);
     TestDriver::PumpMessages(300);
@@ -440,9 +446,9 @@ TEST_F(LongRunTest, DuringAnImportTheListCannotBeChangedAndStopEndsIt) {
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }
 
-// The close box in the middle of a long move: the file being moved stops
-// between two extents, the next file is never touched and the process ends
-// at once.
+// The close box in the middle of a long move asks first: "No" keeps the run
+// going; "Yes" stops the file being moved between two extents, the next file
+// is never touched and the process ends at once.
 TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     Prepare("close");
     DescribeSlowMove();
@@ -451,8 +457,25 @@ TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     TestDriver::SendCommand(main_, kDefragment);
     ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");
     TestDriver::PumpMessages(500);
-    const DWORD closed = GetTickCount();
+    constexpr int kYes = 6, kNo = 7;
     TestDriver::RequestClose(main_);
+    HWND question = WaitForDialog();
+    ASSERT_NE(question, nullptr) << "closing during a run asks nothing";
+    EXPECT_NE(TestDriver::MessageBoxMessage(question).find(L"Arrestarla e chiudere Ordalis?"), std::wstring::npos);
+    TestDriver::PressButton(question, kNo);
+    WaitGone(question);
+    TestDriver::PumpMessages(500);
+    EXPECT_TRUE(program_->Running());
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, 0, kStateColumn), L"In elaborazione...");
+
+    TestDriver::RequestClose(main_);
+    question = WaitForDialog();
+    ASSERT_NE(question, nullptr);
+    TestDriver::PressButton(question, kYes);
+    WaitGone(question);
+    // From the answer on (the box itself takes about two seconds to go under
+    // Wine while the move thread runs).
+    const DWORD closed = GetTickCount();
     ASSERT_TRUE(program_->WaitForExit(10000)) << "still running after the close";
     EXPECT_LT(GetTickCount() - closed, 3000u);
     const std::string end = EndState();

@@ -228,13 +228,22 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
   EXPECT_EQ(ItemAtRow(0)->state, ItemState::NotFragmentedFolder);
 }
 
-TEST_F(RunsTest, SelectedAndFilteredItemsAreLeftAlone) {
+TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
   gRunHooks.rowSelected = [](uint64_t row) { return row == 1; };
   gRunFilters.folderExcluded = [](const std::wstring& path) { return path == L"Z:\\data"; };
   StartRun(RunMode::AnalyseSelected);
   EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
   EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Scartato");
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
+
+  // An unticked item stays out of every run, selected or not.
+  ItemAtRow(1)->checked = false;
+  StartRun(RunMode::AnalyseSelected);
+  EXPECT_EQ(ItemAtRow(1)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
+  StartRun(RunMode::AnalyseAll);
+  EXPECT_EQ(ItemAtRow(1)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
+  EXPECT_NE(ItemAtRow(0)->state, ItemState::None);
+  ItemAtRow(1)->checked = true;
 
   // A defragmentation with every item filtered out does nothing at all.
   gRunFilters.fileExcluded = [](const std::wstring&) { return true; };

@@ -24,13 +24,17 @@ std::string ReadWhole(const fs::path& path) {
   return buffer.str();
 }
 
-// Name → id of every constant in the header of string ids.
+// Name → id of every constant in the header of string ids, and of the
+// display texts other headers number for their own module (kText...).
 std::map<std::string, uint32_t> StringIdNames() {
   std::map<std::string, uint32_t> names;
-  std::string header = ReadWhole(fs::path(ORDALIS_SOURCE_DIR) / "util" / "StringIds.h");
-  std::regex constant(R"(constexpr\s+uint32_t\s+(kStr\w+)\s*=\s*(\d+)\s*;)");
-  for (std::sregex_iterator it(header.begin(), header.end(), constant), end; it != end; ++it) {
-    names[(*it)[1]] = static_cast<uint32_t>(std::stoul((*it)[2]));
+  std::regex constant(R"(constexpr\s+uint32_t\s+(kStr\w+|kText\w+)\s*=\s*(\d+)\s*;)");
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ORDALIS_SOURCE_DIR)) {
+    if (entry.path().extension() != ".h") continue;
+    std::string header = ReadWhole(entry.path());
+    for (std::sregex_iterator it(header.begin(), header.end(), constant), end; it != end; ++it) {
+      names[(*it)[1]] = static_cast<uint32_t>(std::stoul((*it)[2]));
+    }
   }
   return names;
 }

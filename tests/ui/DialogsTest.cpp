@@ -4,11 +4,16 @@
 // build/screenshots/ with the screen's dots per inch in their names.
 
 #include "RunTestSupport.h"
+#include "EnglishTexts.h"
 #include "TestDriver.h"
 #include "items/ItemCells.h"
 #include "res/ResourceIds.h"
 #include "settings/LanguageFile.h"
 #include "settings/Settings.h"
+#include "filters/win32/FilterDialog.h"
+#include "profiles/win32/ProfileCommands.h"
+#include "ui/CleanupDialog.h"
+#include "ui/DiskCheckDialog.h"
 #include "ui/FragmentsDialog.h"
 #include "ui/HighlightDialog.h"
 #include "ui/InfoDialogs.h"
@@ -17,7 +22,9 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <set>
 #include <functional>
 #include <future>
 
@@ -63,16 +70,7 @@ private:
     HWND dialog_ = nullptr;
 };
 
-void LoadEnglish() {
-    ResetTexts();
-    SetTextCapacity(kProgramTextCapacity);
-    UnicodeTextReader reader;
-    ASSERT_TRUE(reader.Open((std::filesystem::path(ORDALIS_LANG_DIR) / L"Ordalis_EN.lng").wstring(), true,
-                            kLineLimitFilters));
-    ReadLanguageFile(reader);
-    PadLanguageTextsForLayout();
-    SetBuiltInTexts(false);
-}
+void LoadEnglish() { ASSERT_TRUE(LoadEnglishTexts()); }
 
 // ---- Frammenti ----
 
@@ -82,7 +80,7 @@ const char* kVolume =
     "file \"Z:\\Documenti\\foto.jpg\" size=8192 runs=2000:2\n"
     "file \"Z:\\Documenti\\vuoto.txt\" size=0\n";
 
-class FragmentsDialogTest : public RunFixture {
+class ItemDialogsTest : public RunFixture {
 protected:
     void SetUp() override {
         RunFixture::SetUp();
@@ -108,7 +106,7 @@ protected:
     Settings saved_;
 };
 
-TEST_F(FragmentsDialogTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
+TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
     const std::wstring path = L"Z:\\Documenti\\relazione.doc";
     OpenDialog open([&] { ShowFragmentsDialog(nullptr, path); }, L"Frammenti");
     ASSERT_NE(open.Dialog(), nullptr);
@@ -158,7 +156,7 @@ TEST_F(FragmentsDialogTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
     EXPECT_TRUE(open.Closed());
 }
 
-TEST_F(FragmentsDialogTest, LessAndGreaterStepThroughTheSelectedItems) {
+TEST_F(ItemDialogsTest, LessAndGreaterStepThroughTheSelectedItems) {
     const std::vector<std::wstring> paths = {L"Z:\\Documenti\\relazione.doc", L"Z:\\Documenti\\foto.jpg",
                                              L"Z:\\Documenti\\vuoto.txt"};
     OpenDialog open([&] { ShowFragmentsDialog(nullptr, paths, 1); }, L"Frammenti");
@@ -196,7 +194,7 @@ TEST_F(FragmentsDialogTest, LessAndGreaterStepThroughTheSelectedItems) {
     EXPECT_EQ(gSettings.fragmentDetailsHeight, bounds.bottom - bounds.top + 30);
 }
 
-TEST_F(FragmentsDialogTest, EnglishTexts) {
+TEST_F(ItemDialogsTest, EnglishTexts) {
     LoadEnglish();
     OpenDialog open([] { ShowFragmentsDialog(nullptr, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments");
     ASSERT_NE(open.Dialog(), nullptr);
@@ -205,10 +203,132 @@ TEST_F(FragmentsDialogTest, EnglishTexts) {
     for (int column = 1; column <= 6; ++column) headers.push_back(TestDriver::ListViewColumnHeader(table, column));
     EXPECT_EQ(headers, (std::vector<std::wstring>{L"No.", L"Clusters", L"First cluster", L"Last cluster",
                                                   L"Size (bytes)", L"% of file"}));
-    EXPECT_EQ(open.ItemText(IDC_FRAG_TABLE_LABEL), L"Fragments:");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_TABLE_LABEL), L"Fragment details:");
     EXPECT_EQ(open.ItemText(IDC_FRAG_DISK_LABEL), L"Size on disk:");
     EXPECT_EQ(open.ItemText(IDOK), L"&Close");
     TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-english-" + Dpi());
+}
+
+// ---- The steps before a defragmentation: Enter and Escape ----
+
+// The window with the keyboard focus in the dialog's thread.
+HWND FocusOf(HWND dialog) {
+    GUITHREADINFO info{sizeof info};
+    GetGUIThreadInfo(GetWindowThreadProcessId(dialog, nullptr), &info);
+    return info.hwndFocus;
+}
+
+TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysAndEscapeCancels) {
+    constexpr int kCheckButton = 1010, kStartCleanup = 1111;
+    struct Case {
+        const char* what;
+        std::function<int()> show;
+        const wchar_t* title;
+        int focused;   // the control that has the focus on opening
+        UINT key;
+        int result;
+    };
+    // The cleanup walks this fixture's own file system; the temporary folder
+    // only has to exist.
+    const std::filesystem::path temp = std::filesystem::current_path() / "dialogs-cleanup-temp";
+    std::filesystem::create_directories(temp);
+    SetEnvironmentVariableW(L"TMP", temp.wstring().c_str());
+    SetEnvironmentVariableW(L"TEMP", temp.wstring().c_str());
+    const Case cases[] = {
+        // Enter checks the disk (nothing found, so the run goes on by itself),
+        // it never cancels the defragmentation.
+        {"disk check, Enter", [] { return RunDiskCheckDialog(nullptr, false); }, L"Controllo disco", kCheckButton,
+         VK_RETURN, 9},
+        {"disk check, Escape", [] { return RunDiskCheckDialog(nullptr, false); }, L"Controllo disco", kCheckButton,
+         VK_ESCAPE, kDiskCheckResultCancelled},
+        {"cleanup, Enter", [] { return RunCleanupDialog(nullptr, false); }, L"Eliminazione file temporanei",
+         kStartCleanup, VK_RETURN, kCleanupResultDone},
+        {"cleanup, Escape", [] { return RunCleanupDialog(nullptr, false); }, L"Eliminazione file temporanei",
+         kStartCleanup, VK_ESCAPE, kCleanupResultCancelled},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        int result = -1;
+        OpenDialog open([&] { result = c.show(); }, c.title);
+        ASSERT_NE(open.Dialog(), nullptr);
+        EXPECT_EQ(FocusOf(open.Dialog()), open.Item(c.focused));
+        EXPECT_EQ(LOWORD(SendMessageW(open.Dialog(), DM_GETDEFID, 0, 0)), c.focused);
+        TestDriver::PressKey(open.Dialog(), c.key);
+        ASSERT_TRUE(open.Closed());
+        EXPECT_EQ(result, c.result);
+    }
+    SetEnvironmentVariableW(L"TMP", nullptr);
+    SetEnvironmentVariableW(L"TEMP", nullptr);
+}
+
+// Every text of every dialog, in English, is a text of the English file:
+// none is left in the built-in Italian. The controls listed as data show the
+// item's own values.
+TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
+    LoadEnglish();
+    const std::set<std::wstring> english = LoadedTexts();
+    struct Case {
+        std::function<void()> show;
+        std::wstring title;
+        std::vector<int> data;
+    };
+    const Case cases[] = {
+        {[] { ShowFragmentsDialog(nullptr, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments",
+         {IDC_FRAG_NAME, IDC_FRAG_PATH, IDC_FRAG_TYPE, IDC_FRAG_SIZE, IDC_FRAG_DISK, IDC_FRAG_COUNT,
+          IDC_FRAG_CLUSTERS}},
+        {[] { ShowHighlightDialog(nullptr); }, L"Item highlighting", {}},
+        {[] { ShowWarrantyDialog(nullptr); }, L"Warranty disclaimer", {IDC_INFO_HEADING}},
+        {[] { ShowCommandLineDialog(nullptr); }, L"Command-line options", {IDC_INFO_HEADING}},
+        {[] { ShowAboutDialog(nullptr); }, L"About Ordalis", {IDC_INFO_HEADING}},
+        {[] { RunDiskCheckDialog(nullptr, false); }, L"Disk check", {}},
+        {[] { RunCleanupDialog(nullptr, false); }, L"Deleting temporary files", {}},
+        {[] { ShowFilterDialog(nullptr); }, L"Filter", {IDC_FILTER_SIZE_BYTES}},
+        {[] { ShowRecentProfilesDialog(nullptr); }, L"Recent profiles", {}},
+    };
+    for (const Case& shown : cases) {
+        SCOPED_TRACE(std::string(shown.title.begin(), shown.title.end()));
+        OpenDialog open(shown.show, shown.title);
+        ASSERT_NE(open.Dialog(), nullptr);
+        std::vector<std::wstring> untranslated;
+        auto check = [&](const std::wstring& text) {
+            // Signs such as "<" and ">" belong to no language.
+            const bool words = std::any_of(text.begin(), text.end(), [](wchar_t c) { return iswalpha(c); });
+            if (words && !english.count(text)) untranslated.push_back(text);
+        };
+        for (HWND child : TestDriver::ChildWindows(open.Dialog())) {
+            const std::wstring kind = TestDriver::WindowClass(child);
+            const int id = GetDlgCtrlID(child);
+            if (std::find(shown.data.begin(), shown.data.end(), id) != shown.data.end()) continue;
+            if (_wcsicmp(kind.c_str(), L"Static") == 0 || _wcsicmp(kind.c_str(), L"Button") == 0 ||
+                kind.rfind(L"myTheme_", 0) == 0) {
+                check(TestDriver::WindowText(child));
+            } else if (kind == WC_LISTVIEWW) {
+                HWND header = ListView_GetHeader(child);
+                for (int column = 0; header && column < Header_GetItemCount(header); ++column) {
+                    check(TestDriver::ListViewColumnHeader(child, column));
+                }
+            } else if (kind == WC_TABCONTROLW) {
+                for (int tab = 0; tab < TabCtrl_GetItemCount(child); ++tab) {
+                    wchar_t text[256] = L"";
+                    TCITEMW item{};
+                    item.mask = TCIF_TEXT;
+                    item.pszText = text;
+                    item.cchTextMax = 256;
+                    TabCtrl_GetItem(child, tab, &item);
+                    check(text);
+                }
+            }
+        }
+        if (shown.title == L"Disk check") {
+            // A drive without a label is named by its kind: "Local disk (Z:)".
+            std::wstring volume = TestDriver::ListViewCellText(GetDlgItem(open.Dialog(), 1003), 0, 0);
+            ASSERT_GT(volume.size(), 5u);
+            EXPECT_EQ(volume.substr(volume.size() - 5), L" (Z:)");
+            check(volume.substr(0, volume.size() - 5));
+        }
+        EXPECT_EQ(untranslated, std::vector<std::wstring>{});
+        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-english-" + shown.title + L"-" + Dpi());
+    }
 }
 
 // ---- Evidenziazione oggetti ----
@@ -284,13 +404,13 @@ TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
 
 TEST_F(HighlightDialogTest, EnglishTexts) {
     LoadEnglish();
-    OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Item Highlighting");
+    OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Item highlighting");
     ASSERT_NE(open.Dialog(), nullptr);
     std::vector<std::wstring> texts;
     for (int i = 0; i < 5; ++i) texts.push_back(open.ItemText(IDC_HIGHLIGHT_CHECK_FIRST + i));
     texts.push_back(open.ItemText(IDC_HIGHLIGHT_FULL_ROW));
     texts.push_back(open.ItemText(IDC_HIGHLIGHT_COLOUR_FIRST));
-    EXPECT_EQ(texts, (std::vector<std::wstring>{L"&Fragmented items", L"&Not fragmented items",
+    EXPECT_EQ(texts, (std::vector<std::wstring>{L"&Fragmented items", L"Items &not fragmented",
                                                L"&Defragmented items", L"Items with &errors", L"&Skipped items",
                                                L"Highlight the &whole row", L"Color..."}));
     TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-english-" + Dpi());

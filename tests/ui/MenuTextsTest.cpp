@@ -14,6 +14,7 @@
 #include "settings/CommandIds.h"
 #include "util/Text.h"
 #include "util/UnicodeTextFile.h"
+#include "EnglishTexts.h"
 
 #include <filesystem>
 #include <map>
@@ -120,16 +121,7 @@ TEST(MenuTexts, TheFirstRecentProfileKeepsItsNameAndThePlaceholderFollowsTheLang
 
 class EnglishMenus : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ResetTexts();
-    SetTextCapacity(kProgramTextCapacity);
-    UnicodeTextReader reader;
-    ASSERT_TRUE(reader.Open((std::filesystem::path(ORDALIS_LANG_DIR) / L"Ordalis_EN.lng").wstring(), true,
-                            kLineLimitFilters));
-    ReadLanguageFile(reader);
-    PadLanguageTextsForLayout();
-    SetBuiltInTexts(false);
-  }
+  void SetUp() override { ASSERT_TRUE(LoadEnglishTexts()); }
   void TearDown() override { ResetTexts(); }
 
   static HMENU Load(int resource, MenuKind kind) {
@@ -180,14 +172,18 @@ TEST_F(EnglishMenus, NoMenuHasTwoItemsWithTheSameAccessKey) {
       {IDR_FILE_LIST_MENU, MenuKind::FileList}, {IDR_ERROR_LIST_MENU, MenuKind::FileList},
       {IDR_ADD_MENU, MenuKind::ItemList},   {IDR_DEFRAG_MENU, MenuKind::Main},
   };
-  std::vector<std::wstring> duplicates;
-  for (auto [resource, kind] : menus) {
-    HMENU menu = Load(resource, kind);
-    ASSERT_NE(menu, nullptr) << resource;
-    CollectDuplicateKeys(menu, L"menu " + std::to_wstring(resource), duplicates);
-    DestroyMenu(menu);
+  // In English and in the built-in Italian.
+  for (const wchar_t* language : {L"EN", L"IT"}) {
+    if (language[0] == L'I') ResetTexts();
+    std::vector<std::wstring> duplicates;
+    for (auto [resource, kind] : menus) {
+      HMENU menu = Load(resource, kind);
+      ASSERT_NE(menu, nullptr) << resource;
+      CollectDuplicateKeys(menu, std::wstring(language) + L" menu " + std::to_wstring(resource), duplicates);
+      DestroyMenu(menu);
+    }
+    EXPECT_EQ(duplicates, std::vector<std::wstring>{});
   }
-  EXPECT_EQ(duplicates, std::vector<std::wstring>{});
 }
 
 TEST_F(EnglishMenus, TheMenuBarTheOptionsAndTheItemListMenuRead) {

@@ -1,8 +1,9 @@
 // The program's message box as the user meets it: the button set of each flag
-// word with its texts (Italian built in, English with a language loaded) and
+// word with its texts (Italian built in, English from the shipped file) and
 // the result of every button, Escape and the close button, the rich-text
 // message and the width.
 
+#include "EnglishTexts.h"
 #include "TestDriver.h"
 #include "ui/Dpi.h"
 #include "ui/MessageBox.h"
@@ -60,6 +61,7 @@ const std::vector<ButtonSet> kButtonSets = {
     {0x800, {L"&Continua", L"&Esci"}, {L"&Continue", L"&Quit"}, {10, 11}},
     {0x1000, {L"&S\u00EC", L"&No", L"Annulla"}, {L"&Yes", L"&No", L"Cancel"}, {6, 7, 2}},
     {0x2000, {L"OK", L"Annulla"}, {L"OK", L"Cancel"}, {1, 2}},
+    {0x4000, {L"&S\u00EC", L"&No"}, {L"&Yes", L"&No"}, {6, 7}},
     {0, {L"OK"}, {L"OK"}, {1}},
 };
 
@@ -81,7 +83,7 @@ protected:
 
 TEST_F(MessageBoxTest, EveryButtonOfEverySetEndsTheBoxWithItsResult) {
     for (bool english : {false, true}) {
-        SetBuiltInTexts(!english);
+        if (english) ASSERT_TRUE(LoadEnglishTexts());
         for (const ButtonSet& set : kButtonSets) {
             for (size_t chosen = 0; chosen < set.results.size(); ++chosen) {
                 SCOPED_TRACE(testing::Message() << "flags 0x" << std::hex << set.flags << std::dec
@@ -103,7 +105,7 @@ TEST_F(MessageBoxTest, EscapeAndTheCloseButtonCancelWhereTheSetAllowsIt) {
         uint32_t flags;
         int escape;  // -1: the box stays open
     };
-    for (Case c : {Case{0x1000, 2}, Case{0x2000, 2}, Case{0, 1}, Case{0x800, -1}}) {
+    for (Case c : {Case{0x1000, 2}, Case{0x2000, 2}, Case{0x4000, 7}, Case{0, 1}, Case{0x800, -1}}) {
         for (bool closeButton : {false, true}) {
             SCOPED_TRACE(testing::Message() << "flags 0x" << std::hex << c.flags
                                             << (closeButton ? " close button" : " Escape"));

@@ -234,7 +234,9 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
     if (path.empty()) return ImportResult::Cancelled;
   }
   gEngine.flags.fetch_and(~kStopRequested);
-  if (!noGui) ShowMainWindow(false);
+  // A hidden window comes up as the settings left it; a shown one keeps its
+  // size and state (a maximised window stays maximised).
+  if (!noGui && !IsWindowVisible(MainWindowHandle())) ShowMainWindow(gSettings.maximized);
 
   HWND list = GetDlgItem(owner, IDC_ITEM_LIST);
   LONG_PTR style = GetWindowLongPtrW(owner, GWL_STYLE);

@@ -13,3 +13,20 @@ void SizeAndCentreDialog(HWND dialog, int clientWidth, int clientHeight) {
   SetWindowPos(dialog, nullptr, over.left + (over.right - over.left - width) / 2,
                over.top + (over.bottom - over.top - height) / 2, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
 }
+
+void SetDefaultButton(HWND dialog, int id) {
+  const LRESULT previous = SendMessageW(dialog, DM_GETDEFID, 0, 0);
+  if (HIWORD(previous) == DC_HASDEFID && LOWORD(previous) != id) {
+    SendDlgItemMessageW(dialog, LOWORD(previous), BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
+  }
+  SendMessageW(dialog, DM_SETDEFID, static_cast<WPARAM>(id), 0);
+  SendDlgItemMessageW(dialog, id, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
+}
+
+void PressDefaultButton(HWND dialog) {
+  const LRESULT current = SendMessageW(dialog, DM_GETDEFID, 0, 0);
+  if (HIWORD(current) != DC_HASDEFID || LOWORD(current) == IDOK) return;
+  HWND button = GetDlgItem(dialog, LOWORD(current));
+  if (!button || !IsWindowEnabled(button)) return;
+  SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(LOWORD(current), BN_CLICKED), reinterpret_cast<LPARAM>(button));
+}

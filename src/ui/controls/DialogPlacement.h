@@ -5,3 +5,10 @@
 #include <windows.h>
 
 void SizeAndCentreDialog(HWND dialog, int clientWidth, int clientHeight);
+
+// The default push button of a dialog built from an empty template: Enter
+// does what it says. The previous default loses its thick frame.
+void SetDefaultButton(HWND dialog, int id);
+// What Enter does when the dialog manager hands it over as IDOK: the default
+// button's command when that button is enabled, otherwise nothing.
+void PressDefaultButton(HWND dialog);

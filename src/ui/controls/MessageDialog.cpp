@@ -8,6 +8,7 @@
 #include "ui/MessageBox.h"
 #include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Theme.h"
+#include "util/StringIds.h"
 #include "util/SystemLibrary.h"
 #include "util/Text.h"
 #include "util/Win32Handle.h"
@@ -21,17 +22,18 @@ constexpr int kIconControlId = 32101;
 
 struct ButtonChoice {
   int result;
+  uint32_t textId;  // 0: the text below is already in the current language
   const wchar_t* italian;
-  const wchar_t* english;
 };
 
-constexpr ButtonChoice kContinueQuit[] = {{kMsgResultContinue, L"&Continua", L"&Continue"},
-                                        {kMsgResultQuit, L"&Esci", L"&Quit"}};
-constexpr ButtonChoice kYesNoCancel[] = {{kMsgResultYes, L"&Sì", L"&Yes"},
-                                       {kMsgResultNo, L"&No", L"&No"},
-                                       {kMsgResultCancel, L"Annulla", L"Cancel"}};
-constexpr ButtonChoice kOkCancel[] = {{kMsgResultOk, L"OK", L"OK"}, {kMsgResultCancel, L"Annulla", L"Cancel"}};
-constexpr ButtonChoice kOkOnly[] = {{kMsgResultOk, L"OK", L"OK"}};
+constexpr ButtonChoice kContinueQuit[] = {{kMsgResultContinue, kStrButtonContinue, L"&Continua"},
+                                          {kMsgResultQuit, kStrButtonQuit, L"&Esci"}};
+constexpr ButtonChoice kYesNoCancel[] = {{kMsgResultYes, kStrButtonYes, L"&S\u00EC"},
+                                         {kMsgResultNo, kStrButtonNo, L"&No"},
+                                         {kMsgResultCancel, kStrCancel, L"Annulla"}};
+constexpr ButtonChoice kYesNo[] = {{kMsgResultYes, kStrButtonYes, L"&S\u00EC"}, {kMsgResultNo, kStrButtonNo, L"&No"}};
+constexpr ButtonChoice kOkCancel[] = {{kMsgResultOk, kStrDialogOk, L"OK"}, {kMsgResultCancel, kStrCancel, L"Annulla"}};
+constexpr ButtonChoice kOkOnly[] = {{kMsgResultOk, kStrDialogOk, L"OK"}};
 
 struct ButtonSet {
   const ButtonChoice* buttons;
@@ -44,6 +46,8 @@ ButtonSet ButtonsFor(uint32_t flags) {
   if (flags & kMsgContinueQuit) return {kContinueQuit, 2, 0};
   if (flags & kMsgYesNoCancel) return {kYesNoCancel, 3, kMsgResultCancel};
   if (flags & kMsgOkCancel) return {kOkCancel, 2, kMsgResultCancel};
+  // A question whose "no" leaves things as they are: Escape says no.
+  if (flags & kMsgYesNo) return {kYesNo, 2, kMsgResultNo};
   // A lone OK only acknowledges: Escape means the same.
   return {kOkOnly, 1, kMsgResultOk};
 }
@@ -184,7 +188,6 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
     SendMessageW(textControl, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
   }
 
-  const bool english = !BuiltInTexts();
   const int buttonWidth = scaled(state.ownButtons.empty() ? 84 : 150);
   const int gap = scaled(8);
   int x = width - margin - static_cast<int>(state.buttons.count) * buttonWidth -
@@ -194,7 +197,7 @@ void BuildDialog(HWND dialog, const DialogInput& input, DialogState& state) {
   for (size_t i = 0; i < state.buttons.count; ++i) {
     const ButtonChoice& choice = state.buttons.buttons[i];
     DWORD style = WS_CHILD | WS_VISIBLE | WS_TABSTOP | (i == 0 ? BS_DEFPUSHBUTTON | WS_GROUP : BS_PUSHBUTTON);
-    HWND button = CreateWindowExW(0, L"BUTTON", english ? choice.english : choice.italian, style, x, y, buttonWidth,
+    HWND button = CreateWindowExW(0, L"BUTTON", choice.textId ? Text(choice.textId, choice.italian) : choice.italian, style, x, y, buttonWidth,
                                   buttonHeight, dialog, reinterpret_cast<HMENU>(static_cast<INT_PTR>(choice.result)),
                                   instance, nullptr);
     SendMessageW(button, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
@@ -229,7 +232,7 @@ INT_PTR CALLBACK MessageDialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
       if (input->buttons) {
         // The caller's own buttons: none of them is the answer to Escape.
         for (const MessageButton& button : *input->buttons) {
-          state->ownButtons.push_back({button.result, button.text.c_str(), button.text.c_str()});
+          state->ownButtons.push_back({button.result, 0, button.text.c_str()});
         }
         state->buttons = {state->ownButtons.data(), state->ownButtons.size(), 0};
       }

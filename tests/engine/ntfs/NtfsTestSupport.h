@@ -10,19 +10,12 @@
 #include <thread>
 
 #include "NtfsImages.h"
+#include "app/ntfs/NtfsPaths.h"
 #include "engine/EngineHooks.h"
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsVolume.h"
 #include "engine/sim/SimVolume.h"
 
-
-inline std::wstring EnginePath(const std::string& volumePath) {
-  std::wstring path = L"N:" + WideFromUtf8(volumePath);
-  for (wchar_t& c : path) {
-    if (c == L'/') c = L'\\';
-  }
-  return path;
-}
 
 // The physical runs of a file read through the retrieval-pointer control,
 // runs that continue each other (across holes too) joined, as istat lists

@@ -9,11 +9,15 @@
 #include <chrono>
 #include <functional>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <memory>
 #include <random>
 #include <thread>
 
 #include "NtfsTestSupport.h"
+#include "app/ntfs/NtfsSummary.h"
+#include "filters/Filters.h"
 
 namespace {
 
@@ -305,7 +309,223 @@ TEST_F(NtfsCommandTest, AnalysesAndDefragmentsWithTheUnattendedSummaryAndCodes) 
   EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users/ann/b.log", output), 0);
   EXPECT_NE(output.find("File is in 1 fragments (Contiguous)"), std::string::npos) << output;
   EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /missing", output), 5);
-  EXPECT_EQ(Command("--analyze " + Quoted(image_), output), 6);
+  EXPECT_EQ(Command("--analyze " + Quoted(image_), output), 2);
+}
+
+// The JSON document read by Python's own parser: one line per file of the
+// run ("outcome<TAB>path<TAB>target"), after lines that check that every
+// run's totals add up and count the files listed.
+std::string ReadJson(const std::string& file, const std::string& run) {
+  const std::string script =
+      "import json, sys\n"
+      "d = json.load(open(sys.argv[1], encoding='utf-8'))\n"
+      "print('exit', d['exitCode'])\n"
+      "for r in d['runs']:\n"
+      "    t = r['totals']\n"
+      "    n = lambda o: sum(1 for f in r['files'] if f['outcome'] == o)\n"
+      "    ok = t['processed'] == t['moved'] + t['contiguous'] + t['fragmented'] + t['failed'] + t['stopped']\n"
+      "    ok = ok and t['moved'] == n('moved') + n('planned') and t['failed'] == n('failed') and t['leftOut'] == n('left out')\n"
+      "    print('totals', r['run'], 'add up' if ok else 'do not add up', t)\n"
+      "    if r['run'] == sys.argv[2]:\n"
+      "        for f in r['files']: print(f['outcome'], f['path'], f['target'], sep='\\t')\n";
+  std::string output;
+  RunCommand("python3 -c " + Quoted(script) + " " + Quoted(file) + " " + run, output);
+  return output;
+}
+
+std::map<std::string, int64_t> Targets(const std::string& listing, const std::string& outcome) {
+  std::map<std::string, int64_t> targets;
+  std::istringstream lines(listing);
+  for (std::string line; std::getline(lines, line);) {
+    const size_t tab = line.find('\t'), last = line.rfind('\t');
+    if (tab == std::string::npos || line.substr(0, tab) != outcome) continue;
+    targets[line.substr(tab + 1, last - tab - 1)] = std::stoll(line.substr(last + 1));
+  }
+  return targets;
+}
+
+TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees) {
+  Make(31, 1);
+  const auto before = IcatHashes(image_, filled_.files);
+  // A mask from the root with a space and a star inside, one with "?" at its end.
+  const std::string masks = " --exclude '/Users/file *' --exclude '*/b.lo?' ";
+  const std::string plan = image_ + ".plan.json", real = image_ + ".json", report = image_ + ".report";
+  std::string output, hashBefore, hashAfter;
+  RunCommand("sha256sum " + Quoted(image_), hashBefore);
+  const int planCode = Command("--plan --json" + masks + Quoted(image_) + " / > " + Quoted(plan), output);
+  RunCommand("sha256sum " + Quoted(image_), hashAfter);
+  EXPECT_EQ(hashAfter, hashBefore);  // a plan writes nothing
+  const std::string planned = ReadJson(plan, "plan");
+  EXPECT_NE(planned.find("exit " + std::to_string(planCode) + "\n"), std::string::npos) << planned;
+
+  const int code = Command("--analyze --defrag --json --report " + Quoted(report) + masks + Quoted(image_) +
+                               " / > " + Quoted(real),
+                           output);
+  const std::string done = ReadJson(real, "defragmentation");
+  EXPECT_NE(done.find("exit " + std::to_string(code) + "\n"), std::string::npos) << done;
+  for (const std::string& listing : {planned, done}) {
+    EXPECT_EQ(listing.find("do not add up"), std::string::npos) << listing;
+    EXPECT_NE(listing.find("left out\t/Users/file "), std::string::npos) << listing;
+    EXPECT_NE(listing.find("left out\t/Users/ann/b.log"), std::string::npos) << listing;
+  }
+  const auto targets = Targets(done, "moved");
+  EXPECT_EQ(Targets(planned, "planned"), targets);
+  EXPECT_GE(targets.size(), 5u) << done;
+  for (const auto& [path, target] : targets) {
+    EXPECT_EQ(path.rfind("/Users/file ", 0), std::string::npos) << path;
+    std::vector<PhysicalRun> runs;
+    ASSERT_TRUE(IstatRuns(image_, path, runs)) << path;
+    ASSERT_EQ(runs.size(), 1u) << path;
+    EXPECT_EQ(runs[0].lcn, target) << path;
+  }
+
+  // The report: UTF-8 text with line feeds, every file's outcome, the counts.
+  std::ifstream in(report, std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text.find('\r'), std::string::npos);
+  for (const auto& [path, target] : targets) {
+    EXPECT_NE(text.find("moved: " + path + " ("), std::string::npos) << path;
+  }
+  EXPECT_NE(text.find("\nleft out: /Users/ann/b.log\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("Number of defragmented files : " + std::to_string(targets.size()) + "\n"),
+            std::string::npos) << text;
+  EXPECT_NE(text.find("Exit code: " + std::to_string(code) + "\n"), std::string::npos) << text;
+  ExpectSound(before);
+}
+
+TEST_F(NtfsCommandTest, CommandLineConventionsAndExitCodes) {
+  Make(32, 0);
+  const std::string image = Quoted(image_);
+  struct Case {
+    std::string arguments;
+    int code;
+    const char* says;
+  };
+  const Case cases[] = {
+      {"--version", 0, "ordalis-ntfs 1."},
+      {"-h", 0, "Usage: ordalis-ntfs"},
+      {"-v " + image + " /Users", 2, "unknown option -v"},
+      {"--analyse " + image + " /Users", 2, "unknown option --analyse"},
+      {"--analyze --report", 2, "--report needs a value"},
+      {"--plan --defrag " + image + " /Users", 2, "--plan goes alone"},
+      {image + " /Users", 2, "say what to do"},
+      {"--analyze " + image, 2, "a volume and at least one path"},
+      {"--analyze --report /nonexistent/folder/report.txt " + image + " /Users", 8, "nothing was done"},
+      {"--analyze " + image + " /missing", 5, "could not be added"},
+      {"--analyze " + image_ + ".absent /Users", 7, "nothing was written"},
+      {"--plan --json " + image_ + ".absent /Users", 7, "\"exitCode\": 7"},
+      // Not a terminal: no progress line, and line feeds alone.
+      {"--analyze -r /dev/null " + image + " Users/", 0, "Analyzed folder : /Users\nFolder is "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    std::string output;
+    EXPECT_EQ(Command(c.arguments, output), c.code) << output;
+    EXPECT_NE(output.find(c.says), std::string::npos) << output;
+    EXPECT_EQ(output.find_first_of("\r\033"), std::string::npos) << output;
+  }
+}
+
+// The summary after a defragmentation: its counts add up and name every
+// file that was not defragmented, with the reason in English.
+TEST(NtfsSummary, CountsAddUpAndEveryFileNotDefragmentedIsNamed) {
+  auto file = [](const wchar_t* path, FileFate fate, const wchar_t* code, uint64_t before, uint64_t after) {
+    FileOutcome o;
+    o.path = path;
+    o.fate = fate;
+    o.code = code;
+    o.fragmentsBefore = before;
+    o.fragmentsAfter = after;
+    return o;
+  };
+  const std::vector<FileOutcome> outcomes = {
+      file(L"N:\\a", FileFate::Moved, L"", 5, 1),
+      file(L"N:\\b", FileFate::Contiguous, L"AC", 1, 1),
+      file(L"N:\\c d", FileFate::Failed, kMoveNoFreeRun, 4, 4),
+      file(L"N:\\e", FileFate::Failed, kMovePartlyMoved, 6, 3),
+      file(L"N:\\f", FileFate::Failed, L"Access is denied.\r\n", 0, 0),
+      file(L"N:\\g", FileFate::Stopped, kMoveStopped, 3, 3),
+      file(L"N:\\h", FileFate::LeftOut, L"", 0, 0),
+  };
+  const std::string text = DefragSummaryText(outcomes);
+  for (const char* expected : {
+           "Number of processed files : 6\n", "Number of defragmented files : 1\n",
+           "Number of already contiguous files : 1\n",
+           "Number of files that were not defragmented due to processing errors : 3\n",
+           "Number of files stopped before their move : 1\n", "Number of files still fragmented : 3\n",
+           "Number of files left out by the filters : 1\n",
+           "\n/c d : no free run of clusters is long enough for the whole file\n",
+           "\n/e : the file was moved only in part and is still fragmented\n", "\n/f : Access is denied.\n",
+           "\n/g : the run was stopped before the file was moved\n"}) {
+    EXPECT_NE(text.find(expected), std::string::npos) << expected << "\n" << text;
+  }
+  EXPECT_EQ(text.find("/a :"), std::string::npos) << text;
+  EXPECT_EQ(text.find("/h :"), std::string::npos) << text;
+  EXPECT_EQ(text.find('\r'), std::string::npos);
+}
+
+// Masks as users write them, from the volume's root with "/", against the
+// paths the walk hands the filters.
+TEST(NtfsMasks, SlashMasksMatchFromTheRootOrAnywhere) {
+  struct Case {
+    const char* mask;
+    const char* path;
+    bool matches;
+  };
+  const Case cases[] = {
+      {"/dir with space/*", "/dir with space/a b.bin", true},
+      {"/dir with space/*", "/top/dir with space/a.bin", false},  // anchored at the root
+      {"*/dir with space/*", "/top/dir with space/a.bin", true},
+      {"*/dir with space/*", "/dir with space/a.bin", true},
+      {"\\dir with space\\*", "/dir with space/a.bin", true},
+      {"/DIR WITH SPACE/*", "/dir with space/a.bin", true},
+      {"N:\\dir with space\\*", "/dir with space/a.bin", true},
+      {"*/hl_?.bin", "/x/y/hl_a.bin", true},
+      {"*/hl_?.bin", "/x/hl_ab.bin", false},
+      {"/?ir/a.bin", "/dir/a.bin", true},
+      {"/d?r/a.bin", "/dir/a.bin", true},
+      {"/dir/a.bi?", "/dir/a.bin", true},
+      {"/dir/a.bi?", "/dir/a.bi", false},
+      {"/dir?a.bin", "/dir/a.bin", true},  // "?" stands for the separator too
+      {"*a.bin", "/dir/a.bin", true},
+      {"/d*/a.bin", "/dir with space/sub/a.bin", true},
+      {"/dir/*", "/dir", false},
+      {"/dir/a.*", "/dir/a.b c", true},
+      {"*.iso", "/dir/a.iso.bak", false},
+      {"a.bin", "/dir/a.bin", false},  // a mask without "/" or "*" matches the whole path only
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.mask) + " / " + c.path);
+    ClearFilterList(gExclusions);
+    ClearFilterList(gInclusions);
+    ASSERT_EQ(AddExclusion(L'W', EngineMask(c.mask)), 1);
+    EXPECT_EQ(IsFileExcluded(EnginePath(std::string(c.path))) != 0, c.matches);
+    ClearFilterList(gExclusions);
+    ASSERT_EQ(AddInclusion(EngineMask(c.mask)), 1);
+    EXPECT_EQ(IsFileExcluded(EnginePath(std::string(c.path))) == 0, c.matches);
+  }
+  ClearFilterList(gInclusions);
+  EXPECT_EQ(VolumePathOf(L"N:\\dir with space\\a.bin"), "/dir with space/a.bin");
+  EXPECT_EQ(VolumePathOf(L"\\\\?\\N:\\"), "/");
+}
+
+// On a terminal (through script), the progress line is drawn on standard
+// error and erased at the end; --quiet draws none.
+TEST_F(NtfsCommandTest, DrawsTheProgressLineOnATerminalOnly) {
+  Make(33, 1);
+  std::string output;
+  auto onTerminal = [&](const std::string& arguments) {
+    return RunCommand("script -qec " + Quoted(std::string(ORDALIS_NTFS_PROGRAM) + " " + arguments + " >/dev/null") +
+                          " /dev/null",
+                      output);
+  };
+  EXPECT_EQ(onTerminal("--analyze --defrag " + Quoted(image_) + " /"), 0) << output;
+  EXPECT_NE(output.find("\r\033[KAnalysing: "), std::string::npos) << output;
+  EXPECT_NE(output.find("\r\033[KDefragmenting: 0/"), std::string::npos) << output;
+  EXPECT_NE(output.find(" files, "), std::string::npos) << output;
+  EXPECT_NE(output.rfind("\r\033[K"), std::string::npos);
+  EXPECT_EQ(onTerminal("--plan --quiet " + Quoted(image_) + " /"), 0) << output;
+  EXPECT_EQ(output.find('\033'), std::string::npos) << output;
 }
 
 // A volume its own system must see first, or that something else holds, is

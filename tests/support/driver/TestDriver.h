@@ -174,6 +174,8 @@ int ListViewSortArrow(HWND listView, int column);
 // Clicks a column's header as the mouse would (button down and up in its middle).
 bool ClickListViewHeader(HWND listView, int column);
 std::vector<int> ListViewSelectedRows(HWND listView);
+// A row's check box: 1 ticked, 0 not, -1 no box or no answer.
+int ListViewCheckState(HWND listView, int row);
 // Selects exactly these rows.
 bool SelectListViewRows(HWND listView, const std::vector<int>& rows);
 // The column texts of every row, top to bottom.

@@ -403,6 +403,12 @@ bool ClickListViewHeader(HWND listView, int column) {
     return SendWithTimeout(header, WM_LBUTTONUP, 0, point, &ignored);
 }
 
+int ListViewCheckState(HWND listView, int row) {
+    DWORD_PTR state = 0;
+    if (!SendWithTimeout(listView, LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_STATEIMAGEMASK, &state)) return -1;
+    return static_cast<int>((state & LVIS_STATEIMAGEMASK) >> 12) - 1;
+}
+
 std::vector<int> ListViewSelectedRows(HWND listView) {
     std::vector<int> rows;
     DWORD_PTR row = static_cast<DWORD_PTR>(-1);
