@@ -4,7 +4,8 @@
 // box received it; after a fault while solid-state drives are identified
 // the warning about that identification follows; a worker that runs out of
 // memory reaches the same report.
-#include "TestDriver.h"
+#include "ProgramCase.h"
+#include "res/CrashReportIds.h"
 
 #include <gtest/gtest.h>
 
@@ -15,23 +16,9 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace e2e;
 
-constexpr DWORD kWaitMs = 60000;
-constexpr wchar_t kDialogClass[] = L"#32770";
-constexpr wchar_t kMainTitle[] = L"Ordalis";
 constexpr wchar_t kReportTitle[] = L"Eccezione di Ordalis";
-constexpr int kCloseButton = 7006;
-constexpr int kDetailsBox = 7005;
-
-std::string ReadWhole(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
 // The report with what depends on the machine and the moment replaced by
 // "*": the system's values, the build, the fault's address and registers.
@@ -173,7 +160,7 @@ protected:
             }
         }
         EXPECT_TRUE(linkFound) << "no mail link";
-        shown_ = TestDriver::WindowText(GetDlgItem(report, kDetailsBox));
+        shown_ = TestDriver::WindowText(GetDlgItem(report, IDC_CRASH_DETAILS));
         return report;
     }
 
@@ -238,7 +225,7 @@ TEST_F(CrashReportTest, AtTheNeutralTagTheReportShowsAndClosingItEndsTheProgramW
     }
 
     EXPECT_TRUE(program_->Running());
-    TestDriver::PressButton(report, kCloseButton);
+    TestDriver::PressButton(report, IDC_CRASH_CLOSE);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
     EXPECT_EQ(program_->ExitCode(), 9000u);
 }
@@ -256,7 +243,7 @@ TEST_F(CrashReportTest, AFaultWhileDrivesAreIdentifiedIsFollowedByTheSolidStateW
     EXPECT_EQ(GetWindow(report, GW_OWNER), mainWindow);
     EXPECT_FALSE(IsWindowEnabled(mainWindow));
 
-    TestDriver::PressButton(report, kCloseButton);
+    TestDriver::PressButton(report, IDC_CRASH_CLOSE);
     const DWORD start = GetTickCount();
     while (IsWindow(report) && GetTickCount() - start < kWaitMs) TestDriver::PumpMessages(50);
     ASSERT_FALSE(IsWindow(report)) << "the report did not close";
@@ -285,7 +272,7 @@ TEST_F(CrashReportTest, AMoveThreadThatRunsOutOfMemoryReachesTheReport) {
     EXPECT_NE(text.find("  Codice eccezione: c0000017\\par   Descrizione: Unknown (0xc0000017)\\par "),
               std::string::npos) << text;
     EXPECT_NE(text.find("  TAG: 0x0000232c\\par "), std::string::npos) << text;
-    TestDriver::PressButton(report, kCloseButton);
+    TestDriver::PressButton(report, IDC_CRASH_CLOSE);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
     EXPECT_EQ(program_->ExitCode(), 9004u);
     // The thread died before its first move: the volume is as described.
@@ -314,23 +301,9 @@ TEST_F(CrashReportTest, WithALanguageFileTheReportHasItsEnglishLabels) {
                                                   "  TAG: 0x0000232a\\par "
                                                   "Exception C0000005 at address *\r\n"))
         << text;
-    TestDriver::PressButton(report, kCloseButton);
+    TestDriver::PressButton(report, IDC_CRASH_CLOSE);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
     EXPECT_EQ(program_->ExitCode(), 9002u);
-}
-
-// The shipped program has no fault switch: with it set, it starts and ends
-// as it always does.
-TEST_F(CrashReportTest, TheShippedProgramIgnoresTheFaultSwitch) {
-    Prepare("shipped", "8123");
-    TestDriver::ProgramUnderTest shipped(TestDriver::HostPathToWindows((host_ / "shipped").string()),
-                                         TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
-                                         TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
-    ASSERT_TRUE(shipped.Ready());
-    TestDriver::RunResult run = TestDriver::RunProgram(shipped.ExePath(), L"/NOGUI Z:\\no\\such\\file", kWaitMs);
-    ASSERT_TRUE(run.finished);
-    EXPECT_EQ(run.exitCode, 5u);
-    EXPECT_FALSE(fs::exists(host_ / "report.rtf"));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // A second start of the program with a path, while the first one runs: the
 // first takes the path into its list when it is idle, and says why it does
 // not while a run goes on; the second start ends with 0 either way.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -11,29 +11,15 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using TestDriver::RunningProgram;
 
-constexpr DWORD kWaitMs = 30000;
-constexpr wchar_t kDialogClass[] = L"#32770";
-constexpr wchar_t kMainTitle[] = L"Ordalis";
-constexpr int kCmdAnalyzeAll = 9009;
-constexpr int kCmdStop = 9011;
-constexpr int kCmdExit = 9003;
-constexpr int kStateColumn = 1;
+using namespace e2e;
 
-class HandOverTest : public ::testing::Test {
+class HandOverTest : public ProgramCase {
 protected:
     void SetUp() override {
-        host_ = fs::path(ORDALIS_E2E_WORK_DIR) / ("handover-" + std::string(
-            ::testing::UnitTest::GetInstance()->current_test_info()->name()));
-        fs::remove_all(host_);
-        fs::create_directories(host_ / "data");
-        TestDriver::ProgramUnderTest program(TestDriver::HostPathToWindows((host_ / "program").string()),
-                                             TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
-                                             TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
-        ASSERT_TRUE(program.Ready()) << fs::path(program.Error()).string();
-        exe_ = program.ExePath();
+        Prepare("handover-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()),
+                ORDALIS_PROGRAM);
     }
 
     std::wstring MakeDataFile(const std::string& name) {
@@ -58,8 +44,6 @@ protected:
         EXPECT_TRUE(first_->WaitForExit(kWaitMs));
     }
 
-    fs::path host_;
-    std::wstring exe_;
     std::unique_ptr<RunningProgram> first_;
     HWND main_ = nullptr;
     HWND list_ = nullptr;

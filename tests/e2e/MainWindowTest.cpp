@@ -4,7 +4,7 @@
 // first, equal keys in path order and the selection kept, the column
 // commands, and a message of the program in its own box.
 
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <commctrl.h>
 
@@ -15,12 +15,11 @@
 
 namespace {
 
+using namespace e2e;
+
 using TestDriver::RunningProgram;
 
-constexpr DWORD kWaitMs = 30000;
-constexpr int kExitCommand = 9003;
 constexpr int kNameColumn = 0;
-constexpr int kStateColumn = 1;
 constexpr int kSizeColumn = 2;
 constexpr int kTypeColumn = 6;
 
@@ -36,12 +35,6 @@ std::wstring PrepareProgram(const std::wstring& caseName) {
     return program.ExePath();
 }
 
-int Scaled(int size96) {
-    HDC screen = GetDC(nullptr);
-    int dpi = GetDeviceCaps(screen, LOGPIXELSX);
-    ReleaseDC(nullptr, screen);
-    return MulDiv(size96, dpi, 96);
-}
 
 // A folder with four files (two of the same size) and two sub-folders.
 struct SampleItems {
@@ -83,7 +76,7 @@ protected:
     }
     void TearDown() override {
         if (program_ && window_) {
-            TestDriver::SendCommand(window_, kExitCommand);
+            TestDriver::SendCommand(window_, kCmdExit);
             EXPECT_TRUE(program_->WaitForExit(kWaitMs));
         }
     }

@@ -1,7 +1,7 @@
 // The steps before a defragmentation in the whole program: the solid-state
 // warning on a described drive, the disk check through the fmifs double and
 // the cleanup of a prepared temporary folder, unattended and in the window.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -13,11 +13,9 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace e2e;
 
-constexpr DWORD kWaitMs = 60000;
 constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Ordalis developers\r\n\r\n";
-constexpr int kCmdExit = 9003;
 // Controls of the disk-check dialog.
 constexpr int kDriveList = 1003;
 constexpr int kOutput = 1005;
@@ -32,15 +30,6 @@ constexpr int kCleanupNever = 1110;
 constexpr int kCleanupSkip = 1112;
 // The solid-state warning's buttons.
 constexpr int kKeepOff = 100;
-
-std::string ReadWhole(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
 const char* kSummaryNothing =
     "Summary:\r\n\r\n"
@@ -124,13 +113,9 @@ protected:
         Set(L"TEMP", host_ / "temp");
         if (!settings.empty()) {
             // The settings file: UTF-16 with its byte-order mark.
-            std::string text = "RX1.00\r\n" + settings;
-            std::string bytes("\xFF\xFE", 2);
-            for (char c : text) {
-                bytes += c;
-                bytes += '\0';
-            }
-            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << bytes;
+            const std::string text = "RX1.00\r\n" + settings;
+            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary)
+                << Utf16FileBytes(std::wstring(text.begin(), text.end()));
         }
     }
 
@@ -252,29 +237,14 @@ TEST_F(PreRunStepsTest, UnattendedCleanupRefusesADriveRootAndTheRunDoesNotStart)
     EXPECT_TRUE(fs::exists(host_ / "data" / "a.bin"));
 }
 
-TEST_F(PreRunStepsTest, FilesOnASolidStateDriveAreSkippedOrWarnedAbout) {
-    // Skipping on: nothing moves, nothing is asked.
-    Prepare("ssd-skip", "SKIPSSD=1\r\n");
-    SetEnvironmentVariableW(L"ORDALIS_SIM_DRIVES", L"Z:rotation");
-    TestDriver::RunResult run = Run("/NOGUI /DEFRAG /QUICK " + Win("data"));
-    ASSERT_TRUE(run.finished);
-    EXPECT_EQ(run.exitCode, 0u);
-    EXPECT_EQ(EndFiles(), StartFiles());
-    EXPECT_EQ(ReadWhole(host_ / "drives.log"), "open Z:\n");
-
-    // Detection off: no device is opened, and the file moves.
-    Prepare("ssd-no-detection", "SKIPSSD=1\r\nSkipSSDChecking=1\r\n");
-    SetEnvironmentVariableW(L"ORDALIS_SIM_DRIVES", L"Z:rotation");
-    run = Run("/NOGUI /DEFRAG /QUICK " + Win("data"));
-    ASSERT_TRUE(run.finished);
-    EXPECT_TRUE(Moved());
-    EXPECT_FALSE(fs::exists(host_ / "drives.log"));
-
+// Skipping and detection are decided in the run itself; what only the whole
+// program shows is the warning as the user meets it.
+TEST_F(PreRunStepsTest, TheSolidStateWarningOffersToKeepTheDriveAsItIs) {
     // Skipping off: the warning, with its two buttons; "Non deframmentare"
     // ends the run.
     Prepare("ssd-warn", "SKIPSSD=0\r\nSCANDISK=0\r\nCLNUP=0\r\n");
     SetEnvironmentVariableW(L"ORDALIS_SIM_DRIVES", L"Z:smart=Samsung SSD 850 EVO");
-    std::unique_ptr<TestDriver::RunningProgram> program = Start("/DEFRAG /QUICK " + Win("data"));
+    auto program = Start("/DEFRAG /QUICK " + Win("data"));
     ASSERT_NE(program, nullptr);
     HWND warning = DialogTitled(*program, L"Disco SSD");
     ASSERT_NE(warning, nullptr);

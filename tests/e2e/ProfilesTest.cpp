@@ -2,7 +2,7 @@
 // there (exit code 1, with and without the window), a profile whose items
 // fill the list and whose missing items are listed, and the filter and
 // recent-profiles dialogs opened from their commands.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -13,14 +13,9 @@
 
 namespace {
 
-using TestDriver::RunningProgram;
+using namespace e2e;
 
-constexpr DWORD kWaitMs = 30000;
-constexpr int kExitCommand = 9003;
-constexpr int kFilterCommand = 9069;
-constexpr int kRecentProfilesCommand = 9077;
-constexpr wchar_t kDialogClass[] = L"#32770";
-constexpr wchar_t kMainTitle[] = L"Ordalis";
+using TestDriver::RunningProgram;
 
 std::wstring WorkFolder(const std::wstring& caseName) {
     return TestDriver::HostPathToWindows(ORDALIS_E2E_WORK_DIR) + L"\\profiles-" + caseName;
@@ -35,18 +30,6 @@ std::wstring PrepareProgram(const std::wstring& caseName) {
     return program.ExePath();
 }
 
-// A profile as the program writes it: UTF-16LE, a mark, CR LF after each line.
-void WriteProfileFile(const std::filesystem::path& path, const std::vector<std::wstring>& lines) {
-    std::ofstream out(path, std::ios::binary);
-    out.put(static_cast<char>(0xFF));
-    out.put(static_cast<char>(0xFE));
-    for (const std::wstring& line : lines) {
-        for (wchar_t c : line + L"\r\n") {
-            out.put(static_cast<char>(c & 0xFF));
-            out.put(static_cast<char>((c >> 8) & 0xFF));
-        }
-    }
-}
 
 std::vector<std::wstring> Column(HWND list, int column) {
     std::vector<std::wstring> texts;
@@ -61,7 +44,7 @@ bool Contains(const std::vector<std::wstring>& texts, const std::wstring& text) 
 }
 
 DWORD CloseThroughExitCommand(RunningProgram& program, HWND mainWindow) {
-    TestDriver::SendCommand(mainWindow, kExitCommand);
+    TestDriver::SendCommand(mainWindow, kCmdExit);
     return program.WaitForExit(kWaitMs) ? program.ExitCode() : STILL_ACTIVE;
 }
 
@@ -85,7 +68,7 @@ TEST(ProfileOption, ALongPathProfileIsFoundUnattended) {
     std::filesystem::create_directories(data);
     std::ofstream(data / L"uno.txt") << "uno";
     std::filesystem::path profile = data / L"lungo.olp";
-    WriteProfileFile(profile, {L"kv70rx", (data / L"uno.txt").wstring()});
+    std::ofstream(profile, std::ios::binary) << Utf16FileLines({L"kv70rx", (data / L"uno.txt").wstring()});
     TestDriver::RunResult result =
         TestDriver::RunProgram(exe, L"/LANG:IT /NOGUI /PROF:\\\\?\\" + profile.wstring(), kWaitMs);
     ASSERT_TRUE(result.started);
@@ -116,7 +99,7 @@ TEST(ProfileOption, ProfileFillsTheListAndListsWhatIsMissing) {
     std::filesystem::create_directories(data / L"cartella");
     std::ofstream(data / L"uno.txt") << "uno";
     std::filesystem::path profile = data / L"lavoro.olp";
-    WriteProfileFile(profile, {L"kv70rx", (data / L"uno.txt").wstring(), L">" + (data / L"cartella").wstring(),
+    std::ofstream(profile, std::ios::binary) << Utf16FileLines({L"kv70rx", (data / L"uno.txt").wstring(), L">" + (data / L"cartella").wstring(),
                                L">" + (data / L"sparita").wstring(), (data / L"perso.txt").wstring()});
 
     std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/LANG:IT /PROF:" + profile.wstring());
@@ -149,7 +132,7 @@ TEST(FilterDialog, OpensFromItsCommandAndCancelLeavesNoFiles) {
     HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(mainWindow, nullptr);
 
-    TestDriver::SendCommand(mainWindow, kFilterCommand);
+    TestDriver::SendCommand(mainWindow, kCmdFilterDialog);
     HWND filter = TestDriver::WaitForWindow(kDialogClass, L"Filtro", program->ProcessId(), kWaitMs);
     ASSERT_NE(filter, nullptr);
     TestDriver::PumpMessages(300);
@@ -159,7 +142,7 @@ TEST(FilterDialog, OpensFromItsCommandAndCancelLeavesNoFiles) {
     TestDriver::PressButton(filter, IDCANCEL);
     TestDriver::PumpMessages(300);
 
-    TestDriver::SendCommand(mainWindow, kRecentProfilesCommand);
+    TestDriver::SendCommand(mainWindow, kCmdRecentProfilesDialog);
     HWND recent = TestDriver::WaitForWindow(kDialogClass, L"Elenco profili recenti", program->ProcessId(), kWaitMs);
     ASSERT_NE(recent, nullptr);
     TestDriver::PumpMessages(300);
@@ -174,17 +157,6 @@ TEST(FilterDialog, OpensFromItsCommandAndCancelLeavesNoFiles) {
 }
 
 
-// The bytes of a filter file as the program writes it.
-std::string FilterFileBytes(const std::vector<std::wstring>& lines) {
-    std::string bytes = "\xFF\xFE";
-    for (const std::wstring& line : lines) {
-        for (wchar_t c : line + L"\r\n") {
-            bytes += static_cast<char>(c & 0xFF);
-            bytes += static_cast<char>((c >> 8) & 0xFF);
-        }
-    }
-    return bytes;
-}
 
 std::string ReadBytes(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -207,7 +179,7 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     ASSERT_NE(program, nullptr);
     HWND mainWindow = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program->ProcessId(), kWaitMs);
     ASSERT_NE(mainWindow, nullptr);
-    TestDriver::SendCommand(mainWindow, kFilterCommand);
+    TestDriver::SendCommand(mainWindow, kCmdFilterDialog);
     HWND filter = TestDriver::WaitForWindow(kDialogClass, L"Filtro", program->ProcessId(), kWaitMs);
     ASSERT_NE(filter, nullptr);
 
@@ -290,8 +262,8 @@ TEST(FilterDialog, MasksAndSizeLimitAreCorrectedCheckedAndSavedOnOk) {
     }
     TestDriver::SaveScreenshot(L"e2e_filter_after_ok");
     EXPECT_FALSE(IsWindow(filter));
-    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), FilterFileBytes({L"W*.dll", L"W*.exe", L"W*.ok"}));
-    EXPECT_EQ(ReadBytes(folder / L"Exclude.ini"), FilterFileBytes({L"W*.DLL", L"W*.tmp"}));
+    EXPECT_EQ(ReadBytes(folder / L"Include.ini"), Utf16FileLines({L"W*.dll", L"W*.exe", L"W*.ok"}));
+    EXPECT_EQ(ReadBytes(folder / L"Exclude.ini"), Utf16FileLines({L"W*.DLL", L"W*.tmp"}));
     EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
 }
 

@@ -2,7 +2,7 @@
 // test's work folder, their clusters live on the described volume. Each case
 // compares the console output whole, the exit code, and the volume's end
 // state with its checker's verdict.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -15,87 +15,20 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace e2e;
 
-constexpr DWORD kWaitMs = 60000;
 constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Ordalis developers\r\n\r\n";
-constexpr wchar_t kDialogClass[] = L"#32770";
-constexpr wchar_t kMainTitle[] = L"Ordalis";
-constexpr int kCmdAnalyzeAll = 9009;
-constexpr int kCmdDefragAll = 9010;
-constexpr int kCmdStop = 9011;
-constexpr int kCmdExit = 9003;
-constexpr int kStateColumn = 1;
 
-std::string ReadWhole(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
-
-// One case: its folder on the host, the same folder as the program sees it,
-// the program copied into it, and the volume description beside it.
-class RunsProgramTest : public ::testing::Test {
+class RunsProgramTest : public ProgramCase {
 protected:
-    void TearDown() override {
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", nullptr);
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", nullptr);
-    }
+    void Prepare(const std::string& caseName) { ProgramCase::Prepare("runs-" + caseName, ORDALIS_SIM_PROGRAM); }
 
-    void Prepare(const std::string& caseName) {
-        host_ = fs::path(ORDALIS_E2E_WORK_DIR) / ("runs-" + caseName);
-        fs::remove_all(host_);
-        fs::create_directories(host_ / "data");
-        TestDriver::ProgramUnderTest program(
-            TestDriver::HostPathToWindows((host_ / "program").string()),
-            TestDriver::HostPathToWindows(ORDALIS_SIM_PROGRAM),
-            TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
-        ASSERT_TRUE(program.Ready()) << fs::path(program.Error()).string();
-        exe_ = program.ExePath();
-    }
-
-    // The path as the program sees it, for a path below the case folder.
-    std::string Win(const std::string& relative) const {
-        std::string path = Narrow(TestDriver::HostPathToWindows(host_.string()));
-        if (!relative.empty()) path += "\\" + relative;
-        for (char& c : path) {
-            if (c == '/') c = '\\';
-        }
-        return path;
-    }
-
-    void MakeFile(const std::string& relative, uintmax_t size) {
-        fs::create_directories((host_ / relative).parent_path());
-        std::ofstream(host_ / relative, std::ios::binary) << std::string(size, 'x');
-    }
-
-    // "volume ..." first line, then one line per file given as relative path
-    // and attributes, then any further lines as they are.
-    void Describe(const std::string& volumeLine,
-                  const std::vector<std::pair<std::string, std::string>>& files,
-                  const std::string& more = "") {
-        description_ = volumeLine + "\n";
-        for (const auto& [relative, attributes] : files) {
-            description_ += "file \"" + Win(relative) + "\" " + attributes + "\n";
-        }
-        description_ += more;
-        std::ofstream(host_ / "volume.txt", std::ios::binary) << description_;
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", TestDriver::HostPathToWindows((host_ / "volume.txt").string()).c_str());
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", TestDriver::HostPathToWindows((host_ / "end.txt").string()).c_str());
-    }
+    // The path as the console prints it.
+    std::string Win(const std::string& relative) const { return WinText(relative); }
 
     TestDriver::RunResult Run(const std::string& arguments) {
         return TestDriver::RunProgram(exe_, std::wstring(arguments.begin(), arguments.end()), kWaitMs);
     }
-
-    std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
-
-    fs::path host_;
-    std::wstring exe_;
-    std::string description_;
 };
 
 const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
@@ -257,12 +190,7 @@ TEST_F(RunsProgramTest, AnItemWithAPathNearTwoThousandCharactersKeepsItsOutcomeL
     }
     Describe(kVolume, {});
     std::wstring line = L">" + std::wstring(folder.begin(), folder.end());
-    std::ofstream profile(host_ / "long.olp", std::ios::binary);
-    profile << std::string("\xFF\xFE", 2);
-    for (const std::wstring& text : {std::wstring(L"KV70RX"), line}) {
-        for (wchar_t c : text + L"\r\n") profile << static_cast<char>(c) << '\0';
-    }
-    profile.close();
+    std::ofstream(host_ / "long.olp", std::ios::binary) << Utf16FileLines({L"KV70RX", line});
 
     TestDriver::RunResult run = Run("/NOGUI /ANALYZE /PROF:" + Win("long.olp"));
 
@@ -472,13 +400,6 @@ protected:
         return text.size() >= 2 ? text.substr(0, text.size() - 2) : text;
     }
 
-    static int ScreenDpi() {
-        HDC screen = GetDC(nullptr);
-        int dpi = GetDeviceCaps(screen, LOGPIXELSX);
-        ReleaseDC(nullptr, screen);
-        return dpi;
-    }
-    static int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
     static std::wstring Dpi() { return std::to_wstring(ScreenDpi()); }
 
     // Defragments, waits for the summary dialog and checks it against the

@@ -1,7 +1,7 @@
 // The settings file and the language as the real program meets them: a file
 // survives a start and an exit unchanged, "/NOINI" never touches it, and a
 // language given on the command line shows its texts for that run only.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 #include "util/UnicodeTextFile.h"
 
 #include <gtest/gtest.h>
@@ -15,14 +15,8 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace e2e;
 using TestDriver::RunningProgram;
-
-constexpr DWORD kWaitMs = 30000;
-constexpr int kExitCommand = 9003;
-constexpr int kOnTopCommand = 9012;
-constexpr wchar_t kMainTitle[] = L"Ordalis";
-constexpr wchar_t kDialogClass[] = L"#32770";
 
 // A file as the program writes it, with a value off its default wherever
 // that can be checked from outside (the result list does not exist yet, so
@@ -92,7 +86,7 @@ DWORD RunAndClose(const ProgramWithSettings& setup, const std::wstring& argument
   EXPECT_NE(window, nullptr) << "main window not shown";
   if (!window) return STILL_ACTIVE;
   whileShown(window);
-  TestDriver::SendCommand(window, kExitCommand);
+  TestDriver::SendCommand(window, kCmdExit);
   return program->WaitForExit(kWaitMs) ? program->ExitCode() : STILL_ACTIVE;
 }
 
@@ -116,7 +110,7 @@ TEST(SettingsFile, NoIniLeavesTheFileAloneAndCreatesNone) {
   WriteBytes(setup.SettingsFile(), written);
   // A changed option would be saved by a normal exit.
   auto changeAnOption = [](HWND window) {
-    TestDriver::SendCommand(window, kOnTopCommand);
+    TestDriver::SendCommand(window, kCmdOnTop);
     TestDriver::PumpMessages(200);
   };
   EXPECT_EQ(RunAndClose(setup, L"/NOINI", changeAnOption), 0u);
@@ -192,7 +186,7 @@ TEST(Language, MissingLanguageFileFallsBackToItalianAfterAMessage) {
   HWND window = WaitForMainWindow(*program);
   ASSERT_NE(window, nullptr);
   EXPECT_NE(TestDriver::FindListViewByHeader(window, L"Nome"), nullptr);
-  TestDriver::SendCommand(window, kExitCommand);
+  TestDriver::SendCommand(window, kCmdExit);
   EXPECT_TRUE(program->WaitForExit(kWaitMs));
 }
 

@@ -3,7 +3,7 @@
 // and refuses to start without a description rather than falling back to the
 // real controls.
 
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr DWORD kWaitMs = 30000;
+using namespace e2e;
 
 std::wstring CaseFolder(const std::wstring& caseName) {
     return TestDriver::HostPathToWindows(ORDALIS_E2E_WORK_DIR) + L"\\sim-" + caseName;
@@ -21,13 +21,6 @@ std::wstring CaseFolder(const std::wstring& caseName) {
 
 std::string HostCaseFolder(const std::string& caseName) {
     return std::string(ORDALIS_E2E_WORK_DIR) + "/sim-" + caseName;
-}
-
-std::string ReadWhole(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 class SimProgramTest : public ::testing::Test {

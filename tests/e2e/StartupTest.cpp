@@ -5,7 +5,7 @@
 // Every program started here is killed when its test ends, finished or not,
 // so one failure never leaves an instance that blocks the next test.
 
-#include "TestDriver.h"
+#include "ProgramCase.h"
 #include "app/ProgramVersion.h"
 
 #include <gtest/gtest.h>
@@ -17,13 +17,10 @@
 
 namespace {
 
+using namespace e2e;
 using TestDriver::RunningProgram;
 
-constexpr DWORD kWaitMs = 30000;
-constexpr int kExitCommand = 9003;
 constexpr int kTypeColumn = 6;
-constexpr wchar_t kMainTitle[] = L"Ordalis";
-constexpr wchar_t kDialogClass[] = L"#32770";
 
 std::wstring WorkFolder(const std::wstring& caseName) {
     return TestDriver::HostPathToWindows(ORDALIS_E2E_WORK_DIR) + L"\\" + caseName;
@@ -44,10 +41,6 @@ std::wstring PrepareProgram(const std::wstring& caseName, bool withFmifs = true)
         withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"");
     EXPECT_TRUE(program.Ready()) << std::filesystem::path(program.Error()).string();
     return program.ExePath();
-}
-
-std::string Narrow(const std::wstring& text) {
-    return std::string(text.begin(), text.end());
 }
 
 std::string Printable(const std::string& text) {
@@ -80,7 +73,7 @@ std::vector<std::wstring> ColumnTexts(HWND list, int column) {
 
 // Closes the program through its exit command and returns its exit code.
 DWORD CloseThroughExitCommand(RunningProgram& program, HWND mainWindow) {
-    TestDriver::SendCommand(mainWindow, kExitCommand);
+    TestDriver::SendCommand(mainWindow, kCmdExit);
     return program.WaitForExit(kWaitMs) ? program.ExitCode() : STILL_ACTIVE;
 }
 
@@ -327,7 +320,8 @@ TEST(PathArguments, QuotedDriveRootIsAddedAsTheRootFolder) {
 
 // Anything that can set the environment of the elevated program must not be
 // able to change what it does: the names the simulating variant reads from
-// its environment are not even in the shipped program.
+// its environment (the fault switch among them) are not even in the
+// shipped program.
 TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
     auto bytesOf = [](const char* path) {
         std::ifstream in(path, std::ios::binary);
@@ -341,7 +335,8 @@ TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
     const std::string shipped = bytesOf(ORDALIS_PROGRAM);
     const std::string simulating = bytesOf(ORDALIS_SIM_PROGRAM);
     ASSERT_FALSE(shipped.empty());
-    for (const char* name : {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS"}) {
+    for (const char* name :
+         {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS", "ORDALIS_SIM_FAULT_TAG"}) {
         EXPECT_FALSE(holds(shipped, name)) << name;
         EXPECT_TRUE(holds(simulating, name)) << name;
     }

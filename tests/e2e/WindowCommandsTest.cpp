@@ -3,7 +3,7 @@
 // key, and the runs are started and stopped from the menu. While a run or an
 // import goes on, nothing that changes the list can be reached, and closing
 // the window stops the run before anything more is moved.
-#include "TestDriver.h"
+#include "ProgramCase.h"
 
 #include <gtest/gtest.h>
 
@@ -17,77 +17,16 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace e2e;
 
-constexpr DWORD kWaitMs = 60000;
-constexpr wchar_t kDialogClass[] = L"#32770";
-constexpr wchar_t kMainTitle[] = L"Ordalis";
-constexpr int kStateColumn = 1;
-
-// Command numbers of the menus and the toolbar.
-constexpr int kAddFiles = 9001, kAddFolder = 9002, kExit = 9003, kRemove = 9005, kImport = 9007,
-              kSaveProfile = 9008, kAnalyse = 9009, kDefragment = 9010, kStop = 9011, kExclude = 9066,
-              kFilter = 9069, kAnalyseSelected = 9075, kDefragmentSelected = 9076, kQuick = 9030,
-              kDiskCheckAuto = 9057, kCleanupAuto = 9053, kNoSolidState = 9071, kItalian = 4000,
-              kRecentOptions = 9077, kSaveReport = 9068, kDefragmentMarked = 9062;
-
-std::string ReadWhole(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
-
-int ScreenDpi() {
-    HDC screen = GetDC(nullptr);
-    int dpi = GetDeviceCaps(screen, LOGPIXELSX);
-    ReleaseDC(nullptr, screen);
-    return dpi;
-}
-
-class WindowCommandsTest : public ::testing::Test {
+class WindowCommandsTest : public ProgramCase {
 protected:
     void TearDown() override {
         if (program_ && program_->Running()) program_->Kill();
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", nullptr);
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", nullptr);
+        ProgramCase::TearDown();
     }
 
-    void Prepare(const std::string& caseName) {
-        host_ = fs::path(ORDALIS_E2E_WORK_DIR) / ("commands-" + caseName);
-        fs::remove_all(host_);
-        fs::create_directories(host_ / "data");
-        TestDriver::ProgramUnderTest program(TestDriver::HostPathToWindows((host_ / "program").string()),
-                                             TestDriver::HostPathToWindows(ORDALIS_SIM_PROGRAM),
-                                             TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
-        ASSERT_TRUE(program.Ready()) << fs::path(program.Error()).string();
-        exe_ = program.ExePath();
-    }
-
-    std::wstring Win(const std::string& relative) const {
-        std::wstring path = TestDriver::HostPathToWindows((host_ / relative).string());
-        std::replace(path.begin(), path.end(), L'/', L'\\');
-        return path;
-    }
-
-    void MakeFile(const std::string& relative, uintmax_t size) {
-        fs::create_directories((host_ / relative).parent_path());
-        std::ofstream(host_ / relative, std::ios::binary) << std::string(size, 'x');
-    }
-
-    void Describe(const std::string& volumeLine, const std::vector<std::pair<std::string, std::string>>& files,
-                  const std::string& more = "") {
-        description_ = volumeLine + "\n";
-        for (const auto& [relative, attributes] : files) {
-            description_ += "file \"" + Narrow(Win(relative)) + "\" " + attributes + "\n";
-        }
-        description_ += more;
-        std::ofstream(host_ / "volume.txt", std::ios::binary) << description_;
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", Win("volume.txt").c_str());
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", Win("end.txt").c_str());
-    }
+    void Prepare(const std::string& caseName) { ProgramCase::Prepare("commands-" + caseName, ORDALIS_SIM_PROGRAM); }
 
     // These runs are about the window's commands: no disk check and no
     // cleanup come before a defragmentation.
@@ -114,8 +53,6 @@ protected:
         if (at == std::string::npos) return "<no " + key + ">";
         return state.substr(at, state.find('\n', at) - at);
     }
-
-    std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
 
     std::wstring WaitForState(int row, const std::wstring& wanted, DWORD timeoutMs = kWaitMs) {
         std::wstring state;
@@ -182,16 +119,16 @@ protected:
     // settings is greyed and refused, drops are refused; Stop is enabled.
     void ExpectLocked(const std::string& during, bool importing = false) {
         SCOPED_TRACE(during);
-        for (int command : {kAddFiles, kAddFolder, kRemove, kImport, kSaveProfile, kAnalyse, kDefragment, kExclude,
-                            kFilter, kAnalyseSelected, kDefragmentSelected, kQuick, kDiskCheckAuto, kCleanupAuto,
-                            kNoSolidState, kItalian, kRecentOptions, kSaveReport}) {
+        for (int command : {kCmdAddFiles, kCmdAddFolder, kCmdRemove, kCmdImportProfile, kCmdSaveProfile, kCmdAnalyzeAll, kCmdDefragAll, kCmdExcludeSelected,
+                            kCmdFilterDialog, kCmdAnalyzeSelected, kCmdDefragSelected, kCmdQuickStrategy, kCmdDiskCheckAuto, kCmdCleanupAuto,
+                            kCmdNoSolidStateDetection, kCmdFirstLanguage, kCmdRecentProfilesDialog, kCmdSaveReport}) {
             EXPECT_EQ(TestDriver::MenuItemEnabled(main_, command), 0) << "menu command " << command;
         }
-        for (int button : {kAddFiles, kRemove, kAnalyse, kDefragment}) {
+        for (int button : {kCmdAddFiles, kCmdRemove, kCmdAnalyzeAll, kCmdDefragAll}) {
             EXPECT_FALSE(IsWindowEnabled(GetDlgItem(main_, button))) << "toolbar button " << button;
         }
-        EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kStop), 1);
-        EXPECT_TRUE(IsWindowEnabled(GetDlgItem(main_, kStop)));
+        EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdStop), 1);
+        EXPECT_TRUE(IsWindowEnabled(GetDlgItem(main_, kCmdStop)));
         // The keys and a drop change nothing either. An import adds its own
         // items meanwhile: there only the drop is looked at, once it stopped.
         MakeFile("data/late.bin", 4096);
@@ -199,16 +136,13 @@ protected:
         if (!importing) {
             TestDriver::SelectListViewRows(items_, {0});
             TestDriver::PressKey(items_, VK_DELETE);
-            TestDriver::SendCommand(main_, kRemove);
+            TestDriver::SendCommand(main_, kCmdRemove);
         }
         TestDriver::DropFiles(main_, {Win("data/late.bin")});
         TestDriver::PumpMessages(300);
         if (!importing) EXPECT_EQ(TestDriver::ListViewRowCount(items_), rows);
     }
 
-    fs::path host_;
-    std::wstring exe_;
-    std::string description_;
     std::unique_ptr<TestDriver::RunningProgram> program_;
     HWND main_ = nullptr;
     HWND items_ = nullptr;
@@ -238,7 +172,7 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     Picture(L"1-empty");
 
     // Two files at once from the file dialog: the folder first, then both names.
-    TestDriver::SendCommand(main_, kAddFiles);
+    TestDriver::SendCommand(main_, kCmdAddFiles);
     HWND open = WaitForDialog();
     ASSERT_NE(open, nullptr) << "no file dialog";
     HWND box = PathBox(open);
@@ -254,7 +188,7 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     TestDriver::PumpMessages(300);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
 
-    TestDriver::SendCommand(main_, kAddFolder);
+    TestDriver::SendCommand(main_, kCmdAddFolder);
     HWND browse = WaitForDialog();
     ASSERT_NE(browse, nullptr) << "no folder dialog";
     HWND folderBox = PathBox(browse);
@@ -280,7 +214,7 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree")}));
 
-    TestDriver::SendCommand(main_, kAnalyse);
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
     for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 4; ++i) TestDriver::PumpMessages(20);
     TestDriver::PumpMessages(500);
     EXPECT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
@@ -305,7 +239,7 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     TestDriver::PressKey(fragmented_, VK_SPACE);
     TestDriver::PumpMessages(300);
     Picture(L"6-marked");
-    TestDriver::SendCommand(main_, kDefragmentMarked);
+    TestDriver::SendCommand(main_, kCmdDefragSelectedFiles);
     HWND summary = WaitForDialog();
     ASSERT_NE(summary, nullptr) << "no summary after the defragmentation";
     TestDriver::SaveScreenshot(L"commands-7-summary-" + std::to_wstring(ScreenDpi()));
@@ -327,7 +261,7 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     // Analysed again, two files are still fragmented. Delete in their list
     // removes its own selected row and leaves the items; removing a folder
     // takes its files out of that list.
-    TestDriver::SendCommand(main_, kAnalyse);
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
     for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 2; ++i) TestDriver::PumpMessages(20);
     TestDriver::PumpMessages(500);
     ASSERT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
@@ -342,7 +276,7 @@ TEST_F(WindowCommandsTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFil
     EXPECT_EQ(TestDriver::ListViewRowCount(fragmented_), 0);
     Picture(L"9-removed");
 
-    TestDriver::SendCommand(main_, kExit);
+    TestDriver::SendCommand(main_, kCmdExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
     const std::string end = EndState();
     EXPECT_EQ(end.substr(end.size() - 9), "check ok\n");
@@ -389,28 +323,28 @@ TEST_F(LongRunTest, StopFromTheMenuEndsALongAnalysisAndALongDefragmentation) {
     ASSERT_GE(folder, 0);
     ASSERT_GE(big, 0);
 
-    TestDriver::SendCommand(main_, kAnalyse);
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
     ASSERT_EQ(WaitForState(folder, L"In elaborazione..."), L"In elaborazione...");
     ExpectLocked("analysis");
     Picture(L"analysis-running");
-    TestDriver::SendCommand(main_, kStop);
+    TestDriver::SendCommand(main_, kCmdStop);
     EXPECT_EQ(WaitForState(folder, L"Interrotto"), L"Interrotto");
     TestDriver::PumpMessages(300);
-    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kStop), 0) << "no run to stop";
-    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kAddFiles), 1);
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdStop), 0) << "no run to stop";
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdAddFiles), 1);
 
     // Only the big file: the folder leaves the list, with the Delete key.
     FocusRows(items_, {folder});
     DeleteAndConfirm();
     ASSERT_EQ(TestDriver::ListViewRowCount(items_), 1);
-    TestDriver::SendCommand(main_, kDefragment);
+    TestDriver::SendCommand(main_, kCmdDefragAll);
     ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");
     ExpectLocked("defragmentation");
     Picture(L"defragmentation-running");
-    TestDriver::SendCommand(main_, kStop);
+    TestDriver::SendCommand(main_, kCmdStop);
     EXPECT_EQ(WaitForState(0, L"Interrotto", 5000), L"Interrotto");
 
-    TestDriver::SendCommand(main_, kExit);
+    TestDriver::SendCommand(main_, kCmdExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
     EXPECT_EQ(EndState().substr(EndState().size() - 9), "check ok\n");
 }
@@ -423,26 +357,23 @@ TEST_F(LongRunTest, DuringAnImportTheListCannotBeChangedAndStopEndsIt) {
     for (const fs::directory_entry& entry : fs::directory_iterator(ORDALIS_E2E_MANY_FILES)) {
         profile += TestDriver::HostPathToWindows(entry.path().string()) + L"\r\n";
     }
-    std::ofstream out(host_ / "many.olp", std::ios::binary);
-    out.write("\xFF\xFE", 2);
-    out.write(reinterpret_cast<const char*>(profile.data()), static_cast<std::streamsize>(profile.size() * 2));
-    out.close();
+    std::ofstream(host_ / "many.olp", std::ios::binary) << Utf16FileBytes(profile);
 
     Start(L"/PROF:" + Win("many.olp"));
     if (HasFatalFailure()) return;
     for (int i = 0; i < 500 && TestDriver::ListViewRowCount(items_) < 100; ++i) TestDriver::PumpMessages(20);
     ASSERT_GE(TestDriver::ListViewRowCount(items_), 100) << "the import did not start";
     ExpectLocked("import", true);
-    TestDriver::SendCommand(main_, kStop);
+    TestDriver::SendCommand(main_, kCmdStop);
     Picture(L"import-running");
     TestDriver::PumpMessages(1000);
     const int rows = TestDriver::ListViewRowCount(items_);
     EXPECT_LT(rows, 20001) << "the import went on to its end";
     EXPECT_EQ(RowOf(items_, Win("data/late.bin")), -1) << "a drop was taken during the import";
-    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kAddFiles), 1);
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdAddFiles), 1);
     TestDriver::PumpMessages(500);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), rows);
-    TestDriver::SendCommand(main_, kExit);
+    TestDriver::SendCommand(main_, kCmdExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }
 
@@ -454,7 +385,7 @@ TEST_F(LongRunTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
     DescribeSlowMove();
     Start(Win("data"));
     if (HasFatalFailure()) return;
-    TestDriver::SendCommand(main_, kDefragment);
+    TestDriver::SendCommand(main_, kCmdDefragAll);
     ASSERT_EQ(WaitForState(0, L"In elaborazione..."), L"In elaborazione...");
     TestDriver::PumpMessages(500);
     constexpr int kYes = 6, kNo = 7;
@@ -525,7 +456,7 @@ TEST_F(WindowCommandsTest, TabReachesEveryGroupAndCtrlTabSwitchesTabs) {
     SetForegroundWindow(main_);
     // An empty result list gives way to its notice: analysed first, the
     // fragmented file's list is there to be reached.
-    TestDriver::SendCommand(main_, kAnalyse);
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
     for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
     TestDriver::PumpMessages(300);
     FocusRows(items_, {0});
@@ -586,7 +517,7 @@ TEST_F(WindowCommandsTest, TabReachesEveryGroupAndCtrlTabSwitchesTabs) {
     PostMessageW(details, WM_COMMAND, IDCANCEL, 0);
     WaitGone(details);
 
-    TestDriver::SendCommand(main_, kExit);
+    TestDriver::SendCommand(main_, kCmdExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }
 
@@ -599,7 +530,7 @@ TEST_F(WindowCommandsTest, TheStartUpInstallsEveryHook) {
     Start(L"");
     SetEnvironmentVariableW(L"ORDALIS_SIM_REPORT_HOOKS", nullptr);
     if (HasFatalFailure()) return;
-    TestDriver::SendCommand(main_, kExit);
+    TestDriver::SendCommand(main_, kCmdExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
     EXPECT_EQ(program_->Output(), "missing hooks:\r\n");
 }
@@ -615,7 +546,7 @@ TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
     if (HasFatalFailure()) return;
     SetWindowPos(main_, nullptr, 0, 0, MulDiv(760, ScreenDpi(), 96), MulDiv(520, ScreenDpi(), 96),
                  SWP_NOZORDER | SWP_NOACTIVATE);
-    TestDriver::SendCommand(main_, kAnalyse);
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
     for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
     ASSERT_EQ(TestDriver::ListViewRowCount(fragmented_), 1);
     TestDriver::PumpMessages(500);
@@ -656,19 +587,18 @@ TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
 
     // The fragment details of the selected fragmented file: as many rows as
     // the file has fragments on the volume.
-    constexpr int kFragmentDetails = 9045, kFragmentTable = 7518;
-    TestDriver::SendCommand(main_, kFragmentDetails);
+    TestDriver::SendCommand(main_, kCmdFragmentDetails);
     HWND details = TestDriver::WaitForWindow(L"#32770", L"Frammenti", program_->ProcessId(), kWaitMs);
     ASSERT_NE(details, nullptr) << "no fragment details";
     TestDriver::PumpMessages(300);
-    EXPECT_EQ(TestDriver::ListViewRowCount(GetDlgItem(details, kFragmentTable)), 2);
+    EXPECT_EQ(TestDriver::ListViewRowCount(GetDlgItem(details, IDC_FRAG_TABLE)), 2);
     TestDriver::SaveScreenshot(L"commands-fragments-" + dpi);
     PostMessageW(details, WM_COMMAND, IDCANCEL, 0);
     for (int i = 0; i < 100 && IsWindow(details); ++i) TestDriver::PumpMessages(20);
     EXPECT_FALSE(IsWindow(details));
 
     // The profiles button's arrow: the recent profiles, none yet.
-    HWND profiles = GetDlgItem(main_, kImport);
+    HWND profiles = GetDlgItem(main_, kCmdImportProfile);
     ASSERT_NE(profiles, nullptr);
     RECT button{};
     GetClientRect(profiles, &button);
@@ -679,7 +609,7 @@ TEST_F(WindowCommandsTest, TheListsContextMenusOpenByMouseAndKey) {
     TestDriver::SaveScreenshot(L"commands-menu-recent-" + dpi);
     closeMenu(menu);
 
-    TestDriver::SendCommand(main_, kExit);
+    TestDriver::SendCommand(main_, kCmdExit);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs));
 }
 

@@ -5,7 +5,7 @@
 
 #include "RunTestSupport.h"
 #include "EnglishTexts.h"
-#include "TestDriver.h"
+#include "OpenDialog.h"
 #include "items/ItemCells.h"
 #include "res/ResourceIds.h"
 #include "settings/LanguageFile.h"
@@ -26,11 +26,8 @@
 #include <filesystem>
 #include <set>
 #include <functional>
-#include <future>
 
 namespace {
-
-constexpr DWORD kWaitMs = 10000;
 
 std::wstring Dpi() {
     HDC screen = GetDC(nullptr);
@@ -38,37 +35,6 @@ std::wstring Dpi() {
     ReleaseDC(nullptr, screen);
     return std::to_wstring(dpi);
 }
-
-// A modal dialog on a thread of its own; the test finds it by its title.
-class OpenDialog {
-public:
-    OpenDialog(std::function<void()> show, const std::wstring& title) : done_(std::async(std::launch::async, show)) {
-        TestDriver::WindowQuery query;
-        query.className = L"#32770";
-        query.title = title.c_str();
-        query.processId = GetCurrentProcessId();
-        dialog_ = TestDriver::WaitForWindow(query, kWaitMs);
-        // Painted before anything is read or pictured.
-        TestDriver::PumpMessages(300);
-    }
-    ~OpenDialog() {
-        if (dialog_ && IsWindow(dialog_)) PostMessageW(dialog_, WM_COMMAND, IDCANCEL, 0);
-        if (done_.valid()) done_.wait();
-    }
-    HWND Dialog() const { return dialog_; }
-    HWND Item(int id) const { return GetDlgItem(dialog_, id); }
-    std::wstring ItemText(int id) const { return TestDriver::WindowText(Item(id)); }
-    // True when the dialog closed within the wait.
-    bool Closed() { return done_.wait_for(std::chrono::milliseconds(kWaitMs)) == std::future_status::ready; }
-    void Press(int id) {
-        TestDriver::PressButton(dialog_, id);
-        TestDriver::PumpMessages(200);
-    }
-
-private:
-    std::future<void> done_;
-    HWND dialog_ = nullptr;
-};
 
 void LoadEnglish() { ASSERT_TRUE(LoadEnglishTexts()); }
 

@@ -4,7 +4,7 @@
 // message and the width.
 
 #include "EnglishTexts.h"
-#include "TestDriver.h"
+#include "OpenDialog.h"
 #include "ui/Dpi.h"
 #include "ui/MessageBox.h"
 #include "util/Text.h"
@@ -14,40 +14,14 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-#include <thread>
 
 namespace {
 
-constexpr DWORD kWaitMs = 10000;
-
-// A message box on its own thread, as the program's window thread would show it.
-class OpenBox {
+// The program's message box, titled with the program's name.
+class OpenBox : public OpenDialog {
 public:
     OpenBox(uint32_t flags, uint32_t textId, const wchar_t* literal)
-        : result_(std::async(std::launch::async, [=] {
-              return ShowMessageBox(nullptr, flags, textId, literal);
-          })) {
-        TestDriver::WindowQuery query;
-        query.className = L"#32770";
-        query.title = L"Ordalis";
-        query.processId = GetCurrentProcessId();
-        dialog_ = TestDriver::WaitForWindow(query, kWaitMs);
-    }
-    ~OpenBox() {
-        if (dialog_ && IsWindow(dialog_)) EndDialog(dialog_, 0);
-        if (result_.valid()) result_.wait();
-    }
-    HWND Dialog() const { return dialog_; }
-    // The box's result once it has closed, or -1 when it is still open.
-    int Result(DWORD waitMs = kWaitMs) {
-        if (result_.wait_for(std::chrono::milliseconds(waitMs)) != std::future_status::ready) return -1;
-        return result_.get();
-    }
-
-private:
-    std::future<int> result_;
-    HWND dialog_ = nullptr;
+        : OpenDialog([=] { return ShowMessageBox(nullptr, flags, textId, literal); }, L"Ordalis", 0) {}
 };
 
 struct ButtonSet {
