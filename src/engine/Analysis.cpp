@@ -42,8 +42,9 @@ void ExtentList::Clear() {
 namespace {
 
 enum class ReadEnd {
-  Normal,         // the file system ended the reading (also by refusing a read)
+  Normal,         // the file system ended the reading, or answered end of file
   ChunkBound,     // the counting form met its chunk bound
+  Refused,        // a read was refused at once; outcome holds the status's text
   PendingFailed,  // a pending read finished with an error; outcome holds its text
 };
 
@@ -62,8 +63,16 @@ ReadEnd ReadRuns(FsHandle file, FileAnalysis& result, ExtentList* extents, uint8
     status = Va().GetRetrievalPointers(file, block, &startingVcn, sizeof startingVcn, buffer,
                                        kSharedBufferLength);
     if (status != kStatusSuccess && status != kStatusBufferOverflow && status != kStatusPending) {
-      // Also how a file without clusters answers: resident, empty.
-      return ReadEnd::Normal;
+      // End of file is how the file system answers a file without clusters
+      // (kept inside its record, or empty) and a start at or past the end of
+      // the allocation: the reading is over, with what it counted. Any other
+      // status answered at once (access denied, a damaged file, a handle or
+      // volume that does not take the control) is a failure of this file,
+      // never a file in no fragments. It is the returned status that counts:
+      // a refusal answered at once leaves the status block as it was.
+      if (status == kStatusEndOfFile) return ReadEnd::Normal;
+      result.outcome = FailureText(uint32_t(status));
+      return ReadEnd::Refused;
     }
     if (status == kStatusPending) {
       // Only a call that went pending reports through its block; any other
@@ -128,12 +137,13 @@ int AnalyseFile(const std::wstring& path, FileAnalysis& result) {
       return 0;
     }
   }
-  if (ReadRuns(file, result, nullptr, gSharedBuffer.bytes) == ReadEnd::PendingFailed) {
+  const ReadEnd end = ReadRuns(file, result, nullptr, gSharedBuffer.bytes);
+  if (end == ReadEnd::PendingFailed) {
     // Returns with the file still open: the read may still be using it.
     return 0;
   }
   Va().Close(file);
-  return 1;
+  return end == ReadEnd::Refused ? 0 : 1;
 }
 
 namespace {
@@ -143,7 +153,8 @@ bool FillExtentList(FsHandle file, FileAnalysis& result, ExtentList& extents, ui
   result = FileAnalysis{};
   extents.Clear();
   if (runs != nullptr) runs->clear();
-  if (ReadRuns(file, result, &extents, buffer, runs) == ReadEnd::PendingFailed) {
+  const ReadEnd end = ReadRuns(file, result, &extents, buffer, runs);
+  if (end == ReadEnd::PendingFailed || end == ReadEnd::Refused) {
     return false;
   }
   if (result.fragments != extents.Count()) {

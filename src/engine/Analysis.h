@@ -61,10 +61,10 @@ extern ExtentList gExtentList;
 constexpr const wchar_t* kOutcomeNoResources = L"NR";
 
 // The counting form: opens the file (or folder) itself. 1 when the reading
-// ended normally, including a read the file system refused with an ordinary
-// status; 0 when the file could not be opened or a pending read failed, with
-// the system text as outcome. A failed pending read returns with the file
-// still open.
+// ended normally, at the end of the runs or with the end-of-file answer;
+// 0 when the file could not be opened, a read was refused with any other
+// status, or a pending read failed, with the system text as outcome. A
+// failed pending read returns with the file still open.
 int AnalyseFile(const std::wstring& path, FileAnalysis& result);
 
 // Where a file's clusters lie, run by run as the file system reported them.
@@ -82,7 +82,8 @@ struct FileRun {
 
 // The list-building form, on a handle the caller opened for moving and keeps.
 // True when every fragment got its node; false with "NR" when a node could
-// not be allocated, or with the system text when a pending read failed.
+// not be allocated, or with the system text when a read was refused (end of
+// file aside) or a pending read failed.
 // `runs`, when given, receives every run with clusters.
 bool BuildExtentList(FsHandle file, FileAnalysis& result, std::vector<FileRun>* runs = nullptr);
 

@@ -173,15 +173,41 @@ TEST_F(AnalysisTest, FailuresAndRefusals) {
   EXPECT_EQ(volume().OpenHandleCount(), 1u);
 }
 
-TEST_F(AnalysisTest, ARefusedReadEndsTheReadingWithTheCountsSoFar) {
+TEST_F(AnalysisTest, OnlyEndOfFileEndsAReadingNormallyAnyOtherRefusalIsAnErrorOfTheFile) {
+  // 300 one-cluster fragments: two reads. A refusal answered at once leaves
+  // the status block as the caller set it (zeroed: success), so only the
+  // returned status can tell.
   std::string runs;
   for (int i = 0; i < 300; ++i) runs += (i ? "," : "") + std::to_string(3 * i + 1) + ":1";
-  Volume("volume letter=Z clusters=4000\nfile \"Z:\\f\" size=4096 runs=" + runs +
-         "\nfault \"Z:\\f\" control=pointers call=2 status=0xC0000022\n");
-  FileAnalysis r = Analyse(L"Z:\\f");
-  EXPECT_EQ(r.fragments, 256u);
-  EXPECT_TRUE(r.outcome.empty());
-  EXPECT_EQ(volume().OpenHandleCount(), 0u);
+  struct Case {
+    const char* fault;
+    const char* outcome;  // empty: a normal end with the counts so far
+    uint64_t fragments;
+  } cases[] = {
+      {"call=2 status=0xC0000011", "", 256},
+      {"call=1 status=0xC0000011", "", 0},
+      {"call=1 status=0xC0000022", "Access is denied.\r\n", 0},
+      {"call=2 status=0xC0000022", "Access is denied.\r\n", 256},
+      {"call=1 status=0xC0000010", "Incorrect function.\r\n", 0},
+      {"call=1 status=0xC000000D", "The parameter is incorrect.\r\n", 0},
+      {"call=1 status=0xC0000999", "Error 0xC0000999", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.fault);
+    const std::string description = "volume letter=Z clusters=4000\nfile \"Z:\\f\" size=4096 runs=" + runs +
+                                    "\nfault \"Z:\\f\" control=pointers " + c.fault + "\n";
+    Volume(description);
+    const bool normal = std::string(c.outcome).empty();
+    FileAnalysis r = Analyse(L"Z:\\f", normal ? 1 : 0);
+    EXPECT_EQ(Narrow(r.outcome), c.outcome);
+    EXPECT_EQ(r.fragments, c.fragments);
+    EXPECT_EQ(volume().OpenHandleCount(), 0u);
+    // The list-building form before a move: no list, the same text.
+    Volume(description);
+    FileAnalysis listed;
+    ListOf(L"Z:\\f", listed, normal);
+    EXPECT_EQ(Narrow(listed.outcome), c.outcome);
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Analysis and defragmentation runs over a folder tree on a simulated volume:
 // whole console summaries, item states, the end state of the volume, and the
 // rules for what follows a run.
+#include <algorithm>
 #include "RunTestSupport.h"
 #include "items/ItemCells.h"
 #include "runs/FolderWalk.h"
@@ -490,11 +491,14 @@ TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
 }
 
 // A failure without a system text is shown with the program's own text,
-// which has no line end to lose.
+// which has no line end to lose. A read of the runs refused at once, end of
+// file aside, is an error with the status's text, never a contiguous file.
 TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
   Volume("volume letter=Z clusters=200 clusterSize=4096\n"
+         "file \"Z:\\data\\denied.bin\" size=8192 runs=70:2\n"
          "file \"Z:\\data\\odd.bin\" size=8192 runs=30:1,40:1\n"
          "file \"Z:\\data\\sys.bin\" size=8192 runs=50:1,60:1\n"
+         "fault \"Z:\\data\\denied.bin\" control=pointers call=1 status=0xC0000022\n"
          "fault \"Z:\\data\\odd.bin\" control=pointers call=1 pending status=0xC0000999\n"
          "fault \"Z:\\data\\sys.bin\" control=open status=0xC0000043\n");
   ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
@@ -503,10 +507,14 @@ TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
 
   std::vector<std::wstring> messages;
   for (const ErrorEntry& entry : gRun.errors) messages.push_back(entry.displayPath + L": " + entry.message);
+  std::sort(messages.begin(), messages.end());
   EXPECT_EQ(messages, (std::vector<std::wstring>{
+                          L"Z:\\data\\denied.bin: Access is denied.",
                           L"Z:\\data\\odd.bin: Error 0xC0000999",
                           L"Z:\\data\\sys.bin: The process cannot access the file because it is being used by "
                           L"another process."}));
+  EXPECT_EQ(gRun.counters.notFragmented, 0u);
+  EXPECT_TRUE(gRun.fragmented.empty());
 }
 
 // A junction leading back up the tree makes a walk as deep as the longest

@@ -1,12 +1,27 @@
 #include "engine/ntfs/NtfsVolume.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <set>
+#include <sstream>
 #include <vector>
 
+#include "engine/ntfs/NtfsDevice.h"
 #include "engine/ntfs/NtfsLibrary.h"
 #include "engine/sim/SimVolume.h"
 #include "util/WideString.h"
@@ -31,10 +46,26 @@ uint32_t ErrorFromErrno(int error) {
   }
 }
 
+// Flags as the volume holds them, read as plain bits: a damaged record may
+// hold any value, which the library's enumeration types cannot.
+template <typename Flags>
+uint32_t Bits(const Flags& flags) {
+  static_assert(sizeof(Flags) <= sizeof(uint32_t));
+  uint32_t bits = 0;
+  std::memcpy(&bits, &flags, sizeof flags);
+  return bits;
+}
+
+bool IsFolderRecord(const ntfs_inode* inode) {
+  uint16_t bits = 0;
+  std::memcpy(&bits, reinterpret_cast<const uint8_t*>(inode->mrec) + offsetof(MFT_RECORD, flags), sizeof bits);
+  return (le16_to_cpu(bits) & MFT_RECORD_IS_DIRECTORY) != 0;
+}
+
 // The stream the controls work on: the unnamed data of a file, the index
 // allocation of a folder.
 ntfs_attr* OpenStream(ntfs_inode* inode) {
-  if (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) {
+  if (IsFolderRecord(inode)) {
     return ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
   }
   return ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
@@ -50,7 +81,14 @@ struct OpenedStream {
   }
   ~OpenedStream() {
     if (stream != nullptr) ntfs_attr_close(stream);
-    if (inode != nullptr) ntfs_inode_close(inode);
+    if (inode != nullptr && ntfs_inode_close(inode) != 0) {
+      // The record could not be written back (the call that changed it has
+      // already failed on that): the library keeps such an inode, so its
+      // unwritten changes are dropped and it is released.
+      NInoClearDirty(inode);
+      NInoAttrListClearDirty(inode);
+      ntfs_inode_close(inode);
+    }
   }
   OpenedStream(const OpenedStream&) = delete;
   OpenedStream& operator=(const OpenedStream&) = delete;
@@ -59,10 +97,13 @@ struct OpenedStream {
 // The whole run list of a stream, read record by record and joined: linear
 // in its runs, where the library's own mapping merges each record's runs
 // into the list so far (quadratic for a file of many thousands). Only the
-// end mark for a stream kept inside its record; false when the records'
-// runs do not follow each other.
+// end mark for a stream kept inside its record. The runs come from the
+// volume as it is: before any of their cluster numbers is used to read,
+// write or claim anything, each must follow the one before it, lie inside
+// the volume and be a hole if it has no clusters; false when one does not.
 bool ReadRuns(ntfs_attr* stream, std::vector<runlist_element>& runs) {
   runs.clear();
+  const int64_t clusters = stream->ni->vol->nr_clusters;
   int64_t next = 0;
   bool ok = true;
   if (NAttrNonResident(stream)) {
@@ -76,9 +117,9 @@ bool ReadRuns(ntfs_attr* stream, std::vector<runlist_element>& runs) {
       ok = piece != nullptr;
       for (const runlist_element* run = piece; ok && run->length != 0; ++run) {
         if (run->lcn == LCN_RL_NOT_MAPPED) continue;  // another record's part
-        // Clusters beyond the volume make the list unusable.
-        ok = run->vcn == next && run->length > 0 &&
-             (run->lcn < 0 || run->lcn + run->length <= stream->ni->vol->nr_clusters);
+        ok = run->vcn == next && run->length > 0 && run->length <= INT64_MAX - next &&
+             (run->lcn >= 0 ? run->lcn < clusters && run->length <= clusters - run->lcn : run->lcn == LCN_HOLE);
+        if (!ok) break;
         runs.push_back(*run);
         next = run->vcn + run->length;
       }
@@ -110,6 +151,136 @@ std::wstring WideFromVolumeUnits(const ntfschar* units, int count) {
     text += wchar_t(unit);
   }
   return text;
+}
+
+// ---- Is it in use? ----
+
+std::string ReadLine(const std::string& path, int& error) {
+  std::ifstream in(path);
+  std::string line;
+  error = 0;
+  if (!in) {
+    error = errno != 0 ? errno : EIO;
+    return line;
+  }
+  std::getline(in, line);
+  return line;
+}
+
+// "7:3" as a device number; false when it is not one.
+bool ParseDeviceNumber(const std::string& text, dev_t& number) {
+  unsigned major = 0, minor = 0;
+  char extra = 0;
+  if (std::sscanf(text.c_str(), "%u:%u%c", &major, &minor, &extra) != 2) return false;
+  number = makedev(major, minor);
+  return true;
+}
+
+// Mount points and sources are written with octal escapes for blanks.
+std::string Unescaped(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\\' && i + 3 < text.size() && std::isdigit(static_cast<unsigned char>(text[i + 1]))) {
+      out += char(std::stoi(text.substr(i + 1, 3), nullptr, 8));
+      i += 3;
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+bool SameData(const struct stat& ours, const struct stat& other) {
+  if (S_ISBLK(ours.st_mode)) return S_ISBLK(other.st_mode) && other.st_rdev == ours.st_rdev;
+  return S_ISREG(other.st_mode) && other.st_dev == ours.st_dev && other.st_ino == ours.st_ino;
+}
+
+// Whether the opened image or device is mounted or attached anywhere on this
+// system. Compared by what the names lead to, not by the names: a mount
+// lists the device it was given (a loop device for an image, a different
+// name for the same disk). A block device stands for its partitions too.
+// Empty when nothing uses it; else why it is refused, a check that cannot be
+// made included.
+std::string UseOf(const struct stat& ours) {
+  // The block devices that carry our data: the device itself and its
+  // partitions, or every loop device whose backing is our image or device.
+  std::set<dev_t> carriers;
+  std::string attached;
+  if (S_ISBLK(ours.st_mode)) {
+    carriers.insert(ours.st_rdev);
+    const std::string base = "/sys/dev/block/" + std::to_string(major(ours.st_rdev)) + ":" +
+                             std::to_string(minor(ours.st_rdev));
+    if (DIR* folder = opendir(base.c_str())) {
+      while (dirent* entry = readdir(folder)) {
+        int error = 0;
+        dev_t number;
+        const std::string name = entry->d_name;
+        if (name[0] == '.' || access((base + "/" + name + "/partition").c_str(), F_OK) != 0) continue;
+        if (ParseDeviceNumber(ReadLine(base + "/" + name + "/dev", error), number)) carriers.insert(number);
+      }
+      closedir(folder);
+    }
+    if (DIR* holders = opendir((base + "/holders").c_str())) {
+      std::string held;
+      while (dirent* entry = readdir(holders)) {
+        if (entry->d_name[0] != '.') held = entry->d_name;
+      }
+      closedir(holders);
+      if (!held.empty()) return "is in use by /dev/" + held + ": release it first";
+    }
+  }
+  DIR* blocks = opendir("/sys/block");
+  if (blocks == nullptr) return std::string("could not be checked for loop devices: /sys/block: ") + std::strerror(errno);
+  while (dirent* entry = readdir(blocks)) {
+    const std::string name = entry->d_name;
+    if (name.rfind("loop", 0) != 0) continue;
+    int error = 0;
+    std::string backing = ReadLine("/sys/block/" + name + "/loop/backing_file", error);
+    if (error == ENOENT) continue;  // not attached
+    if (error != 0) {
+      closedir(blocks);
+      return "could not be checked for loop devices: /sys/block/" + name + ": " + std::strerror(error);
+    }
+    struct stat other {};
+    if (backing.empty() || stat(backing.c_str(), &other) != 0 || !SameData(ours, other)) continue;
+    dev_t number;
+    if (!ParseDeviceNumber(ReadLine("/sys/block/" + name + "/dev", error), number)) {
+      closedir(blocks);
+      return "is attached to /dev/" + name + ", whose device number could not be read";
+    }
+    carriers.insert(number);
+    if (attached.empty()) attached = "/dev/" + name;
+  }
+  closedir(blocks);
+
+  std::ifstream mounts("/proc/self/mountinfo");
+  if (!mounts) return std::string("could not be checked for mounts: /proc/self/mountinfo: ") + std::strerror(errno);
+  std::string line;
+  while (std::getline(mounts, line)) {
+    // ID PARENT MAJOR:MINOR ROOT MOUNT-POINT OPTIONS [TAGS...] - TYPE SOURCE OPTIONS
+    std::istringstream fields(line);
+    std::string id, parent, number, root, point, field;
+    fields >> id >> parent >> number >> root >> point;
+    while (fields >> field && field != "-") {
+    }
+    std::string type, source;
+    fields >> type >> source;
+    dev_t mounted;
+    if (!ParseDeviceNumber(number, mounted)) return "could not be checked for mounts: /proc/self/mountinfo is not readable as expected";
+    bool ours_ = carriers.count(mounted) != 0;
+    source = Unescaped(source);
+    struct stat other {};
+    if (!ours_ && !source.empty() && source[0] == '/' && stat(source.c_str(), &other) == 0) {
+      ours_ = SameData(ours, other) || (S_ISBLK(other.st_mode) && carriers.count(other.st_rdev) != 0);
+    }
+    if (ours_) {
+      return "is mounted on " + Unescaped(point) + (attached.empty() ? std::string() : " through " + attached) +
+             ": unmount it first";
+    }
+  }
+  if (mounts.bad()) return "could not be checked for mounts: /proc/self/mountinfo could not be read";
+  if (!attached.empty()) return "is attached to " + attached + ": detach it first (losetup -d " + attached + ")";
+  return {};
 }
 
 }  // namespace
@@ -145,78 +316,120 @@ struct NtfsVolume::PendingMove {
 NtfsVolume::NtfsVolume() = default;
 NtfsVolume::~NtfsVolume() { Unmount(); }
 
+_ntfs_volume* NtfsVolume::MountDevice(const std::string& device, bool readOnly) {
+  ntfs_device* opened = ntfs_device_alloc(device.c_str(), 0, ntfsdevice::Operations(), &device_);
+  if (opened == nullptr) return nullptr;
+  ntfs_volume* mounted = ntfs_device_mount(opened, readOnly ? ntfs_mount_flags(NTFS_MNT_RDONLY) : ntfs_mount_flags(0));
+  if (mounted == nullptr) {
+    const int error = errno;
+    ntfs_device_free(opened);
+    errno = error;
+  }
+  return mounted;
+}
+
 NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar_t letter,
                                  std::string& message) {
   std::lock_guard lock(mutex_);
   Unmount();
   letter_ = wchar_t(UpperCaseUnit(letter));
   completedMove_ = false;
-  unsigned long mountFlags = 0;
-  if (ntfs_check_if_mounted(device.c_str(), &mountFlags) == 0 && (mountFlags & NTFS_MF_MOUNTED)) {
-    message = device + " is mounted: unmount it first";
-    return NtfsOpenFailure::Mounted;
+  // Held exclusively from here to the end: a block device is claimed as a
+  // mount claims it (a mounted one cannot be claimed, and nothing can mount
+  // it while we hold it); an image file is locked against other runs.
+  struct stat given {};
+  const bool block = stat(device.c_str(), &given) == 0 && S_ISBLK(given.st_mode);
+  const int fd = open(device.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | (block ? O_EXCL : 0));
+  if (fd < 0) {
+    const int error = errno;
+    message = device + (error == EBUSY ? " is in use by the system (mounted, or claimed by another program)"
+                                       : " cannot be opened: " + std::string(std::strerror(error)));
+    return error == EBUSY ? NtfsOpenFailure::Mounted : NtfsOpenFailure::CannotOpen;
+  }
+  device_ = NtfsDeviceFile{fd, writable, block};
+  auto refuse = [this, &message, &device](NtfsOpenFailure failure, const std::string& why) {
+    message = device + " " + why;
+    close(device_.fd);
+    device_ = NtfsDeviceFile{};
+    return failure;
+  };
+  struct stat held {};
+  if (fstat(fd, &held) != 0) return refuse(NtfsOpenFailure::CannotOpen, "cannot be examined: " + std::string(std::strerror(errno)));
+  if (!S_ISREG(held.st_mode) && !S_ISBLK(held.st_mode)) {
+    return refuse(NtfsOpenFailure::CannotOpen, "is neither an image file nor a block device");
+  }
+  if (flock(fd, (writable ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0) {
+    return errno == EWOULDBLOCK ? refuse(NtfsOpenFailure::Mounted, "is open in another run: wait for it to end")
+                                : refuse(NtfsOpenFailure::Mounted, "cannot be locked: " + std::string(std::strerror(errno)));
+  }
+  const std::string use = UseOf(held);
+  if (!use.empty()) return refuse(NtfsOpenFailure::Mounted, use);
+  uint64_t deviceBytes = uint64_t(held.st_size);
+  if (block && ioctl(fd, BLKGETSIZE64, &deviceBytes) != 0) {
+    return refuse(NtfsOpenFailure::CannotOpen, "cannot tell its size: " + std::string(std::strerror(errno)));
   }
   // Looked at read-only first: a volume that is refused is never written.
-  ntfs_volume* probe = ntfs_mount(device.c_str(), NTFS_MNT_RDONLY);
+  ntfs_volume* probe = MountDevice(device, true);
   if (probe == nullptr) {
-    message = device + " cannot be opened as an NTFS volume: " + std::strerror(errno);
-    return NtfsOpenFailure::CannotOpen;
+    return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened as an NTFS volume: " + std::string(std::strerror(errno)));
+  }
+  // Every cluster number the volume holds is checked against its size; the
+  // size itself must fit the device.
+  if (probe->nr_clusters <= 0 || uint64_t(probe->nr_clusters) > (deviceBytes >> probe->cluster_size_bits)) {
+    ntfs_umount(probe, FALSE);
+    return refuse(NtfsOpenFailure::CannotOpen, "says it holds more clusters than the device has room for");
   }
   // A run stopped in the middle of a switch left it complete in its
   // journal: applied before anything reads the volume, or the volume refused.
-  const InterruptedSwitch left = FinishInterruptedSwitch(device, probe, writable);
+  const InterruptedSwitch left = FinishInterruptedSwitch(probe, writable);
   completedMove_ = left == InterruptedSwitch::Applied;
   if (left != InterruptedSwitch::None) {
     ntfs_umount(probe, FALSE);
     if (left == InterruptedSwitch::Pending) {
-      message = device + " was left in the middle of a move by a stopped defragmentation: "
-                         "defragment it once more to complete the move, then let its own system check it";
-      return NtfsOpenFailure::Dirty;
+      return refuse(NtfsOpenFailure::Dirty, "was left in the middle of a move by a stopped defragmentation: "
+                                            "defragment it once more to complete the move, then let its own "
+                                            "system check it");
     }
     if (left == InterruptedSwitch::Failed) {
-      message = device + " holds a move a stopped defragmentation left half-done, which cannot be completed";
-      return NtfsOpenFailure::CannotOpen;
+      return refuse(NtfsOpenFailure::CannotOpen,
+                    "holds a move a stopped defragmentation left half-done, which cannot be completed");
     }
-    probe = ntfs_mount(device.c_str(), NTFS_MNT_RDONLY);
+    probe = MountDevice(device, true);
     if (probe == nullptr) {
-      message = device + " cannot be opened as an NTFS volume: " + std::strerror(errno);
-      return NtfsOpenFailure::CannotOpen;
+      return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened as an NTFS volume: " + std::string(std::strerror(errno)));
     }
   }
   if (probe->flags & VOLUME_IS_DIRTY) {
     ntfs_umount(probe, FALSE);
-    message = device + (left == InterruptedSwitch::Applied ? " had a move left half-done by a stopped "
-                                                             "defragmentation, now completed; it"
-                                                           : "") +
-              " is marked for a disk check: let its own system check it first";
-    return NtfsOpenFailure::Dirty;
+    return refuse(NtfsOpenFailure::Dirty, std::string(left == InterruptedSwitch::Applied
+                                                          ? "had a move left half-done by a stopped "
+                                                            "defragmentation, now completed; it "
+                                                          : "") +
+                                              "is marked for a disk check: let its own system check it first");
   }
   if (ntfs_volume_check_hiberfile(probe, 0) != 0) {
     ntfs_umount(probe, FALSE);
-    message = device + " holds a hibernated or fast-started system: shut that system down fully first";
-    return NtfsOpenFailure::Hibernated;
+    return refuse(NtfsOpenFailure::Hibernated,
+                  "holds a hibernated or fast-started system: shut that system down fully first");
   }
   if (!writable) {
     volume_ = probe;
   } else {
     ntfs_umount(probe, FALSE);
-    volume_ = ntfs_mount(device.c_str(), ntfs_mount_flags(0));
+    volume_ = MountDevice(device, false);
     if (volume_ == nullptr) {
-      message = device + " cannot be opened for writing: " + std::strerror(errno);
-      return NtfsOpenFailure::CannotOpen;
+      return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened for writing: " + std::string(std::strerror(errno)));
     }
     // Marked for a disk check before anything else is written, cleared only
-    // at a clean end.
+    // at a clean end. The journal is made with the first switch.
     if (ntfs_volume_write_flags(volume_, volume_->flags | VOLUME_IS_DIRTY) != 0 ||
         ntfs_device_sync(volume_->dev) != 0) {
-      message = device + " cannot be written: " + std::strerror(errno);
+      const int error = errno;
       ntfs_umount(volume_, FALSE);
       volume_ = nullptr;
-      return NtfsOpenFailure::CannotOpen;
+      return refuse(NtfsOpenFailure::CannotOpen, "cannot be written: " + std::string(std::strerror(error)));
     }
-    // The journal is made with the first switch.
-    SwitchJournal::Install(volume_);
-    device_ = device;
+    path_ = device;
   }
   writable_ = writable;
   needsCheck_ = false;
@@ -228,7 +441,17 @@ bool NtfsVolume::Unmount() {
   std::lock_guard lock(mutex_);
   handles_.clear();
   runsMft_ = UINT64_MAX;
-  if (volume_ == nullptr) return !halted_;  // lost after a switch that failed
+  bool clean = !halted_;
+  if (volume_ != nullptr) clean = UnmountLibrary() && clean;
+  // The exclusive claim and the lock go last, once nothing more is written.
+  if (device_.fd >= 0) {
+    clean = close(device_.fd) == 0 && clean;
+    device_ = NtfsDeviceFile{};
+  }
+  return clean;
+}
+
+bool NtfsVolume::UnmountLibrary() {
   bool clean = true;
   if (writable_ && !halted_) {
     SettlePending();
@@ -291,7 +514,7 @@ FsHandle NtfsVolume::OpenPath(const std::wstring& path, bool backup) {
   OpenHandle handle;
   handle.mft = inode->mft_no;
   handle.protectedFile = inode->mft_no < kFirstUserRecord || volumePath.rfind("/$Extend/", 0) == 0;
-  const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
+  const bool directory = IsFolderRecord(inode);
   ntfs_inode_close(inode);
   if (directory && !backup) {
     // Folders open only with backup semantics.
@@ -341,7 +564,7 @@ bool NtfsVolume::MovesInUnits(FsHandle file) {
   const OpenHandle* open = Find(file);
   if (open == nullptr || open->volume) return false;
   OpenedStream opened(volume_, open->mft);
-  return opened.stream != nullptr && (opened.stream->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
+  return opened.stream != nullptr && (Bits(opened.stream->data_flags) & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) != 0;
 }
 
 // Every answer is synchronous: the status block is written on success and
@@ -379,7 +602,9 @@ NtStatus NtfsVolume::RunsOf(uint64_t mft, const std::vector<runlist_element>*& r
   if (opened.stream == nullptr) {
     runs_.assign(1, runlist_element{0, LCN_ENOENT, 0});
   } else if (!ReadRuns(opened.stream, runs_)) {
-    return kStatusDiskCorrupt;
+    // Refused as the file system refuses a damaged file: the analysis shows
+    // it as an error of the file, never as a file without fragments.
+    return kStatusFileCorrupt;
   }
   runsMft_ = mft;
   return kStatusSuccess;
@@ -391,7 +616,8 @@ NtStatus NtfsVolume::Pointers(const OpenHandle& file, int64_t vcn, void* output,
   const NtStatus read = RunsOf(file.mft, runs);
   if (IsFailure(read)) return read;
   const int64_t end = runs->back().vcn;
-  // Kept inside the record, empty, or read from past the end.
+  // Kept inside the record, empty, or read from past the end: the one
+  // refusal that ends a reading normally.
   if (vcn >= end) return kStatusEndOfFile;
   // The run holding `vcn`, by a binary search.
   const runlist_element* run = &*std::upper_bound(runs->begin(), runs->end() - 1, vcn,
@@ -547,11 +773,6 @@ std::vector<runlist_element> SwitchedRuns(const runlist_element* runs, const std
   return out;
 }
 
-// The device's descriptor, for dropping cached pages before a read-back.
-int DeviceDescriptor(ntfs_device* device) {
-  return device->d_private != nullptr ? *static_cast<int*>(device->d_private) : -1;
-}
-
 }  // namespace
 
 NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, uint32_t count) {
@@ -564,17 +785,17 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
     fresh->mft = file.mft;
     fresh->inode = ntfs_inode_open(volume_, MK_MREF(file.mft, 0));
     if (fresh->inode == nullptr) return kStatusInvalidHandle;
-    if (fresh->inode->flags & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
+    if (Bits(fresh->inode->flags) & FILE_ATTR_ENCRYPTED) return kStatusAccessDenied;
     fresh->stream = OpenStream(fresh->inode);
     ntfs_attr* stream = fresh->stream;
     if (stream == nullptr || !NAttrNonResident(stream)) return kStatusInvalidParameter;
-    if ((stream->data_flags & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
+    if ((Bits(stream->data_flags) & ATTR_IS_COMPRESSED) && stream->compression_block_clusters != kUnit) {
       // A compression unit the library does not write: never risked.
       return kStatusAccessDenied;
     }
     // The library is handed the whole list, read here in one pass.
     std::vector<runlist_element> runs;
-    if (!ReadRuns(stream, runs)) return kStatusDiskCorrupt;
+    if (!ReadRuns(stream, runs)) return kStatusFileCorrupt;
     auto* whole = static_cast<runlist_element*>(std::malloc(runs.size() * sizeof(runlist_element)));
     if (whole == nullptr) return kStatusDiskCorrupt;
     std::memcpy(whole, runs.data(), runs.size() * sizeof(runlist_element));
@@ -594,7 +815,7 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
     return kStatusInvalidParameter;
   }
   int64_t first = vcn, last = vcn + int64_t(count);
-  if (p.stream->data_flags & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) {
+  if (Bits(p.stream->data_flags) & (ATTR_IS_COMPRESSED | ATTR_IS_SPARSE)) {
     first = first / int64_t(kUnit) * int64_t(kUnit);
     last = (std::min)(p.end, (last + int64_t(kUnit) - 1) / int64_t(kUnit) * int64_t(kUnit));
   }
@@ -695,7 +916,7 @@ NtStatus NtfsVolume::SwitchPending() {
     return kStatusDiskCorrupt;
   }
   const int bits = volume_->cluster_size_bits;
-  const int fd = DeviceDescriptor(device);
+  const int fd = ntfsdevice::Descriptor(device);
   for (const auto& [lcn, count] : p.targets) {
     if (fd >= 0) posix_fadvise(fd, lcn << bits, count << bits, POSIX_FADV_DONTNEED);
   }
@@ -779,10 +1000,9 @@ bool NtfsVolume::Remount() {
   runsMft_ = UINT64_MAX;
   ntfs_umount(volume_, FALSE);
   journal_.Release();
-  volume_ = ntfs_mount(device_.c_str(), ntfs_mount_flags(0));
+  volume_ = MountDevice(path_, false);
   std::string message;
   if (volume_ != nullptr) {
-    SwitchJournal::Install(volume_);
     if (journal_.Attach(volume_, message)) return true;
     ntfs_umount(volume_, FALSE);
   }
@@ -796,11 +1016,19 @@ bool NtfsVolume::Remount() {
 
 void NtfsVolume::Wait(FsHandle) {}
 
-std::wstring NtfsVolume::SystemText(uint32_t code) { return SimVolume::BuiltInText(code); }
+std::wstring NtfsVolume::SystemText(uint32_t code) {
+  switch (code) {
+    case 19: return L"The media is write protected.\r\n";
+    case 1392: return L"The file or directory is corrupted and unreadable.\r\n";
+    case 1393: return L"The disk structure is corrupted and unreadable.\r\n";
+    default: return SimVolume::BuiltInText(code);
+  }
+}
 
 uint32_t NtfsVolume::StatusToError(NtStatus status) {
   switch (uint32_t(status)) {
-    case 0xC0000032u: return 1392;
+    case 0xC0000032u: return 1393;
+    case 0xC0000102u: return 1392;
     case 0xC00000A2u: return 19;
     default: return SimVolume::BuiltInStatusToError(status);
   }
@@ -840,8 +1068,8 @@ uint32_t FailQuery(uint32_t error) {
 DirEntry EntryFromInode(const std::wstring& name, ntfs_inode* inode) {
   DirEntry entry;
   entry.name = name;
-  const bool directory = (inode->mrec->flags & MFT_RECORD_IS_DIRECTORY) != 0;
-  uint32_t attributes = le32_to_cpu(inode->flags) & 0xFFFF & ~kAttrDirectory;
+  const bool directory = IsFolderRecord(inode);
+  uint32_t attributes = Bits(inode->flags) & 0xFFFF & ~kAttrDirectory;
   if (directory) attributes |= kAttrDirectory;
   if (attributes == 0) attributes = kAttrNormal;
   entry.attributes = attributes;
@@ -900,7 +1128,7 @@ uint32_t NtfsFileQueries::FindEntries(const std::wstring& pattern,
     std::lock_guard lock(volume_.mutex_);
     ntfs_inode* directory = volume_.LookUp(folder);
     if (directory == nullptr) return FailQuery(kErrPathNotFound);
-    if (!(directory->mrec->flags & MFT_RECORD_IS_DIRECTORY)) {
+    if (!IsFolderRecord(directory)) {
       ntfs_inode_close(directory);
       return FailQuery(kErrPathNotFound);
     }
@@ -969,7 +1197,7 @@ uint64_t NtfsFileQueries::GetCompressedSize(const std::wstring& path) {
     FailQuery(kErrFileNotFound);
     return kInvalidSize;
   }
-  const bool packed = inode->flags & (FILE_ATTR_COMPRESSED | FILE_ATTR_SPARSE_FILE);
+  const bool packed = Bits(inode->flags) & (FILE_ATTR_COMPRESSED | FILE_ATTR_SPARSE_FILE);
   const uint64_t size = uint64_t(packed ? inode->allocated_size : inode->data_size);
   ntfs_inode_close(inode);
   return size;

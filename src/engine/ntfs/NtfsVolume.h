@@ -19,6 +19,7 @@
 
 #include "engine/FileQueries.h"
 #include "engine/VolumeAccess.h"
+#include "engine/ntfs/NtfsDevice.h"
 #include "engine/ntfs/SwitchJournal.h"
 
 struct _ntfs_volume;
@@ -29,14 +30,17 @@ using runlist_element = _runlist_element;
 // Why a volume could not be opened.
 enum class NtfsOpenFailure {
   None,
-  CannotOpen,   // missing, not NTFS, unreadable
-  Mounted,      // mounted by this system
+  CannotOpen,   // missing, not NTFS, unreadable, larger than its device
+  Mounted,      // mounted or in use by this system (loop devices included),
+                // open in another run, or the check could not be made
   Dirty,        // marked for a check by its own system
   Hibernated,   // holds a hibernated or fast-started system
 };
 
+
 // Status values of the controls on this volume beyond the shared ones.
 constexpr NtStatus kStatusDiskCorrupt = NtStatus(0xC0000032u);
+constexpr NtStatus kStatusFileCorrupt = NtStatus(0xC0000102u);
 constexpr NtStatus kStatusMediaWriteProtected = NtStatus(0xC00000A2u);
 
 class NtfsVolume : public VolumeAccess {
@@ -46,7 +50,10 @@ class NtfsVolume : public VolumeAccess {
   NtfsVolume(const NtfsVolume&) = delete;
   NtfsVolume& operator=(const NtfsVolume&) = delete;
 
-  // Opens the image or device read-only or for writing. Nothing is written
+  // Opens the image or device read-only or for writing, exclusively: a block
+  // device is claimed as a mount claims it, an image file is locked against
+  // other runs. Refused when the image or device is mounted or attached to a
+  // loop device anywhere, or when that cannot be checked. Nothing is written
   // when the volume is refused. `message` says why in plain English.
   // Opened for writing, the volume is marked for a disk check until it is
   // closed after a clean end, so that a run that never ends has its own
@@ -115,14 +122,21 @@ class NtfsVolume : public VolumeAccess {
   // The library's view of the volume read afresh from the disk (after a
   // switch that never reached it).
   bool Remount();
+  // The library's view let go of: the journal and the disk-check mark
+  // removed after a clean end; false when the end was not clean.
+  bool UnmountLibrary();
+
+  // Mounts the held device through the library.
+  _ntfs_volume* MountDevice(const std::string& device, bool readOnly);
 
   std::recursive_mutex mutex_;
+  NtfsDeviceFile device_;
   _ntfs_volume* volume_ = nullptr;
   bool writable_ = false;
   wchar_t letter_ = L'N';
   std::vector<runlist_element> runs_;
   uint64_t runsMft_ = UINT64_MAX;
-  std::string device_;
+  std::string path_;  // the device's name, for mounting it again
   SwitchJournal journal_;
   std::unique_ptr<PendingMove> pending_;
   bool needsCheck_ = false;  // clusters left in use that no file owns

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "engine/ntfs/NtfsDevice.h"
 #include "engine/ntfs/NtfsLibrary.h"
 
 extern "C" {
@@ -15,7 +16,7 @@ extern "C" {
 
 namespace {
 
-constexpr int64_t kSector = 512;
+using ntfsdevice::kSector;
 constexpr int64_t kJournalBytes = 4 << 20;
 constexpr char kMagic[8] = {'O', 'R', 'D', 'J', 'R', 'N', 'L', '1'};
 
@@ -48,82 +49,7 @@ int64_t TableBytes(uint64_t sectors) {
   return (int64_t(sectors) * 8 + kSector - 1) / kSector * kSector;
 }
 
-// The device layer: the library's own operations underneath, writes held
-// while a switch is prepared.
-struct Holding {
-  ntfs_device* device = nullptr;
-  bool holding = false;
-  bool dropping = false;
-  std::map<int64_t, std::array<uint8_t, kSector>> sectors;
-};
-ntfs_device_operations* gPlain = nullptr;
-ntfs_device_operations gHoldingOps;
-Holding gHolding;
-uint64_t gFailAt = 0;
-
-s64 PlainWrite(ntfs_device* device, const void* buffer, s64 count, s64 offset) {
-  if (gFailAt != 0 && --gFailAt == 0) {
-    errno = EIO;
-    return -1;
-  }
-  return gPlain->pwrite(device, buffer, count, offset);
-}
-
-bool PlainWriteAll(ntfs_device* device, const void* buffer, s64 count, s64 offset) {
-  return PlainWrite(device, buffer, count, offset) == count;
-}
-
-s64 HoldingPread(ntfs_device* device, void* buffer, s64 count, s64 offset) {
-  const s64 read = gPlain->pread(device, buffer, count, offset);
-  if (read <= 0 || device != gHolding.device || gHolding.sectors.empty()) return read;
-  auto* bytes = static_cast<uint8_t*>(buffer);
-  for (auto it = gHolding.sectors.lower_bound(offset / kSector * kSector);
-       it != gHolding.sectors.end() && it->first < offset + read; ++it) {
-    const int64_t from = std::max<int64_t>(it->first, offset);
-    const int64_t to = std::min<int64_t>(it->first + kSector, offset + read);
-    std::memcpy(bytes + (from - offset), it->second.data() + (from - it->first), size_t(to - from));
-  }
-  return read;
-}
-
-s64 HoldingPwrite(ntfs_device* device, const void* buffer, s64 count, s64 offset) {
-  if (device != gHolding.device || !gHolding.holding) return PlainWrite(device, buffer, count, offset);
-  if (gHolding.dropping) return count;
-  const auto* bytes = static_cast<const uint8_t*>(buffer);
-  for (int64_t sector = offset / kSector * kSector; sector < offset + count; sector += kSector) {
-    auto found = gHolding.sectors.find(sector);
-    if (found == gHolding.sectors.end()) {
-      std::array<uint8_t, kSector> fresh{};
-      const bool whole = sector >= offset && sector + kSector <= offset + count;
-      if (!whole && gPlain->pread(device, fresh.data(), kSector, sector) != kSector) return -1;
-      found = gHolding.sectors.emplace(sector, fresh).first;
-    }
-    const int64_t from = std::max<int64_t>(sector, offset);
-    const int64_t to = std::min<int64_t>(sector + kSector, offset + count);
-    std::memcpy(found->second.data() + (from - sector), bytes + (from - offset), size_t(to - from));
-  }
-  return count;
-}
-
-int HoldingSync(ntfs_device* device) {
-  if (device == gHolding.device && gHolding.holding) return 0;
-  return gPlain->sync(device);
-}
-
-// Held sectors to their places, neighbours in one write.
-bool WriteSectors(ntfs_device* device, const std::map<int64_t, std::array<uint8_t, kSector>>& sectors) {
-  std::vector<uint8_t> run;
-  int64_t start = -1;
-  for (auto it = sectors.begin(); it != sectors.end(); ++it) {
-    if (start >= 0 && start + int64_t(run.size()) != it->first) {
-      if (!PlainWriteAll(device, run.data(), int64_t(run.size()), start)) return false;
-      run.clear();
-    }
-    if (run.empty()) start = it->first;
-    run.insert(run.end(), it->second.begin(), it->second.end());
-  }
-  return run.empty() || PlainWriteAll(device, run.data(), int64_t(run.size()), start);
-}
+using ntfsdevice::Sectors;
 
 ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
   inode = ntfs_pathname_to_inode(volume, nullptr, (std::string("/") + kJournalName).c_str());
@@ -138,18 +64,7 @@ ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
 
 }  // namespace
 
-void SwitchJournal::Install(ntfs_volume* volume) {
-  ntfs_device* device = volume->dev;
-  if (device->d_ops == &gHoldingOps) return;
-  gPlain = device->d_ops;
-  gHoldingOps = *gPlain;
-  gHoldingOps.pread = HoldingPread;
-  gHoldingOps.pwrite = HoldingPwrite;
-  gHoldingOps.sync = HoldingSync;
-  device->d_ops = &gHoldingOps;
-}
-
-void SwitchJournal::FailWrite(uint64_t n) { gFailAt = n; }
+void SwitchJournal::FailWrite(uint64_t n) { ntfsdevice::FailWrite(n); }
 
 bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
   device_ = volume->dev;
@@ -231,14 +146,12 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
   // its writes are held and the bitmap's go last, so that a stop in between
   // leaves clusters in use that nobody owns, never a record owning free ones.
   device_ = volume->dev;
-  Hold();
+  ntfsdevice::Hold(device_);
   bool ok = ntfs_delete(volume, nullptr, inode, root, name, u8(length)) == 0;  // closes both
   free(name);
   extents_.clear();
-  std::map<int64_t, std::array<uint8_t, kSector>> bitmap;
-  std::map<int64_t, std::array<uint8_t, kSector>> others;
-  others.swap(gHolding.sectors);
-  Release();
+  Sectors bitmap;
+  Sectors others = ntfsdevice::TakeHeld();
   ntfs_attr* bits = volume->lcnbmp_na;
   ok = ok && ntfs_attr_map_whole_runlist(bits) == 0;
   for (const runlist_element* run = ok ? bits->rl : nullptr; run != nullptr && run->length != 0; ++run) {
@@ -250,8 +163,8 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
       it = others.erase(it);
     }
   }
-  return ok && WriteSectors(device_, others) && gPlain->sync(device_) == 0 && WriteSectors(device_, bitmap) &&
-         gPlain->sync(device_) == 0;
+  return ok && ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, bitmap) && ntfsdevice::SyncThrough(device_);
 }
 
 bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes) {
@@ -260,7 +173,7 @@ bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes)
     if (bytes == 0) break;
     if (at < base + e.bytes) {
       const int64_t n = std::min(bytes, base + e.bytes - at);
-      if (!PlainWriteAll(device_, data, n, e.offset + (at - base))) return false;
+      if (!ntfsdevice::WriteThrough(device_, data, n, e.offset + (at - base))) return false;
       at += n;
       data += n;
       bytes -= n;
@@ -270,31 +183,14 @@ bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes)
   return bytes == 0;
 }
 
-void SwitchJournal::Hold() {
-  gHolding.device = device_;
-  gHolding.holding = true;
-  gHolding.dropping = false;
-  gHolding.sectors.clear();
-}
+void SwitchJournal::Hold() { ntfsdevice::Hold(device_); }
 
-void SwitchJournal::Drop() {
-  gHolding.device = device_;
-  gHolding.holding = true;
-  gHolding.dropping = true;
-  gHolding.sectors.clear();
-}
+void SwitchJournal::Drop() { ntfsdevice::Drop(device_); }
 
-void SwitchJournal::Release() {
-  gHolding.holding = false;
-  gHolding.dropping = false;
-  gHolding.sectors.clear();
-  gHolding.device = nullptr;
-}
+void SwitchJournal::Release() { ntfsdevice::Release(); }
 
 int SwitchJournal::Commit() {
-  std::map<int64_t, std::array<uint8_t, kSector>> sectors;
-  sectors.swap(gHolding.sectors);
-  Release();
+  Sectors sectors = ntfsdevice::TakeHeld();
   if (sectors.empty()) return 0;
   Header header{};
   std::memcpy(header.magic, kMagic, sizeof kMagic);
@@ -302,9 +198,7 @@ int SwitchJournal::Commit() {
   header.sectors = sectors.size();
   const int64_t table = TableBytes(header.sectors);
   if (kSector + table + int64_t(sectors.size()) * kSector > capacity_) {
-    gHolding.sectors.swap(sectors);  // for the caller to drop
-    gHolding.holding = true;
-    gHolding.device = device_;
+    ntfsdevice::PutBack(device_, std::move(sectors));  // for the caller to drop
     return 1;
   }
   std::vector<int64_t> offsets;
@@ -325,20 +219,20 @@ int SwitchJournal::Commit() {
   // without the sectors it names is never taken for a complete one.
   if (!WriteJournal(kSector, tableBytes.data(), table) ||
       !WriteJournal(kSector + table, data.data(), int64_t(data.size())) ||
-      !WriteJournal(0, first.data(), kSector) || gPlain->sync(device_) != 0) {
+      !WriteJournal(0, first.data(), kSector) || !ntfsdevice::SyncThrough(device_)) {
     // Possibly complete on the disk: cleared before anything else is
     // written, or the volume is left alone.
     std::array<uint8_t, kSector> empty{};
-    if (WriteJournal(0, empty.data(), kSector) && gPlain->sync(device_) == 0) return 1;
+    if (WriteJournal(0, empty.data(), kSector) && ntfsdevice::SyncThrough(device_)) return 1;
     return 2;
   }
-  if (!WriteSectors(device_, sectors) || gPlain->sync(device_) != 0) return 2;
+  if (!ntfsdevice::WriteThrough(device_, sectors) || !ntfsdevice::SyncThrough(device_)) return 2;
   std::array<uint8_t, kSector> empty{};
-  if (!WriteJournal(0, empty.data(), kSector) || gPlain->sync(device_) != 0) return 2;
+  if (!WriteJournal(0, empty.data(), kSector) || !ntfsdevice::SyncThrough(device_)) return 2;
   return 0;
 }
 
-InterruptedSwitch FinishInterruptedSwitch(const std::string& device, ntfs_volume* probe, bool apply) {
+InterruptedSwitch FinishInterruptedSwitch(ntfs_volume* probe, bool apply) {
   // Only a volume still carrying the disk-check mark of the stopped run:
   // once its own system has checked it, the records may have changed since.
   if (!(probe->flags & VOLUME_IS_DIRTY)) return InterruptedSwitch::None;
@@ -378,8 +272,9 @@ InterruptedSwitch FinishInterruptedSwitch(const std::string& device, ntfs_volume
   if (ntfs_attr_map_whole_runlist(data) != 0) return InterruptedSwitch::Failed;
   const LCN headerLcn = ntfs_rl_vcn_to_lcn(data->rl, 0);
   if (headerLcn < 0) return InterruptedSwitch::Failed;
-  const int fd = open(device.c_str(), O_RDWR);
-  if (fd < 0) return InterruptedSwitch::Failed;
+  // Written past the library, whose view is read-only: on the volume's
+  // own descriptor, held for writing when `apply`.
+  const int fd = ntfsdevice::Descriptor(probe->dev);
   bool ok = true;
   for (size_t i = 0; ok && i < offsets.size(); ++i) {
     ok = pwrite(fd, bytes.data() + i * kSector, kSector, offsets[i]) == kSector;
@@ -388,6 +283,5 @@ InterruptedSwitch FinishInterruptedSwitch(const std::string& device, ntfs_volume
   std::array<uint8_t, kSector> empty{};
   ok = ok && pwrite(fd, empty.data(), kSector, headerLcn << probe->cluster_size_bits) == kSector &&
        fsync(fd) == 0;
-  ok = close(fd) == 0 && ok;
   return ok ? InterruptedSwitch::Applied : InterruptedSwitch::Failed;
 }

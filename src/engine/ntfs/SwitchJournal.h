@@ -1,12 +1,13 @@
 #pragma once
 // A file's run list switches from its old clusters to their copy in one
 // step, however many records it spans. While the library rewrites the
-// records, everything it writes is held in memory (its reads see it); the
-// held sectors then go first into a journal file of ours on the volume,
-// synced, then to their places, synced, and the journal is cleared. A stop
-// before the journal is complete leaves the old records untouched; a stop
-// after it leaves a complete journal, which the next opening for writing
-// applies again before anything else reads the volume.
+// records, everything it writes is held in memory by the volume's device
+// layer (its reads see it); the held sectors then go first into a journal
+// file of ours on the volume, synced, then to their places, synced, and the
+// journal is cleared. A stop before the journal is complete leaves the old
+// records untouched; a stop after it leaves a complete journal, which the
+// next opening for writing applies again before anything else reads the
+// volume.
 #include <cstdint>
 #include <map>
 #include <string>
@@ -20,9 +21,6 @@ inline constexpr char kJournalName[] = "$OrdalisJournal";
 
 class SwitchJournal {
  public:
-  // Puts the holding device layer under the library's device of `volume`.
-  // Every write of the volume passes through it.
-  static void Install(_ntfs_volume* volume);
   // Opens the journal file, creating it when missing, and notes where its
   // clusters lie; false with `message` when it cannot.
   bool Attach(_ntfs_volume* volume, std::string& message);
@@ -64,6 +62,7 @@ class SwitchJournal {
 // At opening, before the volume is mounted for anything else: looks for a
 // complete journal left by a stopped run. What was found and done.
 enum class InterruptedSwitch { None, Applied, Pending, Failed };
-// `probe` is the volume mounted read-only; when `apply`, a complete journal
-// is written to `device` and cleared (the probe must be remounted after).
-InterruptedSwitch FinishInterruptedSwitch(const std::string& device, _ntfs_volume* probe, bool apply);
+// `probe` is the volume mounted read-only through the volume's one device
+// layer; when `apply` (its descriptor open for writing), a complete journal
+// is written to the device and cleared (the probe must be remounted after).
+InterruptedSwitch FinishInterruptedSwitch(_ntfs_volume* probe, bool apply);

@@ -704,6 +704,10 @@ NtStatus SimVolume::Pointers(uint32_t fileIndex, int64_t vcn, void* output, uint
     return kStatusBufferTooSmall;
   }
   const std::vector<int64_t>& starts = VcnStarts(fileIndex);
+  // End of file for a file without clusters (kept inside its record, empty)
+  // and for a start at or past the allocation: the one refusal a reader
+  // takes as the end of the runs. Every other refusal, the described faults'
+  // included, is an error of the file.
   if (file.resident || vcn >= starts.back()) return kStatusEndOfFile;
   const size_t first = size_t(std::upper_bound(starts.begin(), starts.end(), vcn) - starts.begin()) - 1;
   const int64_t runStart = starts[first];

@@ -429,6 +429,43 @@ bool MarkDirty(const std::string& image) {
          ntfs_volume_write_flags(library.volume, le16(library.volume->flags | VOLUME_IS_DIRTY)) == 0;
 }
 
+bool MarkHibernated(const std::string& image) {
+  // The header a hibernated or fast-started system leaves in its
+  // hibernation file, at the root of the volume.
+  Library library(image);
+  if (library.volume == nullptr || !library.Create("/", "hiberfil.sys", false)) return false;
+  ntfs_inode* inode = ntfs_pathname_to_inode(library.volume, nullptr, "/hiberfil.sys");
+  if (inode == nullptr) return false;
+  ntfs_attr* data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
+  std::vector<uint8_t> header(8192, 0);
+  std::memcpy(header.data(), "hibr", 4);
+  bool ok = data != nullptr && ntfs_attr_pwrite(data, 0, int64_t(header.size()), header.data()) == int64_t(header.size());
+  if (data != nullptr) ok = ntfs_attr_pclose(data) == 0 && ok;
+  if (data != nullptr) ntfs_attr_close(data);
+  return ntfs_inode_close(inode) == 0 && ok;
+}
+
+bool PointRunOutside(const std::string& image, const std::string& volumePath) {
+  Library library(image);
+  if (library.volume == nullptr) return false;
+  ntfs_inode* inode = ntfs_pathname_to_inode(library.volume, nullptr, volumePath.c_str());
+  if (inode == nullptr) return false;
+  ntfs_attr* data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
+  bool ok = data != nullptr && NAttrNonResident(data) && ntfs_attr_map_whole_runlist(data) == 0;
+  if (ok) {
+    runlist_element* last = nullptr;
+    for (runlist_element* run = data->rl; run->length != 0; ++run) {
+      if (run->lcn >= 0) last = run;
+    }
+    ok = last != nullptr;
+    if (ok) last->lcn = library.volume->nr_clusters - last->length / 2;
+    NAttrSetRunlistDirty(data);
+    ok = ok && ntfs_attr_update_mapping_pairs(data, 0) == 0;
+  }
+  if (data != nullptr) ntfs_attr_close(data);
+  return ntfs_inode_close(inode) == 0 && ok;
+}
+
 TskView::TskView(const std::string& image) {
   TSK_IMG_INFO* img = tsk_img_open_utf8_sing(image.c_str(), TSK_IMG_TYPE_DETECT, 0);
   if (img == nullptr) return;

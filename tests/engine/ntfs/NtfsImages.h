@@ -69,6 +69,11 @@ bool AddFragmentedFile(const std::string& image, const std::string& name, int fr
 // MarkedDirty: whether it carries the mark.
 bool MarkedDirty(const std::string& image);
 bool MarkDirty(const std::string& image);
+// Writes the hibernation file a hibernated or fast-started system leaves.
+bool MarkHibernated(const std::string& image);
+// Points the last run of a file's data past the end of the volume, as a
+// damaged or crafted image may.
+bool PointRunOutside(const std::string& image, const std::string& volumePath);
 
 // ntfsfix -n: true when it finds nothing to fix.
 bool NtfsfixClean(const std::string& image, std::string& output);

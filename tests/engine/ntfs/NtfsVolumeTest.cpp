@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <functional>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -527,16 +528,123 @@ TEST_F(NtfsCommandTest, DrawsTheProgressLineOnATerminalOnly) {
   EXPECT_EQ(output.find('\033'), std::string::npos) << output;
 }
 
-TEST_F(NtfsCommandTest, RefusesADirtyVolumeAndWritesNothing) {
+// A volume its own system must see first, or that something else holds, is
+// refused before anything is written, by the command and the volume alike.
+TEST_F(NtfsCommandTest, RefusesMarkedAndHeldVolumesAndWritesNothing) {
+  struct Case {
+    const char* name;
+    std::function<bool(const std::string&)> mark;
+    NtfsOpenFailure failure;
+    const char* says;
+  } cases[] = {
+      {"dirty", MarkDirty, NtfsOpenFailure::Dirty, "disk check"},
+      {"hibernated", MarkHibernated, NtfsOpenFailure::Hibernated, "hibernated"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Make(22, 0);
+    ASSERT_TRUE(c.mark(image_));
+    std::string output, hashBefore, hashAfter;
+    RunCommand("sha256sum " + Quoted(image_), hashBefore);
+    for (const char* mode : {"--analyze", "--defrag"}) {
+      EXPECT_EQ(Command(std::string(mode) + " " + Quoted(image_) + " /Users", output), 7) << output;
+      EXPECT_NE(output.find(c.says), std::string::npos) << output;
+      EXPECT_NE(output.find("nothing was written"), std::string::npos) << output;
+    }
+    NtfsVolume volume;
+    std::string message;
+    EXPECT_EQ(volume.Open(image_, true, L'N', message), c.failure) << message;
+    RunCommand("sha256sum " + Quoted(image_), hashAfter);
+    EXPECT_EQ(hashBefore, hashAfter);
+  }
+  // Open in another run: the second opening for writing waits for none.
   Make(22, 0);
-  std::string output;
-  ASSERT_TRUE(MarkDirty(image_));
+  NtfsVolume first, second;
+  std::string message;
+  ASSERT_EQ(first.Open(image_, true, L'N', message), NtfsOpenFailure::None) << message;
+  EXPECT_EQ(second.Open(image_, false, L'N', message), NtfsOpenFailure::Mounted);
+  EXPECT_NE(message.find("another run"), std::string::npos) << message;
+  first.Unmount();
+  EXPECT_EQ(second.Open(image_, false, L'N', message), NtfsOpenFailure::None) << message;
+}
+
+// An image attached to a loop device is refused whether the loop device is
+// mounted or not, and so is the loop device itself while mounted.
+TEST_F(NtfsCommandTest, RefusesAnImageBehindALoopDevice) {
+  Make(23, 0);
+  std::string output, loop;
+  if (RunCommand("losetup -f --show " + Quoted(image_), loop) != 0) {
+    GTEST_SKIP() << "loop devices cannot be attached here: " << loop;
+  }
+  loop.erase(loop.find_last_not_of("\n") + 1);
+  const std::string mount = image_ + ".loop";
+  struct Detach {
+    std::string loop, mount;
+    ~Detach() {
+      std::string ignored;
+      RunCommand("umount " + Quoted(mount), ignored);
+      RunCommand("losetup -d " + Quoted(loop), ignored);
+      RunCommand("rmdir " + Quoted(mount), ignored);
+    }
+  } detach{loop, mount};
   std::string hashBefore, hashAfter;
   RunCommand("sha256sum " + Quoted(image_), hashBefore);
   EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users", output), 7) << output;
-  EXPECT_NE(output.find("disk check"), std::string::npos) << output;
+  EXPECT_NE(output.find("is attached to " + loop), std::string::npos) << output;
+
+  RunCommand("mkdir -p " + Quoted(mount), output);
+  if (RunCommand("ntfs-3g " + Quoted(loop) + " " + Quoted(mount), output) != 0) {
+    GTEST_SKIP() << "ntfs-3g cannot mount " << loop << " here: " << output;
+  }
+  EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users", output), 7) << output;
+  EXPECT_NE(output.find("is mounted on " + mount + " through " + loop), std::string::npos) << output;
+  EXPECT_EQ(Command("--analyze " + Quoted(loop) + " /Users", output), 7) << output;
+  EXPECT_NE(output.find("mounted"), std::string::npos) << output;
+  RunCommand("umount " + Quoted(mount), output);
   RunCommand("sha256sum " + Quoted(image_), hashAfter);
   EXPECT_EQ(hashBefore, hashAfter);
+}
+
+// A check that cannot be made refuses as a mount does: run in a mount
+// namespace of its own where the system's lists are missing.
+TEST_F(NtfsCommandTest, RefusesWhenItCannotCheckForMounts) {
+  Make(25, 0);
+  std::string output;
+  if (RunCommand("unshare -m true", output) != 0) GTEST_SKIP() << "no mount namespaces here: " << output;
+  const std::string program = std::string(ORDALIS_NTFS_PROGRAM) + " --analyze " + Quoted(image_) + " /Users";
+  for (const char* hide : {"mount -t tmpfs none /sys && touch /sys/block", "mount -t tmpfs none /proc"}) {
+    SCOPED_TRACE(hide);
+    const int code = RunCommand("unshare -m sh -c " + Quoted(std::string(hide) + " && exec " + program), output);
+    EXPECT_EQ(code, 7) << output;
+    EXPECT_NE(output.find("could not be checked"), std::string::npos) << output;
+  }
+}
+
+// A run list that points past the end of the volume is an error of that
+// file, with the system's text, in the analysis and the defragmentation;
+// the other files are processed as ever.
+TEST_F(NtfsCommandTest, ARunOutsideTheVolumeIsAnErrorOfThatFile) {
+  Make(24, 1);
+  ASSERT_TRUE(PointRunOutside(image_, "/Users/ann/b.log"));
+  std::string output;
+  const std::string report = image_ + ".txt";
+  EXPECT_EQ(Command("--analyze --report " + Quoted(report) + " " + Quoted(image_) + " /Users/ann/b.log /Users", output), 4)
+      << output;
+  EXPECT_NE(output.find("Analyzed file : /Users/ann/b.log\nAn error was encountered while processing the file"),
+            std::string::npos) << output;
+  std::string written;
+  {
+    std::ifstream in(report, std::ios::binary);
+    written.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+  std::remove(report.c_str());
+  EXPECT_NE(written.find("The file or directory is corrupted and unreadable."), std::string::npos) << written;
+  EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users", output), 4) << output;
+  EXPECT_NE(output.find("processing errors : 1"), std::string::npos) << output;
+  OpenVolume(false);
+  FileAnalysis analysis;
+  EXPECT_EQ(AnalyseFile(EnginePath("/Users/ann/b.log"), analysis), 0);
+  EXPECT_EQ(WideToUtf8(analysis.outcome), "The file or directory is corrupted and unreadable.\r\n");
 }
 
 }  // namespace

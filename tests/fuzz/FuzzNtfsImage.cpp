@@ -1,0 +1,315 @@
+// NTFS images through the real volume: the analysis and the defragmentation
+// of every file, on an image whose metadata the fuzzer chose. Whatever the
+// image holds, the volume answers with statuses, never with a crash, a read
+// or a write outside its buffers, or undefined behaviour.
+//
+// A small volume is made once by mkntfs and filled through the on-disk
+// format library (fragmented files, a file with holes, a compressed file,
+// one whose run list needs an attribute list, a folder with an index
+// allocation). The fuzzer's input is laid over that volume's metadata only:
+// the boot sector, the record table, the bitmap, the folders' index blocks,
+// the record table's mirror and the log's restart pages, concatenated in
+// that order. Each execution works on a fresh copy in the shared-memory
+// folder; an input shorter than the metadata leaves the rest as it was.
+// Files of many fragments are analysed only (see kMaxMovedFragments).
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "FuzzSupport.h"
+#include "engine/Analysis.h"
+#include "engine/EngineHooks.h"
+#include "engine/Relocation.h"
+#include "engine/ntfs/NtfsLibrary.h"
+#include "engine/ntfs/NtfsVolume.h"
+
+extern "C" {
+#include <ntfs-3g/logging.h>
+}
+
+namespace {
+
+// Room for the move journal the first switch makes on the volume: on a
+// smaller volume every move would stop there and no run list be switched.
+constexpr uint64_t kImageBytes = 8ull << 20;
+constexpr int kMaxFiles = 64;
+// Files of more fragments are analysed but not moved, and one file is moved
+// per execution: each move makes the journal on the volume and syncs and
+// reads back its copy, and moves would take most of the time.
+constexpr uint64_t kMaxMovedFragments = 24;
+
+struct Region {
+  uint64_t offset;
+  uint64_t length;
+};
+
+std::vector<uint8_t> gBase;
+std::vector<Region> gRegions;
+std::string gImage;
+
+std::string Scratch(const char* suffix) {
+  static const bool inMemory = access("/dev/shm", W_OK) == 0;
+  return std::string(inMemory ? "/dev/shm" : "/tmp") + "/ordalis-fuzz-ntfs-" + std::to_string(getpid()) + suffix;
+}
+
+bool Run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
+
+// ---- Making the volume ----
+
+ntfs_inode* Create(ntfs_volume* volume, const char* parent, const char* name, bool folder) {
+  ntfs_inode* directory = ntfs_pathname_to_inode(volume, nullptr, parent);
+  if (directory == nullptr) return nullptr;
+  ntfschar* unicode = nullptr;
+  const int length = ntfs_mbstoucs(name, &unicode);
+  ntfs_inode* made = length > 0 ? ntfs_create(directory, 0, unicode, u8(length), folder ? S_IFDIR : S_IFREG) : nullptr;
+  free(unicode);
+  ntfs_inode_close(directory);
+  return made;
+}
+
+bool Append(ntfs_volume* volume, const char* path, int64_t offset, size_t bytes, uint8_t fill) {
+  ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, path);
+  if (inode == nullptr) return false;
+  ntfs_attr* data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
+  bool ok = data != nullptr;
+  if (ok) {
+    std::vector<uint8_t> buffer(bytes);
+    for (size_t i = 0; i < bytes; ++i) buffer[i] = uint8_t(fill + i / 512);
+    ok = ntfs_attr_pwrite(data, offset < 0 ? data->data_size : offset, int64_t(bytes), buffer.data()) ==
+         int64_t(bytes);
+    ok = ntfs_attr_pclose(data) == 0 && ok;
+    ntfs_attr_close(data);
+  }
+  return ntfs_inode_close(inode) == 0 && ok;
+}
+
+bool Fill(const std::string& image) {
+  ntfs_volume* volume = ntfs_mount(image.c_str(), ntfs_mount_flags(0));
+  if (volume == nullptr) return false;
+  NVolSetCompression(volume);
+  bool ok = true;
+  auto make = [&](const char* parent, const char* name, bool folder) {
+    ntfs_inode* made = Create(volume, parent, name, folder);
+    ok = ok && made != nullptr;
+    if (made != nullptr) ntfs_inode_close(made);
+  };
+  make("/", "d", true);
+  make("/", "z", true);
+  for (int i = 0; i < 40; ++i) make("/d", ("entry-with-a-longer-name-" + std::to_string(i)).c_str(), false);
+  make("/", "a", false);
+  make("/", "b", false);
+  make("/", "many", false);
+  make("/", "holes", false);
+  make("/z", "packed", false);
+  if (!ok) {
+    ntfs_umount(volume, FALSE);
+    return false;
+  }
+  ntfs_inode* packed = ntfs_pathname_to_inode(volume, nullptr, "/z/packed");
+  if (packed != nullptr) {
+    packed->flags = FILE_ATTR_FLAGS(packed->flags | FILE_ATTR_COMPRESSED);
+    ntfs_inode_mark_dirty(packed);
+    ntfs_inode_close(packed);
+  }
+  // Interleaved appends: two files of a few fragments, and one of enough
+  // one-cluster fragments that its run list leaves its record.
+  for (int round = 0; round < 6 && ok; ++round) {
+    ok = Append(volume, "/a", -1, 2048, uint8_t(round)) && Append(volume, "/b", -1, 1536, uint8_t(round + 7));
+  }
+  for (int round = 0; round < 180 && ok; ++round) {
+    ok = Append(volume, "/many", -1, 512, uint8_t(round)) && Append(volume, "/d/entry-with-a-longer-name-3", -1, 512, 1);
+  }
+  ok = ok && Append(volume, "/holes", 0, 4096, 3) && Append(volume, "/holes", 40960, 4096, 4);
+  ok = ok && Append(volume, "/z/packed", 0, 65536, 5);
+  return ntfs_umount(volume, FALSE) == 0 && ok;
+}
+
+void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) {
+  uint64_t taken = 0;
+  for (const runlist_element* run = runs; run != nullptr && run->length != 0 && taken < limit; ++run) {
+    if (run->lcn < 0) continue;
+    const uint64_t length = (std::min)(uint64_t(run->length) << clusterBits, limit - taken);
+    gRegions.push_back({uint64_t(run->lcn) << clusterBits, length});
+    taken += length;
+  }
+}
+
+// The metadata's places on the made volume.
+bool FindRegions(const std::string& image) {
+  ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
+  if (volume == nullptr) return false;
+  const uint32_t bits = volume->cluster_size_bits;
+  gRegions.push_back({0, 512});
+  AddRuns(volume->mft_na->rl, bits, uint64_t(volume->mft_na->initialized_size));
+  AddRuns(volume->lcnbmp_na->rl, bits, uint64_t(volume->lcnbmp_na->data_size));
+  for (const char* folder : {"/", "/d", "/z"}) {
+    ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, folder);
+    if (inode == nullptr) continue;
+    ntfs_attr* index = ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
+    if (index != nullptr && ntfs_attr_map_whole_runlist(index) == 0) {
+      AddRuns(index->rl, bits, uint64_t(index->data_size));
+    }
+    if (index != nullptr) ntfs_attr_close(index);
+    ntfs_inode_close(inode);
+  }
+  AddRuns(volume->mftmirr_na->rl, bits, uint64_t(volume->mftmirr_size) * volume->mft_record_size);
+  ntfs_inode* log = ntfs_inode_open(volume, FILE_LogFile);
+  if (log != nullptr) {
+    ntfs_attr* data = ntfs_attr_open(log, AT_DATA, AT_UNNAMED, 0);
+    if (data != nullptr && ntfs_attr_map_whole_runlist(data) == 0) AddRuns(data->rl, bits, 8192);
+    if (data != nullptr) ntfs_attr_close(data);
+    ntfs_inode_close(log);
+  }
+  ntfs_umount(volume, FALSE);
+  return true;
+}
+
+bool WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
+  // Written over in place, never truncated: its pages stay allocated.
+  const int fd = open(path.c_str(), O_CREAT | O_WRONLY, 0600);
+  if (fd < 0) return false;
+  const bool ok = pwrite(fd, bytes.data(), bytes.size(), 0) == ssize_t(bytes.size());
+  return close(fd) == 0 && ok;
+}
+
+bool ReadFile(const std::string& path, std::vector<uint8_t>& bytes) {
+  FILE* file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return false;
+  bytes.assign(kImageBytes, 0);
+  const bool ok = std::fread(bytes.data(), 1, bytes.size(), file) == bytes.size();
+  std::fclose(file);
+  return ok;
+}
+
+// ---- One execution ----
+
+// Every file of the volume's tree, depth first, at most kMaxFiles.
+void CollectFiles(NtfsFileQueries& queries, const std::wstring& folder, int depth, std::vector<std::wstring>& files) {
+  if (depth > 4) return;
+  std::vector<DirEntry> entries;
+  queries.FindEntries(folder + L"\\*", [&entries](const DirEntry& entry) {
+    entries.push_back(entry);
+    return entries.size() < 256;
+  });
+  for (const DirEntry& entry : entries) {
+    if (files.size() >= size_t(kMaxFiles)) return;
+    if (entry.name == L"." || entry.name == L"..") continue;
+    const std::wstring path = folder + L"\\" + entry.name;
+    if (entry.attributes & kAttrDirectory) {
+      CollectFiles(queries, path, depth + 1, files);
+    } else {
+      files.push_back(path);
+    }
+  }
+}
+
+void Exercise() {
+  NtfsVolume volume;
+  std::string message;
+  if (volume.Open(gImage, true, L'N', message) != NtfsOpenFailure::None) {
+    FUZZ_CHECK(!message.empty());
+    return;
+  }
+  NtfsFileQueries queries(volume);
+  SetVolumeAccess(&volume);
+  SetFileQueries(&queries);
+  gEngineHooks = EngineHooks{};
+  std::vector<std::wstring> files;
+  CollectFiles(queries, L"N:", 0, files);
+  bool moved = false;
+  for (const std::wstring& path : files) {
+    FileAnalysis analysis;
+    AnalyseFile(path, analysis);
+    if (!moved && analysis.outcome.empty() && analysis.fragments > 1 && analysis.fragments <= kMaxMovedFragments) {
+      FileAnalysis counts;
+      DefragmentFile(path, &counts);
+      moved = true;
+    }
+    queries.GetCompressedSize(path);
+  }
+  // The volume's bitmap through the control, start to end.
+  const FsHandle handle = Va().OpenVolume("\\\\.\\N:");
+  if (handle != kInvalidHandle) {
+    alignas(8) static uint8_t out[4096];
+    int64_t lcn = 0;
+    IoStatusBlock block{};
+    Va().GetVolumeBitmap(handle, block, &lcn, sizeof lcn, out, sizeof out);
+    Va().Close(handle);
+  }
+  ResetEngineState();
+  SetVolumeAccess(nullptr);
+  SetFileQueries(nullptr);
+  volume.Unmount();
+}
+
+}  // namespace
+
+// The library keeps a little memory on some of its own failure paths (its
+// mount, for one, on a broken record: we give it a device and get a volume
+// or nothing). Its code has no frame pointers, so a leak's stack often ends
+// at its allocator: what it allocates is not reported; what ours allocates
+// still is.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libntfs-3g.so\n"; }
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  // The library's complaints about broken images are expected by the thousand.
+  ntfs_log_set_handler(ntfs_log_handler_null);
+  const std::string made = Scratch("-made.img");
+  gImage = Scratch(".img");
+  std::remove(made.c_str());
+  const int fd = open(made.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
+  const bool sized = fd >= 0 && ftruncate(fd, off_t(kImageBytes)) == 0;
+  if (fd >= 0) close(fd);
+  if (!sized || !Run("mkntfs -q -F -Q -c 512 '" + made + "'") || !Fill(made) || !FindRegions(made) ||
+      !ReadFile(made, gBase)) {
+    std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g)\n");
+    std::abort();
+  }
+  std::remove(made.c_str());
+  uint64_t total = 0;
+  for (const Region& region : gRegions) total += region.length;
+  std::fprintf(stderr, "fuzz_ntfs_image: %zu metadata regions, %llu bytes\n", gRegions.size(),
+               static_cast<unsigned long long>(total));
+  // The untouched metadata, for a seed: ORDALIS_FUZZ_NTFS_SEED=file.
+  if (const char* seed = std::getenv("ORDALIS_FUZZ_NTFS_SEED")) {
+    std::vector<uint8_t> blob;
+    for (const Region& region : gRegions) {
+      blob.insert(blob.end(), gBase.begin() + long(region.offset), gBase.begin() + long(region.offset + region.length));
+    }
+    if (!WriteFile(seed, blob)) std::abort();
+  }
+  std::atexit([] { std::remove(gImage.c_str()); });
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // The image file stays mapped: each execution copies the made volume over
+  // it and lays the input on top, without allocating anything.
+  static uint8_t* image = [] {
+    if (!WriteFile(gImage, gBase)) std::abort();
+    const int fd = open(gImage.c_str(), O_RDWR);
+    void* map = fd < 0 ? MAP_FAILED : mmap(nullptr, kImageBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (map == MAP_FAILED) std::abort();
+    close(fd);
+    return static_cast<uint8_t*>(map);
+  }();
+  std::memcpy(image, gBase.data(), kImageBytes);
+  size_t at = 0;
+  for (const Region& region : gRegions) {
+    if (at >= size) break;
+    const size_t n = (std::min)(size_t(region.length), size - at);
+    std::memcpy(image + region.offset, data + at, n);
+    at += n;
+  }
+  Exercise();
+  return 0;
+}
