@@ -453,7 +453,7 @@ protected:
         ASSERT_EQ(upper.size(), 2u);
         EXPECT_EQ(upper[0], italian ? L"Oggetti totali in elenco: 1" : L"Items in list: 1");
         EXPECT_EQ(upper[1], (italian ? L"Totale file elaborati: " : L"Files processed: ") + dialog[1]);
-        EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{italian ? L"In attesa" : L"Waiting"}));
+        EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{italian ? L"In attesa" : L"Ready"}));
         TestDriver::PressButton(summary, IDOK);
         TestDriver::PumpMessages(300);
 

@@ -27,7 +27,7 @@
 
 #include "FuzzSupport.h"
 #include "engine/Analysis.h"
-#include "engine/EngineHooks.h"
+#include "engine/EngineUi.h"
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsLibrary.h"
 #include "engine/ntfs/NtfsVolume.h"
@@ -212,6 +212,24 @@ void CollectFiles(NtfsFileQueries& queries, const std::wstring& folder, int dept
   }
 }
 
+// Nobody watches a fuzzed run: no texts, no progress, and a wait blocks on
+// the worker alone.
+class QuietEngineUi : public EngineUi {
+ public:
+  bool PumpMessages() override { return true; }
+  bool WaitForWorker(WorkerThread& worker) override { return pump_.WaitForWorker(worker); }
+  std::wstring Text(uint32_t, const wchar_t* literal) override { return literal; }
+  void SetStatusText(int, const std::wstring&) override {}
+  void SetWorkingIcon(bool) override {}
+  void ShowProgress(uint64_t) override {}
+  void SetProgress(uint64_t) override {}
+  void HideProgress() override {}
+  void RedrawList() override {}
+
+ private:
+  NoWindowPump pump_;
+};
+
 void Exercise() {
   NtfsVolume volume;
   std::string message;
@@ -222,7 +240,7 @@ void Exercise() {
   NtfsFileQueries queries(volume);
   SetVolumeAccess(&volume);
   SetFileQueries(&queries);
-  gEngineHooks = EngineHooks{};
+  QuietEngineUi ui;
   std::vector<std::wstring> files;
   CollectFiles(queries, L"N:", 0, files);
   bool moved = false;
@@ -231,7 +249,7 @@ void Exercise() {
     AnalyseFile(path, analysis);
     if (!moved && analysis.outcome.empty() && analysis.fragments > 1 && analysis.fragments <= kMaxMovedFragments) {
       FileAnalysis counts;
-      DefragmentFile(path, &counts);
+      DefragmentFile(ui, path, &counts);
       moved = true;
     }
     queries.GetCompressedSize(path);

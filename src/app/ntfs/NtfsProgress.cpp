@@ -119,7 +119,9 @@ ProgressSnapshot ProgressLine::Snapshot() {
 
 void ProgressLine::Draw() {
   std::unique_lock lock(mutex_);
-  while (running_) {
+  // Every run draws its line at least once, even one that ends before this
+  // thread first gets the lock.
+  for (bool first = true; first || running_; first = false) {
     std::string text = ProgressText(Snapshot());
     const size_t width = TerminalWidth() - 1;
     if (text.size() > width) text.resize(width);
