@@ -373,7 +373,12 @@ std::string WriteSimDescription(const SimVolume& volume) {
     out += "held " + std::to_string(run.lcn) + " " + std::to_string(run.count) + "\n";
   }
   for (const SimFile& file : volume.Files()) {
-    out += "file \"" + WideToUtf8(file.path) + "\" size=" + std::to_string(file.size);
+    // A described path loses a long prefix when it is read, and any path
+    // whose third character is "?" counts as prefixed: such a stored path is
+    // written behind a prefix of its own, so that reading it back gives it
+    // unchanged.
+    const std::wstring path = HasLongPrefix(file.path) ? L"\\\\?\\" + file.path : file.path;
+    out += "file \"" + WideToUtf8(path) + "\" size=" + std::to_string(file.size);
     if (file.resident) out += " resident";
     if (!file.runs.empty()) out += " runs=" + RunsText(file.runs);
     if (file.compressed) out += " compressed";
