@@ -6,12 +6,12 @@
 #include "items/ItemColours.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "ui/Artwork.h"
-#include "settings/CommandIds.h"
-#include "ui/Dpi.h"
-#include "util/StringIds.h"
-#include "util/SystemLibrary.h"
+#include "options/CommandIds.h"
+#include "ui/controls/Dpi.h"
+#include "options/StringIds.h"
+#include "util/win32/SystemLibrary.h"
 
 namespace {
 

@@ -16,11 +16,11 @@
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsVolume.h"
 #include "engine/sim/SimVolume.h"
-#include "filters/Filters.h"
+#include "selection/Filters.h"
 #include "items/ItemList.h"
 #include "runs/RunDriver.h"
 #include "runs/RunOptions.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "util/SharedLock.h"
 #include "util/WideString.h"
 

@@ -1,6 +1,6 @@
 #include <string>
 
-#include "ui/Dpi.h"
+#include "ui/controls/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
 

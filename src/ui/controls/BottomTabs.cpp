@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/Dpi.h"
+#include "ui/controls/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
 

@@ -3,7 +3,7 @@
 // gradients, and registration of a window class on its first use.
 #include <windows.h>
 
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace Theme {
 

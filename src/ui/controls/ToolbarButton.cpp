@@ -3,10 +3,10 @@
 
 #include <string>
 
-#include "ui/Dpi.h"
+#include "ui/controls/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 
