@@ -103,16 +103,6 @@ TEST_F(FreeSpaceTest, TheGuardKeepsARunStartingAtTheReturnedByteCountOpen) {
   EXPECT_EQ(Find(5, false), 4117);
 }
 
-TEST_F(FreeSpaceTest, FullAndEmptyVolumes) {
-  Build({50000, {{0, 50000}}});
-  EXPECT_EQ(Find(1, false), -1);
-  EXPECT_EQ(Find(1, true), -1);
-  Build({50000, {}});
-  EXPECT_EQ(Find(1, false), 0);
-  EXPECT_EQ(Find(50000, true), 0);
-  EXPECT_EQ(Find(50001, true), -1);
-}
-
 TEST_F(FreeSpaceTest, AFailedReadGivesItsTextAndPendingReadsSearchTheWholeVolume) {
   Build({70000, {{0, 69990}}}, "pending=on");
   EXPECT_EQ(Find(10, false), 69990);
