@@ -30,11 +30,7 @@ class FreeSpaceMapTest : public SimTest {
   }
 
   FsHandle Build(uint64_t clusters, const std::vector<SimRun>& used, uint32_t align = 8) {
-    Volume("volume letter=Z clusters=" + std::to_string(clusters) +
-           " bitmapAlign=" + std::to_string(align) + "\n");
-    std::string error;
-    for (const SimRun& run : used) EXPECT_TRUE(volume().Reserve(run.lcn, run.count, error)) << error;
-    handle_ = Va().OpenVolume("\\\\.\\Z:");
+    handle_ = BuildVolume(clusters, used, "bitmapAlign=" + std::to_string(align));
     std::wstring message;
     EXPECT_EQ(map_.Read(ui_, handle_, 1, message), 1);
     return handle_;
