@@ -131,11 +131,13 @@ TEST_F(NtfsVolumeTest, RetrievalPointersKeepTheRecordRules) {
 }
 
 TEST_F(NtfsVolumeTest, BitmapKeepsTheRecordRules) {
-  Make(5, 0);
+  // A volume whose clusters end inside a byte of the bitmap.
+  Make(5, 0, (64ull << 20) + 3 * 4096);
   OpenVolume(false);
   FsHandle volume = Va().OpenVolume("\\\\.\\N:");
   ASSERT_NE(volume, kInvalidHandle);
   const int64_t clusters = int64_t(volume_->ClusterCount());
+  ASSERT_NE(clusters % 8, 0);
   alignas(8) uint8_t out[kSharedBufferLength];
   IoStatusBlock block{};
   int64_t lcn = 13;
@@ -152,7 +154,7 @@ TEST_F(NtfsVolumeTest, BitmapKeepsTheRecordRules) {
   EXPECT_EQ(header.bitmapSize, clusters - header.startingLcn);
   // Bits past the end of the volume read as in use.
   const int64_t valid = header.bitmapSize;
-  EXPECT_EQ(out[16 + (valid - 1) / 8] | uint8_t((1u << (valid % 8 ? valid % 8 : 8)) - 1), 0xFF);
+  EXPECT_EQ(out[16 + (valid - 1) / 8] | uint8_t((1u << (valid % 8)) - 1), 0xFF);
   lcn = clusters;
   EXPECT_EQ(Va().GetVolumeBitmap(volume, block, &lcn, 8, out, sizeof out), kStatusInvalidParameter);
   lcn = 0;
