@@ -1,4 +1,5 @@
 #include "ui/CleanupDialog.h"
+#include "util/PathText.h"
 
 #include <algorithm>
 #include <string>
@@ -74,7 +75,7 @@ int BuiltInCleanup(HWND owner, bool quiet, HWND working) {
     return kCleanupResultCancelled;
   }
   const std::wstring folder(buffer.data(), count);
-  if (IsDriveRootPath(folder)) {
+  if (IsDriveRoot(folder)) {
     Refuse(owner, quiet,
            Text(kStrCleanupTempAtRoot, L"Impossibile eliminare i file temporanei poich\u00E9 sono memorizzati nella "
                                        L"cartella principale del disco."));
