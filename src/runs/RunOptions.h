@@ -34,6 +34,10 @@ struct RunOptions {
   uint32_t cleanup = kCleanupOff;
   // The solid-state flags (kSolidStateSkip, ...).
   uint32_t solidStateFlags = 0;
+  // A stopped analysis ends the command line's runs before its
+  // defragmentation (ordalis-ntfs: a stop signal means the user wants out).
+  // The window's command line goes on to the defragmentation.
+  bool stoppedAnalysisEndsRuns = false;
 };
 
 // The options of the runs the window starts: the command line's switches
