@@ -11,7 +11,6 @@
 #include "runs/RunSteps.h"
 #include "options/CommandIds.h"
 #include "options/Settings.h"
-#include "ui/LoadSaveSettings.h"
 #include "ui/controls/Dpi.h"
 #include "util/win32/FileDialogs.h"
 #include "ui/MainWindow.h"
@@ -120,7 +119,7 @@ void StartCleanup(HWND dialog) {
     // Its refusals are shown only while "show error messages" is on; the
     // run that asked for the cleanup ends either way.
     const int result =
-        BuiltInCleanup(dialog, !IsMenuChecked(kCmdCleanupShowErrors), GetDlgItem(dialog, kExplanation));
+        BuiltInCleanup(dialog, !gSettings.cleanupShowErrors, GetDlgItem(dialog, kExplanation));
     // A cancel during the walk has already ended the dialog.
     if (result == kCleanupResultCancelled && (gEngine.flags.load() & kStopRequested)) return;
     EndDialog(dialog, result);

@@ -9,6 +9,7 @@
 
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
+#include "options/Settings.h"
 #include "ui/Commands.h"
 
 namespace {
@@ -59,6 +60,41 @@ TEST(CommandTableTest, EveryItemOfEveryMenuHasOneEntryWithAHandler) {
     }
   }
   EXPECT_EQ(FindCommand(12345), nullptr) << "a number nobody gave is not taken for a command";
+}
+
+// Each check or radio item of the main menu (but the languages, which follow
+// the language file) takes its mark from the settings, and the fresh
+// settings mark what the menu marks as it is built. After a change, the
+// menu's marks follow the settings once the states are applied.
+TEST(CommandTableTest, TheMainMenusMarksComeFromTheSettings) {
+  gSettings = Settings();
+  HMENU menu = LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN_MENU));
+  ASSERT_NE(menu, nullptr);
+  std::vector<UINT> ids;
+  CollectIds(menu, ids);
+  int marked = 0;
+  for (UINT id : ids) {
+    MENUITEMINFOW item{};
+    item.cbSize = sizeof item;
+    item.fMask = MIIM_FTYPE | MIIM_STATE;
+    ASSERT_TRUE(GetMenuItemInfoW(menu, id, FALSE, &item));
+    const bool checked = (item.fState & MFS_CHECKED) != 0;
+    if (!checked && !(item.fType & MFT_RADIOCHECK)) continue;
+    if (id >= kCmdFirstLanguage && id <= kCmdLastLanguage) continue;
+    const CommandEntry* entry = FindCommand(id);
+    ASSERT_TRUE(entry && entry->marked) << id;
+    EXPECT_EQ(entry->marked(id), checked) << id;
+    ++marked;
+  }
+  EXPECT_GE(marked, 20);
+  gSettings.diskCheck = kCmdDiskCheckOff;
+  gSettings.followUps.shutdownAfterDefrag = true;
+  ApplyCommandStates(menu);
+  EXPECT_EQ(GetMenuState(menu, kCmdDiskCheckAsk, MF_BYCOMMAND) & MF_CHECKED, 0u);
+  EXPECT_NE(GetMenuState(menu, kCmdDiskCheckOff, MF_BYCOMMAND) & MF_CHECKED, 0u);
+  EXPECT_NE(GetMenuState(menu, kCmdShutdownAfterDefrag, MF_BYCOMMAND) & MF_CHECKED, 0u);
+  DestroyMenu(menu);
+  gSettings = Settings();
 }
 
 // What a careful user expects: a run, an import or a save of the report
