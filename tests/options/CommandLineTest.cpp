@@ -95,15 +95,6 @@ TEST(CommandLineText, BackslashDoublingSurvivesTheRoundTrip) {
   }
 }
 
-TEST(CommandLineText, BannerIsTwoBreaksTheVersionLineTheNoticeAndABreak) {
-  std::wstring banner = ConsoleBanner();
-  ASSERT_EQ(banner.rfind(L"\r\n\r\nOrdalis v", 0), 0u);
-  EXPECT_EQ(banner.substr(banner.size() - 4), L"\r\n\r\n");
-  size_t lines = 0;
-  for (size_t at = banner.find(L"\r\n"); at != std::wstring::npos; at = banner.find(L"\r\n", at + 2)) ++lines;
-  EXPECT_EQ(lines, 5u);
-}
-
 // Path arguments, with a recording item list and an in-memory file system.
 class PathArguments : public ::testing::Test {
  protected:

@@ -92,22 +92,17 @@ TEST_F(LanguageFileTest, DisplayNameIsSearchedFromThe256thCharacter) {
 TEST_F(LanguageFileTest, LanguageListAndLocales) {
   std::vector<LanguageEntry> list = MakeLanguageList(
       {{L"FR", L"Français"}, {L"it", L"Italiano (file)"}, {L"DE", L"Deutsch"}, {L"EN", L"english"}});
-  ASSERT_EQ(list.size(), 4u);
-  EXPECT_EQ(list[0].command, 4000u);
-  EXPECT_EQ(list[0].code, L"IT");
-  EXPECT_EQ(list[1].code, L"DE");
-  EXPECT_EQ(list[1].command, 4002u);
-  EXPECT_EQ(list[2].code, L"EN");
-  EXPECT_EQ(list[2].command, 4003u);
-  EXPECT_EQ(list[3].code, L"FR");
-  EXPECT_EQ(list[3].command, 4001u);
+  std::vector<std::pair<std::wstring, uint32_t>> listed;
+  for (const LanguageEntry& entry : list) listed.emplace_back(entry.code, entry.command);
+  // The program's own language first, the rest by name; commands by file order.
+  EXPECT_EQ(listed, (std::vector<std::pair<std::wstring, uint32_t>>{
+                        {L"IT", 4000}, {L"DE", 4002}, {L"EN", 4003}, {L"FR", 4001}}));
 
   EXPECT_EQ(LanguageCodeOfFile(L"ordalis_de.LNG"), L"de");
   EXPECT_EQ(LanguageFileName(L"EN"), L"Ordalis_EN.lng");
-  EXPECT_EQ(LanguageCodeForLocale(L"040c"), L"FR");
-  EXPECT_EQ(LanguageCodeForLocale(L"0C0A"), L"ES");
-  EXPECT_EQ(LanguageCodeForLocale(L"0410"), L"IT");
-  EXPECT_EQ(LanguageCodeForLocale(L"0409"), L"EN");
+  for (auto [locale, code] : {std::pair{L"040c", L"FR"}, {L"0C0A", L"ES"}, {L"0410", L"IT"}, {L"0409", L"EN"}}) {
+    EXPECT_EQ(LanguageCodeForLocale(locale), code) << locale;
+  }
 }
 
 }  // namespace

@@ -6,37 +6,21 @@
 #include <sstream>
 
 #include "RunTestSupport.h"
+#include "util/UnicodeTextFile.h"
 
 namespace {
-
-const char* kTree =
-    "volume letter=Z clusters=2000 clusterSize=4096\n"
-    "file \"Z:\\single.bin\" size=8192 runs=500:1,510:1\n"
-    "file \"Z:\\data\\a.bin\" size=16384 runs=100:2,110:2\n"
-    "file \"Z:\\data\\sub\\b.bin\" size=16000 runs=200:4\n"
-    "file \"Z:\\data\\sub\\c.bin\" size=12288 runs=300:1,310:1,320:1\n"
-    "file \"Z:\\data\\locked.bin\" size=100 runs=400:1\n"
-    "file \"Z:\\data\\refused.bin\" size=8000 runs=430:1,440:1\n"
-    "file \"Z:\\data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"
-    "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n";
-
-// The file image of these lines: FF FE, then UTF-16LE, each line + CR LF.
-std::string FileImage(const std::vector<std::wstring>& lines) {
-  std::string bytes = "\xFF\xFE";
-  for (const std::wstring& line : lines) {
-    for (wchar_t c : line + L"\r\n") {
-      bytes += char(c & 0xFF);
-      bytes += char((c >> 8) & 0xFF);
-    }
-  }
-  return bytes;
-}
 
 std::string ReadWhole(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
   text << in.rdbuf();
   return text.str();
+}
+
+// The file image of these lines: FF FE, then UTF-16LE, each line + CR LF.
+std::string FileImage(const std::vector<std::wstring>& lines) {
+  const std::vector<uint8_t> bytes = EncodeUnicodeText(lines);
+  return std::string(bytes.begin(), bytes.end());
 }
 
 ReportFormat FixedClock() {
@@ -46,12 +30,9 @@ ReportFormat FixedClock() {
   return format;
 }
 
-class RunReportTest : public RunFixture {};
+using RunReportTest = TreeRunFixture;
 
 TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
-  Volume(kTree);
-  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
   Run(RunMode::AnalyseAll);
 
   const std::filesystem::path path = std::filesystem::temp_directory_path() / "ordalis-report-test";
@@ -85,6 +66,7 @@ TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
 }
 
 TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
+  ClearItemList();
   Volume("volume letter=Z clusters=100\nfile \"Z:\\one.bin\" size=4096 runs=10:1\n");
   ASSERT_EQ(AddItem(false, L"Z:\\one.bin"), kAddOk);
   Run(RunMode::AnalyseAll);

@@ -87,3 +87,33 @@ class RunFixture : public ::testing::Test {
   RecordingRunUi ui_;
   RunOptions options_;
 };
+
+// Listed in the order the folder returns them. "big" needs 900 contiguous
+// clusters and the largest free run is 479; "refused" has its first move
+// refused; "locked" cannot be opened; "skip.tmp" is left out by the filter.
+inline const char* kRunTree =
+    "volume letter=Z clusters=2000 clusterSize=4096\n"
+    "file \"Z:\\single.bin\" size=8192 runs=500:1,510:1\n"
+    "file \"Z:\\data\\a.bin\" size=16384 runs=100:2,110:2\n"
+    "file \"Z:\\data\\sub\\b.bin\" size=16000 runs=200:4\n"
+    "file \"Z:\\data\\sub\\c.bin\" size=12288 runs=300:1,310:1,320:1\n"
+    "file \"Z:\\data\\locked.bin\" size=100 runs=400:1\n"
+    "file \"Z:\\data\\skip.tmp\" size=8192 runs=410:1,420:1\n"
+    "file \"Z:\\data\\refused.bin\" size=8000 runs=430:1,440:1\n"
+    "file \"Z:\\data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"
+    "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n"
+    "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000022\n";
+
+// Two items over that tree, ".tmp" files left out by the filter.
+class TreeRunFixture : public RunFixture {
+ protected:
+  void SetUp() override {
+    RunFixture::SetUp();
+    Volume(kRunTree);
+    ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+    ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
+    gRunFilters.fileExcluded = [](const std::wstring& path) {
+      return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
+    };
+  }
+};

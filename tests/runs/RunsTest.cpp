@@ -19,22 +19,6 @@
 
 namespace {
 
-// Listed in the order the folder returns them. "big" needs 900 contiguous
-// clusters and the largest free run is 479; "refused" has its first move
-// refused; "locked" cannot be opened; "skip.tmp" is left out by the filter.
-const char* kTree =
-    "volume letter=Z clusters=2000 clusterSize=4096\n"
-    "file \"Z:\\single.bin\" size=8192 runs=500:1,510:1\n"
-    "file \"Z:\\data\\a.bin\" size=16384 runs=100:2,110:2\n"
-    "file \"Z:\\data\\sub\\b.bin\" size=16000 runs=200:4\n"
-    "file \"Z:\\data\\sub\\c.bin\" size=12288 runs=300:1,310:1,320:1\n"
-    "file \"Z:\\data\\locked.bin\" size=100 runs=400:1\n"
-    "file \"Z:\\data\\skip.tmp\" size=8192 runs=410:1,420:1\n"
-    "file \"Z:\\data\\refused.bin\" size=8000 runs=430:1,440:1\n"
-    "file \"Z:\\data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"
-    "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n"
-    "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000022\n";
-
 // The command line's runs.
 RunOptions Unattended(bool analyse, bool defragment) {
   RunOptions options;
@@ -50,18 +34,7 @@ RunOptions With(RunOptions options, bool RunOptions::*flag, bool value = true) {
   return options;
 }
 
-class RunsTest : public RunFixture {
- protected:
-  void SetUp() override {
-    RunFixture::SetUp();
-    Volume(kTree);
-    ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-    ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
-    gRunFilters.fileExcluded = [](const std::wstring& path) {
-      return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
-    };
-  }
-};
+using RunsTest = TreeRunFixture;
 
 TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
   options_.unattended = true;
@@ -86,6 +59,16 @@ TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
   EXPECT_EQ(gRun.errors[0].displayPath, L"Z:\\data\\locked.bin");
   EXPECT_EQ(gRun.errors[0].message,
             L"The process cannot access the file because it is being used by another process.");
+
+  // A defragmentation after it starts from nothing: only its own errors
+  // count, and the analysis lines then show what it left.
+  Run(RunMode::DefragmentAll);
+  EXPECT_EQ(gRun.errors.size(), 3u);
+  EXPECT_EQ(gRun.counters.filesMoved, 3u);
+  EXPECT_EQ(Joined(ConsoleAnalysisSection()),
+            L"Analyzed file : Z:\\single.bin\r\nFile is in 1 fragments (Contiguous)\r\n\r\n"
+            L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
+            L"\r\nNumber of items processed : 2 \r\n");
   EXPECT_EQ(Check(), "check ok");
 }
 
@@ -135,7 +118,7 @@ TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
 // defragmented, in the list, the error list or the summary.
 TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
   // single.bin gets a second run of three clusters, one of which moves.
-  std::string tree = kTree;
+  std::string tree = kRunTree;
   tree.replace(tree.find("runs=500:1,510:1"), 16, "runs=500:1,510:3");
   Volume(tree + "fault \"Z:\\data\\a.bin\" control=move call=2 partial=1\n"
                 "fault \"Z:\\single.bin\" control=move call=2 partial=1\n");
@@ -161,25 +144,6 @@ TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
   EXPECT_GE(Fragments(L"Z:\\data\\a.bin"), 2u);
   EXPECT_GE(Fragments(L"Z:\\single.bin"), 2u);
   EXPECT_EQ(Check(), "check ok");
-}
-
-TEST_F(RunsTest, BothRunsTogetherReportEachInTurn) {
-  options_.unattended = true;
-  Run(RunMode::AnalyseAll);
-  const std::wstring analysis = Joined(ConsoleAnalysisSection());
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(analysis,
-            L"Analyzed file : Z:\\single.bin\r\nFile is in 2 fragments\r\n\r\n"
-            L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
-            L"\r\nNumber of items processed : 2 \r\n");
-  // The second run starts from nothing: only its own errors are counted.
-  EXPECT_EQ(gRun.errors.size(), 3u);
-  EXPECT_EQ(gRun.counters.filesMoved, 3u);
-  // Two of the folder's files that needed a move could not be moved.
-  EXPECT_EQ(Joined(ConsoleAnalysisSection()),
-            L"Analyzed file : Z:\\single.bin\r\nFile is in 1 fragments (Contiguous)\r\n\r\n"
-            L"Analyzed folder : Z:\\data\r\nFolder is Fragmented\r\n\r\n"
-            L"\r\nNumber of items processed : 2 \r\n");
 }
 
 TEST_F(RunsTest, AStopInsideTheWalkEndsEveryLevelAndAbortsTheFolder) {
@@ -343,8 +307,7 @@ TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
 }
 
 // Interactive runs close the program or show the summary only as the
-// gating rule says; the unattended mode never takes the stored disk-check
-// and cleanup choices unless its command line gave them.
+// gating rule says.
 TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   const int& summaries = ui_.summaries;
   const int& shutdowns = ui_.shutdowns;
@@ -357,7 +320,7 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   EXPECT_EQ(shutdowns, 0);
   EXPECT_TRUE(exits.empty());
 
-  Volume(kTree);
+  Volume(kRunTree);
   gRunFilters.fileExcluded = [](const std::wstring& path) {
     if (path == L"Z:\\data\\refused.bin") RequestStop();
     return false;
@@ -366,7 +329,7 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   EXPECT_EQ(exits, std::vector<uint32_t>{3});  // stopped, with the locked file's error
   EXPECT_EQ(shutdowns, 1);
 
-  Volume(kTree);
+  Volume(kRunTree);
   options_.allowAbort = true;
   Run(RunMode::DefragmentAll);
   EXPECT_EQ(exits.size(), 1u);  // a stop is allowed to end a run and nothing else
@@ -376,31 +339,16 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   followUps_.closeAfterDefrag = false;
   followUps_.shutdownAfterDefrag = false;
   gRunFilters.fileExcluded = {};
-  Volume(kTree);
+  Volume(kRunTree);
   Run(RunMode::DefragmentAll);
   EXPECT_EQ(summaries, 1);
 
+  // Attended, the user may go on despite the disk check's errors.
   ui_.diskCheckResult = kDiskCheckErrorsFound;
-  const DefragSteps stored{kDiskCheckAuto, kCleanupAuto};
-  options_.unattended = true;
-  const DefragSteps notGiven = StepsForThisRun(stored, true, false, false);
-  options_.diskCheck = notGiven.diskCheck;
-  options_.cleanup = notGiven.cleanup;
-  Run(RunMode::DefragmentAll);
-  EXPECT_TRUE(ui_.diskChecks.empty());
-  EXPECT_TRUE(ui_.cleanups.empty());
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
-  EXPECT_FALSE(gRunState.diskErrors);
-  options_.diskCheck = StepsForThisRun(stored, true, true, false).diskCheck;
+  options_.diskCheck = kDiskCheckAuto;
+  options_.cleanup = kCleanupAuto;
   Run(RunMode::DefragmentAll);
   EXPECT_EQ(ui_.diskChecks, std::vector<bool>{true});
-  EXPECT_TRUE(gRunState.diskErrors);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
-  // Attended, the stored choices hold and the user may go on despite errors.
-  options_.unattended = false;
-  options_.cleanup = StepsForThisRun(stored, false, false, false).cleanup;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(ui_.diskChecks.size(), 2u);
   EXPECT_EQ(ui_.cleanups, std::vector<bool>{true});
   EXPECT_FALSE(gRunState.diskErrors);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
@@ -445,7 +393,7 @@ TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
   };
   for (const UnattendedCase& test : cases) {
     SCOPED_TRACE(test.name);
-    Volume(kTree);
+    Volume(kRunTree);
     ui_ = RecordingRunUi();
     options_ = test.options;
     options_.solidStateFlags = kSolidStateNoDetection;
@@ -704,14 +652,6 @@ TEST_F(RunsTest, RemovedItemsTakeTheirResultsWithThem) {
   EXPECT_FALSE(PathWithinItem(L"Z:\\data", false, L"Z:\\data\\a.bin"));
 }
 
-TEST(RunResultsTest, StatusRefreshThinsOutAsTheCountGrows) {
-  std::vector<uint64_t> due;
-  for (uint64_t count = 1; count <= 1024; ++count) {
-    if (StatusRefreshDue(count)) due.push_back(count);
-  }
-  EXPECT_EQ(due, (std::vector<uint64_t>{32, 64, 128, 256, 512, 768, 1024}));
-}
-
 }  // namespace
 
 namespace {
@@ -765,7 +705,7 @@ TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
   // are defragmented without a question.
   ui_.keepSolidStateOff = true;
   for (bool unattended : {false, true}) {
-    Volume(kTree);
+    Volume(kRunTree);
     options_.solidStateFlags = unattended ? kSolidStateWarn : 0;
     options_.unattended = unattended;
     Run(RunMode::DefragmentAll);
