@@ -1,8 +1,11 @@
 #pragma once
-// Helpers of the filter tests: a clean pair of lists and settings for every
-// test, and the stored lines of a list in its order.
+// Helpers of the filter and profile tests: a clean pair of lists and settings
+// for every test, the stored lines of a list in its order, and whole files.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -25,4 +28,14 @@ inline std::vector<std::wstring> StoredLines(const FilterList& list) {
   std::vector<std::wstring> lines;
   for (const FilterEntry* entry = list.head; entry; entry = entry->next) lines.push_back(entry->storedLine);
   return lines;
+}
+
+inline std::vector<uint8_t> ReadBytes(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+}
+
+inline void WriteBytes(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
