@@ -935,11 +935,22 @@ NtStatus NtfsVolume::SwitchPending() {
   }
 
   std::string why;
-  if (!journal_.Attached() && !journal_.Attach(volume_, why)) {
-    // Possibly made in part: left for the disk check.
-    needsCheck_ = true;
-    AbandonPending();
-    return kStatusDiskCorrupt;
+  if (!journal_.Attached()) {
+    if (!journal_.Attach(volume_, why)) {
+      // Possibly made in part: left for the disk check.
+      needsCheck_ = true;
+      AbandonPending();
+      return kStatusDiskCorrupt;
+    }
+    // The library put the journal where it liked, and the targets are not
+    // claimed yet: if it took one, the copy there is gone. Refused as a
+    // target in use, so that the engine looks for room again.
+    for (const auto& [lcn, count] : p.targets) {
+      if (journal_.Overlaps(lcn << bits, count << bits)) {
+        AbandonPending();
+        return kStatusAlreadyCommitted;
+      }
+    }
   }
   runsMft_ = UINT64_MAX;
   std::vector<runlist_element> runs = SwitchedRuns(p.stream->rl, p.pieces);

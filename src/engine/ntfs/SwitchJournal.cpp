@@ -183,6 +183,13 @@ bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes)
   return bytes == 0;
 }
 
+bool SwitchJournal::Overlaps(int64_t offset, int64_t bytes) const {
+  for (const Extent& e : extents_) {
+    if (e.offset < offset + bytes && offset < e.offset + e.bytes) return true;
+  }
+  return false;
+}
+
 void SwitchJournal::Hold() { ntfsdevice::Hold(device_); }
 
 void SwitchJournal::Drop() { ntfsdevice::Drop(device_); }

@@ -28,6 +28,8 @@ class SwitchJournal {
   bool Remove(_ntfs_volume* volume);
   uint64_t Record() const { return record_; }
   bool Attached() const { return !extents_.empty(); }
+  // Whether the journal's clusters meet the byte range [offset, offset + bytes).
+  bool Overlaps(int64_t offset, int64_t bytes) const;
 
   // From here on, the library's writes are held.
   void Hold();

@@ -219,6 +219,50 @@ TEST_F(NtfsVolumeTest, DefragmentedFilesAreOneRunWhereTheEngineChoseAndNothingEl
   }
 }
 
+// The journal is made by the run's first move, in free clusters the library
+// chooses: never in a target the engine has just chosen for a copy.
+TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
+  Make(6, 1);
+  const auto before = IcatHashes(image_, filled_.files);
+  // Where the journal lands, learnt on a copy of the image.
+  const std::string original = image_;
+  image_ = original + ".copy";
+  std::string output;
+  ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(original) + " " + Quoted(image_), output), 0) << output;
+  OpenVolume(true);
+  std::vector<PhysicalRun> journal;
+  for (size_t i = 0; i < filled_.files.size() && journal.empty(); ++i) {
+    DefragmentFile(ui_, EnginePath(filled_.files[i]), nullptr);
+    IstatRuns(image_, std::string("/") + kJournalName, journal);
+  }
+  ASSERT_FALSE(journal.empty());
+  CloseVolume();
+  std::remove(image_.c_str());
+  image_ = original;
+
+  OpenVolume(true);
+  const FsHandle volume = Va().OpenVolume("\\\\.\\N:");
+  std::string moved;
+  for (const std::string& path : filled_.files) {
+    const FsHandle file = Va().OpenFileForMoving(EnginePath(path));
+    int64_t clusters = 0;
+    for (const PhysicalRun& run : ControlRuns(file)) clusters += run.count;
+    if (ControlRuns(file).size() > 1 && !Va().MovesInUnits(file)) {
+      MoveFileRecord record{uint64_t(file), 0, journal[0].lcn, uint32_t(clusters), 0};
+      IoStatusBlock block{};
+      const NtStatus status = Va().MoveClusters(volume, block, &record, sizeof record);
+      EXPECT_TRUE(status == kStatusSuccess || status == kStatusAlreadyCommitted) << std::hex << status;
+      moved = path;
+    }
+    Va().Close(file);
+    if (!moved.empty()) break;
+  }
+  ASSERT_FALSE(moved.empty());
+  Va().Close(volume);
+  CloseVolume();
+  ExpectSound(before);
+}
+
 TEST_F(NtfsVolumeTest, MovesTheVolumeCannotTakeAreRefused) {
   Make(8, 1);
   OpenVolume(true);
