@@ -64,7 +64,7 @@ ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
 
 }  // namespace
 
-void SwitchJournal::FailWrite(uint64_t n) { ntfsdevice::FailWrite(n); }
+void SwitchJournal::FailWrite(uint64_t n, bool silently) { ntfsdevice::FailWrite(n, silently); }
 
 bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
   device_ = volume->dev;

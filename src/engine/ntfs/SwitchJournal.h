@@ -46,8 +46,9 @@ class SwitchJournal {
   // written again before it is opened anew.
   int Commit();
 
-  // Test hook: the n-th write to the device from now fails (0: none).
-  static void FailWrite(uint64_t n);
+  // Test hook: the n-th write to the device from now fails (0: none), or,
+  // `silently`, reaches the disk with a byte changed and reports success.
+  static void FailWrite(uint64_t n, bool silently = false);
 
  private:
   struct Extent {

@@ -888,6 +888,18 @@ TEST_F(NtfsStopTest, AWriteThatFailsLosesNothing) {
     ExpectIntact("write " + std::to_string(n) + " failed");
   }
   EXPECT_GE(refused, 5);
+  // A copy that reaches the disk wrong (the move's first writes are its
+  // copies) is caught when it is read back: the move is refused.
+  for (uint64_t n : {1u, 4u}) {
+    Restore();
+    OpenVolume(true);
+    SwitchJournal::FailWrite(n, true);
+    DefragmentFile(ui_, EnginePath("/fragmented.bin"), nullptr);
+    EXPECT_FALSE(gEngine.moveResultCode.empty()) << n;
+    SwitchJournal::FailWrite(0);
+    CloseVolume();
+    ExpectIntact("write " + std::to_string(n) + " wrong on the disk");
+  }
 }
 
 }  // namespace
