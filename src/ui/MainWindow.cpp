@@ -17,10 +17,10 @@
 #include "runs/RunDriver.h"
 #include "runs/RunUi.h"
 #include "runs/RunResults.h"
-#include "settings/Settings.h"
-#include "settings/CommandIds.h"
+#include "options/Settings.h"
+#include "options/CommandIds.h"
 #include "ui/Commands.h"
-#include "ui/Dpi.h"
+#include "ui/controls/Dpi.h"
 #include "ui/ErrorListView.h"
 #include "ui/ItemCommands.h"
 #include "ui/ItemListView.h"
@@ -32,9 +32,9 @@
 #include "ui/Toolbar.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/Theme.h"
-#include "ui/MessageBox.h"
-#include "profiles/win32/ProfileCommands.h"
-#include "util/StringIds.h"
+#include "ui/dialogs/MessageBox.h"
+#include "ui/ProfileCommands.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {
@@ -107,6 +107,10 @@ void LayoutChildren() {
     MoveWindow(gMain.statusUpper, 0, bottom - 2 * statusHeight, width, statusHeight, TRUE);
     int upperParts[] = {width - Scaled(260), -1};
     SendMessageW(gMain.statusUpper, SB_SETPARTS, 2, reinterpret_cast<LPARAM>(upperParts));
+    // A bar that grows repaints only the strip it gained: the lower bar's
+    // one part would keep its old right edge drawn in the middle of the bar
+    // (the upper bar is repainted whole by its new parts).
+    InvalidateRect(gMain.statusLower, nullptr, TRUE);
     int progressWidth = Scaled(kProgressWidth);
     MoveWindow(gMain.progress, width - progressWidth - Scaled(22), Scaled(4), progressWidth,
                statusHeight - Scaled(8), TRUE);
