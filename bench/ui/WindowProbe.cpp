@@ -2,10 +2,18 @@
 // a top-level dialog window with the given title, then sends it
 // an empty message every few milliseconds until it is gone, timing each
 // answer. Prints the longest wait, the 99th percentile and how long the
-// window lived. After `watch` seconds it asks the window to close (a window
-// run does not end by itself) and keeps timing until it is gone.
+// window lived, and the same for each run.
 //
-//   window_probe.exe [title (default "Ordalis")] [seconds to wait for it (default 300)] [watch (default: no limit)]
+// The window is busy while the toolbar's Stop button is enabled; each run
+// within it starts with its counters emptied (the bottom panel's four
+// counters add up to the files the run processed). Every few seconds the
+// probe prints how many files the run has processed so far. Once the window
+// has been busy the given number of times and is idle again, or after
+// `watch` seconds, it asks the window to close (a window run does not end by
+// itself) and keeps timing until it is gone.
+//
+//   window_probe.exe [title (default "Ordalis")] [seconds to wait for it (default 300)]
+//                    [watch (default: no limit)] [busy spans (default: no limit)]
 #include <windows.h>
 
 #include <algorithm>
@@ -16,6 +24,16 @@
 #include <vector>
 
 namespace {
+
+// The program's control numbers, as a user's tool would find them.
+constexpr int kStopButton = 9011;
+constexpr int kCountersPanel = 1009;
+constexpr int kFirstCounter = 1015;
+constexpr int kCounterCount = 4;
+constexpr double kReportEverySeconds = 10.0;
+constexpr double kSampleSeconds = 0.25;
+
+using Clock = std::chrono::steady_clock;
 
 struct Search {
   std::wstring prefix;
@@ -34,14 +52,52 @@ BOOL CALLBACK Match(HWND window, LPARAM parameter) {
   return FALSE;
 }
 
+// The counters' digits, whatever the grouping; 0 when the panel is not there.
+uint64_t FilesProcessed(HWND window) {
+  HWND panel = GetDlgItem(window, kCountersPanel);
+  if (!panel) return 0;
+  uint64_t total = 0;
+  for (int i = 0; i < kCounterCount; ++i) {
+    wchar_t text[64] = {};
+    DWORD_PTR copied = 0;
+    if (!SendMessageTimeoutW(GetDlgItem(panel, kFirstCounter + i), WM_GETTEXT, 64, reinterpret_cast<LPARAM>(text),
+                             SMTO_NORMAL, 60000, &copied)) {
+      continue;
+    }
+    uint64_t value = 0;
+    for (const wchar_t* c = text; *c; ++c) {
+      if (*c >= L'0' && *c <= L'9') value = value * 10 + static_cast<uint64_t>(*c - L'0');
+    }
+    total += value;
+  }
+  return total;
+}
+
+struct Waits {
+  std::vector<double> all;
+  void Print(const char* what) const {
+    std::vector<double> sorted = all.empty() ? std::vector<double>{0} : all;
+    std::sort(sorted.begin(), sorted.end());
+    std::printf("%s: %zu messages; longest unanswered %.0f ms; 99th percentile %.0f ms; median %.1f ms\n", what,
+                all.size(), sorted.back(), sorted[sorted.size() * 99 / 100], sorted[sorted.size() / 2]);
+  }
+};
+
+struct RunSpan {
+  double start = 0;
+  double end = -1;
+  uint64_t files = 0;
+  Waits waits;
+};
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-  using Clock = std::chrono::steady_clock;
   Search search;
   search.prefix = argc > 1 ? argv[1] : L"Ordalis";
   const double patience = argc > 2 ? _wtof(argv[2]) : 300.0;
   const double watch = argc > 3 ? _wtof(argv[3]) : 0.0;
+  const int busyWanted = argc > 4 ? _wtoi(argv[4]) : 0;
   bool closing = false;
   const auto started = Clock::now();
   while (search.found == nullptr) {
@@ -54,25 +110,84 @@ int wmain(int argc, wchar_t** argv) {
     Sleep(20);
   }
   const auto seen = Clock::now();
-  std::vector<double> waits;
+  auto since = [&seen] { return std::chrono::duration<double>(Clock::now() - seen).count(); };
+  Waits waits;
+  std::vector<RunSpan> runs;
+  bool running = false;
+  double nextReport = kReportEverySeconds;
+  double nextSample = 0;
+  uint64_t lastFiles = 0;
+  int busySpans = 0;
   while (IsWindow(search.found)) {
     const auto before = Clock::now();
     DWORD_PTR answer = 0;
     const LRESULT sent = SendMessageTimeoutW(search.found, WM_NULL, 0, 0, SMTO_NORMAL, 3600000, &answer);
     const double ms = std::chrono::duration<double, std::milli>(Clock::now() - before).count();
     if (sent == 0 && !IsWindow(search.found)) break;
-    waits.push_back(ms);
-    if (!closing && watch > 0 && std::chrono::duration<double>(Clock::now() - seen).count() > watch) {
+    waits.all.push_back(ms);
+    if (running) runs.back().waits.all.push_back(ms);
+
+    // The window is busy (Stop enabled) through all the runs the command
+    // line asked for; a new run empties the counters.
+    const bool nowRunning = IsWindowEnabled(GetDlgItem(search.found, kStopButton)) != FALSE;
+    auto begin = [&] {
+      runs.emplace_back();
+      runs.back().start = since();
+      std::printf("%7.1f s  run %zu starts\n", runs.back().start, runs.size());
+    };
+    auto end = [&](uint64_t files) {
+      runs.back().end = since();
+      runs.back().files = files;
+      std::printf("%7.1f s  run %zu ends: %llu files\n", runs.back().end, runs.size(),
+                  static_cast<unsigned long long>(files));
+    };
+    if (nowRunning && !running) {
+      begin();
+      lastFiles = 0;
+    } else if (!nowRunning && running) {
+      end(FilesProcessed(search.found));
+      busySpans++;
+    }
+    running = nowRunning;
+    if (running && since() >= nextSample) {
+      nextSample = since() + kSampleSeconds;
+      const uint64_t files = FilesProcessed(search.found);
+      if (files < lastFiles) {
+        end(lastFiles);
+        begin();
+      }
+      lastFiles = files;
+      if (since() >= nextReport) {
+        nextReport = since() + kReportEverySeconds;
+        std::printf("%7.1f s  run %zu: %llu files\n", since(), runs.size(), static_cast<unsigned long long>(files));
+      }
+    }
+    std::fflush(stdout);
+
+    const bool allRan = busyWanted > 0 && busySpans >= busyWanted && !running;
+    if (!closing && (allRan || (watch > 0 && since() > watch))) {
       closing = true;
+      if (running) {
+        runs.back().files = FilesProcessed(search.found);
+        std::printf("%7.1f s  still running at the end of the watch: run %zu at %llu files\n", since(),
+                    runs.size(), static_cast<unsigned long long>(runs.back().files));
+      }
       PostMessageW(search.found, WM_CLOSE, 0, 0);
     }
     Sleep(5);
   }
-  const double lived = std::chrono::duration<double>(Clock::now() - seen).count();
-  if (waits.empty()) waits.push_back(0);
-  std::vector<double> sorted = waits;
-  std::sort(sorted.begin(), sorted.end());
-  std::printf("window lived %.1f s; %zu messages; longest unanswered %.0f ms; 99th percentile %.0f ms; median %.1f ms\n",
-              lived, waits.size(), sorted.back(), sorted[sorted.size() * 99 / 100], sorted[sorted.size() / 2]);
+  const double lived = since();
+  for (size_t i = 0; i < runs.size(); ++i) {
+    const RunSpan& run = runs[i];
+    const double seconds = (run.end < 0 ? lived : run.end) - run.start;
+    char what[160];
+    std::snprintf(what, sizeof what, "run %zu%s: %llu files in %.1f s (%.0f files/s)", i + 1,
+                  run.end < 0 ? " (not ended)" : "", static_cast<unsigned long long>(run.files), seconds,
+                  seconds > 0 ? static_cast<double>(run.files) / seconds : 0.0);
+    run.waits.Print(what);
+  }
+  char what[96];
+  std::snprintf(what, sizeof what, "window lived %.1f s", lived);
+  waits.Print(what);
   return 0;
 }
