@@ -53,7 +53,7 @@ BOOL CALLBACK Match(HWND window, LPARAM parameter) {
 }
 
 // The counters' digits, whatever the grouping; 0 when the panel is not there.
-uint64_t FilesProcessed(HWND window) {
+uint64_t CountersOnce(HWND window) {
   HWND panel = GetDlgItem(window, kCountersPanel);
   if (!panel) return 0;
   uint64_t total = 0;
@@ -69,6 +69,18 @@ uint64_t FilesProcessed(HWND window) {
       if (*c >= L'0' && *c <= L'9') value = value * 10 + static_cast<uint64_t>(*c - L'0');
     }
     total += value;
+  }
+  return total;
+}
+
+// The counters are read one by one while the run goes on: a reading is
+// taken when two in a row agree.
+uint64_t FilesProcessed(HWND window) {
+  uint64_t total = CountersOnce(window);
+  for (int tries = 0; tries < 10; ++tries) {
+    const uint64_t again = CountersOnce(window);
+    if (again == total) break;
+    total = again;
   }
   return total;
 }

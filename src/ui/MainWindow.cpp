@@ -570,7 +570,7 @@ void SetMainProgress(uint64_t position) {
 void HideMainProgress() { ShowWindow(gMain.progress, SW_HIDE); }
 
 void RedrawMainItemRows() {
-  if (gMain.list) RefreshItemRows(gMain.list);
+  if (gMain.list) RedrawShownItemRows(gMain.list);
 }
 
 HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup) {
