@@ -31,7 +31,9 @@ constexpr int kCountersPanel = 1009;
 constexpr int kFirstCounter = 1015;
 constexpr int kCounterCount = 4;
 constexpr double kReportEverySeconds = 10.0;
-constexpr double kSampleSeconds = 0.25;
+constexpr double kSampleSeconds = 0.1;
+// Each wait this long is printed as it happens.
+constexpr double kLongWaitMs = 150.0;
 
 using Clock = std::chrono::steady_clock;
 
@@ -52,11 +54,18 @@ BOOL CALLBACK Match(HWND window, LPARAM parameter) {
   return FALSE;
 }
 
-// The counters' digits, whatever the grouping; 0 when the panel is not there.
-uint64_t CountersOnce(HWND window) {
+// The four counters (fragmented, not fragmented, defragmented, errors), their
+// digits whatever the grouping; zeros when the panel is not there.
+struct Counters {
+  uint64_t values[kCounterCount] = {};
+  uint64_t Files() const { return values[0] + values[1] + values[2] + values[3]; }
+  bool operator==(const Counters&) const = default;
+};
+
+Counters CountersOnce(HWND window) {
+  Counters counters;
   HWND panel = GetDlgItem(window, kCountersPanel);
-  if (!panel) return 0;
-  uint64_t total = 0;
+  if (!panel) return counters;
   for (int i = 0; i < kCounterCount; ++i) {
     wchar_t text[64] = {};
     DWORD_PTR copied = 0;
@@ -64,26 +73,26 @@ uint64_t CountersOnce(HWND window) {
                              SMTO_NORMAL, 60000, &copied)) {
       continue;
     }
-    uint64_t value = 0;
     for (const wchar_t* c = text; *c; ++c) {
-      if (*c >= L'0' && *c <= L'9') value = value * 10 + static_cast<uint64_t>(*c - L'0');
+      if (*c >= L'0' && *c <= L'9') counters.values[i] = counters.values[i] * 10 + static_cast<uint64_t>(*c - L'0');
     }
-    total += value;
   }
-  return total;
+  return counters;
 }
 
 // The counters are read one by one while the run goes on: a reading is
 // taken when two in a row agree.
-uint64_t FilesProcessed(HWND window) {
-  uint64_t total = CountersOnce(window);
+Counters ReadCounters(HWND window) {
+  Counters counters = CountersOnce(window);
   for (int tries = 0; tries < 10; ++tries) {
-    const uint64_t again = CountersOnce(window);
-    if (again == total) break;
-    total = again;
+    const Counters again = CountersOnce(window);
+    if (again == counters) break;
+    counters = again;
   }
-  return total;
+  return counters;
 }
+
+uint64_t FilesProcessed(HWND window) { return ReadCounters(window).Files(); }
 
 struct Waits {
   std::vector<double> all;
@@ -129,6 +138,7 @@ int wmain(int argc, wchar_t** argv) {
   double nextReport = kReportEverySeconds;
   double nextSample = 0;
   uint64_t lastFiles = 0;
+  uint64_t lastFragmented = 0;
   int busySpans = 0;
   while (IsWindow(search.found)) {
     const auto before = Clock::now();
@@ -138,6 +148,9 @@ int wmain(int argc, wchar_t** argv) {
     if (sent == 0 && !IsWindow(search.found)) break;
     waits.all.push_back(ms);
     if (running) runs.back().waits.all.push_back(ms);
+    if (ms >= kLongWaitMs) {
+      std::printf("%7.1f s  unanswered for %.0f ms%s\n", since(), ms, running ? "" : " (no run going on)");
+    }
 
     // The window is busy (Stop enabled) through all the runs the command
     // line asked for; a new run empties the counters.
@@ -147,28 +160,32 @@ int wmain(int argc, wchar_t** argv) {
       runs.back().start = since();
       std::printf("%7.1f s  run %zu starts\n", runs.back().start, runs.size());
     };
-    auto end = [&](uint64_t files) {
+    // A run that ended between two readings is known by its last one.
+    auto end = [&](uint64_t files, bool lastReading) {
       runs.back().end = since();
       runs.back().files = files;
-      std::printf("%7.1f s  run %zu ends: %llu files\n", runs.back().end, runs.size(),
-                  static_cast<unsigned long long>(files));
+      std::printf("%7.1f s  run %zu ends: %llu files%s\n", runs.back().end, runs.size(),
+                  static_cast<unsigned long long>(files), lastReading ? " at its last reading" : "");
     };
     if (nowRunning && !running) {
       begin();
-      lastFiles = 0;
+      lastFiles = lastFragmented = 0;
     } else if (!nowRunning && running) {
-      end(FilesProcessed(search.found));
+      end(FilesProcessed(search.found), false);
       busySpans++;
     }
     running = nowRunning;
     if (running && since() >= nextSample) {
       nextSample = since() + kSampleSeconds;
-      const uint64_t files = FilesProcessed(search.found);
-      if (files < lastFiles) {
-        end(lastFiles);
+      const Counters counters = ReadCounters(search.found);
+      const uint64_t files = counters.Files();
+      // A defragmentation lists no fragmented file while it goes on.
+      if (files < lastFiles || (lastFragmented > 0 && counters.values[0] == 0)) {
+        end(lastFiles, true);
         begin();
       }
       lastFiles = files;
+      lastFragmented = counters.values[0];
       if (since() >= nextReport) {
         nextReport = since() + kReportEverySeconds;
         std::printf("%7.1f s  run %zu: %llu files\n", since(), runs.size(), static_cast<unsigned long long>(files));
