@@ -2,7 +2,7 @@
 
 #include "util/Numbers.h"
 #include "util/PathText.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 ItemCellSettings gItemCellSettings;

@@ -10,7 +10,7 @@
 #include "util/DateText.h"
 #include "util/PathText.h"
 #include "util/SortLinkedList.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Tag.h"
 #include "util/Text.h"
 #include "util/WideString.h"

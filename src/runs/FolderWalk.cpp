@@ -12,7 +12,7 @@
 #include "runs/RunUi.h"
 #include "util/PathText.h"
 #include "util/SharedLock.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Tag.h"
 #include "util/Text.h"
 #include "util/WideString.h"

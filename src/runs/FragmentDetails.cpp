@@ -6,7 +6,7 @@
 #include "items/ItemCells.h"
 #include "runs/RunResults.h"
 #include "util/PathText.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 #include "util/WideString.h"
 

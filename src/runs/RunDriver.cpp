@@ -15,7 +15,7 @@
 #include "runs/RunResults.h"
 #include "runs/RunSteps.h"
 #include "runs/RunUi.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "util/SharedLock.h"
 #include "util/Tag.h"
 #include "util/WideString.h"

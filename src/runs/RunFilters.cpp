@@ -1,6 +1,6 @@
 #include "runs/RunFilters.h"
 
-#include "filters/Filters.h"
+#include "selection/Filters.h"
 
 // The include and exclude lists decide; tests put their own rules here.
 RunFilterTests gRunFilters{

@@ -9,7 +9,7 @@
 #include "runs/RunResults.h"
 #include "util/DateText.h"
 #include "util/Numbers.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 #include "util/UnicodeTextFile.h"
 #include "util/WideString.h"

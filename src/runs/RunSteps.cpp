@@ -8,7 +8,7 @@
 #include "runs/FolderWalk.h"
 #include "runs/RunOptions.h"
 #include "runs/RunUi.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "util/WideString.h"
 
 namespace {

@@ -7,8 +7,8 @@
 
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
-#include "ui/Dpi.h"
-#include "util/Win32Handle.h"
+#include "ui/controls/Dpi.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

@@ -11,16 +11,16 @@
 #include "engine/diskcheck/DiskCheck.h"
 #include "items/ItemList.h"
 #include "runs/RunSteps.h"
-#include "settings/Settings.h"
-#include "ui/Dpi.h"
+#include "options/Settings.h"
+#include "ui/controls/Dpi.h"
 #include "ui/MainWindow.h"
-#include "ui/MessageBox.h"
+#include "ui/dialogs/MessageBox.h"
 #include "ui/PreRunSteps.h"
 #include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Theme.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

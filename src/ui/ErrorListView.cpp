@@ -5,12 +5,12 @@
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "ui/Artwork.h"
-#include "settings/CommandIds.h"
-#include "ui/Dpi.h"
+#include "options/CommandIds.h"
+#include "ui/controls/Dpi.h"
 #include "ui/PanelListView.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 
 #include "items/ItemColours.h"
 #include "res/ResourceIds.h"
-#include "settings/Settings.h"
-#include "ui/Dpi.h"
+#include "options/Settings.h"
+#include "ui/controls/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/controls/Controls.h"
 #include "ui/controls/DialogPlacement.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {

@@ -7,12 +7,12 @@
 #include "items/ItemColours.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "ui/Artwork.h"
-#include "settings/CommandIds.h"
-#include "ui/Dpi.h"
-#include "util/StringIds.h"
-#include "util/SystemLibrary.h"
+#include "options/CommandIds.h"
+#include "ui/controls/Dpi.h"
+#include "options/StringIds.h"
+#include "util/win32/SystemLibrary.h"
 
 namespace {
 
@@ -22,14 +22,14 @@ constexpr int kStateColumn = 1;
 constexpr ColumnLayout kItemColumns[] = {
     {kStrColumnName, L"Nome", 400, LVCFMT_LEFT, kCmdColumnName},
     {kStrColumnState, L"Stato", 118, LVCFMT_LEFT, kCmdColumnState},
-    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},
-    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT, kCmdColumnSizeOnDisk},
-    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
-    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},
+    kColumnSize,
+    kColumnSizeOnDisk,
+    kColumnFragments,
+    kColumnClusters,
     {kStrColumnType, L"Tipo", 300, LVCFMT_LEFT, kCmdColumnType},
-    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT, kCmdColumnPercentOnDisk},
-    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT, kCmdColumnModified},
-    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes},
+    kColumnPercentOnDisk,
+    kColumnModified,
+    kColumnAttributes,
 };
 
 struct ItemViewState {

@@ -5,10 +5,10 @@
 #include <string>
 
 #include "res/ResourceIds.h"
-#include "settings/CommandIds.h"
-#include "ui/Dpi.h"
+#include "options/CommandIds.h"
+#include "ui/controls/Dpi.h"
 #include "ui/MenuTexts.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "settings/CommandIds.h"
-#include "util/StringIds.h"
+#include "options/CommandIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "ui/PanelListView.h"
 
 #include "ui/Artwork.h"
-#include "ui/Dpi.h"
+#include "ui/controls/Dpi.h"
 
 void InitPanelListView(HWND list, const ColumnTable& table, const std::vector<uint8_t>& visible) {
   ListView_SetExtendedListViewStyle(list, LVS_EX_DOUBLEBUFFER | LVS_EX_HEADERDRAGDROP | LVS_EX_LABELTIP);

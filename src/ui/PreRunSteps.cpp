@@ -5,9 +5,9 @@
 #include "ui/CleanupDialog.h"
 #include "ui/DiskCheckDialog.h"
 #include "ui/MainWindow.h"
-#include "ui/MessageBox.h"
-#include "ui/controls/MessageDialog.h"
-#include "util/StringIds.h"
+#include "ui/dialogs/MessageBox.h"
+#include "ui/dialogs/MessageDialog.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {

@@ -5,12 +5,12 @@
 #include "items/ItemCells.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "ui/Artwork.h"
-#include "settings/CommandIds.h"
-#include "ui/Dpi.h"
+#include "options/CommandIds.h"
+#include "ui/controls/Dpi.h"
 #include "ui/PanelListView.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 
 namespace {
 
@@ -18,13 +18,13 @@ enum ResultColumn { kName, kFragments, kClusters, kSize, kSizeOnDisk, kPercent, 
 
 constexpr ColumnLayout kResultColumns[] = {
     {kStrResultColumnName, L"      Nome", 400, LVCFMT_LEFT, kCmdColumnName},
-    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
-    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},
-    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},
-    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT, kCmdColumnSizeOnDisk},
-    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT, kCmdColumnPercentOnDisk},
-    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT, kCmdColumnModified},
-    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes},
+    kColumnFragments,
+    kColumnClusters,
+    kColumnSize,
+    kColumnSizeOnDisk,
+    kColumnPercentOnDisk,
+    kColumnModified,
+    kColumnAttributes,
 };
 
 std::wstring gResultCellBuffer;

@@ -6,10 +6,10 @@
 #include "items/ItemList.h"
 #include "runs/RunResults.h"
 #include "ui/Artwork.h"
-#include "ui/Dpi.h"
-#include "util/StringIds.h"
+#include "ui/controls/Dpi.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

@@ -7,12 +7,12 @@
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
-#include "ui/Dpi.h"
 #include "ui/StatusBars.h"
+#include "ui/controls/Dpi.h"
 #include "ui/controls/Controls.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

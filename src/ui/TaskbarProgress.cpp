@@ -1,6 +1,6 @@
 #include "ui/TaskbarProgress.h"
 
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

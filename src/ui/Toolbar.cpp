@@ -1,14 +1,14 @@
 #include "ui/Toolbar.h"
 
-#include "profiles/win32/ProfileCommands.h"
+#include "ui/ProfileCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/Artwork.h"
-#include "settings/CommandIds.h"
+#include "options/CommandIds.h"
 #include "ui/Commands.h"
-#include "ui/Dpi.h"
+#include "ui/controls/Dpi.h"
 #include "ui/MenuTexts.h"
 #include "ui/controls/Controls.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #ifdef _WIN32
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 #else
 #include <cerrno>
 #include <cstdio>

@@ -5,7 +5,7 @@
 
 #include "TestDriver.h"
 #include "res/ResourceIds.h"
-#include "settings/CommandIds.h"
+#include "options/CommandIds.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 // so one failure never leaves an instance that blocks the next test.
 
 #include "ProgramCase.h"
-#include "app/ProgramVersion.h"
+#include "options/ProgramVersion.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 // paths the seeds name; every path handed to the item list is a full path.
 #include "FakeFileQueries.h"
 #include "FuzzSupport.h"
-#include "app/CommandLine.h"
-#include "app/RunFlags.h"
+#include "options/CommandLine.h"
+#include "options/RunFlags.h"
 
 #include <vector>
 

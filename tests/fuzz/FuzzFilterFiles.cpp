@@ -3,8 +3,8 @@
 // loading again gives the same saved entries, and the rules answer for a
 // few paths and for every entry's own text.
 #include "FuzzSupport.h"
-#include "filters/Filters.h"
-#include "settings/Settings.h"
+#include "selection/Filters.h"
+#include "options/Settings.h"
 #include "util/PathText.h"
 #include "util/ProgramFolder.h"
 

@@ -1,7 +1,7 @@
 // Language files on any bytes: the display name from the file's start, the
 // whole file into the display-text table, and every text asked for after.
 #include "FuzzSupport.h"
-#include "settings/LanguageFile.h"
+#include "options/LanguageFile.h"
 #include "util/Text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

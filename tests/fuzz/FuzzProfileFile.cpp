@@ -4,7 +4,7 @@
 #include "FakeFileQueries.h"
 #include "FuzzSupport.h"
 #include "items/ItemList.h"
-#include "profiles/Profile.h"
+#include "selection/Profile.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,8 +1,8 @@
 // The settings file on any bytes, read into a host that only remembers, then
 // written and read again: the second reading must give the same file.
 #include "FuzzSupport.h"
-#include "settings/Settings.h"
-#include "settings/SettingsFile.h"
+#include "options/Settings.h"
+#include "options/SettingsFile.h"
 
 #include <cstdio>
 #include <map>

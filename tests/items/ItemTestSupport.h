@@ -9,7 +9,7 @@
 #include "FakeFileQueries.h"
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
-#include "util/StringIds.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 class ItemListFixture : public ::testing::Test {

@@ -16,7 +16,7 @@
 #include "runs/RunOptions.h"
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "util/SharedLock.h"
 #include "util/Text.h"
 

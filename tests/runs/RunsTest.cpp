@@ -9,7 +9,7 @@
 #include "runs/UnattendedRun.h"
 #include "engine/SolidState.h"
 #include "engine/sim/SimDrives.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 
 #include <chrono>
 #include <future>

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "res/ResourceIds.h"
-#include "settings/CommandIds.h"
+#include "options/CommandIds.h"
 #include "ui/Commands.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "settings/LanguageFile.h"
+#include "options/LanguageFile.h"
 #include "util/Text.h"
 #include "util/UnicodeTextFile.h"
 

@@ -4,7 +4,7 @@
 
 #include "FakeFileQueries.h"
 #include "items/ItemList.h"
-#include "settings/Settings.h"
+#include "options/Settings.h"
 #include "ui/ItemListView.h"
 
 #include <commctrl.h>

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "profiles/win32/ProfileCommands.h"
+#include "ui/ProfileCommands.h"
 #include "res/ResourceIds.h"
-#include "settings/LanguageFile.h"
+#include "options/LanguageFile.h"
 #include "ui/MenuTexts.h"
-#include "settings/CommandIds.h"
+#include "options/CommandIds.h"
 #include "util/Text.h"
 #include "util/UnicodeTextFile.h"
 #include "EnglishTexts.h"

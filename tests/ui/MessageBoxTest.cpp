@@ -5,8 +5,8 @@
 
 #include "EnglishTexts.h"
 #include "OpenDialog.h"
-#include "ui/Dpi.h"
-#include "ui/MessageBox.h"
+#include "ui/controls/Dpi.h"
+#include "ui/dialogs/MessageBox.h"
 #include "util/Text.h"
 
 #include <commctrl.h>

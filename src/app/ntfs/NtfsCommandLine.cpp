@@ -1,6 +1,6 @@
 #include "app/ntfs/NtfsCommandLine.h"
 
-#include "app/ProgramVersion.h"
+#include "options/ProgramVersion.h"
 #include "util/WideString.h"
 
 const char* const kNtfsHelp =

@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-#include "app/ProgramVersion.h"
+#include "options/ProgramVersion.h"
 #include "app/ntfs/NtfsPaths.h"
 #include "app/ntfs/NtfsSummary.h"
 #include "util/WideString.h"

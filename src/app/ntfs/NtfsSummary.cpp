@@ -1,6 +1,6 @@
 #include "app/ntfs/NtfsSummary.h"
 
-#include "app/CommandLine.h"
+#include "options/CommandLine.h"
 #include "app/ntfs/NtfsPaths.h"
 #include "runs/RunReport.h"
 #include "util/WideString.h"

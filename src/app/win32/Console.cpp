@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "app/RunFlags.h"
+#include "options/RunFlags.h"
 
 namespace {
 

@@ -3,14 +3,14 @@
 #include <commctrl.h>
 #include <objbase.h>
 
-#include "app/RunFlags.h"
+#include "options/RunFlags.h"
 #include "app/win32/Console.h"
 #include "app/win32/PathHandOver.h"
 #include "app/win32/ProcessControl.h"
 #include "app/win32/SingleInstance.h"
 #include "app/win32/Startup.h"
 #include "engine/probes/Win32DeviceRequests.h"
-#include "diag/win32/CrashReportWin32.h"
+#include "ui/dialogs/CrashReportDialog.h"
 #include "engine/EngineThread.h"
 #include "engine/win32/Win32FileQueries.h"
 #include "engine/win32/Win32VolumeAccess.h"
@@ -20,15 +20,15 @@
 #include "engine/sim/SimEnvironment.h"
 #endif
 #include "items/ItemList.h"
-#include "settings/win32/LoadSaveSettings.h"
-#include "settings/win32/OptionCommands.h"
+#include "ui/LoadSaveSettings.h"
+#include "ui/OptionCommands.h"
 #include "res/ResourceIds.h"
 #include "ui/RunWindow.h"
 #include "ui/Commands.h"
 #include "ui/MainWindow.h"
-#include "profiles/win32/ProfileCommands.h"
+#include "ui/ProfileCommands.h"
 #include "util/SharedLock.h"
-#include "util/SystemLibrary.h"
+#include "util/win32/SystemLibrary.h"
 #include "util/Tag.h"
 #include "util/Text.h"
 

@@ -1,12 +1,12 @@
 #include "app/win32/PathHandOver.h"
 
-#include "app/HandedPaths.h"
-#include "app/RunFlags.h"
+#include "options/HandedPaths.h"
+#include "options/RunFlags.h"
 #include "app/win32/Startup.h"
-#include "settings/CommandIds.h"
+#include "options/CommandIds.h"
 #include "ui/Commands.h"
-#include "ui/MessageBox.h"
-#include "util/StringIds.h"
+#include "ui/dialogs/MessageBox.h"
+#include "options/StringIds.h"
 #include "util/Text.h"
 
 namespace {

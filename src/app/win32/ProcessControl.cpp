@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 
 namespace {

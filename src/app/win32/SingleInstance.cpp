@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "app/CommandLine.h"
-#include "app/RunFlags.h"
+#include "options/CommandLine.h"
+#include "options/RunFlags.h"
 #include "app/win32/PathHandOver.h"
 #include "app/win32/Startup.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "app/CommandLine.h"
-#include "app/RunFlags.h"
+#include "options/CommandLine.h"
+#include "options/RunFlags.h"
 #include "app/win32/Console.h"
 #ifdef ORDALIS_SIMULATED_VOLUME
 #include "app/win32/sim/SimSwitches.h"
@@ -14,18 +14,18 @@
 #include "engine/diskcheck/DiskCheck.h"
 #include "engine/win32/Win32VolumeAccess.h"
 #include "items/ItemList.h"
-#include "settings/Settings.h"
-#include "settings/win32/Language.h"
-#include "settings/win32/LoadSaveSettings.h"
-#include "settings/win32/OptionCommands.h"
-#include "profiles/win32/ProfileCommands.h"
+#include "options/Settings.h"
+#include "ui/Language.h"
+#include "ui/LoadSaveSettings.h"
+#include "ui/OptionCommands.h"
+#include "ui/ProfileCommands.h"
 #include "ui/RunWindow.h"
-#include "settings/CommandIds.h"
-#include "ui/HelpDialog.h"
+#include "options/CommandIds.h"
+#include "ui/dialogs/HelpDialog.h"
 #include "ui/MainWindow.h"
-#include "ui/MessageBox.h"
+#include "ui/dialogs/MessageBox.h"
 #include "util/ProgramFolder.h"
-#include "util/SystemLibrary.h"
+#include "util/win32/SystemLibrary.h"
 #include "util/Tag.h"
 
 namespace {

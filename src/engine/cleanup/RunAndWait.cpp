@@ -7,7 +7,7 @@
 #include "engine/Cleanup.h"
 #include "engine/EngineUi.h"
 #include "engine/Relocation.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

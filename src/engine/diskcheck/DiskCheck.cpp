@@ -10,7 +10,7 @@
 #include "engine/EngineUi.h"
 #include "engine/EngineThread.h"
 #include "engine/Relocation.h"
-#include "util/SystemLibrary.h"
+#include "util/win32/SystemLibrary.h"
 
 namespace {
 

@@ -23,7 +23,7 @@
 
 #include "engine/ntfs/NtfsDevice.h"
 #include "engine/ntfs/NtfsLibrary.h"
-#include "engine/sim/SimVolume.h"
+#include "engine/SystemTexts.h"
 #include "util/WideString.h"
 
 namespace {
@@ -1021,7 +1021,7 @@ std::wstring NtfsVolume::SystemText(uint32_t code) {
     case 19: return L"The media is write protected.\r\n";
     case 1392: return L"The file or directory is corrupted and unreadable.\r\n";
     case 1393: return L"The disk structure is corrupted and unreadable.\r\n";
-    default: return SimVolume::BuiltInText(code);
+    default: return BuiltInSystemText(code);
   }
 }
 
@@ -1030,7 +1030,7 @@ uint32_t NtfsVolume::StatusToError(NtStatus status) {
     case 0xC0000032u: return 1393;
     case 0xC0000102u: return 1392;
     case 0xC00000A2u: return 19;
-    default: return SimVolume::BuiltInStatusToError(status);
+    default: return BuiltInStatusToError(status);
   }
 }
 
@@ -1246,6 +1246,6 @@ std::wstring NtfsFileQueries::FullPath(const std::wstring& path, size_t maxCount
   return full.size() > maxCount ? std::wstring() : full;
 }
 
-std::wstring NtfsFileQueries::ErrorText(uint32_t error) { return SimVolume::BuiltInText(error); }
+std::wstring NtfsFileQueries::ErrorText(uint32_t error) { return BuiltInSystemText(error); }
 
 uint32_t NtfsFileQueries::LastError() { return tLastQueryError; }

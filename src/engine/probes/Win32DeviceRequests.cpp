@@ -1,5 +1,5 @@
 #include "engine/probes/Win32DeviceRequests.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 #include <windows.h>
 

@@ -153,10 +153,6 @@ class SimVolume : public VolumeAccess {
   std::wstring SystemText(uint32_t code) override;
   uint32_t StatusToError(NtStatus status) override;
 
-  // The built-in tables, shared with anything that needs the same answers.
-  static std::wstring BuiltInText(uint32_t code);
-  static uint32_t BuiltInStatusToError(NtStatus status);
-
  private:
   enum class HandleKind { File, Volume };
   struct OpenHandle {

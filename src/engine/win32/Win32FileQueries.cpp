@@ -1,11 +1,11 @@
 #include "engine/win32/Win32FileQueries.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 #include <windows.h>
 
 #include <vector>
 
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <process.h>
 
 #include "engine/EngineThread.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 struct WorkerThread::State {
   UniqueHandle thread;

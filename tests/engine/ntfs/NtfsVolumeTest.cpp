@@ -17,7 +17,7 @@
 
 #include "NtfsTestSupport.h"
 #include "app/ntfs/NtfsSummary.h"
-#include "filters/Filters.h"
+#include "selection/Filters.h"
 
 namespace {
 

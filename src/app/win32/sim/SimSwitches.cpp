@@ -11,10 +11,10 @@
 
 #include "app/win32/ProcessControl.h"
 #include "ui/RunWindow.h"
-#include "diag/win32/CrashReportWin32.h"
+#include "ui/dialogs/CrashReportDialog.h"
 #include "ui/controls/Controls.h"
 #include "util/Tag.h"
-#include "util/Win32Handle.h"
+#include "util/win32/Win32Handle.h"
 
 namespace {
 

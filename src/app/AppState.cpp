@@ -1,3 +1,0 @@
-#include "app/RunFlags.h"
-
-AppState gApp;

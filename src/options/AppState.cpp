@@ -1,0 +1,3 @@
+#include "options/RunFlags.h"
+
+AppState gApp;

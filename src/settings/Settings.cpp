@@ -1,3 +1,0 @@
-#include "settings/Settings.h"
-
-Settings gSettings;

@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "ItemTestSupport.h"
+#include "selection/Profile.h"
+#include "util/UnicodeTextFile.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using Lines = std::vector<std::wstring>;
+namespace fs = std::filesystem;
+
+class ProfileTest : public ItemListFixture {
+ protected:
+  void SetUp() override {
+    ItemListFixture::SetUp();
+    file_ = fs::temp_directory_path() /
+            ("ordalis-profile-" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".olp");
+    fs::remove(file_);
+    hooks.askAddOrReplace = [this] {
+      ++questions;
+      return answer;
+    };
+    hooks.begin = [this](uint64_t total) { totals.push_back(total); };
+    hooks.progress = [this](uint64_t done) { progress.push_back(done); };
+  }
+  void TearDown() override {
+    fs::remove(file_);
+    ItemListFixture::TearDown();
+  }
+  std::wstring Path() const { return file_.wstring(); }
+  Bytes Read() const {
+    std::ifstream in(file_, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+  }
+  void Write(const Bytes& bytes) const {
+    std::ofstream out(file_, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  }
+  ImportResult Import() { return ReadProfile(Path(), hooks, missing); }
+
+  fs::path file_;
+  ProfileImportHooks hooks;
+  ImportChoice answer = ImportChoice::Add;
+  int questions = 0;
+  std::vector<uint64_t> totals, progress;
+  std::vector<MissingItem> missing;
+};
+
+TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
+  fs.fake.AddFile(L"C:\\dati\\a.dat", 10);
+  fs.fake.AddFolder(L"C:\\foto");
+  fs.fake.AddFile(L"D:\\b.txt", 20);
+  ASSERT_EQ(AddItem(false, L"C:\\dati\\a.dat"), kAddOk);
+  ASSERT_EQ(AddItem(true, L"C:\\foto"), kAddOk);
+  ASSERT_EQ(AddItem(false, L"D:\\b.txt"), kAddOk);
+  Lines before = WalkPaths();
+
+  ASSERT_TRUE(WriteProfile(Path()));
+  EXPECT_EQ(Read(), EncodeUnicodeText({L"KV70RX", L"D:\\b.txt", L">C:\\foto", L"C:\\dati\\a.dat"}));
+
+  answer = ImportChoice::Replace;
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(questions, 1);
+  // New items go to the front, so a re-import reverses the rows; what
+  // matters is the set and the kinds.
+  EXPECT_EQ(WalkPaths(), Lines(before.rbegin(), before.rend()));
+  EXPECT_TRUE(ItemByPath(L"C:\\foto")->flags & ItemFlags::kFolder);
+  EXPECT_FALSE(ItemByPath(L"D:\\b.txt")->flags & ItemFlags::kFolder);
+  EXPECT_TRUE(missing.empty());
+  EXPECT_EQ(totals, (std::vector<uint64_t>{3}));
+}
+
+TEST_F(ProfileTest, EmptyListSavesTheMagicAloneAndImportsAsNothing) {
+  ASSERT_TRUE(WriteProfile(Path()));
+  EXPECT_EQ(Read(), EncodeUnicodeText({L"KV70RX"}));
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(questions, 0);
+  EXPECT_EQ(ItemCount(), 0u);
+  EXPECT_TRUE(missing.empty());
+}
+
+TEST_F(ProfileTest, MissingItemsAreListedWithTheirKindsAndTheRestIsAdded) {
+  fs.fake.AddFolder(L"C:\\cartella");
+  fs.fake.AddFile(L"C:\\c.txt");
+  // Lower-case magic, an empty line, an existing folder written once more
+  // without ">" (a file now, and a duplicate path: nothing happens), a folder
+  // that is gone, and its path once more without ">" (missing as a file).
+  Write(EncodeUnicodeText({L"kv70rx", L">C:\\cartella", L"", L"C:\\cartella", L">C:\\via", L"C:\\via",
+                           L"C:\\c.txt"}));
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\c.txt", L"C:\\cartella"}));
+  ASSERT_EQ(missing.size(), 2u);
+  EXPECT_EQ(missing[0].kind, L'D');
+  EXPECT_EQ(missing[0].path, L"C:\\via");
+  EXPECT_EQ(missing[1].kind, L'F');
+  EXPECT_EQ(missing[1].path, L"C:\\via");
+  EXPECT_EQ(totals, (std::vector<uint64_t>{5})) << "empty lines are not items";
+}
+
+TEST_F(ProfileTest, WrongMagicOrNoFileLeavesTheListAlone) {
+  fs.fake.AddFile(L"C:\\x.txt");
+  AddItem(false, L"C:\\x.txt");
+  EXPECT_EQ(Import(), ImportResult::CannotOpen);
+  Write(EncodeUnicodeText({L"KV70R", L"C:\\x.txt"}));
+  EXPECT_EQ(Import(), ImportResult::NotProfile);
+  Write(EncodeUnicodeText({L"", L"KV70RX"}));
+  EXPECT_EQ(Import(), ImportResult::NotProfile) << "the magic must be the very first line";
+  EXPECT_EQ(questions, 0);
+  EXPECT_EQ(ItemCount(), 1u);
+}
+
+TEST_F(ProfileTest, TheQuestionDecidesBetweenAddReplaceAndNothing) {
+  fs.fake.AddFile(L"C:\\old.txt");
+  fs.fake.AddFile(L"C:\\new.txt");
+  Write(EncodeUnicodeText({L"KV70RX", L"C:\\new.txt"}));
+  AddItem(false, L"C:\\old.txt");
+
+  answer = ImportChoice::Cancel;
+  EXPECT_EQ(Import(), ImportResult::Cancelled);
+  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\old.txt"}));
+  EXPECT_TRUE(totals.empty());
+
+  answer = ImportChoice::Add;
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\new.txt", L"C:\\old.txt"}));
+
+  answer = ImportChoice::Replace;
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\new.txt"}));
+  EXPECT_EQ(questions, 3);
+}
+
+TEST_F(ProfileTest, ProgressAfterEachOfTheFirst32ItemsThenEvery64thAndStopEndsEarly) {
+  Lines lines{L"KV70RX"};
+  for (int i = 0; i < 200; ++i) {
+    std::wstring path = L"C:\\f" + std::to_wstring(i);
+    fs.fake.AddFile(path);
+    lines.push_back(path);
+  }
+  Write(EncodeUnicodeText(lines));
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  std::vector<uint64_t> expected;
+  for (uint64_t i = 1; i <= 32; ++i) expected.push_back(i);
+  expected.insert(expected.end(), {64, 128, 192});
+  EXPECT_EQ(progress, expected);
+  EXPECT_EQ(ItemCount(), 200u);
+
+  ClearItemList();
+  progress.clear();
+  hooks.stopRequested = [this] { return progress.size() == 33; };
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(ItemCount(), 64u);
+}
+
+TEST(ProfileFileNameTest, OlpIsAppendedUnlessAlreadyThereInAnyCase) {
+  EXPECT_EQ(ProfileFileName(L"C:\\p\\lista"), L"C:\\p\\lista.olp");
+  EXPECT_EQ(ProfileFileName(L"C:\\p\\lista.OLP"), L"C:\\p\\lista.OLP");
+  EXPECT_EQ(ProfileFileName(L"C:\\p\\lista.txt"), L"C:\\p\\lista.txt.olp");
+  EXPECT_EQ(ProfileFileName(L"C:\\p.olp\\lista"), L"C:\\p.olp\\lista.olp");
+}
+
+}  // namespace
