@@ -9,8 +9,9 @@
 // counters add up to the files the run processed). Every few seconds the
 // probe prints how many files the run has processed so far. Once the window
 // has been busy the given number of times and is idle again, or after
-// `watch` seconds, it asks the window to close (a window run does not end by
-// itself) and keeps timing until it is gone.
+// `watch` seconds (stopping a run still going on), it asks the window to
+// close (a window run does not end by itself) and keeps timing until it is
+// gone.
 //
 //   window_probe.exe [title (default "Ordalis")] [seconds to wait for it (default 300)]
 //                    [watch (default: no limit)] [busy spans (default: no limit)]
@@ -120,6 +121,7 @@ int wmain(int argc, wchar_t** argv) {
   const double watch = argc > 3 ? _wtof(argv[3]) : 0.0;
   const int busyWanted = argc > 4 ? _wtoi(argv[4]) : 0;
   bool closing = false;
+  bool stopping = false;
   const auto started = Clock::now();
   while (search.found == nullptr) {
     EnumWindows(Match, reinterpret_cast<LPARAM>(&search));
@@ -180,7 +182,7 @@ int wmain(int argc, wchar_t** argv) {
       const Counters counters = ReadCounters(search.found);
       const uint64_t files = counters.Files();
       // A defragmentation lists no fragmented file while it goes on.
-      if (files < lastFiles || (lastFragmented > 0 && counters.values[0] == 0)) {
+      if (!stopping && (files < lastFiles || (lastFragmented > 0 && counters.values[0] == 0))) {
         end(lastFiles, true);
         begin();
       }
@@ -193,14 +195,19 @@ int wmain(int argc, wchar_t** argv) {
     }
     std::fflush(stdout);
 
+    // A run still going on at the end of the watch is stopped first: closing
+    // during a run asks whether to stop it.
     const bool allRan = busyWanted > 0 && busySpans >= busyWanted && !running;
-    if (!closing && (allRan || (watch > 0 && since() > watch))) {
+    if (!stopping && running && watch > 0 && since() > watch) {
+      stopping = true;
+      runs.back().files = FilesProcessed(search.found);
+      std::printf("%7.1f s  still running at the end of the watch: run %zu at %llu files; stopped\n", since(),
+                  runs.size(), static_cast<unsigned long long>(runs.back().files));
+      HWND stop = GetDlgItem(search.found, kStopButton);
+      PostMessageW(search.found, WM_COMMAND, MAKEWPARAM(kStopButton, BN_CLICKED), reinterpret_cast<LPARAM>(stop));
+    }
+    if (!closing && !running && (allRan || stopping || (watch > 0 && since() > watch))) {
       closing = true;
-      if (running) {
-        runs.back().files = FilesProcessed(search.found);
-        std::printf("%7.1f s  still running at the end of the watch: run %zu at %llu files\n", since(),
-                    runs.size(), static_cast<unsigned long long>(runs.back().files));
-      }
       PostMessageW(search.found, WM_CLOSE, 0, 0);
     }
     Sleep(5);
