@@ -23,10 +23,6 @@ struct RunWindowSetup {
 // Ties the runs to this main window and its shell.
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
 
-// The options a running run reads as they change (follow the item, close
-// and shut down after defragmenting) take their menu marks again.
-void FollowRunOptionMarks();
-
 // The run commands: a run of the window (analyse, defragment, all or
 // selected) keeps it busy until it ends; Stop asks the run under way to
 // stop; saving the report keeps the window busy meanwhile.

@@ -156,7 +156,6 @@ void RunCommandLine(HWND mainWindow) {
   {
     TagScope tag(kTagReadingFiles);
     LoadSettings();
-    ApplyPanelMarks();
     // The exclude and include lists, and the recent profiles the settings named.
     LoadSelectionState();
     ApplyLanguage(gSettings.language);
@@ -172,7 +171,7 @@ void RunCommandLine(HWND mainWindow) {
     return;
   }
   gApp.runFlags = ApplyOptionInteractions(gApp.runFlags);
-  ApplyCommandLineMarks(gApp.runFlags, choices);
+  ApplyCommandLineOptions(gApp.runFlags, choices);
   if (gApp.runFlags & kRunNoGui) {
     gItemSettings.suppressMessages = true;
     ConsoleWriteText(ConsoleBanner());
