@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "FakeFileQueries.h"
+#include "QuietImportUi.h"
 #include "items/ItemList.h"
 #include "selection/Profile.h"
 #include "util/UnicodeTextFile.h"
@@ -39,7 +40,8 @@ void Run(size_t count) {
 
   std::vector<MissingItem> missing;
   auto start = Clock::now();
-  ImportResult result = ReadProfile(file, {}, missing);
+  QuietImportUi quiet;
+  ImportResult result = ReadProfile(file, quiet, missing);
   double importTime = Seconds(start);
   start = Clock::now();
   WriteProfile(file);

@@ -72,6 +72,27 @@ HWND ItemListView() { return MainItemListView(); }
 void PowerOff();
 void RequestExitCode(uint32_t code);
 
+// The report's numbers, date and time in the user's locale.
+class LocaleReportFormat final : public ReportFormat {
+ public:
+  std::wstring GroupDigits(int64_t value) const override { return gItemCellSettings.numbers.groupDigits(value); }
+  std::wstring Decimal(const std::wstring& twoDecimals) const override {
+    wchar_t buffer[64];
+    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) return twoDecimals;
+    return std::wstring(buffer);
+  }
+  std::wstring Date() const override {
+    wchar_t buffer[128];
+    return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, nullptr, nullptr, buffer, 128) ? std::wstring(buffer)
+                                                                                                : std::wstring();
+  }
+  std::wstring Time() const override {
+    wchar_t buffer[128];
+    return GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_NOSECONDS, nullptr, nullptr, buffer, 128) ? std::wstring(buffer)
+                                                                                                : std::wstring();
+  }
+};
+
 void SaveReportCommand(HWND owner) {
   WindowMessagePump pump;
   const std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L"|*.txt|";
@@ -80,7 +101,7 @@ void SaveReportCommand(HWND owner) {
   request.flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
   const std::wstring name = AskFileToSave(owner, request);
   if (name.empty()) return;
-  if (!SaveAnalysisReport(name, PlatformReportFormat(), pump)) return;
+  if (!SaveAnalysisReport(name, LocaleReportFormat(), pump)) return;
   ShowMessage(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
               MB_OK | MB_ICONINFORMATION);
 }
@@ -310,31 +331,6 @@ bool RunShutdownCountdown(HWND owner) {
   }
   PowerOff();
   return true;
-}
-
-ReportFormat PlatformReportFormat() {
-  ReportFormat format = PortableReportFormat();
-  format.groupDigits = gItemCellSettings.numbers.groupDigits;
-  format.decimal = [](const std::wstring& twoDecimals) {
-    wchar_t buffer[64];
-    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) {
-      return twoDecimals;
-    }
-    return std::wstring(buffer);
-  };
-  format.date = [] {
-    wchar_t buffer[128];
-    return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, nullptr, nullptr, buffer, 128)
-               ? std::wstring(buffer)
-               : std::wstring();
-  };
-  format.time = [] {
-    wchar_t buffer[128];
-    return GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_NOSECONDS, nullptr, nullptr, buffer, 128)
-               ? std::wstring(buffer)
-               : std::wstring();
-  };
-  return format;
 }
 
 void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {

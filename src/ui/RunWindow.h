@@ -43,7 +43,3 @@ void RunCommandLineRuns(HWND mainWindow);
 void ShowRunSummary(HWND owner);
 // True when the countdown ran out and the machine was told to power off.
 bool RunShutdownCountdown(HWND owner);
-
-// The report formats of the user's locale.
-struct ReportFormat;
-ReportFormat PlatformReportFormat();

@@ -39,12 +39,11 @@ std::string ReadWhole(const std::filesystem::path& path) {
   return text.str();
 }
 
-ReportFormat FixedClock() {
-  ReportFormat format = PortableReportFormat();
-  format.date = [] { return std::wstring(L"23/11/2026"); };
-  format.time = [] { return std::wstring(L"12:00"); };
-  return format;
-}
+class FixedClock : public PortableReportFormat {
+ public:
+  std::wstring Date() const override { return L"23/11/2026"; }
+  std::wstring Time() const override { return L"12:00"; }
+};
 
 class RunReportTest : public RunFixture {};
 
@@ -96,7 +95,7 @@ TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
 }
 
 TEST(ReportColumnsTest, SizesRoundAtFiveHundredBytesAndLongTextsAreNeverCut) {
-  const ReportFormat format = PortableReportFormat();
+  const PortableReportFormat format;
   EXPECT_EQ(ReportKBSize(0, format), L"0 KB");
   EXPECT_EQ(ReportKBSize(100, format), L"1 KB");
   EXPECT_EQ(ReportKBSize(1523, format), L"1 KB");
