@@ -30,7 +30,7 @@ void Run(size_t count) {
     lines.push_back(PathOf(i));
   }
   SetFileQueries(&fake);
-  gItemSettings.hooks = PortableItemHooks();
+  PortableItemPlatform items;
   ClearItemList();
   std::wstring file = (std::filesystem::temp_directory_path() / "ordalis-bench.olp").wstring();
   UnicodeTextWriter writer;
@@ -41,7 +41,7 @@ void Run(size_t count) {
   std::vector<MissingItem> missing;
   auto start = Clock::now();
   QuietImportUi quiet;
-  ImportResult result = ReadProfile(file, quiet, missing);
+  ImportResult result = ReadProfile(file, items, quiet, missing);
   double importTime = Seconds(start);
   start = Clock::now();
   WriteProfile(file);

@@ -39,8 +39,9 @@ struct FragmentDetails {
 
 // The details of a path as the lists show it (with or without the long
 // prefix): the item list's record when it holds the path, else the
-// fragmented-files list's, else what the file system says of the path now.
-FragmentDetails ReadFragmentDetails(const std::wstring& path);
+// fragmented-files list's, else what the file system says of the path now
+// (its type name from `platform`).
+FragmentDetails ReadFragmentDetails(ItemPlatform& platform, const std::wstring& path);
 
 // The texts of the general data and of a table row (columns "N.", "Cluster",
 // "Cluster iniziale", "Cluster finale", "Dimensione (byte)", "% del file"),

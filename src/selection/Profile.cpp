@@ -41,7 +41,7 @@ bool WriteProfile(const std::wstring& path) {
   return writer.Close();
 }
 
-ImportResult ReadProfile(const std::wstring& path, ProfileImportUi& ui,
+ImportResult ReadProfile(const std::wstring& path, ItemPlatform& items, ProfileImportUi& ui,
                          std::vector<MissingItem>& missing) {
   missing.clear();
   UnicodeTextReader reader;
@@ -76,7 +76,7 @@ ImportResult ReadProfile(const std::wstring& path, ProfileImportUi& ui,
   while (reader.NextLine(line)) {
     bool isFolder = line[0] == L'>';
     std::wstring itemPath = isFolder ? line.substr(1) : line;
-    uint32_t code = AddItem(isFolder, itemPath);
+    uint32_t code = AddItem(items, isFolder, itemPath);
     if ((code == kAddFileMissing && !isFolder) || (code == kAddFolderMissing && isFolder)) {
       missing.push_back({isFolder ? L'D' : L'F', std::move(itemPath)});
     }

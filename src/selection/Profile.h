@@ -22,6 +22,8 @@ struct MissingItem {
   std::wstring path;
 };
 
+class ItemPlatform;
+
 enum class ImportChoice { Cancel, Add, Replace };
 
 // What an import tells its user and asks of them.
@@ -53,7 +55,7 @@ enum class ImportResult {
 // The file is read twice: once to count the items, once to add them; the
 // time is linear in the number of lines. `missing` receives the items that
 // no longer exist, in file order.
-ImportResult ReadProfile(const std::wstring& path, ProfileImportUi& ui,
+ImportResult ReadProfile(const std::wstring& path, ItemPlatform& items, ProfileImportUi& ui,
                          std::vector<MissingItem>& missing);
 
 // Progress is shown only for profiles with more items than this.

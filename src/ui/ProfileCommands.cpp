@@ -17,6 +17,7 @@
 #include "options/CommandIds.h"
 #include "ui/controls/Dpi.h"
 #include "util/win32/FileDialogs.h"
+#include "ui/ItemCommands.h"
 #include "ui/MainWindow.h"
 #include "ui/dialogs/MessageBox.h"
 #include "options/StringIds.h"
@@ -306,7 +307,7 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
 
   WindowImportUi ui(owner, noGui);
   std::vector<MissingItem> missing;
-  ImportResult result = ReadProfile(path, ui, missing);
+  ImportResult result = ReadProfile(path, WindowItems(), ui, missing);
   if (result == ImportResult::CannotOpen) {
     const wchar_t* text = Text(kStrProfileMissing, L"Il profilo specificato sulla riga di comando non esiste.");
     if (!noGui) ShowMessage(owner, text, L"Ordalis", MB_OK | MB_ICONSTOP);

@@ -44,7 +44,7 @@ class WindowRunUi;
 
 struct RunWindowState {
   HWND main = nullptr;
-  RunWindowSetup setup;
+  RunWindowHost* host = nullptr;  // set with the window
   // What the window's runs are told; the options that may change during a
   // run follow their menu marks as they change.
   RunOptions options;
@@ -168,16 +168,15 @@ INT_PTR CALLBACK ShutdownProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) 
 }
 
 void PowerOff() {
-  if (gRunWindow.setup.powerOff) gRunWindow.setup.powerOff();
+  gRunWindow.host->PowerOff();
 }
 
 void RequestExitCode(uint32_t code) {
-  if (gRunWindow.setup.requestExit) gRunWindow.setup.requestExit(code);
+  gRunWindow.host->RequestExit(code);
 }
 
 void WriteConsole(const std::vector<std::wstring>& texts) {
-  if (!gRunWindow.setup.consoleWrite) return;
-  for (const std::wstring& text : texts) gRunWindow.setup.consoleWrite(text);
+  for (const std::wstring& text : texts) gRunWindow.host->ConsoleWrite(text);
 }
 
 // The main window's side of a run: its status bars, lists, dialogs and
@@ -272,7 +271,7 @@ class WindowRunUi final : public RunUi {
   }
   void RequestExit(uint32_t code) override { RequestExitCode(code); }
   void ApplyPriority(uint32_t command) override {
-    if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
+    gRunWindow.host->SetPriority(command);
   }
   void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override {
     LocalDateTexts(ticks, date, time);
@@ -333,19 +332,9 @@ bool RunShutdownCountdown(HWND owner) {
   return true;
 }
 
-void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
+void InstallRunWindow(HWND mainWindow, RunWindowHost& host) {
   gRunWindow.main = mainWindow;
-  gRunWindow.setup = setup;
-  ItemHooks& items = gItemSettings.hooks;
-  items.setBusyState = SetMainBusyState;
-  items.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
-  // A file whose size on disk looks far too large is analysed: a file
-  // without clusters of its own then counts as taking none.
-  items.analyseClusters = [](const std::wstring& longPath) -> uint64_t {
-    FileAnalysis analysis;
-    AnalyseFile(longPath, analysis);
-    return analysis.outcome.empty() ? analysis.clusters : 1;
-  };
+  gRunWindow.host = &host;
 }
 
 void FollowRunOptionMarks() {

@@ -18,8 +18,6 @@ struct World {
     fs.fake.AddFile(L"C:\\dati\\due.bin", 4096);
     fs.fake.AddFolder(L"C:\\dati\\cartella");
     fs.fake.AddFolder(L"D:\\");
-    gItemSettings.hooks = PortableItemHooks();
-    gItemSettings.suppressMessages = true;
   }
   ScopedFakeFileQueries fs;
 };
@@ -38,15 +36,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::wstring file = fuzz::ScratchFolder() + L"-profile.olp";
   fuzz::WriteBytes(file, data, size);
   ClearItemList();
+  PortableItemPlatform items;
   QuietImportUi quiet;
   std::vector<MissingItem> missing;
-  ReadProfile(file, quiet, missing);
+  ReadProfile(file, items, quiet, missing);
   for (const MissingItem& item : missing) FUZZ_CHECK(item.kind == L'F' || item.kind == L'D');
 
   std::vector<std::wstring> read = ItemPaths();
   FUZZ_CHECK(WriteProfile(file));
   ClearItemList();
-  FUZZ_CHECK(ReadProfile(file, quiet, missing) == ImportResult::Imported);
+  FUZZ_CHECK(ReadProfile(file, items, quiet, missing) == ImportResult::Imported);
   FUZZ_CHECK(missing.empty());
   FUZZ_CHECK(ItemPaths() == read);
   ClearItemList();

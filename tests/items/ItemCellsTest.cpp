@@ -1,4 +1,7 @@
 #include "ItemTestSupport.h"
+#ifdef _WIN32
+#include "items/win32/ShellItemTexts.h"
+#endif
 
 namespace {
 
@@ -86,15 +89,14 @@ TEST_F(ItemCellsTest, LoadedLanguageRenamesRootType) {
 #ifdef _WIN32
 namespace {
 
-// The Windows hooks answer from the shell and the user's locale; their exact
+// The Windows texts come from the shell and the user's locale; their exact
 // texts depend on the system, their shape does not.
-TEST(PlatformHooksTest, ShellAndLocaleTexts) {
-  ItemHooks hooks = PlatformItemHooks();
-  EXPECT_FALSE(hooks.typeName(L"C:\\no such folder\\x.txt", false).empty());
-  EXPECT_FALSE(hooks.typeName(L"C:\\no such folder", true).empty());
+TEST(PlatformTextsTest, ShellAndLocaleTexts) {
+  EXPECT_FALSE(ShellTypeName(L"C:\\no such folder\\x.txt", false).empty());
+  EXPECT_FALSE(ShellTypeName(L"C:\\no such folder", true).empty());
 
   std::wstring text, key;
-  hooks.dateTexts(133536856790000000ull, text, key);  // 2024-02-29 13:07:59 UTC
+  LocalDateTexts(133536856790000000ull, text, key);  // 2024-02-29 13:07:59 UTC
   ASSERT_GT(key.size(), 8u);
   EXPECT_EQ(key.substr(0, 6), L"202402");
   // The key ends with the same time text as the shown text.

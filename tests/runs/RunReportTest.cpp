@@ -49,8 +49,8 @@ class RunReportTest : public RunFixture {};
 
 TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
   Volume(kTree);
-  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\single.bin"), kAddOk);
   Run(RunMode::AnalyseAll);
 
   const std::filesystem::path path = std::filesystem::temp_directory_path() / "ordalis-report-test";
@@ -85,7 +85,7 @@ TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
 
 TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
   Volume("volume letter=Z clusters=100\nfile \"Z:\\one.bin\" size=4096 runs=10:1\n");
-  ASSERT_EQ(AddItem(false, L"Z:\\one.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\one.bin"), kAddOk);
   Run(RunMode::AnalyseAll);
   const std::vector<std::wstring> lines = AnalysisReportLines(FixedClock());
   EXPECT_EQ(std::vector<std::wstring>(lines.begin() + 6, lines.end()),

@@ -27,8 +27,6 @@ class RunFixture : public ::testing::Test {
     ResetTexts();
     ClearItemList();
     ResetClusterSizeCache();
-    gItemSettings.hooks = PortableItemHooks();
-    gItemSettings.suppressMessages = true;
     gRunFilters = RunFilterTests{};
     // No window: the waits for workers block on the workers alone.
     ui_ = RecordingRunUi();
@@ -41,7 +39,6 @@ class RunFixture : public ::testing::Test {
     SetVolumeAccess(nullptr);
     ClearItemList();
     gRunFilters = RunFilterTests{};
-    gItemSettings = ItemSettings();
   }
 
   // Builds the volume and puts every described file (and its folders) on
@@ -81,5 +78,6 @@ class RunFixture : public ::testing::Test {
   ScopedFakeFileQueries files_;
   std::unique_ptr<SimVolume> volume_;
   RecordingRunUi ui_;
+  PortableItemPlatform items_;
   RunOptions options_;
 };

@@ -55,7 +55,7 @@ class ProfileTest : public ItemListFixture, public RecordingImportUi {
     std::ofstream out(file_, std::ios::binary);
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
-  ImportResult Import() { return ReadProfile(Path(), *this, missing); }
+  ImportResult Import() { return ReadProfile(Path(), items, *this, missing); }
 
   fs::path file_;
   std::vector<MissingItem> missing;
@@ -65,9 +65,9 @@ TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
   fs.fake.AddFile(L"C:\\dati\\a.dat", 10);
   fs.fake.AddFolder(L"C:\\foto");
   fs.fake.AddFile(L"D:\\b.txt", 20);
-  ASSERT_EQ(AddItem(false, L"C:\\dati\\a.dat"), kAddOk);
-  ASSERT_EQ(AddItem(true, L"C:\\foto"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"D:\\b.txt"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"C:\\dati\\a.dat"), kAddOk);
+  ASSERT_EQ(AddItem(items, true, L"C:\\foto"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"D:\\b.txt"), kAddOk);
   Lines before = WalkPaths();
 
   ASSERT_TRUE(WriteProfile(Path()));
@@ -114,7 +114,7 @@ TEST_F(ProfileTest, MissingItemsAreListedWithTheirKindsAndTheRestIsAdded) {
 
 TEST_F(ProfileTest, WrongMagicOrNoFileLeavesTheListAlone) {
   fs.fake.AddFile(L"C:\\x.txt");
-  AddItem(false, L"C:\\x.txt");
+  AddItem(items, false, L"C:\\x.txt");
   EXPECT_EQ(Import(), ImportResult::CannotOpen);
   Write(EncodeUnicodeText({L"KV70R", L"C:\\x.txt"}));
   EXPECT_EQ(Import(), ImportResult::NotProfile);
@@ -128,7 +128,7 @@ TEST_F(ProfileTest, TheQuestionDecidesBetweenAddReplaceAndNothing) {
   fs.fake.AddFile(L"C:\\old.txt");
   fs.fake.AddFile(L"C:\\new.txt");
   Write(EncodeUnicodeText({L"KV70RX", L"C:\\new.txt"}));
-  AddItem(false, L"C:\\old.txt");
+  AddItem(items, false, L"C:\\old.txt");
 
   answer = ImportChoice::Cancel;
   EXPECT_EQ(Import(), ImportResult::Cancelled);

@@ -57,7 +57,7 @@ protected:
         gSettings.fragmentDetailsHeight = ScaledWidth(430);
         Volume(kVolume);
         for (const wchar_t* file : {L"Z:\\Documenti\\vuoto.txt", L"Z:\\Documenti\\foto.jpg", L"Z:\\Documenti\\relazione.doc"}) {
-            ASSERT_EQ(AddItem(false, file), kAddOk);
+            ASSERT_EQ(AddItem(items_, false, file), kAddOk);
         }
         options_.unattended = true;
         Run(RunMode::AnalyseAll);
@@ -74,7 +74,7 @@ protected:
 
 TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
     const std::wstring path = L"Z:\\Documenti\\relazione.doc";
-    OpenDialog open([&] { ShowFragmentsDialog(nullptr, path); }, L"Frammenti");
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, path); }, L"Frammenti");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND table = open.Item(IDC_FRAG_TABLE);
     EXPECT_EQ(TestDriver::ListViewRowCount(table), static_cast<int>(Fragments(path)));
@@ -125,7 +125,7 @@ TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
 TEST_F(ItemDialogsTest, LessAndGreaterStepThroughTheSelectedItems) {
     const std::vector<std::wstring> paths = {L"Z:\\Documenti\\relazione.doc", L"Z:\\Documenti\\foto.jpg",
                                              L"Z:\\Documenti\\vuoto.txt"};
-    OpenDialog open([&] { ShowFragmentsDialog(nullptr, paths, 1); }, L"Frammenti");
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, paths, 1); }, L"Frammenti");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND table = open.Item(IDC_FRAG_TABLE);
     EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"foto.jpg");
@@ -162,7 +162,7 @@ TEST_F(ItemDialogsTest, LessAndGreaterStepThroughTheSelectedItems) {
 
 TEST_F(ItemDialogsTest, EnglishTexts) {
     LoadEnglish();
-    OpenDialog open([] { ShowFragmentsDialog(nullptr, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments");
+    OpenDialog open([this] { ShowFragmentsDialog(nullptr, items_, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND table = open.Item(IDC_FRAG_TABLE);
     std::vector<std::wstring> headers;
@@ -239,7 +239,7 @@ TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
         std::vector<int> data;
     };
     const Case cases[] = {
-        {[] { ShowFragmentsDialog(nullptr, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments",
+        {[this] { ShowFragmentsDialog(nullptr, items_, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments",
          {IDC_FRAG_NAME, IDC_FRAG_PATH, IDC_FRAG_TYPE, IDC_FRAG_SIZE, IDC_FRAG_DISK, IDC_FRAG_COUNT,
           IDC_FRAG_CLUSTERS}},
         {[] { ShowHighlightDialog(nullptr); }, L"Item highlighting", {}},

@@ -24,6 +24,8 @@ constexpr int kMinHeight96 = 360;
 constexpr int kColumnWidth96 = 50;
 
 struct FragmentsState {
+  explicit FragmentsState(ItemPlatform& items) : items(items) {}
+  ItemPlatform& items;  // type names of paths on neither list
   std::vector<std::wstring> paths;
   size_t current = 0;
   FragmentDetails details;
@@ -151,7 +153,7 @@ void FitColumns(HWND dialog, const FragmentDetails& details) {
 }
 
 void ShowDetails(HWND dialog, FragmentsState& state) {
-  state.details = ReadFragmentDetails(state.paths[state.current]);
+  state.details = ReadFragmentDetails(state.items, state.paths[state.current]);
   const FragmentDetails& details = state.details;
   const ItemRecord& record = details.record;
 
@@ -352,15 +354,15 @@ INT_PTR CALLBACK FragmentsProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
 
 }  // namespace
 
-void ShowFragmentsDialog(HWND owner, const std::vector<std::wstring>& paths, size_t current) {
+void ShowFragmentsDialog(HWND owner, ItemPlatform& items, const std::vector<std::wstring>& paths, size_t current) {
   if (paths.empty()) return;
-  FragmentsState state;
+  FragmentsState state(items);
   state.paths = paths;
   state.current = std::min(current, paths.size() - 1);
   DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_FRAGMENTS), owner, FragmentsProc,
                   reinterpret_cast<LPARAM>(&state));
 }
 
-void ShowFragmentsDialog(HWND owner, const std::wstring& path) {
-  ShowFragmentsDialog(owner, std::vector<std::wstring>{path}, 0);
+void ShowFragmentsDialog(HWND owner, ItemPlatform& items, const std::wstring& path) {
+  ShowFragmentsDialog(owner, items, std::vector<std::wstring>{path}, 0);
 }

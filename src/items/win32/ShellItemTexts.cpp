@@ -1,6 +1,5 @@
-// The Windows forms of the item hooks: the shell's type names, the user's
-// locale for dates and numbers, and a plain message box until the main
-// window installs the program's own.
+// The Windows forms of the item texts: the shell's type names and the
+// user's locale for dates and numbers.
 #ifdef _WIN32
 #include <windows.h>
 #include <shellapi.h>
@@ -8,11 +7,10 @@
 
 #include <string>
 
-#include "items/ItemCells.h"
-#include "items/ItemList.h"
-#include "util/Numbers.h"
+#include "items/win32/ShellItemTexts.h"
 
-namespace {
+#include "items/ItemCells.h"
+#include "util/Numbers.h"
 
 std::wstring ShellTypeName(const std::wstring& path, bool isFolder) {
   SHFILEINFOW info{};
@@ -46,9 +44,7 @@ void LocalDateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& ke
   key = std::wstring(sortable) + clock;
 }
 
-void AccessErrorBox(const std::wstring& message) {
-  MessageBoxW(nullptr, message.c_str(), L"Ordalis", MB_OK | MB_ICONERROR);
-}
+namespace {
 
 // The user's number format with the given number of decimals.
 struct LocaleNumberFormat {
@@ -104,14 +100,6 @@ std::wstring ShellKBSize(uint64_t bytes) {
 }
 
 }  // namespace
-
-ItemHooks PlatformItemHooks() {
-  ItemHooks hooks = PortableItemHooks();
-  hooks.typeName = ShellTypeName;
-  hooks.dateTexts = LocalDateTexts;
-  hooks.showAccessError = AccessErrorBox;
-  return hooks;
-}
 
 NumberFormatHooks PlatformNumberFormatHooks() {
   NumberFormatHooks hooks;
