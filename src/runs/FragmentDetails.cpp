@@ -151,22 +151,20 @@ std::wstring DetailsFolder(const ItemRecord& record) {
   return std::wstring(shown.substr(0, slash == 2 ? 3 : slash));
 }
 
-std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes) {
+std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes, const NumberFormat& numbers) {
   if (IsFolder(record)) return std::wstring();
-  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
-  return numbers.kbSize(bytes) + L" (" + numbers.groupDigits(static_cast<int64_t>(bytes)) + L" " +
+  return numbers.KBSize(bytes) + L" (" + numbers.GroupDigits(static_cast<int64_t>(bytes)) + L" " +
          Text(kStrDetailsBytes, L"byte") + L")";
 }
 
-std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal) {
-  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal, const NumberFormat& numbers) {
   return {
-      numbers.groupDigits(static_cast<int64_t>(ordinal)),
-      numbers.groupDigits(static_cast<int64_t>(row.clusters)),
-      numbers.groupDigits(row.firstCluster),
-      numbers.groupDigits(row.firstCluster + static_cast<int64_t>(row.clusters) - 1),
-      numbers.groupDigits(static_cast<int64_t>(row.bytes)),
-      numbers.percent(row.hundredthsOfFile),
+      numbers.GroupDigits(static_cast<int64_t>(ordinal)),
+      numbers.GroupDigits(static_cast<int64_t>(row.clusters)),
+      numbers.GroupDigits(row.firstCluster),
+      numbers.GroupDigits(row.firstCluster + static_cast<int64_t>(row.clusters) - 1),
+      numbers.GroupDigits(static_cast<int64_t>(row.bytes)),
+      numbers.Percent(row.hundredthsOfFile),
   };
 }
 

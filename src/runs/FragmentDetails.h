@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "items/ItemCells.h"
 #include "items/ItemList.h"
 
 // Why the table of fragments is not shown; None when it is.
@@ -45,11 +46,11 @@ FragmentDetails ReadFragmentDetails(ItemPlatform& platform, const std::wstring& 
 
 // The texts of the general data and of a table row (columns "N.", "Cluster",
 // "Cluster iniziale", "Cluster finale", "Dimensione (byte)", "% del file"),
-// with the user's number formats.
+// with the given number formats.
 std::wstring DetailsName(const ItemRecord& record);
 std::wstring DetailsFolder(const ItemRecord& record);
 // Kilobytes and the exact count: "1,234 KB (1,263,616 byte)"; empty for a folder.
-std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes);
-std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal);
+std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes, const NumberFormat& numbers);
+std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal, const NumberFormat& numbers);
 // The notice's display text (empty for None).
 std::wstring FragmentNoticeText(const FragmentDetails& details);

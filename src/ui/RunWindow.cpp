@@ -9,6 +9,7 @@
 #include "engine/Analysis.h"
 #include "ui/dialogs/ChoiceDialog.h"
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
@@ -75,7 +76,7 @@ void RequestExitCode(uint32_t code);
 // The report's numbers, date and time in the user's locale.
 class LocaleReportFormat final : public ReportFormat {
  public:
-  std::wstring GroupDigits(int64_t value) const override { return gItemCellSettings.numbers.groupDigits(value); }
+  std::wstring GroupDigits(int64_t value) const override { return LocaleNumbers().GroupDigits(value); }
   std::wstring Decimal(const std::wstring& twoDecimals) const override {
     wchar_t buffer[64];
     if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) return twoDecimals;
@@ -117,11 +118,12 @@ INT_PTR CALLBACK SummaryProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED_LABEL,
                       Text(kStrSummaryDefragmented, L"File deframmentati:"));
       SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS_LABEL, Text(kStrSummaryErrors, L"Errori:"));
-      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, GroupedCount(gRun.counters.filesSeen).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(gRun.counters.fragmented).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, GroupedCount(gRun.counters.notFragmented).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, GroupedCount(gRun.counters.filesMoved).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(gRun.errors.size()).c_str());
+      const NumberFormat& numbers = LocaleNumbers();
+      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, GroupedCount(numbers, gRun.counters.filesSeen).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(numbers, gRun.counters.fragmented).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, GroupedCount(numbers, gRun.counters.notFragmented).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, GroupedCount(numbers, gRun.counters.filesMoved).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(numbers, gRun.errors.size()).c_str());
       return TRUE;
     }
     case WM_COMMAND:
@@ -248,7 +250,7 @@ class WindowRunUi final : public RunUi {
     const std::wstring text = FormatWithStrings(
         Text(kStrSolidStateLeftOut, L"%s file selezionati si trovano su unità a stato solido e sono stati lasciati "
                                     L"come sono, come chiedono le impostazioni."),
-        {GroupedCount(files)});
+        {GroupedCount(LocaleNumbers(), files)});
     ShowMessage(gRunWindow.main, text, Text(kStrSolidStateTitle, L"Disco SSD"), MB_OK | MB_ICONINFORMATION);
   }
   int DiskCheck(bool automatic) override {

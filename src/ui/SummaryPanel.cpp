@@ -4,6 +4,7 @@
 #include <string>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
@@ -112,7 +113,7 @@ void UpdateSummaryPanel() {
                                           gRun.counters.filesMoved, gRun.errors.size()};
   for (int i = 0; i < kCounterCount; ++i) {
     SetWindowTextW(gSummary.labels[i], Text(kCounterLabels[i].textId, kCounterLabels[i].italian));
-    SetWindowTextW(gSummary.values[i], GroupedCount(values[i]).c_str());
+    SetWindowTextW(gSummary.values[i], GroupedCount(LocaleNumbers(), values[i]).c_str());
   }
 }
 

@@ -104,8 +104,8 @@ TEST_F(AddItemTest, FolderAndDriveRootRecords) {
   EXPECT_TRUE(root->modifiedText.empty());
   EXPECT_TRUE(root->modifiedKey.empty());
   EXPECT_TRUE(root->attributes.empty());
-  EXPECT_EQ(ItemCellText(*root, ItemColumn::Type), L"Cartella principale");
-  EXPECT_EQ(ItemCellText(*root, ItemColumn::Modified), L"");
+  EXPECT_EQ(ItemCellText(*root, ItemColumn::Type, numbers), L"Cartella principale");
+  EXPECT_EQ(ItemCellText(*root, ItemColumn::Modified, numbers), L"");
 }
 
 TEST_F(AddItemTest, ClusterSizeIsCachedForOneDrive) {

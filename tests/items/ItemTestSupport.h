@@ -47,7 +47,6 @@ class ItemListFixture : public ::testing::Test {
     ResetTexts();
     ClearItemList();
     ResetClusterSizeCache();
-    gItemCellSettings.numbers = PortableNumberFormatHooks();
   }
   void TearDown() override {
     ClearItemList();
@@ -71,4 +70,5 @@ class ItemListFixture : public ::testing::Test {
 
   ScopedFakeFileQueries fs;
   RecordingItemPlatform items;
+  PortableNumberFormat numbers;
 };

@@ -22,17 +22,11 @@ class FragmentDetailsTest : public RunFixture {
  protected:
   void SetUp() override {
     RunFixture::SetUp();
-    gItemCellSettings.numbers = PortableNumberFormatHooks();
     Volume(kVolume);
     for (const wchar_t* file : {L"Z:\\three.bin", L"Z:\\moved.bin", L"Z:\\empty.bin", L"Z:\\locked.bin", L"Z:\\gone.bin"}) {
       ASSERT_EQ(AddItem(items_, false, file), kAddOk) << Narrow(file);
     }
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
-  }
-
-  void TearDown() override {
-    gItemCellSettings = ItemCellSettings();
-    RunFixture::TearDown();
   }
 
   static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
@@ -42,9 +36,9 @@ class FragmentDetailsTest : public RunFixture {
     Run(RunMode::AnalyseAll);
   }
 
-  static std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) {
+  std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) const {
     std::vector<std::vector<std::wstring>> table;
-    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1));
+    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
     return table;
   }
 };
@@ -62,7 +56,7 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
   // The general data are the listed record's; the long prefix is not shown.
   EXPECT_EQ(DetailsName(details.record), L"three.bin");
   EXPECT_EQ(DetailsFolder(details.record), L"Z:\\");
-  EXPECT_EQ(DetailsSize(details.record, details.record.size), L"32 KB (32,768 byte)");
+  EXPECT_EQ(DetailsSize(details.record, details.record.size, numbers_), L"32 KB (32,768 byte)");
   EXPECT_EQ(ReadFragmentDetails(items_, L"\\\\?\\Z:\\three.bin").rows.size(), 3u);
 }
 
@@ -119,7 +113,7 @@ TEST_F(FragmentDetailsTest, ItemsWithoutATableGetTheNoticeThatSaysWhy) {
   Analyse();
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\empty.bin")), L"Il file non occupa alcun cluster");
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\data")), L"L'oggetto non \u00E8 un file");
-  EXPECT_TRUE(DetailsSize(ReadFragmentDetails(items_, L"Z:\\data").record, 0).empty());
+  EXPECT_TRUE(DetailsSize(ReadFragmentDetails(items_, L"Z:\\data").record, 0, numbers_).empty());
 
   ItemRecord* failed = ItemByPath(L"Z:\\gone.bin");
   ApplyFileAnalysis(*failed, false, -1, -1);

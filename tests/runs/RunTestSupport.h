@@ -10,6 +10,7 @@
 #include "RecordingRunUi.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
+#include "items/ItemCells.h"
 #include "items/ItemList.h"
 #include "runs/RunDriver.h"
 #include "runs/RunFilters.h"
@@ -79,5 +80,6 @@ class RunFixture : public ::testing::Test {
   std::unique_ptr<SimVolume> volume_;
   RecordingRunUi ui_;
   PortableItemPlatform items_;
+  PortableNumberFormat numbers_;
   RunOptions options_;
 };

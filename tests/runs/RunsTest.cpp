@@ -316,13 +316,13 @@ TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
   Run(RunMode::AnalyseAll);
   const ItemRecord& locked = *ItemByPath(L"Z:\\data\\locked.bin");
   EXPECT_EQ(locked.state, ItemState::Error);
-  EXPECT_EQ(ItemCellText(locked, ItemColumn::Fragments), L"-");
-  EXPECT_EQ(ItemCellText(locked, ItemColumn::Clusters), L"-");
-  auto shown = [] {
+  EXPECT_EQ(ItemCellText(locked, ItemColumn::Fragments, numbers_), L"-");
+  EXPECT_EQ(ItemCellText(locked, ItemColumn::Clusters, numbers_), L"-");
+  auto shown = [this] {
     std::wstring all;
     for (uint64_t row = 0; row < ItemCount(); ++row) {
       for (ItemColumn column : {ItemColumn::State, ItemColumn::Fragments, ItemColumn::Clusters}) {
-        all += ItemCellText(*ItemAtRow(row), column) + L"|";
+        all += ItemCellText(*ItemAtRow(row), column, numbers_) + L"|";
       }
     }
     return all;

@@ -7,6 +7,7 @@
 #include "EnglishTexts.h"
 #include "OpenDialog.h"
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "res/ResourceIds.h"
 #include "options/LanguageFile.h"
 #include "options/Settings.h"
@@ -99,18 +100,18 @@ TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
                   ListView_GetStringWidth(table, TestDriver::ListViewCellText(table, 0, column).c_str()))
             << column;
     }
-    const NumberFormatHooks& numbers = gItemCellSettings.numbers;
-    EXPECT_EQ(first, (std::vector<std::wstring>{L"", L"1", L"12", L"100", L"111", numbers.groupDigits(49152),
-                                                numbers.percent(2667)}));
-    EXPECT_EQ(last, (std::vector<std::wstring>{L"", L"5", L"1", numbers.groupDigits(1400), numbers.groupDigits(1400),
-                                               numbers.groupDigits(4096), numbers.percent(222)}));
+    const NumberFormat& numbers = LocaleNumbers();
+    EXPECT_EQ(first, (std::vector<std::wstring>{L"", L"1", L"12", L"100", L"111", numbers.GroupDigits(49152),
+                                                numbers.Percent(2667)}));
+    EXPECT_EQ(last, (std::vector<std::wstring>{L"", L"5", L"1", numbers.GroupDigits(1400), numbers.GroupDigits(1400),
+                                               numbers.GroupDigits(4096), numbers.Percent(222)}));
 
     // The general data.
     EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"relazione.doc");
     EXPECT_EQ(open.ItemText(IDC_FRAG_PATH), L"Z:\\Documenti");
     EXPECT_EQ(open.ItemText(IDC_FRAG_COUNT), L"5");
     EXPECT_EQ(open.ItemText(IDC_FRAG_CLUSTERS), L"45");
-    EXPECT_EQ(open.ItemText(IDC_FRAG_SIZE), numbers.kbSize(184320) + L" (" + numbers.groupDigits(184320) + L" byte)");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_SIZE), numbers.KBSize(184320) + L" (" + numbers.GroupDigits(184320) + L" byte)");
     EXPECT_EQ(open.ItemText(IDC_FRAG_NAME_LABEL), L"Nome:");
     EXPECT_EQ(open.ItemText(IDC_FRAG_DISK_LABEL), L"Dimensione su disco:");
     // One item: nothing to step to.

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "res/ResourceIds.h"
 #include "runs/FragmentDetails.h"
 #include "options/Settings.h"
@@ -138,7 +139,8 @@ void FitColumns(HWND dialog, const FragmentDetails& details) {
     widest.firstCluster = std::max(widest.firstCluster, row.firstCluster + static_cast<int64_t>(row.clusters) - 1);
     widest.bytes = std::max(widest.bytes, row.bytes);
   }
-  std::vector<std::wstring> cells = FragmentRowCells(widest, std::max<uint64_t>(details.rows.size(), 1));
+  std::vector<std::wstring> cells =
+      FragmentRowCells(widest, std::max<uint64_t>(details.rows.size(), 1), LocaleNumbers());
   for (int column = 1; column <= 6; ++column) {
     wchar_t title[64] = {};
     LVCOLUMNW info{};
@@ -162,11 +164,11 @@ void ShowDetails(HWND dialog, FragmentsState& state) {
 
   SetDlgItemTextW(dialog, IDC_FRAG_NAME, DetailsName(record).c_str());
   SetDlgItemTextW(dialog, IDC_FRAG_PATH, DetailsFolder(record).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_TYPE, ItemCellText(record, ItemColumn::Type).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_SIZE, DetailsSize(record, record.size).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_DISK, DetailsSize(record, record.sizeOnDisk).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_COUNT, ItemCellText(record, ItemColumn::Fragments).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_CLUSTERS, ItemCellText(record, ItemColumn::Clusters).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_TYPE, ItemCellText(record, ItemColumn::Type, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_SIZE, DetailsSize(record, record.size, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_DISK, DetailsSize(record, record.sizeOnDisk, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_COUNT, ItemCellText(record, ItemColumn::Fragments, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_CLUSTERS, ItemCellText(record, ItemColumn::Clusters, LocaleNumbers()).c_str());
 
   HWND table = GetDlgItem(dialog, IDC_FRAG_TABLE);
   const bool showTable = details.notice == FragmentNotice::None;
@@ -244,7 +246,8 @@ void AnswerCell(const FragmentsState& state, NMLVDISPINFOW* info) {
   item.pszText[0] = L'\0';
   const auto& rows = state.details.rows;
   if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= rows.size() || item.iSubItem < 1 || item.iSubItem > 6) return;
-  std::vector<std::wstring> cells = FragmentRowCells(rows[static_cast<size_t>(item.iItem)], static_cast<uint64_t>(item.iItem) + 1);
+  std::vector<std::wstring> cells =
+      FragmentRowCells(rows[static_cast<size_t>(item.iItem)], static_cast<uint64_t>(item.iItem) + 1, LocaleNumbers());
   lstrcpynW(item.pszText, cells[static_cast<size_t>(item.iSubItem - 1)].c_str(), item.cchTextMax);
 }
 
