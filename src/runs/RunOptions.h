@@ -30,4 +30,8 @@ struct RunOptions {
   uint32_t cleanup = kCleanupOff;
   // The solid-state flags (kSolidStateSkip, ...).
   uint32_t solidStateFlags = 0;
+  // A stopped analysis ends the command line's runs before its
+  // defragmentation (ordalis-ntfs: a stop signal means the user wants out).
+  // The window's command line goes on to the defragmentation.
+  bool stoppedAnalysisEndsRuns = false;
 };

@@ -29,6 +29,9 @@ uint32_t RunUnattended(RunOptions& options, RunUi& ui) {
     StartRun(RunMode::AnalyseAll, options, ui);
     anyErrors = !gRun.errors.empty();
     if (options.unattended) ui.ConsoleSummary(false, WithFailures(ConsoleAnalysisSection()));
+    if (options.stoppedAnalysisEndsRuns && gRunState.lastEnd == RunEnd::Stopped) {
+      return UnattendedExitCode(false, false, anyErrors);
+    }
   }
   bool diskErrors = false;
   bool stoppedWithErrors = false;

@@ -22,14 +22,14 @@ constexpr int kStateColumn = 1;
 constexpr ColumnLayout kItemColumns[] = {
     {kStrColumnName, L"Nome", 400, LVCFMT_LEFT, kCmdColumnName},
     {kStrColumnState, L"Stato", 118, LVCFMT_LEFT, kCmdColumnState},
-    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},
-    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT, kCmdColumnSizeOnDisk},
-    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
-    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},
+    kColumnSize,
+    kColumnSizeOnDisk,
+    kColumnFragments,
+    kColumnClusters,
     {kStrColumnType, L"Tipo", 300, LVCFMT_LEFT, kCmdColumnType},
-    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT, kCmdColumnPercentOnDisk},
-    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT, kCmdColumnModified},
-    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes},
+    kColumnPercentOnDisk,
+    kColumnModified,
+    kColumnAttributes,
 };
 
 struct ItemViewState {

@@ -3,9 +3,13 @@
 // column menu (one command per column and the default set), the visible
 // flags kept in the settings, and the sort arrow in the header.
 #include <windows.h>
+#include <commctrl.h>
 
 #include <cstdint>
 #include <vector>
+
+#include "options/CommandIds.h"
+#include "options/StringIds.h"
 
 struct ColumnLayout {
   uint32_t textId;
@@ -14,6 +18,18 @@ struct ColumnLayout {
   int format;  // LVCFMT_LEFT or LVCFMT_RIGHT
   uint32_t command;  // the column menu's command that shows or hides it
 };
+
+// The columns the item list and the fragmented-file list both show, alike.
+constexpr ColumnLayout kColumnSize{kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize};
+constexpr ColumnLayout kColumnSizeOnDisk{kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT,
+                                         kCmdColumnSizeOnDisk};
+constexpr ColumnLayout kColumnFragments{kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments};
+constexpr ColumnLayout kColumnClusters{kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters};
+constexpr ColumnLayout kColumnPercentOnDisk{kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT,
+                                            kCmdColumnPercentOnDisk};
+constexpr ColumnLayout kColumnModified{kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT,
+                                       kCmdColumnModified};
+constexpr ColumnLayout kColumnAttributes{kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes};
 
 struct ColumnTable {
   const ColumnLayout* columns;

@@ -107,6 +107,10 @@ void LayoutChildren() {
     MoveWindow(gMain.statusUpper, 0, bottom - 2 * statusHeight, width, statusHeight, TRUE);
     int upperParts[] = {width - Scaled(260), -1};
     SendMessageW(gMain.statusUpper, SB_SETPARTS, 2, reinterpret_cast<LPARAM>(upperParts));
+    // A bar that grows repaints only the strip it gained: the lower bar's
+    // one part would keep its old right edge drawn in the middle of the bar
+    // (the upper bar is repainted whole by its new parts).
+    InvalidateRect(gMain.statusLower, nullptr, TRUE);
     int progressWidth = Scaled(kProgressWidth);
     MoveWindow(gMain.progress, width - progressWidth - Scaled(22), Scaled(4), progressWidth,
                statusHeight - Scaled(8), TRUE);

@@ -19,13 +19,13 @@ enum ResultColumn { kName, kFragments, kClusters, kSize, kSizeOnDisk, kPercent, 
 
 constexpr ColumnLayout kResultColumns[] = {
     {kStrResultColumnName, L"      Nome", 400, LVCFMT_LEFT, kCmdColumnName},
-    {kStrColumnFragments, L"Frammenti", 100, LVCFMT_RIGHT, kCmdColumnFragments},
-    {kStrColumnClusters, L"Cluster", 100, LVCFMT_RIGHT, kCmdColumnClusters},
-    {kStrColumnSize, L"Dimensione", 120, LVCFMT_RIGHT, kCmdColumnSize},
-    {kStrColumnSizeOnDisk, L"Dimensione su disco", 120, LVCFMT_RIGHT, kCmdColumnSizeOnDisk},
-    {kStrColumnPercentOnDisk, L"% su disco", 100, LVCFMT_RIGHT, kCmdColumnPercentOnDisk},
-    {kStrColumnModified, L"Data ultima modifica", 140, LVCFMT_LEFT, kCmdColumnModified},
-    {kStrColumnAttributes, L"Attributi", 80, LVCFMT_LEFT, kCmdColumnAttributes},
+    kColumnFragments,
+    kColumnClusters,
+    kColumnSize,
+    kColumnSizeOnDisk,
+    kColumnPercentOnDisk,
+    kColumnModified,
+    kColumnAttributes,
 };
 
 std::wstring gResultCellBuffer;

@@ -2,8 +2,8 @@
 // below neutral the program ends without a word and with the TAG as exit
 // code; from neutral on the report shows first, with its rich text as the
 // box received it; after a fault while solid-state drives are identified
-// the warning about that identification follows; a worker that runs out of
-// memory reaches the same report.
+// the warning about that identification follows, after a stack overflow as
+// well; a worker that runs out of memory reaches the same report.
 #include "ProgramCase.h"
 #include "res/CrashReportIds.h"
 
@@ -230,36 +230,49 @@ TEST_F(CrashReportTest, AtTheNeutralTagTheReportShowsAndClosingItEndsTheProgramW
     EXPECT_EQ(program_->ExitCode(), 9000u);
 }
 
+// On the window thread, an access violation and a stack overflow alike: the
+// report runs on a thread of its own (the faulting one may have no stack
+// left), and the warning follows it.
 TEST_F(CrashReportTest, AFaultWhileDrivesAreIdentifiedIsFollowedByTheSolidStateWarning) {
-    Prepare("drives", "9001");
-    program_ = TestDriver::StartProgram(exe_, L"/DEFRAG /QUICK /CHKDSK:0 /CLEAN:0 /LANG:IT " + data_);
-    ASSERT_TRUE(program_);
-    HWND report = WaitForReport(L"e2e_crash_report_9001");
-    ASSERT_NE(report, nullptr) << "no report";
-    EXPECT_NE(Report().find("  TAG: 0x00002329\\par "), std::string::npos) << Report();
-    // The report is modal over the window that was active: the main window.
-    HWND mainWindow = TestDriver::FindTopWindow({kDialogClass, kMainTitle, program_->ProcessId()});
-    ASSERT_NE(mainWindow, nullptr);
-    EXPECT_EQ(GetWindow(report, GW_OWNER), mainWindow);
-    EXPECT_FALSE(IsWindowEnabled(mainWindow));
+    for (const char* kind : {"write", "stack"}) {
+        SCOPED_TRACE(kind);
+        const bool stack = std::string(kind) == "stack";
+        Prepare(std::string("drives-") + kind, "9001", kind);
+        program_ = TestDriver::StartProgram(exe_, L"/DEFRAG /QUICK /CHKDSK:0 /CLEAN:0 /LANG:IT " + data_);
+        ASSERT_TRUE(program_);
+        HWND report = WaitForReport(std::wstring(L"e2e_crash_report_9001_") + (stack ? L"stack" : L"write"));
+        ASSERT_NE(report, nullptr) << "no report";
+        EXPECT_NE(Report().find(stack ? "  Codice eccezione: c00000fd\\par " : "  Codice eccezione: c0000005\\par "),
+                  std::string::npos) << Report();
+        EXPECT_NE(Report().find("  TAG: 0x00002329\\par "), std::string::npos) << Report();
+        HWND mainWindow = TestDriver::FindTopWindow({kDialogClass, kMainTitle, program_->ProcessId()});
+        ASSERT_NE(mainWindow, nullptr);
+        EXPECT_NE(GetWindowThreadProcessId(report, nullptr), GetWindowThreadProcessId(mainWindow, nullptr));
+        if (!stack) {
+            // The report is modal over the window that was active: the main
+            // window, whose thread still answers.
+            EXPECT_EQ(GetWindow(report, GW_OWNER), mainWindow);
+            EXPECT_FALSE(IsWindowEnabled(mainWindow));
+        }
 
-    TestDriver::PressButton(report, IDC_CRASH_CLOSE);
-    const DWORD start = GetTickCount();
-    while (IsWindow(report) && GetTickCount() - start < kWaitMs) TestDriver::PumpMessages(50);
-    ASSERT_FALSE(IsWindow(report)) << "the report did not close";
-    HWND warning = TestDriver::WaitForDialogOf(program_->ProcessId(), mainWindow, kWaitMs);
-    ASSERT_NE(warning, nullptr) << "no warning after the report";
-    TestDriver::PumpMessages(300);
-    TestDriver::SaveScreenshot(L"e2e_crash_report_9001_warning");
-    EXPECT_EQ(TestDriver::WindowText(warning), L"Ordalis");
-    EXPECT_EQ(TestDriver::MessageBoxMessage(warning),
-              L"L'identificazione automatica delle unit\u00E0 a stato solido potrebbe non essere compatibile "
-              L"con alcune combinazioni hardware. In tal caso, selezionare \"Disabilita identificazione unit"
-              L"\u00E0 a stato solido\" dal menu \"Opzioni\".");
-    EXPECT_TRUE(program_->Running());
-    TestDriver::PressButton(warning, IDOK);
-    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
-    EXPECT_EQ(program_->ExitCode(), 9001u);
+        TestDriver::PressButton(report, IDC_CRASH_CLOSE);
+        const DWORD start = GetTickCount();
+        while (IsWindow(report) && GetTickCount() - start < kWaitMs) TestDriver::PumpMessages(50);
+        ASSERT_FALSE(IsWindow(report)) << "the report did not close";
+        HWND warning = TestDriver::WaitForDialogOf(program_->ProcessId(), mainWindow, kWaitMs);
+        ASSERT_NE(warning, nullptr) << "no warning after the report";
+        TestDriver::PumpMessages(300);
+        TestDriver::SaveScreenshot(std::wstring(L"e2e_crash_report_9001_warning_") + (stack ? L"stack" : L"write"));
+        EXPECT_EQ(TestDriver::WindowText(warning), L"Ordalis");
+        EXPECT_EQ(TestDriver::MessageBoxMessage(warning),
+                  L"L'identificazione automatica delle unit\u00E0 a stato solido potrebbe non essere compatibile "
+                  L"con alcune combinazioni hardware. In tal caso, selezionare \"Disabilita identificazione unit"
+                  L"\u00E0 a stato solido\" dal menu \"Opzioni\".");
+        EXPECT_TRUE(program_->Running());
+        TestDriver::PressButton(warning, IDOK);
+        ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+        EXPECT_EQ(program_->ExitCode(), 9001u);
+    }
 }
 
 TEST_F(CrashReportTest, AMoveThreadThatRunsOutOfMemoryReachesTheReport) {

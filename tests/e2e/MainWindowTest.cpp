@@ -142,6 +142,28 @@ TEST_F(MainWindowTest, EmptyWindowShowsItsColumnsPanelsAndStatusTexts) {
               (std::vector<std::wstring>{L"Oggetti totali in elenco: 0", L""}));
     EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"In attesa"}));
 
+    // Maximised, restored, narrowed and widened again, the lower bar still
+    // says the program waits, and is drawn whole: no edge is left where the
+    // bar ended before it grew.
+    PostMessageW(window_, WM_SYSCOMMAND, SC_MAXIMIZE, 0);
+    TestDriver::PumpMessages(500);
+    EXPECT_TRUE(IsZoomed(window_));
+    PostMessageW(window_, WM_SYSCOMMAND, SC_RESTORE, 0);
+    TestDriver::PumpMessages(500);
+    SetWindowPos(window_, nullptr, 50, 50, Scaled(640), Scaled(420), SWP_NOZORDER);
+    TestDriver::PumpMessages(500);
+    RECT narrow{};
+    GetClientRect(bars[1], &narrow);
+    SetWindowPos(window_, nullptr, 50, 50, Scaled(1000), Scaled(560), SWP_NOZORDER);
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::StatusBarTexts(bars[1]), (std::vector<std::wstring>{L"In attesa"}));
+    POINT middle{narrow.right + Scaled(40), narrow.bottom / 2};
+    ClientToScreen(bars[1], &middle);
+    const COLORREF face = TestDriver::ScreenPixel(middle);
+    for (int x = -4; x <= 4; ++x) {
+        EXPECT_EQ(TestDriver::ScreenPixel({middle.x - Scaled(40) + x, middle.y}), face) << "at the old edge " << x;
+    }
+
     // The error tab: its list hidden behind the notice of an empty item
     // list, and the four counters of the last run beside the tabs.
     TestDriver::SendCommand(window_, 5002);

@@ -34,7 +34,7 @@ class NtfsConsole final : public ConsoleRunUi {
   // A run has ended: the progress line is erased, its part of the summary
   // printed (its own, not the Windows program's `section`), and the next
   // run, if any, logged from now on.
-  void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section = {}) override;
+  void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override;
 
   const OutcomeLog& Log() const { return log_; }
   // A run was stopped, or a stop signal came.

@@ -20,33 +20,27 @@
 #include "items/ItemList.h"
 #include "runs/RunDriver.h"
 #include "runs/RunOptions.h"
+#include "runs/UnattendedRun.h"
 #include "options/Settings.h"
 #include "util/SharedLock.h"
 #include "util/WideString.h"
 
 namespace {
 
-// The analysis and then the defragmentation (or its plan), each followed by
-// its part of the summary. A stopped analysis is followed by nothing, and
-// the analysis may run for the progress line alone: the shared unattended
-// flow knows neither, so the two runs are started here.
+// The analysis (when asked, or for the progress line) and then the
+// defragmentation or its plan, each followed by its part of the summary, as
+// the window's "/NOGUI" runs them. The exit code that flow returns is the
+// window's; ordalis-ntfs takes its own from the outcome log.
 void RunTheRuns(const NtfsOptions& options, NtfsConsole& console) {
-  // Unattended and closing after the runs, as the window's "/NOGUI".
   RunOptions runOptions;
   runOptions.unattended = true;
   runOptions.close = true;
   runOptions.analyse = console.AnalysisFirst();
   runOptions.defragment = options.defragment || options.plan;
   runOptions.solidStateFlags = gSettings.solidStateFlags;
+  runOptions.stoppedAnalysisEndsRuns = true;
   console.Begin();
-  if (console.AnalysisFirst()) {
-    StartRun(RunMode::AnalyseAll, runOptions, console);
-    console.ConsoleSummary(false);
-  }
-  if (runOptions.defragment && !console.Stopped()) {
-    StartRun(RunMode::DefragmentAll, runOptions, console);
-    console.ConsoleSummary(true);
-  }
+  RunUnattended(runOptions, console);
 }
 
 bool AnyFailed(const OutcomeLog& log) {

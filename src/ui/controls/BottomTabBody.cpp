@@ -52,13 +52,8 @@ LRESULT CALLBACK BodyProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
       SetBkColor(reinterpret_cast<HDC>(wParam), RGB(255, 255, 255));
       SetTextColor(reinterpret_cast<HDC>(wParam), Theme::kText);
       return reinterpret_cast<LRESULT>(GetStockObject(WHITE_BRUSH));
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT:
-      Paint(window, *state);
-      return 0;
   }
-  return DefWindowProcW(window, message, wParam, lParam);
+  return Theme::DrawnControlDefault(window, message, wParam, lParam, [&] { Paint(window, *state); });
 }
 
 }  // namespace

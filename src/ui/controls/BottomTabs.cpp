@@ -160,13 +160,8 @@ LRESULT CALLBACK TabsProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
       }
       return 0;
     }
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT:
-      Paint(window, *state);
-      return 0;
   }
-  return DefWindowProcW(window, message, wParam, lParam);
+  return Theme::DrawnControlDefault(window, message, wParam, lParam, [&] { Paint(window, *state); });
 }
 
 }  // namespace

@@ -39,13 +39,8 @@ LRESULT CALLBACK ProgressProc(HWND window, UINT message, WPARAM wParam, LPARAM l
       state->position = static_cast<uint64_t>(lParam);
       InvalidateRect(window, nullptr, FALSE);
       return 0;
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT:
-      Paint(window, *state);
-      return 0;
   }
-  return DefWindowProcW(window, message, wParam, lParam);
+  return Theme::DrawnControlDefault(window, message, wParam, lParam, [&] { Paint(window, *state); });
 }
 
 }  // namespace

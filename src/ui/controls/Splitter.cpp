@@ -67,13 +67,8 @@ LRESULT CALLBACK SplitterProc(HWND window, UINT message, WPARAM wParam, LPARAM l
       return 0;
     case kSplitterGetPosition:
       return state->wantedTop;
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT:
-      Paint(window, *state);
-      return 0;
   }
-  return DefWindowProcW(window, message, wParam, lParam);
+  return Theme::DrawnControlDefault(window, message, wParam, lParam, [&] { Paint(window, *state); });
 }
 
 }  // namespace

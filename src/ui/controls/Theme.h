@@ -56,6 +56,21 @@ struct ControlClass {
 HWND CreateControl(const ControlClass& kind, HWND parent, int id, DWORD style, const wchar_t* text = L"",
                    DWORD exStyle = 0);
 
+// The end of every drawn control's window procedure: the background is never
+// erased (the painter covers every pixel, through a memory bitmap), WM_PAINT
+// goes to the control's painter, anything else to the system.
+template <typename Painter>
+LRESULT DrawnControlDefault(HWND window, UINT message, WPARAM wParam, LPARAM lParam, Painter paint) {
+  switch (message) {
+    case WM_ERASEBKGND:
+      return 1;
+    case WM_PAINT:
+      paint();
+      return 0;
+  }
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
 // Paints through a memory bitmap so that a control never flickers.
 class BufferedPaint {
 public:

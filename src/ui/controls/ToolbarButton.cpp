@@ -200,13 +200,8 @@ LRESULT CALLBACK ButtonProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
       if (clicked) Notify(window, BN_CLICKED);
       return 0;
     }
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT:
-      Paint(window, *state);
-      return 0;
   }
-  return DefWindowProcW(window, message, wParam, lParam);
+  return Theme::DrawnControlDefault(window, message, wParam, lParam, [&] { Paint(window, *state); });
 }
 
 }  // namespace

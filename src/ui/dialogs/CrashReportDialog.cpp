@@ -275,8 +275,9 @@ INT_PTR CALLBACK CrashDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARA
   return FALSE;
 }
 
-// The window the report belongs over: this thread's active window, or, for a
-// fault in a worker, the program's window in front.
+// The window the report belongs over: the faulting thread's active window,
+// or, for a fault in a worker, the program's window in front. Asked on the
+// faulting thread.
 HWND ReportOwner() {
   if (HWND active = GetActiveWindow()) return active;
   HWND front = GetForegroundWindow();
@@ -285,14 +286,13 @@ HWND ReportOwner() {
   return nullptr;
 }
 
-void ShowReport(const SavedFault& fault) {
+void ShowReport(const SavedFault& fault, HWND owner) {
   INITCOMMONCONTROLSEX controls{sizeof controls, ICC_LINK_CLASS};
   InitCommonControlsEx(&controls);
   LoadSystemLibrary(L"RICHED20.DLL");
   DialogData data;
   ProgramFacts program{Narrow(ORDALIS_VERSION_TEXT), kBuildText};
   data.report = BuildCrashReport(GatherSystemFacts(), program, FaultFactsOf(fault), !BuiltInTexts());
-  HWND owner = ReportOwner();
   DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_CRASH_REPORT), owner, CrashDialogProc,
                   reinterpret_cast<LPARAM>(&data));
   if (fault.tag == kTagCheckingDrives) {
@@ -304,6 +304,13 @@ void ShowReport(const SavedFault& fault) {
   if (gCrash.cleanup) gCrash.cleanup();
   TerminateProcess(GetCurrentProcess(), tag);
   ExitProcess(tag);  // not reached: the process ends with the call above
+}
+
+// The report, the clean-up and the end of the process, on a thread of
+// their own.
+DWORD WINAPI ReportAndEnd(void* owner) {
+  if (gCrash.fault.tag >= kTagNeutral) ShowReport(gCrash.fault, static_cast<HWND>(owner));
+  EndProcess(gCrash.fault.tag);
 }
 
 LONG WINAPI CrashFilter(EXCEPTION_POINTERS* pointers) {
@@ -319,8 +326,33 @@ LONG WINAPI CrashFilter(EXCEPTION_POINTERS* pointers) {
   gCrash.fault.record = *pointers->ExceptionRecord;
   gCrash.fault.context = *pointers->ContextRecord;
   gCrash.fault.tag = tag;
-  if (tag >= kTagNeutral) ShowReport(gCrash.fault);
-  EndProcess(tag);
+
+  // The faulting thread may have no stack left, and a dialog needs plenty:
+  // the report runs on a fresh thread while this one waits. A window of this
+  // thread can own the report only while this thread answers what the
+  // report sends it (being disabled, activated); after a stack overflow it
+  // answers nothing, and the report stands on its own.
+  HWND owner = ReportOwner();
+  const bool ownersThread = owner && GetWindowThreadProcessId(owner, nullptr) == self;
+  const bool noStack = gCrash.fault.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+  if (ownersThread && noStack) owner = nullptr;
+  DWORD reporter = 0;
+  const UniqueHandle thread(CreateThread(nullptr, 0, ReportAndEnd, owner, CREATE_SUSPENDED, &reporter));
+  if (!thread) ReportAndEnd(owner);  // no thread to be had: here, as well as it goes
+  gCrash.reportingThread.store(reporter);
+  ResumeThread(thread.Get());
+  if (!ownersThread || noStack) {
+    WaitForSingleObject(thread.Get(), INFINITE);
+  } else {
+    // Only sent messages are answered: nothing this thread had queued runs
+    // again after its fault.
+    HANDLE handle = thread.Get();
+    MSG message;
+    while (MsgWaitForMultipleObjects(1, &handle, FALSE, INFINITE, QS_SENDMESSAGE) != WAIT_OBJECT_0) {
+      PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    }
+  }
+  EndProcess(tag);  // not reached: the report's thread ends the process
 }
 
 // Inside the catch block of an exception that escaped a thread procedure:

@@ -5,11 +5,12 @@
 // handles, in the window thread (message loop included) and in every worker;
 // exceptions that escape a thread procedure reach it as faults through
 // RunThreadProcedure (engine/EngineThread.h). It saves the exception record
-// and the processor context; when the TAG (util/Tag.h) is below neutral the
-// program ends at once, otherwise the report dialog shows over the active
-// window first, and after a fault at kTagCheckingDrives the solid-state
-// warning follows. Either way the clean-up runs and the process ends with the
-// TAG as its exit code.
+// and the processor context, and hands the rest to a fresh thread (the
+// faulting one may have overflowed its stack) while it waits: when the TAG
+// (util/Tag.h) is below neutral the program ends at once, otherwise the
+// report dialog shows over the active window first, and after a fault at
+// kTagCheckingDrives the solid-state warning follows. Either way the
+// clean-up runs and the process ends with the TAG as its exit code.
 #include <string>
 
 using CrashCleanup = void (*)();

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include <climits>
 #include <cstdlib>
 #include <new>
 #include <string>
@@ -41,9 +42,11 @@ LRESULT CALLBACK RefusingProc(HWND window, UINT message, WPARAM wParam, LPARAM l
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
+enum class SimFaultKind { kWrite, kOutOfMemory, kStackOverflow };
+
 struct SimFault {
   uint32_t tag = 0;
-  bool outOfMemory = false;
+  SimFaultKind kind = SimFaultKind::kWrite;
 };
 SimFault gSimFault;
 
@@ -54,8 +57,18 @@ std::wstring Variable(const wchar_t* name) {
   return std::wstring(value, length);
 }
 
+// Calls itself until the thread's stack is gone: each frame holds a page,
+// so the stack ends long before the depth does.
+[[gnu::noinline]] int Recurse(int depth) {
+  volatile char frame[4096];
+  frame[0] = static_cast<char>(depth);
+  if (depth == INT_MAX) return frame[0];
+  return Recurse(depth + 1) + frame[0];
+}
+
 void Fault() {
-  if (gSimFault.outOfMemory) throw std::bad_alloc();
+  if (gSimFault.kind == SimFaultKind::kOutOfMemory) throw std::bad_alloc();
+  if (gSimFault.kind == SimFaultKind::kStackOverflow) Recurse(0);
   volatile int* volatile target = reinterpret_cast<int*>(0x10);
   *target = 1;
 }
@@ -79,7 +92,9 @@ void InstallSimFault() {
   const std::wstring tag = Variable(L"ORDALIS_SIM_FAULT_TAG");
   if (tag.empty()) return;
   gSimFault.tag = static_cast<uint32_t>(std::wcstoul(tag.c_str(), nullptr, 10));
-  gSimFault.outOfMemory = Variable(L"ORDALIS_SIM_FAULT_KIND") == L"memory";
+  const std::wstring kind = Variable(L"ORDALIS_SIM_FAULT_KIND");
+  if (kind == L"memory") gSimFault.kind = SimFaultKind::kOutOfMemory;
+  if (kind == L"stack") gSimFault.kind = SimFaultKind::kStackOverflow;
   if (gSimFault.tag < kTagNeutral) {
     SetTag(gSimFault.tag);
     Fault();

@@ -25,9 +25,10 @@ void InstallSimMenuProbe(HWND mainWindow);
 // its TAG takes that value, on the thread that sets it; a number below the
 // neutral TAG is taken as the TAG before the first checkpoint and faults at
 // once. ORDALIS_SIM_FAULT_KIND chooses the fault: "write" (the default, an
-// access violation writing at 0x10) or "memory" (out of memory thrown as the
+// access violation writing at 0x10), "memory" (out of memory thrown as the
 // standard library throws it, so it escapes the thread procedure; for a TAG
-// that a scope sets on entry). Call after the crash report is installed.
+// that a scope sets on entry) or "stack" (the thread's stack overflows).
+// Call after the crash report is installed.
 void InstallSimFault();
 
 // With ORDALIS_SIM_CRASH_REPORT naming a file, the crash report's rich text
