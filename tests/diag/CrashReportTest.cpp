@@ -67,25 +67,20 @@ TEST(CrashReport, ItalianReportIsTheWholeRichText) {
             "Stack pointer: 000000000014fd90n}");
 }
 
+// The English labels are a second table of the same lines; what differs is
+// which table is taken, an older system's missing line and a short address.
 TEST(CrashReport, EnglishLabelsAndNoArchitectureLineOnOlderSystems) {
   SystemFacts system = Windows7();
   system.hasArchitecture = false;
   FaultFacts fault = WriteFault();
   fault.address = 0x1234;
-  fault.tag = 9000;
   const std::string report = BuildCrashReport(system, {"1.00", "b"}, fault, true);
   EXPECT_EQ(report.find("Architettura"), std::string::npos);
   EXPECT_EQ(report.find("architecture"), std::string::npos);
-  const char* lines[] = {
-      "{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par   OS edition: Ultimate Edition\\par "
-      "  OS version number: 6.1\\par   OS service pack: Service Pack 1\\par   Total physical memory: ",
-      "\\par   Available physical memory: 5,12 GB\\par   Total page file memory: 16,0 GB\\par "
-      "  Available page file memory: 12,5 GB\\par   Total virtual memory: 128 TB\\par "
-      "  Free virtual memory: 127 TB\\par \\par {\\b \\f1\\cf1 Info about Ordalis}\\par "
-      "  Version: 1.00 (64-bit)\\par   Build: b\\par \\par {\\b \\f1\\cf1 Exception info}\\par "
-      "  Exception code: c0000005\\par   Description: Access violation writing 0x00000010\\par "
-      "  Address: 0x00001234\\par   TAG: 0x00002328\\par Exception C0000005 at address 00001234\r\n"};
-  for (const char* line : lines) EXPECT_NE(report.find(line), std::string::npos) << line;
+  for (const char* line : {"{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par ",
+                           "\\par   Address: 0x00001234\\par   TAG: 0x00002329\\par Exception C0000005 at address 00001234\r\n"}) {
+    EXPECT_NE(report.find(line), std::string::npos) << line;
+  }
 }
 
 TEST(CrashReport, ValuesCannotBreakTheRichText) {
@@ -95,48 +90,21 @@ TEST(CrashReport, ValuesCannotBreakTheRichText) {
   EXPECT_NE(report.find("  Service pack: \\{\\\\evil\\} caf\\'e8\\par "), std::string::npos);
 }
 
-TEST(CrashReport, ExceptionDescriptions) {
+// The names of the codes, the systems and the editions are tables; what is
+// computed is an access's direction and address, the unknown code's form,
+// the one version number told apart by build, and what no table holds.
+TEST(CrashReport, DescriptionsAndNamesBeyondTheirTables) {
   const uint64_t writing[] = {1, 0x10};
   EXPECT_EQ(DescribeException(0xC0000005, writing, 2), "Access violation writing 0x00000010");
   const uint64_t reading[] = {0, 0x00007FF612345678ull};
   EXPECT_EQ(DescribeException(0xC0000005, reading, 2), "Access violation reading 0x7ff612345678");
-  EXPECT_EQ(DescribeException(0xC0000094, nullptr, 0), "Integer divide by zero");
-  EXPECT_EQ(DescribeException(0xC00000FD, nullptr, 0), "Stack overflow");
-  EXPECT_EQ(DescribeException(0x80000003, nullptr, 0), "Breakpoint");
-  EXPECT_EQ(DescribeException(0xC000008E, nullptr, 0), "FPU divide by zero");
-  EXPECT_EQ(DescribeException(0xC0000008, nullptr, 0), "Invalid handle");
   EXPECT_EQ(DescribeException(0xC0000017, nullptr, 0), "Unknown (0xc0000017)");
-  EXPECT_EQ(DescribeException(0x20474343, nullptr, 0), "Unknown (0x20474343)");
-}
-
-TEST(CrashReport, OperatingSystemNames) {
-  EXPECT_EQ(OperatingSystemName(6, 0, 6002, false), "Windows Vista");
-  EXPECT_EQ(OperatingSystemName(6, 0, 6002, true), "Windows Server 2008");
-  EXPECT_EQ(OperatingSystemName(6, 1, 7601, false), "Windows 7");
   EXPECT_EQ(OperatingSystemName(6, 1, 7601, true), "Windows Server 2008 R2");
-  EXPECT_EQ(OperatingSystemName(6, 2, 9200, false), "Windows 8");
-  EXPECT_EQ(OperatingSystemName(6, 2, 9200, true), "Windows Server 2012");
-  EXPECT_EQ(OperatingSystemName(6, 3, 9600, false), "Windows 8.1");
-  EXPECT_EQ(OperatingSystemName(6, 3, 9600, true), "Windows Server 2012 R2");
-  // One version number, told apart by build.
   EXPECT_EQ(OperatingSystemName(10, 0, 19045, false), "Windows 10");
   EXPECT_EQ(OperatingSystemName(10, 0, 22000, false), "Windows 11");
-  EXPECT_EQ(OperatingSystemName(10, 0, 26100, false), "Windows 11");
-  EXPECT_EQ(OperatingSystemName(10, 0, 14393, true), "Windows Server 2016");
   EXPECT_EQ(OperatingSystemName(10, 0, 17763, true), "Windows Server 2019");
-  EXPECT_EQ(OperatingSystemName(10, 0, 20348, true), "Windows Server 2022");
   EXPECT_EQ(OperatingSystemName(10, 0, 26100, true), "Windows Server 2025");
-  EXPECT_EQ(OperatingSystemName(5, 1, 2600, false), "Windows XP");
   EXPECT_EQ(OperatingSystemName(6, 4, 9841, false), "Windows NT 6.4");
-}
-
-TEST(CrashReport, Editions) {
-  EXPECT_EQ(EditionName(0x01), "Ultimate Edition");
-  EXPECT_EQ(EditionName(0x03), "Home Premium Edition");
-  EXPECT_EQ(EditionName(0x02), "Home Basic Edition");
-  EXPECT_EQ(EditionName(0x30), "Professional");
-  EXPECT_EQ(EditionName(0x65), "Home");
-  EXPECT_EQ(EditionName(0), "(none)");
   EXPECT_EQ(EditionName(0xABCDABCD), "(none)");
 }
 

@@ -41,6 +41,15 @@ class SimTest : public ::testing::Test {
 
   SimVolume& volume() { return *volume_; }
 
+  // A volume of `clusters` with only `used` in use, opened as the engine
+  // opens it.
+  FsHandle BuildVolume(uint64_t clusters, const std::vector<SimRun>& used, const std::string& settings = "") {
+    Volume("volume letter=Z clusters=" + std::to_string(clusters) + " " + settings + "\n");
+    std::string error;
+    for (const SimRun& run : used) EXPECT_TRUE(volume_->Reserve(run.lcn, run.count, error)) << error;
+    return Va().OpenVolume("\\\\.\\Z:");
+  }
+
   ::testing::AssertionResult Clean() {
     auto violations = volume_->Check();
     if (violations.empty()) return ::testing::AssertionSuccess();

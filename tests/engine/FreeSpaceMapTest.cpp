@@ -14,11 +14,11 @@ namespace {
 
 #ifdef _WIN32
 constexpr int kLayouts = 40;
-constexpr int kVolumes = 60;
+constexpr int kVolumes = 120;
 constexpr int kManyMoves = 200;
 #else
 constexpr int kLayouts = 600;
-constexpr int kVolumes = 1200;
+constexpr int kVolumes = 2000;
 constexpr int kManyMoves = 1500;
 #endif
 
@@ -30,11 +30,7 @@ class FreeSpaceMapTest : public SimTest {
   }
 
   FsHandle Build(uint64_t clusters, const std::vector<SimRun>& used, uint32_t align = 8) {
-    Volume("volume letter=Z clusters=" + std::to_string(clusters) +
-           " bitmapAlign=" + std::to_string(align) + "\n");
-    std::string error;
-    for (const SimRun& run : used) EXPECT_TRUE(volume().Reserve(run.lcn, run.count, error)) << error;
-    handle_ = Va().OpenVolume("\\\\.\\Z:");
+    handle_ = BuildVolume(clusters, used, "bitmapAlign=" + std::to_string(align));
     std::wstring message;
     EXPECT_EQ(map_.Read(ui_, handle_, 1, message), 1);
     return handle_;
@@ -170,14 +166,19 @@ TEST_F(FreeSpaceMapTest, AVolumeThatRoundsReadsOddlyIsLeftToTheScan) {
 // Random volumes, each defragmented file by file twice from the same start:
 // once searched through the map, once by the per-file scan. Every outcome and
 // every file's runs must be the same, whatever the strategy, the volume's
-// checkpoints, partial moves, refused targets and clusters taken under the
-// run's feet.
+// ways (checkpoints, partial moves, pending answers, bitmap rounding),
+// compressed files, faults, refused targets and clusters taken under the
+// run's feet; and after each relocation the checker passes and no failure
+// reads as moved.
 struct Scenario {
   std::string description;
   std::vector<std::wstring> paths;
   std::vector<bool> smart;
   std::vector<bool> checkpointAfter;
   std::vector<int> takeDuring;  // file whose move sees clusters taken, -1 none
+  std::vector<bool> faulted;
+  std::vector<bool> neverOpens;  // every open of the file fails
+  bool volumeFaulted = false;    // the bitmap or the volume open fails once
 };
 
 Scenario RandomScenario(std::mt19937_64& random) {
@@ -185,11 +186,14 @@ Scenario RandomScenario(std::mt19937_64& random) {
   Scenario s;
   const uint64_t clusters = 64 + random() % (chance(20) ? 150000 : 6000);
   std::vector<bool> used(clusters, false);
+  const uint32_t aligns[] = {1, 64};
   char line[256];
   std::snprintf(line, sizeof line,
-                "volume letter=Z clusters=%llu checkpoint=%s partialMoves=%s moveChunk=%u pending=%s\n",
+                "volume letter=Z clusters=%llu checkpoint=%s partialMoves=%s moveChunk=%u pending=%s "
+                "bitmapAlign=%u inUseStatus=%s\n",
                 static_cast<unsigned long long>(clusters), chance(40) ? "on" : "off",
-                chance(30) ? "on" : "off", 1u << (random() % 6), chance(10) ? "on" : "off");
+                chance(30) ? "on" : "off", 1u << (random() % 6), chance(10) ? "on" : "off",
+                chance(85) ? 8u : aligns[random() % 2], chance(50) ? "0xC0000021" : "0xC000000D");
   s.description = line;
   auto place = [&](uint64_t count, int64_t& lcn) { return PlaceRandomRun(random, used, count, lcn); };
   // Crumbled free space: many small reserved stretches.
@@ -205,8 +209,9 @@ Scenario RandomScenario(std::mt19937_64& random) {
     const std::wstring path = L"Z:\\f" + std::to_wstring(f);
     std::string runs;
     uint64_t vcns = 0;
-    const bool holes = chance(10);
-    for (int r = 1 + int(random() % 10); r > 0; --r) {
+    const bool compressed = chance(10);
+    const bool holes = compressed || chance(10);
+    for (int r = 1 + int(random() % (chance(5) ? 400 : 10)); r > 0; --r) {
       int64_t lcn;
       const uint64_t count = 1 + random() % (chance(20) ? 200 : 20);
       if (!place(count, lcn)) break;
@@ -218,20 +223,40 @@ Scenario RandomScenario(std::mt19937_64& random) {
         vcns += hole;
       }
     }
-    if (runs.empty()) continue;
-    s.description += "file \"" + WideToUtf8(path) + "\" size=" + std::to_string(vcns * 4096 / 2) +
-                     " runs=" + runs + "\n";
-    if (chance(15)) {
-      const char* statuses[] = {"0xC0000021", "0xC000000D", "0xC0000022"};
-      s.description += "fault \"" + WideToUtf8(path) + "\" control=move call=" +
-                       std::to_string(1 + random() % 3) +
-                       (chance(30) ? " partial=" + std::to_string(1 + random() % 8)
-                                   : std::string(" status=") + statuses[random() % 3]) +
-                       "\n";
+    const std::string shape = runs.empty() ? (chance(50) ? "size=300 resident" : "size=0")
+                                           : "size=" + std::to_string(vcns * 4096 - random() % 4096) +
+                                                 " runs=" + runs + (compressed ? " compressed" : "");
+    s.description += "file \"" + WideToUtf8(path) + "\" " + shape + "\n";
+    const bool fault = chance(20);
+    bool neverOpens = false;
+    if (fault) {
+      const char* controls[] = {"move", "move", "pointers", "open"};
+      const char* statuses[] = {"0xC0000021", "0xC0000022", "0xC000000D", "0xC0000043", "0xC0001234"};
+      const std::string control = controls[random() % 4];
+      std::string text = "fault \"" + WideToUtf8(path) + "\" control=" + control;
+      if (chance(50)) {
+        text += " call=" + std::to_string(1 + random() % 4);
+      } else {
+        neverOpens = control == "open";
+      }
+      if (control == "move" && chance(30)) {
+        text += " partial=" + std::to_string(1 + random() % 8);
+      } else {
+        if (chance(30)) text += " pending";
+        text += std::string(" status=") + statuses[random() % 5];
+      }
+      s.description += text + "\n";
     }
     s.paths.push_back(path);
+    s.faulted.push_back(fault);
+    s.neverOpens.push_back(neverOpens);
     s.smart.push_back(chance(50));
     s.checkpointAfter.push_back(chance(30));
+  }
+  for (const char* control : {"bitmap", "volume"}) {
+    if (!chance(3)) continue;
+    s.description += std::string("fault \"Z:\" control=") + control + " call=1 status=0xC0000022\n";
+    s.volumeFaulted = true;
   }
   // Each file is relocated twice in a row now and then: the second finds
   // it contiguous, or finds the space its first move left.
@@ -239,12 +264,27 @@ Scenario RandomScenario(std::mt19937_64& random) {
   for (size_t i = 0; i < count; ++i) {
     if (chance(20)) {
       s.paths.push_back(s.paths[i]);
+      s.faulted.push_back(s.faulted[i]);
+      s.neverOpens.push_back(s.neverOpens[i]);
       s.smart.push_back(!s.smart[i]);
       s.checkpointAfter.push_back(chance(50));
     }
   }
   for (size_t i = 0; i < s.paths.size(); ++i) s.takeDuring.push_back(chance(10) ? int(i) : -1);
   return s;
+}
+
+// True when some run continues its predecessor physically: the extent list
+// then carries clusters into later nodes and a move cannot be expected to
+// leave the file in one piece.
+bool HasContinuingRuns(const SimFile& file) {
+  int64_t end = 0;
+  for (const SimRun& run : file.runs) {
+    if (run.lcn == -1) continue;
+    if (run.lcn == end) return true;
+    end = run.lcn + int64_t(run.count);
+  }
+  return false;
 }
 
 struct Outcome {
@@ -276,6 +316,30 @@ class FreeSpaceMapRunTest : public SimTest {
     SimTest::TearDown();
   }
 
+  // Moved means in one piece; a file that never opens is never moved;
+  // moved in part, or failed other than for want of room, only with a
+  // reason in the volume's ways or its faults.
+  void ExpectNoFailureReadsAsMoved(const Scenario& s, size_t i, const SimFile& before, bool taken) {
+    const SimFile& after = *volume().FindFile(s.paths[i]);
+    const std::wstring& code = gEngine.moveResultCode;
+    EXPECT_EQ(after.AllocatedClusters(), before.AllocatedClusters());
+    EXPECT_EQ(after.VcnCount(), before.VcnCount());
+    if (code == kMoveAlreadyContiguous || code == kMoveNoFreeRun) {
+      EXPECT_EQ(after.runs, before.runs);
+    }
+    if (s.neverOpens[i]) {
+      EXPECT_FALSE(code.empty()) << "a file that cannot be opened reads as moved";
+    }
+    const bool clean = !s.faulted[i] && !s.volumeFaulted && !taken && !volume().Settings().partialMoves &&
+                       !before.MovesByUnits() && !HasContinuingRuns(before);
+    FileAnalysis analysis;
+    if (code.empty() && AnalyseFile(s.paths[i], analysis) == 1) {
+      EXPECT_LE(analysis.fragments, 1u) << "moved but not contiguous";
+    } else if (!code.empty() && clean && code != kMoveAlreadyContiguous && code != kMoveNoFreeRun) {
+      ADD_FAILURE() << "failed without a reason: " << WideToUtf8(code);
+    }
+  }
+
   // The map's reads so far after each file; the map's runs checked against
   // the volume's after each file (a walk over every cluster).
   std::vector<uint64_t> readsAfter_;
@@ -284,7 +348,8 @@ class FreeSpaceMapRunTest : public SimTest {
   Outcome Play(const Scenario& s, bool perFileScan) {
     ResetAll();
     readsAfter_.clear();
-    Volume(s.description);
+    // The description written out and read back is the same volume.
+    Volume(WriteSimDescription(Volume(s.description)));
     gPerFileScan = perFileScan;
     Outcome out;
     for (size_t i = 0; i < s.paths.size(); ++i) {
@@ -299,11 +364,13 @@ class FreeSpaceMapRunTest : public SimTest {
         volume().Reserve(target, 1, error);
       };
       gEngine.flags = s.smart[i] ? kSmartStrategy : 0;
+      const SimFile before = *volume().FindFile(s.paths[i]);
       DefragmentFile(ui_, s.paths[i], nullptr);
       ui_.onProgress = [](uint64_t) {};
       EXPECT_TRUE(Clean()) << "after " << WideToUtf8(s.paths[i]);
+      ExpectNoFailureReadsAsMoved(s, i, before, taken);
       readsAfter_.push_back(gFreeSpaceMap.BitmapReads());
-      if (checkRuns_ && !perFileScan && gFreeSpaceMap.ReadFor(gVolumeCache.handle, gVolumeCache.generation)) {
+      if (checkRuns_ && !perFileScan && gFreeSpaceMap.Regular() && gFreeSpaceMap.ReadFor(gVolumeCache.handle, gVolumeCache.generation)) {
         // What a checkpoint freed is read before the next search; read it now.
         std::wstring message;
         EXPECT_EQ(gFreeSpaceMap.RefreshHeld(ui_, gVolumeCache.handle, message), 1);
@@ -392,6 +459,8 @@ TEST_F(FreeSpaceMapRunTest, ManyMovesOnAVolumeThatNeverFreesWhatTheyLeave) {
     s.smart.push_back(f % 2 == 0);
     s.checkpointAfter.push_back(false);
     s.takeDuring.push_back(-1);
+    s.faulted.push_back(false);
+    s.neverOpens.push_back(false);
   }
   checkRuns_ = false;
   const Outcome mapped = Play(s, false);

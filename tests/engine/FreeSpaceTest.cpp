@@ -22,13 +22,7 @@ class FreeSpaceTest : public SimTest {
     };
   }
 
-  SimVolume& Build(const Layout& layout, const std::string& extra = "") {
-    Volume("volume letter=Z clusters=" + std::to_string(layout.clusters) + " " + extra + "\n");
-    std::string error;
-    for (const SimRun& run : layout.used) EXPECT_TRUE(volume().Reserve(run.lcn, run.count, error)) << error;
-    volume_handle_ = Va().OpenVolume("\\\\.\\Z:");
-    return volume();
-  }
+  void Build(const Layout& layout) { volume_handle_ = BuildVolume(layout.clusters, layout.used); }
 
   struct Outcome {
     int returned;
@@ -101,31 +95,6 @@ TEST_F(FreeSpaceTest, TheGuardKeepsARunStartingAtTheReturnedByteCountOpen) {
   Build({32768, {{0, 4113}, {4116, 1}, {4122, 32768 - 4122}}});
   EXPECT_EQ(Find(8, false), -1);
   EXPECT_EQ(Find(5, false), 4117);
-}
-
-TEST_F(FreeSpaceTest, FullAndEmptyVolumes) {
-  Build({50000, {{0, 50000}}});
-  EXPECT_EQ(Find(1, false), -1);
-  EXPECT_EQ(Find(1, true), -1);
-  Build({50000, {}});
-  EXPECT_EQ(Find(1, false), 0);
-  EXPECT_EQ(Find(50000, true), 0);
-  EXPECT_EQ(Find(50001, true), -1);
-}
-
-TEST_F(FreeSpaceTest, AFailedReadGivesItsTextAndPendingReadsSearchTheWholeVolume) {
-  Build({70000, {{0, 69990}}}, "pending=on");
-  EXPECT_EQ(Find(10, false), 69990);
-  Build({70000, {}});
-  volume().AddFault({L"", SimControl::Bitmap, 2, false, kStatusAccessDenied});
-  int64_t lcn = 0;
-  std::wstring message;
-  EXPECT_EQ(FindFreeRun(ui_, volume_handle_, 40000, false, lcn, message), 0);
-  EXPECT_EQ(lcn, -1);
-  EXPECT_EQ(Narrow(message), "Access is denied.\r\n");
-  volume().AddFault({L"", SimControl::Bitmap, 2, true, NtStatus(0xC0009898u)});
-  EXPECT_EQ(FindFreeRun(ui_, volume_handle_, 40000, false, lcn, message), 0);
-  EXPECT_EQ(Narrow(message), "Error 0xC0009898");
 }
 
 // Layouts meant to break a word-skipping walk: runs of every length around

@@ -136,19 +136,6 @@ TEST_F(SimVolumeTest, MovesCheckTheirRangeAndTarget) {
   EXPECT_TRUE(Clean());
 }
 
-TEST_F(SimVolumeTest, CompressedAndSparseFilesMoveInWholeUnits) {
-  Volume(
-      "volume letter=Z clusters=1000\n"
-      "file \"Z:\\c\" size=131072 compressed runs=100:9,*:7,200:9,*:7\n");
-  FsHandle v = Va().OpenVolume("\\\\.\\Z:");
-  FsHandle c = Va().OpenFileForMoving(L"Z:\\c");
-  // Asked for VCNs 16..19, the whole second unit moves.
-  EXPECT_EQ(Move(v, c, 16, 109, 4), kStatusSuccess);
-  EXPECT_EQ(volume().FindFile(L"Z:\\c")->runs,
-            (std::vector<SimRun>{{100, 9}, {-1, 7}, {109, 9}, {-1, 7}}));
-  EXPECT_TRUE(Clean());
-}
-
 TEST_F(SimVolumeTest, HeldClustersPartialMovesAndPendingAnswers) {
   Volume(
       "volume letter=Z clusters=1000 checkpoint=on partialMoves=on moveChunk=4 pending=on\n"

@@ -216,13 +216,6 @@ TEST_F(SolidStateTest, SmartIdentifyCarriesTheDriveAndReadsTheModel) {
   EXPECT_EQ(drive.requests[2].in[10], 0xEC);
 }
 
-TEST_F(SolidStateTest, AModelContainingTheEndRuleNameElsewhereIsNotSolidState) {
-  drive.AnswerSmartVersion(0x01);
-  drive.AnswerIdentify(kIoctlSmartReceiveDriveData, 16, Identify(0, 0, 0, "WX123", "M3S Rotating 1TB"));
-  EXPECT_EQ(IsSolidStateVolume(L'C'), 0);
-  EXPECT_EQ(gDriveIdentity.model, "M3S Rotating 1TB");
-}
-
 TEST_F(SolidStateTest, FailingProbesFallThroughInOrder) {
   // Nothing answers: every probe is tried, each with its own handle.
   EXPECT_EQ(IsSolidStateVolume(L'E'), 0);

@@ -55,43 +55,43 @@ class TricklingSource : public ByteSource {
   size_t calls_ = 0;
 };
 
-TEST(UnicodeTextReaderTest, SplitsAtLineFeedAndDropsOnlyTheCarriageReturnBeforeIt) {
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"one\r\ntwo\n\r\nthree\r\r\nfo\rur\r\n")),
-            (Lines{L"one", L"two", L"", L"three\r", L"fo\rur"}));
-}
-
-TEST(UnicodeTextReaderTest, SkipEmptyModeDropsEmptyLinesOnly) {
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"\r\na\r\n\r\n\n \r\nb\r\n"), true), (Lines{L"a", L" ", L"b"}));
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"\r\na\r\n\r\n"), false), (Lines{L"", L"a", L""}));
-}
-
-TEST(UnicodeTextReaderTest, FirstTwoBytesAreSkippedWhateverTheyAre) {
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"abc\r\ndef\r\n", false)), (Lines{L"bc", L"def"}));
-  EXPECT_EQ(ReadBytes({}), Lines{});
-  EXPECT_EQ(ReadBytes({0xFF}), Lines{});
-}
-
-TEST(UnicodeTextReaderTest, LastLineWithoutLineFeedIsNotReturned) {
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"a\r\nb\r\nlast")), (Lines{L"a", L"b"}));
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"a\r\nb\r")), (Lines{L"a"}));
-  // A dangling odd byte is no code unit.
+TEST(UnicodeTextReaderTest, LinesEndAtALineFeedAndTheFileAtTheFirstLongLine) {
+  auto x = [](size_t count) { return std::wstring(count, L'x'); };
   std::vector<uint8_t> odd = Utf16Bytes(L"a\r\n");
-  odd.push_back(0x0A);
-  EXPECT_EQ(ReadBytes(odd), (Lines{L"a"}));
-}
-
-TEST(UnicodeTextReaderTest, LineReachingTheLimitEndsTheReading) {
-  auto text = [](size_t count) { return std::wstring(count, L'x'); };
-  // Limit 5: four characters pass, five end the file there; the CR of the
-  // line end does not count.
-  EXPECT_EQ(ReadBytes(Utf16Bytes(text(4) + L"\r\n" + L"after\r\n"), false, 5), (Lines{text(4)}));
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"ok\r\n" + text(5) + L"\r\nnever\r\n"), false, 5), (Lines{L"ok"}));
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"ok\r\n" + text(9) + L"\r\nnever\r\n"), false, 5), (Lines{L"ok"}));
-  // A CR inside the line counts as a character.
-  EXPECT_EQ(ReadBytes(Utf16Bytes(L"ab\rcd\r\nnext\r\n"), false, 5), Lines{});
-  EXPECT_EQ(ReadBytes(Utf16Bytes(text(2046) + L"\r\nnext\r\n"), true, kLineLimitFilters), Lines{});
-  EXPECT_EQ(ReadBytes(Utf16Bytes(text(2045) + L"\r\nnext\r\n"), true, kLineLimitFilters),
-            (Lines{text(2045), L"next"}));
+  odd.push_back(0x0A);  // a dangling odd byte is no code unit
+  const struct {
+    const char* what;
+    std::vector<uint8_t> bytes;
+    bool skipEmpty;
+    size_t limit;
+    Lines lines;
+  } cases[] = {
+      {"only the CR before the LF is dropped", Utf16Bytes(L"one\r\ntwo\n\r\nthree\r\r\nfo\rur\r\n"), false,
+       kLineLimitProfile, {L"one", L"two", L"", L"three\r", L"fo\rur"}},
+      {"empty lines skipped", Utf16Bytes(L"\r\na\r\n\r\n\n \r\nb\r\n"), true, kLineLimitProfile, {L"a", L" ", L"b"}},
+      {"empty lines kept", Utf16Bytes(L"\r\na\r\n\r\n"), false, kLineLimitProfile, {L"", L"a", L""}},
+      {"the first two bytes skipped whatever they are", Utf16Bytes(L"abc\r\ndef\r\n", false), false,
+       kLineLimitProfile, {L"bc", L"def"}},
+      {"nothing", {}, false, kLineLimitProfile, {}},
+      {"one byte", {0xFF}, false, kLineLimitProfile, {}},
+      {"a last line without LF", Utf16Bytes(L"a\r\nb\r\nlast"), false, kLineLimitProfile, {L"a", L"b"}},
+      {"a last line ending in CR", Utf16Bytes(L"a\r\nb\r"), false, kLineLimitProfile, {L"a"}},
+      {"an odd byte at the end", odd, false, kLineLimitProfile, {L"a"}},
+      {"surrogates as code units", {0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0xE8, 0x00, 0x0A, 0x00}, false,
+       kLineLimitProfile, {L"\xD83D\xDE00\u00E8"}},
+      // Limit 5: four characters pass, five end the file there; the CR of
+      // the line end does not count, one inside the line does.
+      {"below the limit, then at it", Utf16Bytes(x(4) + L"\r\nafter\r\n"), false, 5, {x(4)}},
+      {"at the limit", Utf16Bytes(L"ok\r\n" + x(5) + L"\r\nnever\r\n"), false, 5, {L"ok"}},
+      {"past the limit", Utf16Bytes(L"ok\r\n" + x(9) + L"\r\nnever\r\n"), false, 5, {L"ok"}},
+      {"a CR inside the line", Utf16Bytes(L"ab\rcd\r\nnext\r\n"), false, 5, {}},
+      {"the filters' limit", Utf16Bytes(x(2046) + L"\r\nnext\r\n"), true, kLineLimitFilters, {}},
+      {"below the filters' limit", Utf16Bytes(x(2045) + L"\r\nnext\r\n"), true, kLineLimitFilters, {x(2045), L"next"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(ReadBytes(c.bytes, c.skipEmpty, c.limit), c.lines);
+  }
 }
 
 TEST(UnicodeTextReaderTest, LinesStraddleBlocksAndUnitsStraddleReads) {
@@ -113,16 +113,6 @@ TEST(UnicodeTextReaderTest, LinesStraddleBlocksAndUnitsStraddleReads) {
   EXPECT_GE(skipReads, 1u);
   EXPECT_LE(skipReads, 2u);
   for (size_t i = skipReads; i < requests.size(); ++i) EXPECT_EQ(requests[i], UnicodeTextReader::kBlockLength);
-}
-
-TEST(UnicodeTextReaderTest, SurrogatesAreHandedOutAsCodeUnits) {
-  std::vector<uint8_t> bytes = {0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0xE8, 0x00, 0x0A, 0x00};
-  Lines lines = ReadBytes(bytes);
-  ASSERT_EQ(lines.size(), 1u);
-  ASSERT_EQ(lines[0].size(), 3u);
-  EXPECT_EQ(static_cast<uint32_t>(lines[0][0]), 0xD83Du);
-  EXPECT_EQ(static_cast<uint32_t>(lines[0][1]), 0xDE00u);
-  EXPECT_EQ(lines[0][2], L'\u00E8');
 }
 
 std::vector<uint8_t> FileBytes(const std::wstring& path) {

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <random>
 #include <set>
-#include <sstream>
 
 #include <tsk/libtsk.h>
 
@@ -211,64 +210,6 @@ bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImag
     if (i % 10 == 0) filled.files.push_back("/many/" + name);
   }
   return true;
-}
-
-namespace {
-
-bool InodeOf(const std::string& image, const std::string& volumePath, std::string& inode) {
-  std::string output;
-  if (RunCommand("ifind -f ntfs -n " + Quoted(volumePath) + " " + Quoted(image), output) != 0) {
-    return false;
-  }
-  inode = output.substr(0, output.find_first_of("\r\n"));
-  return !inode.empty() && inode.find_first_not_of("0123456789-") == std::string::npos;
-}
-
-}  // namespace
-
-bool IstatRuns(const std::string& image, const std::string& volumePath, std::vector<PhysicalRun>& runs) {
-  runs.clear();
-  std::string inode, output;
-  if (!InodeOf(image, volumePath, inode)) return false;
-  if (RunCommand("istat -f ntfs " + Quoted(image) + " " + inode, output) != 0) return false;
-  std::istringstream lines(output);
-  std::string line;
-  bool inStream = false;
-  while (std::getline(lines, line)) {
-    if (line.rfind("Type: ", 0) == 0) {
-      // The unnamed data, or a folder's index allocation.
-      inStream = (line.find("$DATA (128-") != std::string::npos && line.find("Name: N/A") != std::string::npos) ||
-                 (line.find("$INDEX_ALLOCATION (160-") != std::string::npos && line.find("$I30") != std::string::npos);
-      continue;
-    }
-    if (!inStream) continue;
-    std::istringstream numbers(line);
-    int64_t cluster;
-    while (numbers >> cluster) {
-      if (cluster == 0) continue;  // how istat shows a hole
-      if (!runs.empty() && runs.back().lcn + runs.back().count == cluster) {
-        ++runs.back().count;
-      } else {
-        runs.push_back({cluster, 1});
-      }
-    }
-  }
-  return true;
-}
-
-std::map<std::string, std::string> IcatHashes(const std::string& image,
-                                              const std::vector<std::string>& files) {
-  std::map<std::string, std::string> hashes;
-  for (const std::string& file : files) {
-    std::string inode, output;
-    if (!InodeOf(image, file, inode)) {
-      hashes[file] = "(not found)";
-      continue;
-    }
-    RunCommand("icat -f ntfs " + Quoted(image) + " " + inode + " | sha256sum", output);
-    hashes[file] = output.substr(0, 64);
-  }
-  return hashes;
 }
 
 namespace {
@@ -482,7 +423,10 @@ bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs
   runs.clear();
   TSK_FS_FILE* file = tsk_fs_file_open(static_cast<TSK_FS_INFO*>(fs_), nullptr, volumePath.c_str());
   if (file == nullptr) return false;
-  const TSK_FS_ATTR* data = tsk_fs_file_attr_get(file);
+  // The unnamed data, or a folder's index allocation.
+  const bool folder = file->meta != nullptr && file->meta->type == TSK_FS_META_TYPE_DIR;
+  const TSK_FS_ATTR* data = folder ? tsk_fs_file_attr_get_type(file, TSK_FS_ATTR_TYPE_NTFS_IDXALLOC, 0, 0)
+                                   : tsk_fs_file_attr_get(file);
   if (packed != nullptr) {
     *packed = data != nullptr && (data->flags & (TSK_FS_ATTR_COMP | TSK_FS_ATTR_SPARSE)) != 0;
   }

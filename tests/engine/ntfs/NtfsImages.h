@@ -22,20 +22,16 @@ struct FilledImage {
 bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImage& filled,
                   std::string& error);
 
-// A physical run of a file as The Sleuth Kit's istat lists its clusters:
+// A physical run of a file as The Sleuth Kit reads it:
 // consecutive cluster numbers joined, holes left out.
 struct PhysicalRun {
   int64_t lcn;
   int64_t count;
   bool operator==(const PhysicalRun&) const = default;
 };
-// The runs of a volume path's unnamed data (its index allocation for a
-// folder), from istat; false when istat fails.
-bool IstatRuns(const std::string& image, const std::string& volumePath, std::vector<PhysicalRun>& runs);
-
-// The image read in-process through The Sleuth Kit's library, for checks
-// that run hundreds of times: the physical runs of a file's unnamed data and
-// a hash of its content.
+// The image read in-process through The Sleuth Kit's library: the physical
+// runs of a file's unnamed data (a folder's index allocation) and a hash of
+// its content.
 class TskView {
  public:
   explicit TskView(const std::string& image);
@@ -51,10 +47,6 @@ class TskView {
   void* image_ = nullptr;
   void* fs_ = nullptr;
 };
-
-// Content hashes of the files through icat.
-std::map<std::string, std::string> IcatHashes(const std::string& image,
-                                              const std::vector<std::string>& files);
 
 // The checker: every allocated record's non-resident attributes read
 // through The Sleuth Kit; a cluster owned twice, a cluster owned but free

@@ -1,19 +1,11 @@
 // The NTFS volume against images made by mkntfs and fragmented through the
-// on-disk format library, with The Sleuth Kit as the independent judge.
+// on-disk format library, with The Sleuth Kit as the independent judge, and
+// the command that runs the engine over such images.
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <functional>
-#include <cstring>
 #include <fstream>
+#include <functional>
 #include <sstream>
-#include <memory>
-#include <random>
-#include <thread>
 
 #include "NtfsTestSupport.h"
 #include "app/ntfs/NtfsSummary.h"
@@ -21,16 +13,17 @@
 
 namespace {
 
-TEST_F(NtfsVolumeTest, EveryFileAndFolderReadsAsIstatListsIt) {
+TEST_F(NtfsVolumeTest, EveryFileAndFolderReadsAsTheSleuthKitReadsIt) {
   for (uint32_t seed : {1u, 2u}) {
     SCOPED_TRACE(seed);
     Make(seed, 1);
-    ASSERT_TRUE(CheckBitmapAgainstOwners(image_).empty());
+    ASSERT_EQ(Violations(), "");
+    TskView view(image_);
     OpenVolume(false);
     uint64_t fragmented = 0;
     for (const std::string& path : filled_.files) {
       std::vector<PhysicalRun> expected;
-      ASSERT_TRUE(IstatRuns(image_, path, expected)) << path;
+      ASSERT_TRUE(view.Runs(path, expected)) << path;
       const FsHandle file = Va().OpenFileForMoving(EnginePath(path));
       ASSERT_NE(file, kInvalidHandle) << path;
       EXPECT_EQ(ControlRuns(file), expected) << path;
@@ -38,12 +31,12 @@ TEST_F(NtfsVolumeTest, EveryFileAndFolderReadsAsIstatListsIt) {
       FileAnalysis analysis;
       ASSERT_EQ(AnalyseFile(EnginePath(path), analysis), 1);
       EXPECT_EQ(analysis.fragments, expected.size()) << path;
-      if (expected.size() > 1) ++fragmented;
+      fragmented += expected.size() > 1;
     }
     EXPECT_GE(fragmented, 5u);
     for (const std::string& folder : filled_.folders) {
       std::vector<PhysicalRun> expected;
-      ASSERT_TRUE(IstatRuns(image_, folder, expected)) << folder;
+      ASSERT_TRUE(view.Runs(folder, expected)) << folder;
       const FsHandle handle = Va().OpenFileBackupSemantics(EnginePath(folder));
       ASSERT_NE(handle, kInvalidHandle);
       EXPECT_EQ(ControlRuns(handle), expected) << folder;
@@ -57,8 +50,16 @@ TEST_F(NtfsVolumeTest, RetrievalPointersKeepTheRecordRules) {
   Make(3, 1);
   OpenVolume(false);
   alignas(8) uint8_t out[64];
+  RetrievalPointersHeader header;
   auto read = [&](FsHandle file, int64_t vcn, uint32_t length, IoStatusBlock& block) {
-    return Va().GetRetrievalPointers(file, block, &vcn, sizeof vcn, out, length);
+    const NtStatus status = Va().GetRetrievalPointers(file, block, &vcn, sizeof vcn, out, length);
+    std::memcpy(&header, out, sizeof header);
+    return status;
+  };
+  auto extent = [&](uint32_t i) {
+    RetrievalExtent e;
+    std::memcpy(&e, out + 16 + 16 * i, sizeof e);
+    return e;
   };
   const FsHandle log = Va().OpenFileForMoving(L"N:\\Users\\ann\\a.log");
   ASSERT_NE(log, kInvalidHandle);
@@ -71,57 +72,55 @@ TEST_F(NtfsVolumeTest, RetrievalPointersKeepTheRecordRules) {
   do {
     status = read(log, vcn, 32, block);
     ASSERT_TRUE(status == kStatusSuccess || status == kStatusBufferOverflow);
-    RetrievalPointersHeader header;
-    std::memcpy(&header, out, sizeof header);
     ASSERT_EQ(header.extentCount, 1u);
     ASSERT_EQ(header.startingVcn, vcn);
     EXPECT_EQ(block.information, 32u);
-    RetrievalExtent extent;
-    std::memcpy(&extent, out + 16, sizeof extent);
-    vcn = extent.nextVcn;
+    vcn = extent(0).nextVcn;
     ++calls;
   } while (status == kStatusBufferOverflow);
   EXPECT_EQ(calls, 799u);  // a cluster and a hole, 400 times, the last hole never written
   std::string output;
   RunCommand("istat -f ntfs " + Quoted(image_) + " $(ifind -f ntfs -n /Users/ann/a.log " + Quoted(image_) + ")", output);
   EXPECT_NE(output.find("$ATTRIBUTE_LIST"), std::string::npos);
-  // A start inside an extent is rounded down to it; past the end is end of file.
-  {
-    const FsHandle sparse = Va().OpenFileForMoving(L"N:\\data\\sparse.img");
-    IoStatusBlock b{};
-    ASSERT_EQ(read(sparse, 0, sizeof out, b), kStatusBufferOverflow);
-    RetrievalPointersHeader header;
-    std::memcpy(&header, out, sizeof header);
-    RetrievalExtent first;
-    std::memcpy(&first, out + 16, sizeof first);
-    if (first.nextVcn > 1) {
-      ASSERT_EQ(read(sparse, first.nextVcn - 1, sizeof out, b), kStatusBufferOverflow);
-      std::memcpy(&header, out, sizeof header);
+  Va().Close(log);
+  // A start inside an extent is rounded down to it; holes read as extents
+  // without clusters, and a compressed file's holes end on a unit of sixteen
+  // clusters; past the end is the end of the file, the block left alone.
+  for (const wchar_t* path : {L"N:\\data\\sparse.img", L"N:\\packed\\notes.txt"}) {
+    SCOPED_TRACE(WideToUtf8(path));
+    const bool compressed = std::wstring(path).find(L"packed") != std::wstring::npos;
+    const FsHandle file = Va().OpenFileForMoving(path);
+    ASSERT_NE(file, kInvalidHandle);
+    ASSERT_EQ(read(file, 0, sizeof out, block), kStatusBufferOverflow);
+    if (extent(0).nextVcn > 1) {
+      ASSERT_EQ(read(file, extent(0).nextVcn - 1, sizeof out, block), kStatusBufferOverflow);
       EXPECT_EQ(header.startingVcn, 0);
     }
-    // Holes read as runs without clusters.
     bool hole = false;
     int64_t at = 0;
     do {
-      status = read(sparse, at, sizeof out, b);
-      std::memcpy(&header, out, sizeof header);
+      status = read(file, at, sizeof out, block);
       for (uint32_t i = 0; i < header.extentCount; ++i) {
-        RetrievalExtent e;
-        std::memcpy(&e, out + 16 + 16 * i, sizeof e);
-        hole = hole || e.lcn == -1;
+        const RetrievalExtent e = extent(i);
+        if (e.lcn == -1) {
+          hole = true;
+          if (compressed) {
+            EXPECT_EQ(e.nextVcn % 16, 0);
+          }
+        }
         at = e.nextVcn;
       }
     } while (status == kStatusBufferOverflow);
     EXPECT_TRUE(hole);
     IoStatusBlock untouched{};
     untouched.information = 77;
-    EXPECT_EQ(read(sparse, at, sizeof out, untouched), kStatusEndOfFile);
-    EXPECT_EQ(untouched.information, 77u);  // left alone on a failure
-    EXPECT_EQ(read(sparse, -1, sizeof out, b), kStatusInvalidParameter);
-    EXPECT_EQ(read(sparse, 0, 31, b), kStatusBufferTooSmall);
-    Va().Close(sparse);
+    EXPECT_EQ(read(file, at, sizeof out, untouched), kStatusEndOfFile);
+    EXPECT_EQ(untouched.information, 77u);
+    EXPECT_EQ(read(file, -1, sizeof out, block), kStatusInvalidParameter);
+    EXPECT_EQ(read(file, 0, 31, block), kStatusBufferTooSmall);
+    Va().Close(file);
   }
-  // A small file kept inside its record and an empty file: end of file.
+  // A small file kept inside its record: end of file.
   const FsHandle small = Va().OpenFileForMoving(L"N:\\many\\small-0.txt");
   ASSERT_NE(small, kInvalidHandle);
   EXPECT_EQ(read(small, 0, sizeof out, block), kStatusEndOfFile);
@@ -129,40 +128,16 @@ TEST_F(NtfsVolumeTest, RetrievalPointersKeepTheRecordRules) {
   // A folder opens only with backup semantics.
   EXPECT_EQ(Va().OpenFileForMoving(L"N:\\many"), kInvalidHandle);
   EXPECT_EQ(Va().LastError(), kErrorAccessDenied);
-  Va().Close(log);
-}
-
-TEST_F(NtfsVolumeTest, CompressedFilesReadInUnitsOfSixteenClusters) {
-  Make(4, 1);
-  OpenVolume(false);
-  const FsHandle packed = Va().OpenFileForMoving(L"N:\\packed\\notes.txt");
-  ASSERT_NE(packed, kInvalidHandle);
-  alignas(8) uint8_t out[kSharedBufferLength];
-  IoStatusBlock block{};
-  int64_t vcn = 0;
-  ASSERT_EQ(Va().GetRetrievalPointers(packed, block, &vcn, 8, out, sizeof out), kStatusSuccess);
-  RetrievalPointersHeader header;
-  std::memcpy(&header, out, sizeof header);
-  bool saved = false;
-  for (uint32_t i = 0; i < header.extentCount; ++i) {
-    RetrievalExtent e;
-    std::memcpy(&e, out + 16 + 16 * i, sizeof e);
-    // Every hole ends a compression unit.
-    if (e.lcn == -1) {
-      saved = true;
-      EXPECT_EQ(e.nextVcn % 16, 0) << i;
-    }
-  }
-  EXPECT_TRUE(saved);
-  Va().Close(packed);
 }
 
 TEST_F(NtfsVolumeTest, BitmapKeepsTheRecordRules) {
-  Make(5, 0);
+  // A volume whose clusters end inside a byte of the bitmap.
+  Make(5, 0, (64ull << 20) + 3 * 4096);
   OpenVolume(false);
   FsHandle volume = Va().OpenVolume("\\\\.\\N:");
   ASSERT_NE(volume, kInvalidHandle);
   const int64_t clusters = int64_t(volume_->ClusterCount());
+  ASSERT_NE(clusters % 8, 0);
   alignas(8) uint8_t out[kSharedBufferLength];
   IoStatusBlock block{};
   int64_t lcn = 13;
@@ -179,44 +154,13 @@ TEST_F(NtfsVolumeTest, BitmapKeepsTheRecordRules) {
   EXPECT_EQ(header.bitmapSize, clusters - header.startingLcn);
   // Bits past the end of the volume read as in use.
   const int64_t valid = header.bitmapSize;
-  EXPECT_EQ(out[16 + (valid - 1) / 8] | uint8_t((1u << (valid % 8 ? valid % 8 : 8)) - 1), 0xFF);
+  EXPECT_EQ(out[16 + (valid - 1) / 8] | uint8_t((1u << (valid % 8)) - 1), 0xFF);
   lcn = clusters;
   EXPECT_EQ(Va().GetVolumeBitmap(volume, block, &lcn, 8, out, sizeof out), kStatusInvalidParameter);
   lcn = 0;
   EXPECT_EQ(Va().GetVolumeBitmap(volume, block, &lcn, 8, out, 23), kStatusBufferTooSmall);
   EXPECT_EQ(Va().OpenVolume("\\\\.\\C:"), kInvalidHandle);
   Va().Close(volume);
-}
-
-TEST_F(NtfsVolumeTest, DefragmentedFilesAreOneRunWhereTheEngineChoseAndNothingElseChanges) {
-  for (uint32_t seed : {6u, 7u}) {
-    SCOPED_TRACE(seed);
-    Make(seed, 1);
-    const auto before = IcatHashes(image_, filled_.files);
-    OpenVolume(true);
-    gEngine.flags = seed % 2 ? kSmartStrategy : 0;
-    std::map<std::string, int64_t> chosen;
-    for (const std::string& path : filled_.files) {
-      FileAnalysis counts;
-      DefragmentFile(ui_, EnginePath(path), &counts);
-      if (gEngine.moveResultCode.empty()) {
-        chosen[path] = gEngine.moveJob.targetLcn;
-      } else {
-        EXPECT_TRUE(gEngine.moveResultCode == kMoveAlreadyContiguous || gEngine.moveResultCode == kMoveNoFreeRun)
-            << path << ": " << WideToUtf8(gEngine.moveResultCode);
-      }
-    }
-    EXPECT_GE(chosen.size(), 5u);
-    CloseVolume();
-    for (const auto& [path, target] : chosen) {
-      std::vector<PhysicalRun> runs;
-      ASSERT_TRUE(IstatRuns(image_, path, runs));
-      ASSERT_FALSE(runs.empty()) << path;
-      EXPECT_EQ(runs.size(), 1u) << path;
-      EXPECT_EQ(runs[0].lcn, target) << path;
-    }
-    ExpectSound(before);
-  }
 }
 
 TEST_F(NtfsVolumeTest, MovesTheVolumeCannotTakeAreRefused) {
@@ -250,67 +194,12 @@ TEST_F(NtfsVolumeTest, MovesTheVolumeCannotTakeAreRefused) {
   EXPECT_EQ(Va().MoveClusters(readOnlyVolume, block, &record, sizeof record), kStatusMediaWriteProtected);
 }
 
-TEST_F(NtfsVolumeTest, ARunKilledMidMoveLosesNoDataAndSharesNoCluster) {
-  std::mt19937 random(9);
-  for (int attempt = 0; attempt < 4; ++attempt) {
-    SCOPED_TRACE(attempt);
-    Make(10 + attempt, 1);
-    const auto before = IcatHashes(image_, filled_.files);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      OpenVolume(true);
-      for (int round = 0; round < 3; ++round) {
-        for (const std::string& path : filled_.files) DefragmentFile(ui_, EnginePath(path), nullptr);
-      }
-      _exit(0);
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 300));
-    kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(IcatHashes(image_, filled_.files), before);
-    // Clusters claimed for a copy that was never taken over may stay in
-    // use; nothing else may differ.
-    std::string violations;
-    for (const std::string& v : CheckBitmapAgainstOwners(image_)) {
-      if (v.find("owned by nobody") == std::string::npos) violations += v + "\n";
-    }
-    EXPECT_EQ(violations, "");
-  }
-}
-
-}  // namespace
-
-namespace {
-
 class NtfsCommandTest : public NtfsVolumeTest {
  protected:
   int Command(const std::string& arguments, std::string& output) {
     return RunCommand(std::string(ORDALIS_NTFS_PROGRAM) + " " + arguments, output);
   }
 };
-
-TEST_F(NtfsCommandTest, AnalysesAndDefragmentsWithTheUnattendedSummaryAndCodes) {
-  Make(21, 1);
-  const auto before = IcatHashes(image_, filled_.files);
-  std::string output, imageBefore, imageAfter;
-  RunCommand("sha256sum " + Quoted(image_), imageBefore);
-  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users /data/sparse.img /missing", output), 0) << output;
-  RunCommand("sha256sum " + Quoted(image_), imageAfter);
-  EXPECT_EQ(imageAfter, imageBefore);  // an analysis writes nothing
-  EXPECT_NE(output.find("Analyzed folder : /Users\nFolder is Fragmented"), std::string::npos) << output;
-  EXPECT_NE(output.find("Analyzed file : /data/sparse.img\nFile is in "), std::string::npos) << output;
-  EXPECT_NE(output.find("/missing could not be added"), std::string::npos) << output;
-  EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users /data /packed /many", output), 0) << output;
-  EXPECT_NE(output.find("Number of files that were not defragmented due to processing errors : 0"),
-            std::string::npos) << output;
-  ExpectSound(before);
-  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users/ann/b.log", output), 0);
-  EXPECT_NE(output.find("File is in 1 fragments (Contiguous)"), std::string::npos) << output;
-  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /missing", output), 5);
-  EXPECT_EQ(Command("--analyze " + Quoted(image_), output), 2);
-}
 
 // The JSON document read by Python's own parser: one line per file of the
 // run ("outcome<TAB>path<TAB>target"), after lines that check that every
@@ -346,15 +235,15 @@ std::map<std::string, int64_t> Targets(const std::string& listing, const std::st
 
 TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees) {
   Make(31, 1);
-  const auto before = IcatHashes(image_, filled_.files);
+  const auto before = Hashes();
   // A mask from the root with a space and a star inside, one with "?" at its end.
   const std::string masks = " --exclude '/Users/file *' --exclude '*/b.lo?' ";
   const std::string plan = image_ + ".plan.json", real = image_ + ".json", report = image_ + ".report";
-  std::string output, hashBefore, hashAfter;
-  RunCommand("sha256sum " + Quoted(image_), hashBefore);
+  std::string output;
+  const std::string hashBefore = ImageHash();
+  EXPECT_EQ(Command("--analyze " + Quoted(image_) + " /Users /data/sparse.img", output), 0) << output;
   const int planCode = Command("--plan --json" + masks + Quoted(image_) + " / > " + Quoted(plan), output);
-  RunCommand("sha256sum " + Quoted(image_), hashAfter);
-  EXPECT_EQ(hashAfter, hashBefore);  // a plan writes nothing
+  EXPECT_EQ(ImageHash(), hashBefore);  // neither an analysis nor a plan writes
   const std::string planned = ReadJson(plan, "plan");
   EXPECT_NE(planned.find("exit " + std::to_string(planCode) + "\n"), std::string::npos) << planned;
 
@@ -373,8 +262,7 @@ TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees)
   EXPECT_GE(targets.size(), 5u) << done;
   for (const auto& [path, target] : targets) {
     EXPECT_EQ(path.rfind("/Users/file ", 0), std::string::npos) << path;
-    std::vector<PhysicalRun> runs;
-    ASSERT_TRUE(IstatRuns(image_, path, runs)) << path;
+    const std::vector<PhysicalRun> runs = Runs(path);
     ASSERT_EQ(runs.size(), 1u) << path;
     EXPECT_EQ(runs[0].lcn, target) << path;
   }
@@ -481,17 +369,9 @@ TEST(NtfsMasks, SlashMasksMatchFromTheRootOrAnywhere) {
       {"/DIR WITH SPACE/*", "/dir with space/a.bin", true},
       {"N:\\dir with space\\*", "/dir with space/a.bin", true},
       {"*/hl_?.bin", "/x/y/hl_a.bin", true},
-      {"*/hl_?.bin", "/x/hl_ab.bin", false},
-      {"/?ir/a.bin", "/dir/a.bin", true},
-      {"/d?r/a.bin", "/dir/a.bin", true},
-      {"/dir/a.bi?", "/dir/a.bin", true},
-      {"/dir/a.bi?", "/dir/a.bi", false},
       {"/dir?a.bin", "/dir/a.bin", true},  // "?" stands for the separator too
-      {"*a.bin", "/dir/a.bin", true},
       {"/d*/a.bin", "/dir with space/sub/a.bin", true},
       {"/dir/*", "/dir", false},
-      {"/dir/a.*", "/dir/a.b c", true},
-      {"*.iso", "/dir/a.iso.bak", false},
       {"a.bin", "/dir/a.bin", false},  // a mask without "/" or "*" matches the whole path only
   };
   for (const Case& c : cases) {
@@ -544,8 +424,8 @@ TEST_F(NtfsCommandTest, RefusesMarkedAndHeldVolumesAndWritesNothing) {
     SCOPED_TRACE(c.name);
     Make(22, 0);
     ASSERT_TRUE(c.mark(image_));
-    std::string output, hashBefore, hashAfter;
-    RunCommand("sha256sum " + Quoted(image_), hashBefore);
+    std::string output;
+    const std::string hashBefore = ImageHash();
     for (const char* mode : {"--analyze", "--defrag"}) {
       EXPECT_EQ(Command(std::string(mode) + " " + Quoted(image_) + " /Users", output), 7) << output;
       EXPECT_NE(output.find(c.says), std::string::npos) << output;
@@ -554,8 +434,7 @@ TEST_F(NtfsCommandTest, RefusesMarkedAndHeldVolumesAndWritesNothing) {
     NtfsVolume volume;
     std::string message;
     EXPECT_EQ(volume.Open(image_, true, L'N', message), c.failure) << message;
-    RunCommand("sha256sum " + Quoted(image_), hashAfter);
-    EXPECT_EQ(hashBefore, hashAfter);
+    EXPECT_EQ(ImageHash(), hashBefore);
   }
   // Open in another run: the second opening for writing waits for none.
   Make(22, 0);
@@ -587,8 +466,7 @@ TEST_F(NtfsCommandTest, RefusesAnImageBehindALoopDevice) {
       RunCommand("rmdir " + Quoted(mount), ignored);
     }
   } detach{loop, mount};
-  std::string hashBefore, hashAfter;
-  RunCommand("sha256sum " + Quoted(image_), hashBefore);
+  const std::string hashBefore = ImageHash();
   EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users", output), 7) << output;
   EXPECT_NE(output.find("is attached to " + loop), std::string::npos) << output;
 
@@ -601,8 +479,7 @@ TEST_F(NtfsCommandTest, RefusesAnImageBehindALoopDevice) {
   EXPECT_EQ(Command("--analyze " + Quoted(loop) + " /Users", output), 7) << output;
   EXPECT_NE(output.find("mounted"), std::string::npos) << output;
   RunCommand("umount " + Quoted(mount), output);
-  RunCommand("sha256sum " + Quoted(image_), hashAfter);
-  EXPECT_EQ(hashBefore, hashAfter);
+  EXPECT_EQ(ImageHash(), hashBefore);
 }
 
 // A check that cannot be made refuses as a mount does: run in a mount
@@ -647,9 +524,6 @@ TEST_F(NtfsCommandTest, ARunOutsideTheVolumeIsAnErrorOfThatFile) {
   EXPECT_EQ(WideToUtf8(analysis.outcome), "The file or directory is corrupted and unreadable.\r\n");
 }
 
-}  // namespace
-
-namespace {
 
 // A tree written by ntfs-3g's own mount, as a user would: a volume filled,
 // every other file deleted, large files with long names written into the
@@ -692,8 +566,7 @@ TEST_F(NtfsCommandTest, ImagesWrittenThroughTheMountHoldEveryCheck) {
   // The analysis counts what istat lists.
   int fragmented = 0;
   for (const std::string& path : filled_.files) {
-    std::vector<PhysicalRun> runs;
-    ASSERT_TRUE(IstatRuns(image_, path, runs)) << path;
+    const std::vector<PhysicalRun> runs = Runs(path);
     if (runs.empty()) continue;  // kept inside its record
     fragmented += runs.size() > 1;
     ASSERT_EQ(Command("--analyze " + Quoted(image_) + " " + Quoted(path), output), 0) << output;
@@ -701,17 +574,11 @@ TEST_F(NtfsCommandTest, ImagesWrittenThroughTheMountHoldEveryCheck) {
         << path << "\n" << output;
   }
   EXPECT_GE(fragmented, 3);
-  std::vector<PhysicalRun> folderRuns;
-  ASSERT_TRUE(IstatRuns(image_, "/thousands", folderRuns));
-  EXPECT_FALSE(folderRuns.empty());  // an index allocation of its own
+  EXPECT_FALSE(Runs("/thousands").empty());  // an index allocation of its own
 
-  const auto before = IcatHashes(image_, filled_.files);
+  const auto before = Hashes();
   EXPECT_EQ(Command("--analyze --defrag " + Quoted(image_) + " /", output), 0) << output;
-  for (int n = 1; n <= 3; ++n) {
-    std::vector<PhysicalRun> runs;
-    IstatRuns(image_, filled_.files[size_t(n)], runs);
-    EXPECT_EQ(runs.size(), 1u) << filled_.files[size_t(n)];
-  }
+  for (int n = 1; n <= 3; ++n) EXPECT_EQ(Runs(filled_.files[size_t(n)]).size(), 1u) << filled_.files[size_t(n)];
   ExpectSound(before);
   // ntfs-3g mounts the result and reads every file as it was.
   ASSERT_EQ(RunCommand("ntfs-3g " + Quoted(image_) + " " + m, output), 0) << output;
@@ -721,9 +588,6 @@ TEST_F(NtfsCommandTest, ImagesWrittenThroughTheMountHoldEveryCheck) {
   RunCommand("rmdir " + m, output);
 }
 
-}  // namespace
-
-namespace {
 
 // A volume with a file of 10,000 one-cluster pieces (its run list spread
 // over many records through an attribute list) beside the random tree
@@ -756,14 +620,6 @@ class NtfsStopTest : public NtfsCommandTest {
     ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(from) + " " + Quoted(to), output), 0) << output;
   }
   void Restore() { Restore(original_, image_); }
-  // Through The Sleuth Kit's library, as icat reads them, without a process
-  // per file.
-  std::map<std::string, std::string> Hashes() {
-    TskView view(image_);
-    std::map<std::string, std::string> hashes;
-    for (const std::string& file : filled_.files) hashes[file] = view.Hash(file);
-    return hashes;
-  }
   // True when the next opening completed a switch left half-done.
   bool ExpectIntact(const std::string& what) {
     SCOPED_TRACE(what);
@@ -773,11 +629,7 @@ class NtfsStopTest : public NtfsCommandTest {
     Command("--defrag " + Quoted(image_) + " /Users/ann/a.log", output);
     const bool completed = output.find("now completed") != std::string::npos;
     EXPECT_EQ(Hashes(), hashes_);
-    std::string violations;
-    for (const std::string& v : CheckBitmapAgainstOwners(image_)) {
-      if (v.find("owned by nobody") == std::string::npos) violations += v + "\n";
-    }
-    EXPECT_EQ(violations, "");
+    EXPECT_EQ(Violations(true), "");
     RunCommand("ntfsresize --info --force --no-action " + Quoted(image_), output);
     EXPECT_EQ(output.find("multiple"), std::string::npos) << output;
     EXPECT_EQ(output.find("missing"), std::string::npos) << output;
@@ -846,9 +698,6 @@ TEST_F(NtfsStopTest, AWriteThatFailsLosesNothing) {
   EXPECT_GE(refused, 5);
 }
 
-}  // namespace
-
-namespace {
 
 // Ctrl-C during the first move: that file is finished, the run stops with
 // its summary and code 3, and the volume is closed cleanly, without the mark.
