@@ -62,15 +62,6 @@ void DeleteFolderContents(MessagePump& pump, const std::wstring& folder) {
   if (listing) DeleteEntries(pump, folder, *listing);
 }
 
-bool IsDriveRootPath(const std::wstring& path) {
-  std::wstring view = path;
-  if (view.size() >= 4 && view[2] == L'?') view = view.substr(4);
-  if (view.size() != 3) return false;
-  const wchar_t letter = view[0];
-  const bool isLetter = (letter >= L'A' && letter <= L'Z') || (letter >= L'a' && letter <= L'z');
-  return isLetter && view[1] == L':' && view[2] == L'\\';
-}
-
 ProgramLaunch LaunchOf(const std::wstring& program, const std::wstring& switches) {
   ProgramLaunch launch;
   launch.applicationName = program;

@@ -20,9 +20,6 @@ extern uint32_t gCleanupCount;
 // file. Failures are ignored: a file in use simply stays.
 void DeleteFolderContents(MessagePump& pump, const std::wstring& folder);
 
-// A drive root: a letter, a colon and a backslash and nothing more, also
-// behind the "\\?\" prefix.
-bool IsDriveRootPath(const std::wstring& path);
 
 // How an external program is started: its path is the application name, so
 // that a path with blanks can only start that program; the command line

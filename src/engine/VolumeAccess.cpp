@@ -76,16 +76,6 @@ void CloseCachedVolume() {
   gVolumeCache.failureText.clear();
 }
 
-bool HasLongPrefix(const std::wstring& path) { return path.size() > 2 && path[2] == L'?'; }
-
-std::wstring AddLongPrefix(const std::wstring& path) {
-  return HasLongPrefix(path) ? path : L"\\\\?\\" + path;
-}
-
-std::wstring StripLongPrefix(const std::wstring& path) {
-  return HasLongPrefix(path) ? path.substr(path.size() < 4 ? path.size() : 4) : path;
-}
-
 std::wstring WithTrailingBackslash(const std::wstring& folder) {
   if (!folder.empty() && folder.back() == L'\\') {
     return folder;

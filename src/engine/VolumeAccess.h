@@ -175,7 +175,4 @@ FsHandle VolumeForPath(const std::wstring& path, std::wstring& message);
 void CloseCachedVolume();
 
 // Long paths: any path whose third character is "?" counts as prefixed.
-bool HasLongPrefix(const std::wstring& path);
-std::wstring AddLongPrefix(const std::wstring& path);
-std::wstring StripLongPrefix(const std::wstring& path);
 std::wstring WithTrailingBackslash(const std::wstring& folder);

@@ -1,12 +1,14 @@
 #pragma once
-// The program-wide preferences that are not menu marks. They are loaded from
-// "ordalis.ini" at start-up, read by the modules that use them, changed by the
-// dialogs that edit them, and written back when the main window closes. The
-// boolean preferences bound to the main menu live in its check and radio
-// marks instead.
+// The program-wide preferences. They are loaded from "ordalis.ini" at
+// start-up, read by the modules that use them, changed by the option
+// commands and the dialogs that edit them, and written back when the main
+// window closes. The main menu's check and radio marks show them: a menu
+// takes its marks from here whenever it is drawn, never the other way.
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "options/CommandIds.h"
 
 // Bits of `Settings::solidStateFlags`.
 constexpr uint32_t kSolidStateSkip = 0x1;           // leave files on solid-state drives alone
@@ -15,7 +17,27 @@ constexpr uint32_t kSolidStateWarn = 0x4;           // warn before defragmenting
 
 constexpr int kItemColourCount = 5;  // item states that can be highlighted
 
+// The options a run under way reads each time it needs them: the user may
+// change them from the menu while it runs.
+struct RunFollowUps {
+  bool followItem = true;  // keep the item being processed in view
+  bool closeAfterDefrag = false;
+  bool shutdownAfterDefrag = false;
+};
+
 struct Settings {
+  // The options of the main menu; the defaults are its marks as it is built.
+  bool onTop = false, fullRow = false;
+  bool showToolbar = true, showInfoPanel = true, showStatusBar = true;
+  bool confirmPrompts = true, cleanupShowErrors = true, smartStrategy = true;
+  // The chosen item of each radio group, as its command number: the disk
+  // check and the cleanup automatic, off or ask; the process priority, which
+  // changes only once the system took it.
+  uint32_t diskCheck = kCmdDiskCheckAsk;
+  uint32_t cleanup = kCmdCleanupAsk;
+  uint32_t priority = kCmdPriorityNormal;
+  RunFollowUps followUps;
+
   uint32_t solidStateFlags = kSolidStateSkip;
   std::wstring language;               // two letters; empty until start-up decides
   std::wstring languageInFile;         // what the file held, written back after "/LANG:"

@@ -84,20 +84,30 @@ constexpr KeyText kKeys[] = {
 };
 constexpr wchar_t kProfilesEnd[] = L"[\\Profiles]";
 
-// The flags whose only home is a check mark of the main menu.
-struct MenuFlag {
+// The options that are one flag: any character but "0" sets them.
+struct FlagKey {
   Key key;
-  uint32_t command;
+  bool& (*field)(Settings&);
 };
-constexpr MenuFlag kMenuFlags[] = {
-    {Key::ShowMessages, kCmdConfirmPrompts},    {Key::CloseProgram, kCmdCloseAfterDefrag},
-    {Key::Shutdown, kCmdShutdownAfterDefrag},   {Key::CleanupShowErrors, kCmdCleanupShowErrors},
-    {Key::ShowInfoPanel, kCmdShowInfoPanel},    {Key::ShowToolbar, kCmdShowToolbar},
+constexpr FlagKey kFlagKeys[] = {
+    {Key::OnTop, [](Settings& s) -> bool& { return s.onTop; }},
+    {Key::FullRow, [](Settings& s) -> bool& { return s.fullRow; }},
+    {Key::ShowMessages, [](Settings& s) -> bool& { return s.confirmPrompts; }},
+    {Key::CloseProgram, [](Settings& s) -> bool& { return s.followUps.closeAfterDefrag; }},
+    {Key::Shutdown, [](Settings& s) -> bool& { return s.followUps.shutdownAfterDefrag; }},
+    {Key::CleanupShowErrors, [](Settings& s) -> bool& { return s.cleanupShowErrors; }},
+    {Key::ExcludeBySize, [](Settings& s) -> bool& { return s.excludeBySize; }},
+    {Key::ItemColourFullRow, [](Settings& s) -> bool& { return s.itemTextColourFullRow; }},
+    {Key::Maximized, [](Settings& s) -> bool& { return s.maximized; }},
+    {Key::ShowInfoPanel, [](Settings& s) -> bool& { return s.showInfoPanel; }},
+    {Key::ShowToolbar, [](Settings& s) -> bool& { return s.showToolbar; }},
+    {Key::RemoveMissingProfiles, [](Settings& s) -> bool& { return s.removeMissingRecentProfiles; }},
+    {Key::ShowStateIcons, [](Settings& s) -> bool& { return s.showStateIcons; }},
+    {Key::ShowSystemIcons, [](Settings& s) -> bool& { return s.showSystemIcons; }},
 };
 
-// Radio groups stored as the index of the marked item in the menu's order:
+// Radio groups stored as the index of the chosen item in the menu's order:
 // for the disk check and the cleanup 0 automatic, 1 off, 2 ask.
-constexpr uint32_t kStrategyChoices[] = {kCmdQuickStrategy, kCmdSmartStrategy};
 constexpr uint32_t kPriorityChoices[] = {kCmdPriorityHigh, kCmdPriorityAboveNormal, kCmdPriorityNormal,
                                          kCmdPriorityBelowNormal, kCmdPriorityIdle};
 constexpr uint32_t kCleanupChoices[] = {kCmdCleanupAuto, kCmdCleanupOff, kCmdCleanupAsk};
@@ -172,18 +182,17 @@ std::vector<int64_t> ListValue(std::wstring_view text) {
   return numbers;
 }
 
+// The command a radio group's line chooses, or 0 for an index outside the group.
 template <size_t N>
-void ReadChoice(const std::wstring& line, const uint32_t (&choices)[N], SettingsHost& host) {
+uint32_t ChoiceOf(const std::wstring& line, const uint32_t (&choices)[N]) {
   int index = FlagValue(line);
-  if (index < 0 || static_cast<size_t>(index) >= N) return;
-  auto [first, last] = std::minmax_element(std::begin(choices), std::end(choices));
-  host.SetRadio(*first, *last, choices[index]);
+  return index >= 0 && static_cast<size_t>(index) < N ? choices[index] : 0;
 }
 
 template <size_t N>
-int ChoiceIndex(const uint32_t (&choices)[N], SettingsHost& host) {
+int ChoiceIndex(const uint32_t (&choices)[N], uint32_t chosen) {
   for (size_t i = 0; i < N; ++i) {
-    if (host.IsChecked(choices[i])) return static_cast<int>(i);
+    if (choices[i] == chosen) return static_cast<int>(i);
   }
   return 0;
 }
@@ -313,33 +322,23 @@ int Scaled(int size96, double scale) { return static_cast<int>(size96 * scale); 
 
 void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& reader,
               SettingsHost& host) {
-  for (const MenuFlag& flag : kMenuFlags) {
+  for (const FlagKey& flag : kFlagKeys) {
     if (flag.key == key.key) {
-      host.SetChecked(flag.command, FlagValue(line) != 0);
+      flag.field(gSettings) = FlagValue(line) != 0;
       return;
     }
   }
   const std::wstring value = ValueText(line);
   const int flag = FlagValue(line);
   switch (key.key) {
-    case Key::OnTop:
-      host.SetChecked(kCmdOnTop, flag != 0);
-      host.ApplyOnTop(flag != 0);
-      break;
-    case Key::FullRow:
-      host.SetChecked(kCmdFullRow, flag != 0);
-      host.ApplyFullRow(flag != 0);
-      break;
-    case Key::SkipSsd:
-      host.SetChecked(kCmdSkipSolidState, flag != 0);
-      SetSolidStateBit(kSolidStateSkip, flag != 0);
-      break;
+    case Key::SkipSsd: SetSolidStateBit(kSolidStateSkip, flag != 0); break;
     case Key::SmartDefrag:
-      ReadChoice(line, kStrategyChoices, host);
-      if (flag == 0 || flag == 1) host.ApplySmartStrategy(flag == 1);
+      if (flag == 0 || flag == 1) gSettings.smartStrategy = flag == 1;
       break;
     case Key::Priority:
-      if (flag >= 0 && flag < 5) host.SetPriority(kPriorityChoices[flag]);
+      if (uint32_t command = ChoiceOf(line, kPriorityChoices); command && host.ApplyPriority(command)) {
+        gSettings.priority = command;
+      }
       break;
     case Key::Language:
       gSettings.language = value;
@@ -375,38 +374,29 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
     }
     case Key::ProfilePath: gSettings.profileFolder = value; break;
     case Key::FilePath: gSettings.fileFolder = value; break;
-    case Key::Cleanup: ReadChoice(line, kCleanupChoices, host); break;
+    case Key::Cleanup:
+      if (uint32_t command = ChoiceOf(line, kCleanupChoices)) gSettings.cleanup = command;
+      break;
     case Key::CleanupProgramPath: gSettings.cleanupProgramPath = value; break;
     case Key::CleanupProgramSwitches: gSettings.cleanupProgramSwitches = value; break;
-    case Key::DiskCheck: ReadChoice(line, kDiskCheckChoices, host); break;
-    case Key::ExcludeBySize: gSettings.excludeBySize = flag != 0; break;
+    case Key::DiskCheck:
+      if (uint32_t command = ChoiceOf(line, kDiskCheckChoices)) gSettings.diskCheck = command;
+      break;
     case Key::MaxFileSize:
       gSettings.maxFileSizeKiB = std::min(NumberValue(value), kMaxSizeLimitKiB);
       break;
     case Key::ItemColours: ReadItemColours(line, reader); break;
-    case Key::ItemColourFullRow: gSettings.itemTextColourFullRow = flag != 0; break;
     case Key::SplitterPos: gSettings.splitterPosition = IntValue(value); break;
-    case Key::Maximized: gSettings.maximized = flag != 0; break;
     case Key::SkipSsdWarning:
       if (flag == 1) SetSolidStateBit(kSolidStateWarn, false);
       if (flag == 0) SetSolidStateBit(kSolidStateWarn, true);
       break;
     case Key::SkipSsdChecking:
       SetSolidStateBit(kSolidStateNoDetection, flag != 0);
-      host.SetChecked(kCmdNoSolidStateDetection, flag != 0);
-      host.SetEnabled(kCmdSkipSolidState, flag == 0);
       break;
-    case Key::ShowStatusBar: host.SetChecked(kCmdShowStatusBar, flag == 1); break;
-    case Key::RemoveMissingProfiles: gSettings.removeMissingRecentProfiles = flag != 0; break;
+    // Only exactly "1" keeps the status bars.
+    case Key::ShowStatusBar: gSettings.showStatusBar = flag == 1; break;
     case Key::MaxRecentProfiles: gSettings.maxRecentProfiles = NumberValue(value); break;
-    case Key::ShowStateIcons:
-      host.SetChecked(kCmdShowStateIcons, flag != 0);
-      host.ApplyStateIcons(flag != 0);
-      break;
-    case Key::ShowSystemIcons:
-      host.SetChecked(kCmdShowSystemIcons, flag != 0);
-      gSettings.showSystemIcons = flag != 0;
-      break;
     case Key::ProfilesStart: ReadProfiles(reader, host); break;
     default: break;
   }
@@ -472,16 +462,15 @@ void ReadSettingsFile(UnicodeTextReader& reader, SettingsHost& host) {
 std::vector<std::wstring> SettingsFileLines(SettingsHost& host) {
   std::vector<std::wstring> lines;
   auto add = [&lines](const wchar_t* key, const std::wstring& value) { lines.push_back(key + value); };
-  auto check = [&host](uint32_t command) { return FlagText(host.IsChecked(command)); };
   lines.push_back(kSettingsVersionMark);
-  add(L"ONTOP=", check(kCmdOnTop));
-  add(L"FULLROW=", check(kCmdFullRow));
-  add(L"SHOWMESSAGES=", check(kCmdConfirmPrompts));
-  add(L"CLOSEPROGRAM=", check(kCmdCloseAfterDefrag));
-  add(L"SHUTDOWN=", check(kCmdShutdownAfterDefrag));
-  add(L"SKIPSSD=", check(kCmdSkipSolidState));
-  add(L"SMARTDEFRAG=", NumberText(ChoiceIndex(kStrategyChoices, host)));
-  add(L"PRIORITY=", NumberText(ChoiceIndex(kPriorityChoices, host)));
+  add(L"ONTOP=", FlagText(gSettings.onTop));
+  add(L"FULLROW=", FlagText(gSettings.fullRow));
+  add(L"SHOWMESSAGES=", FlagText(gSettings.confirmPrompts));
+  add(L"CLOSEPROGRAM=", FlagText(gSettings.followUps.closeAfterDefrag));
+  add(L"SHUTDOWN=", FlagText(gSettings.followUps.shutdownAfterDefrag));
+  add(L"SKIPSSD=", FlagText(gSettings.solidStateFlags & kSolidStateSkip));
+  add(L"SMARTDEFRAG=", FlagText(gSettings.smartStrategy));
+  add(L"PRIORITY=", NumberText(ChoiceIndex(kPriorityChoices, gSettings.priority)));
   // A language chosen on the command line holds for that run only.
   add(L"LANGUAGE=", gSettings.languageFromCommandLine ? gSettings.languageInFile : gSettings.language);
   AppendColumnLines(SettingsList::Items, lines, host, L"COLUMNORDER=", L"CL=", L"VCL=");
@@ -496,11 +485,11 @@ std::vector<std::wstring> SettingsFileLines(SettingsHost& host) {
   add(L"MAINSIZE=", NumberText(gSettings.mainWidth) + L";" + NumberText(gSettings.mainHeight));
   add(L"PROFILEPATH=", gSettings.profileFolder);
   add(L"FILEPATH=", gSettings.fileFolder);
-  add(L"CLNUP=", NumberText(ChoiceIndex(kCleanupChoices, host)));
-  add(L"CLNUP_SHOWERRORMSG=", check(kCmdCleanupShowErrors));
+  add(L"CLNUP=", NumberText(ChoiceIndex(kCleanupChoices, gSettings.cleanup)));
+  add(L"CLNUP_SHOWERRORMSG=", FlagText(gSettings.cleanupShowErrors));
   add(L"CLNUP_EXTPRGPATH=", gSettings.cleanupProgramPath);
   add(L"CLNUP_EXTPRGSWITCHES=", gSettings.cleanupProgramSwitches);
-  add(L"SCANDISK=", NumberText(ChoiceIndex(kDiskCheckChoices, host)));
+  add(L"SCANDISK=", NumberText(ChoiceIndex(kDiskCheckChoices, gSettings.diskCheck)));
   add(L"ExcludeItemsBySize=", FlagText(gSettings.excludeBySize));
   add(L"MaxFileSizeToElaborate=", NumberText(gSettings.maxFileSizeKiB));
   for (int index = 0; index < kItemColourCount; ++index) {
@@ -514,13 +503,13 @@ std::vector<std::wstring> SettingsFileLines(SettingsHost& host) {
   add(L"MAXIMIZED=", FlagText(host.IsMaximized()));
   add(L"SkipSSDWarning=", FlagText(!(gSettings.solidStateFlags & kSolidStateWarn)));
   add(L"SkipSSDChecking=", FlagText(gSettings.solidStateFlags & kSolidStateNoDetection));
-  add(L"ShowInfoPanel=", check(kCmdShowInfoPanel));
-  add(L"ShowStatusbar=", check(kCmdShowStatusBar));
-  add(L"ShowToolbar=", check(kCmdShowToolbar));
+  add(L"ShowInfoPanel=", FlagText(gSettings.showInfoPanel));
+  add(L"ShowStatusbar=", FlagText(gSettings.showStatusBar));
+  add(L"ShowToolbar=", FlagText(gSettings.showToolbar));
   add(L"RemoveMissingMRUProfiles=", FlagText(gSettings.removeMissingRecentProfiles));
   add(L"MaxMRUProfiles=", NumberText(gSettings.maxRecentProfiles));
-  add(L"ShowStateIcons=", check(kCmdShowStateIcons));
-  add(L"ShowSystemIcons=", check(kCmdShowSystemIcons));
+  add(L"ShowStateIcons=", FlagText(gSettings.showStateIcons));
+  add(L"ShowSystemIcons=", FlagText(gSettings.showSystemIcons));
   lines.push_back(L"[Profiles]");
   for (const std::wstring& path : gSettings.recentProfiles) lines.push_back(path);
   lines.push_back(kProfilesEnd);

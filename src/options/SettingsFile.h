@@ -1,8 +1,10 @@
 #pragma once
 // The settings file "ordalis.ini": a version mark, then one "KEY=value" line
 // per preference in a fixed order, then the recent profiles between
-// "[Profiles]" and "[\Profiles]". Reading applies each line at once to
-// gSettings and to the host; writing builds the lines from them.
+// "[Profiles]" and "[\Profiles]". Reading sets gSettings' fields (and the
+// host's columns and priority) line by line; writing builds the lines from
+// them. The effects of what was read (the window on top, the strategy, ...)
+// are the caller's to apply.
 #include <string>
 #include <vector>
 

@@ -1,8 +1,8 @@
 #pragma once
 // What the settings file is read into and written from besides gSettings:
-// the main menu's check and radio marks, the columns of the main window's two
-// list views, the window and the screen. The program's host talks to the
-// real menu and controls; tests use one that only remembers.
+// the columns of the main window's three list views, the window and the
+// screen, and the process priority. The program's host talks to the real
+// controls; tests use one that only remembers.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,20 +14,9 @@ class SettingsHost {
  public:
   virtual ~SettingsHost() = default;
 
-  virtual bool IsChecked(uint32_t command) = 0;
-  virtual void SetChecked(uint32_t command, bool checked) = 0;
-  virtual void SetEnabled(uint32_t command, bool enabled) = 0;
-  // Moves the radio mark of the group first..last to `command`.
-  virtual void SetRadio(uint32_t first, uint32_t last, uint32_t command) = 0;
-  // Applies the priority of one of the five priority commands; the radio mark
-  // moves only when that succeeds.
-  virtual void SetPriority(uint32_t command) = 0;
-
-  // Effects applied as soon as their key is read.
-  virtual void ApplyOnTop(bool onTop) = 0;
-  virtual void ApplyFullRow(bool fullRow) = 0;
-  virtual void ApplyStateIcons(bool shown) = 0;
-  virtual void ApplySmartStrategy(bool smart) = 0;
+  // Gives the process the priority of one of the five priority commands;
+  // false when the system refused it (the stored choice then stays).
+  virtual bool ApplyPriority(uint32_t command) = 0;
 
   // Number of columns of a list; 0 when the list does not exist.
   virtual int ColumnCount(SettingsList list) = 0;

@@ -228,7 +228,7 @@ void Run::RefreshCountersAndStatus() {
 // Every 32nd position: follow the item, refresh, keep the window alive.
 void Run::EveryThirtySecond(uint64_t row) {
   if (row % 32 != 0) return;
-  if (options_.followItem) ui_.ScrollToRow(row);
+  if (options_.followUps->followItem) ui_.ScrollToRow(row);
   RefreshCountersAndStatus();
   ui_.PumpMessages();
 }
@@ -363,7 +363,7 @@ void Run::DefragmentFolderItem(ItemRecord& record) {
 
 // Scrolling, redrawing and counters after the last item.
 void Run::FinishItems(uint64_t lastRow) {
-  if (!StopRequested() && options_.followItem && ItemCount() > 0) {
+  if (!StopRequested() && options_.followUps->followItem && ItemCount() > 0) {
     ui_.ScrollToRow(lastRow);
   }
   ui_.RedrawItems();
@@ -439,12 +439,13 @@ void Run::FollowDefragmentation() {
   const bool stopped = StopRequested();
   // Powering off follows only a run the user stopped; the unattended mode
   // decides for itself once the command line's work is done.
-  if (!Unattended() && stopped && !options_.allowAbort && (options_.shutdown || options_.shutdownAfterDefrag)) {
+  if (!Unattended() && stopped && !options_.allowAbort &&
+      (options_.shutdown || options_.followUps->shutdownAfterDefrag)) {
     ui_.ShutdownCountdown();
   }
   if (Unattended()) return;
   const bool closeIfOk = options_.closeIfOk;
-  const bool close = options_.close || options_.closeAfterDefrag;
+  const bool close = options_.close || options_.followUps->closeAfterDefrag;
   if (!stopped) ui_.BringToFront();
   if ((closeIfOk && !gRun.errors.empty()) || (!closeIfOk && !close) || options_.showReport) {
     ui_.ShowSummary();
@@ -577,7 +578,7 @@ RunEnd Run::Start(RunMode mode) {
 
   // Closing follows only a defragmentation the user stopped.
   if (defragmenting && !Unattended() && stopped && !options_.allowAbort &&
-      (options_.close || options_.closeAfterDefrag)) {
+      (options_.close || options_.followUps->closeAfterDefrag)) {
     ui_.RequestExit(gRun.errors.empty() ? 0u : 3u);
   }
   return gRunState.lastEnd;

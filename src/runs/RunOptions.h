@@ -4,7 +4,11 @@
 // of the window, no command-line word.
 #include <cstdint>
 
+#include "options/Settings.h"
 #include "runs/RunSteps.h"
+
+// Follow-ups that are all off, for runs that nobody can change meanwhile.
+inline constexpr RunFollowUps kNoFollowUps{false, false, false};
 
 struct RunOptions {
   // No user to ask: every question takes its unattended answer.
@@ -20,11 +24,11 @@ struct RunOptions {
   bool shutdown = false;
   bool showReport = false;
   bool allowAbort = false;
-  // The options "close after defragmenting", "shut down after" and "follow
-  // the item being processed". The window's may change during a run.
-  bool closeAfterDefrag = false;
-  bool shutdownAfterDefrag = false;
-  bool followItem = false;
+  // The options "follow the item being processed", "close after
+  // defragmenting" and "shut down after", read here each time the run needs
+  // them: the window's runs point at the settings, which the user may change
+  // during the run.
+  const RunFollowUps* followUps = &kNoFollowUps;
   // The choices of the steps before a defragmentation, for this run.
   uint32_t diskCheck = kDiskCheckOff;
   uint32_t cleanup = kCleanupOff;
@@ -35,3 +39,8 @@ struct RunOptions {
   // The window's command line goes on to the defragmentation.
   bool stoppedAnalysisEndsRuns = false;
 };
+
+// The options of the runs the window starts: the command line's switches
+// (the kRun* flags of `runFlags`) and the settings, whose follow-ups the run
+// reads as it goes.
+RunOptions RunOptionsFrom(const Settings& settings, uint32_t runFlags);

@@ -1,4 +1,5 @@
 #include "ui/CleanupDialog.h"
+#include "util/PathText.h"
 
 #include <algorithm>
 #include <string>
@@ -10,7 +11,6 @@
 #include "runs/RunSteps.h"
 #include "options/CommandIds.h"
 #include "options/Settings.h"
-#include "ui/LoadSaveSettings.h"
 #include "ui/controls/Dpi.h"
 #include "util/win32/FileDialogs.h"
 #include "ui/MainWindow.h"
@@ -74,7 +74,7 @@ int BuiltInCleanup(HWND owner, bool quiet, HWND working) {
     return kCleanupResultCancelled;
   }
   const std::wstring folder(buffer.data(), count);
-  if (IsDriveRootPath(folder)) {
+  if (IsDriveRoot(folder)) {
     Refuse(owner, quiet,
            Text(kStrCleanupTempAtRoot, L"Impossibile eliminare i file temporanei poich\u00E9 sono memorizzati nella "
                                        L"cartella principale del disco."));
@@ -119,7 +119,7 @@ void StartCleanup(HWND dialog) {
     // Its refusals are shown only while "show error messages" is on; the
     // run that asked for the cleanup ends either way.
     const int result =
-        BuiltInCleanup(dialog, !IsMenuChecked(kCmdCleanupShowErrors), GetDlgItem(dialog, kExplanation));
+        BuiltInCleanup(dialog, !gSettings.cleanupShowErrors, GetDlgItem(dialog, kExplanation));
     // A cancel during the walk has already ended the dialog.
     if (result == kCleanupResultCancelled && (gEngine.flags.load() & kStopRequested)) return;
     EndDialog(dialog, result);

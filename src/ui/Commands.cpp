@@ -32,12 +32,9 @@ using Call = const CommandCall&;
 void Exit(Call call) { SendMessageW(call.window, WM_CLOSE, 0, 0); }
 void Tab(Call call) { SelectBottomTab(call.command); }
 void Column(Call call) { ApplyMainColumnCommand(call.command); }
-
-// Options a running run reads as they change.
-void FlipRunMark(Call call) {
-  FlipMark(call.command);
-  FollowRunOptionMarks();
-}
+// An option that only a run or the end of a run reads; a run under way
+// reads the follow-ups from the settings as it needs them.
+void Option(Call call) { FlipOption(call.command); }
 
 // Enter and Escape reach a dialog window as the commands of its default and
 // cancel buttons; the main window has neither and stays as it is.
@@ -83,8 +80,8 @@ void ExcludeSelected(Call call) {
 }
 
 // Options that change what a run reads wait for its end; the look of the
-// window, the follow-up marks and the priority (kept pending during a run)
-// may change at any time.
+// window, the follow-ups and the priority (kept pending during a run) may
+// change at any time. An option's row gives its menu item's mark too.
 const std::vector<CommandEntry> kTable = {
     {IDOK, IDCANCEL, R::kAlways, DialogKey},
     {kCmdAddPaths, kCmdAddPaths, R::kIdle, AddPathsFromOutside},
@@ -124,14 +121,14 @@ const std::vector<CommandEntry> kTable = {
      [](Call) { FlipFocusedTicks(); }},
     {kCmdSelectFiles, kCmdInvertSelection, R::kIdle | R::kFragmented, [](Call call) { ChangeAllMarks(call.command); }},
     // "Visualizza": the look of the window, at any time
-    {kCmdShowToolbar, kCmdShowToolbar, R::kAlways, [](Call call) { FlipPanel(call.command); }},
-    {kCmdShowInfoPanel, kCmdShowInfoPanel, R::kAlways, [](Call call) { FlipPanel(call.command); }},
-    {kCmdShowStatusBar, kCmdShowStatusBar, R::kAlways, [](Call call) { FlipPanel(call.command); }},
-    {kCmdShowStateIcons, kCmdShowStateIcons, R::kAlways, [](Call) { FlipStateIcons(); }},
-    {kCmdShowSystemIcons, kCmdShowSystemIcons, R::kAlways, [](Call) { FlipSystemIcons(); }},
-    {kCmdFullRow, kCmdFullRow, R::kAlways, [](Call) { FlipFullRow(); }},
-    {kCmdOnTop, kCmdOnTop, R::kAlways, [](Call call) { FlipOnTop(call.window); }},
-    {kCmdFollowItem, kCmdFollowItem, R::kAlways, FlipRunMark},
+    {kCmdShowToolbar, kCmdShowToolbar, R::kAlways, [](Call call) { FlipPanel(call.command); }, OptionMarked},
+    {kCmdShowInfoPanel, kCmdShowInfoPanel, R::kAlways, [](Call call) { FlipPanel(call.command); }, OptionMarked},
+    {kCmdShowStatusBar, kCmdShowStatusBar, R::kAlways, [](Call call) { FlipPanel(call.command); }, OptionMarked},
+    {kCmdShowStateIcons, kCmdShowStateIcons, R::kAlways, [](Call) { FlipStateIcons(); }, OptionMarked},
+    {kCmdShowSystemIcons, kCmdShowSystemIcons, R::kAlways, [](Call) { FlipSystemIcons(); }, OptionMarked},
+    {kCmdFullRow, kCmdFullRow, R::kAlways, [](Call) { FlipFullRow(); }, OptionMarked},
+    {kCmdOnTop, kCmdOnTop, R::kAlways, [](Call call) { FlipOnTop(call.window); }, OptionMarked},
+    {kCmdFollowItem, kCmdFollowItem, R::kAlways, Option, OptionMarked},
     {kCmdFirstColumn, kCmdDefaultColumns, R::kIdle, Column},
     {kCmdColumnErrorText, kCmdColumnErrorText, R::kIdle, Column},
     {kCmdTabFragmented, kCmdTabErrors, R::kAlways, Tab},
@@ -141,17 +138,18 @@ const std::vector<CommandEntry> kTable = {
     {kCmdFirstLanguage, kCmdLastLanguage, R::kIdle, [](Call call) { ChooseLanguageCommand(call.command); }},
     {kCmdViewLanguageFile, kCmdViewLanguageFile, R::kAlways, [](Call call) { ShowLanguageFileViewer(call.window); }},
     // "Opzioni"
-    {kCmdConfirmPrompts, kCmdConfirmPrompts, R::kAlways, [](Call call) { FlipMark(call.command); }},
-    {kCmdQuickStrategy, kCmdSmartStrategy, R::kIdle, [](Call call) { ChooseStrategy(call.command); }},
-    {kCmdDiskCheckAuto, kCmdDiskCheckAsk, R::kIdle, [](Call call) { ChooseDiskCheck(call.command); }},
-    {kCmdCleanupAuto, kCmdCleanupAsk, R::kIdle, [](Call call) { ChooseCleanup(call.command); }},
-    {kCmdCleanupShowErrors, kCmdCleanupShowErrors, R::kIdle, [](Call call) { FlipMark(call.command); }},
-    {kCmdPriorityHigh, kCmdPriorityIdle, R::kAlways, [](Call call) { ChoosePriority(call.command); }},
-    {kCmdSkipSolidState, kCmdSkipSolidState, R::kIdle | R::kSolidStateDetection, [](Call) { FlipSkipSolidState(); }},
-    {kCmdNoSolidStateDetection, kCmdNoSolidStateDetection, R::kIdle,
-     [](Call call) { FlipNoSolidStateDetection(call.window); }},
-    {kCmdCloseAfterDefrag, kCmdCloseAfterDefrag, R::kAlways, FlipRunMark},
-    {kCmdShutdownAfterDefrag, kCmdShutdownAfterDefrag, R::kAlways, FlipRunMark},
+    {kCmdConfirmPrompts, kCmdConfirmPrompts, R::kAlways, Option, OptionMarked},
+    {kCmdQuickStrategy, kCmdSmartStrategy, R::kIdle, [](Call call) { ChooseStrategy(call.command); }, OptionMarked},
+    {kCmdDiskCheckAuto, kCmdDiskCheckAsk, R::kIdle, [](Call call) { ChooseDiskCheck(call.command); }, OptionMarked},
+    {kCmdCleanupAuto, kCmdCleanupAsk, R::kIdle, [](Call call) { ChooseCleanup(call.command); }, OptionMarked},
+    {kCmdCleanupShowErrors, kCmdCleanupShowErrors, R::kIdle, Option, OptionMarked},
+    {kCmdPriorityHigh, kCmdPriorityIdle, R::kAlways, [](Call call) { ChoosePriority(call.command); }, OptionMarked},
+    {kCmdSkipSolidState, kCmdSkipSolidState, R::kIdle | R::kSolidStateDetection, [](Call) { FlipSkipSolidState(); },
+     OptionMarked},
+    {kCmdNoSolidStateDetection, kCmdNoSolidStateDetection, R::kIdle, [](Call) { FlipNoSolidStateDetection(); },
+     OptionMarked},
+    {kCmdCloseAfterDefrag, kCmdCloseAfterDefrag, R::kAlways, Option, OptionMarked},
+    {kCmdShutdownAfterDefrag, kCmdShutdownAfterDefrag, R::kAlways, Option, OptionMarked},
     // "?"
     {kCmdCommandLineHelp, kCmdCommandLineHelp, R::kAlways, [](Call call) { ShowCommandLineDialog(call.window); }},
     {kCmdWarrantyDisclaimer, kCmdWarrantyDisclaimer, R::kAlways, [](Call call) { ShowWarrantyDialog(call.window); }},
@@ -238,5 +236,8 @@ void ApplyCommandStates(HMENU menu) {
     const CommandEntry* entry = FindCommand(id);
     const bool enabled = entry && CommandAllowed(*entry, context);
     EnableMenuItem(menu, i, MF_BYPOSITION | (enabled ? MF_ENABLED : MF_GRAYED));
+    if (entry && entry->marked) {
+      CheckMenuItem(menu, i, MF_BYPOSITION | (entry->marked(id) ? MF_CHECKED : MF_UNCHECKED));
+    }
   }
 }

@@ -57,12 +57,17 @@ struct CommandCall {
 };
 
 using CommandHandler = void (*)(const CommandCall& call);
+// Whether an option's menu item shows its check or radio mark, read from the
+// settings each time a menu is drawn.
+using CommandMark = bool (*)(uint32_t command);
 
 struct CommandEntry {
   uint32_t first;
   uint32_t last;
   uint32_t rule;
   CommandHandler handler;
+  // Null for a command that is not an option: its marks are left alone.
+  CommandMark marked = nullptr;
 };
 
 // The entry of a command number, or null.
@@ -79,5 +84,6 @@ bool CommandEnabled(uint32_t command);
 // An unknown number is reported in a message box.
 bool DispatchCommand(const CommandCall& call);
 
-// Greys or enables every item of a menu (and its sub-menus) by the rules.
+// Greys or enables every item of a menu (and its sub-menus) by the rules, and
+// gives the options' items their marks from the settings.
 void ApplyCommandStates(HMENU menu);

@@ -14,8 +14,8 @@
 #include "options/RunFlags.h"
 #include "runs/RunResults.h"
 #include "options/CommandIds.h"
+#include "options/Settings.h"
 #include "ui/Artwork.h"
-#include "ui/LoadSaveSettings.h"
 #include "util/win32/FileDialogs.h"
 #include "ui/dialogs/FragmentsDialog.h"
 #include "ui/ItemListView.h"
@@ -186,7 +186,7 @@ namespace {
 
 // Whether the user still wants it, when confirmations are on.
 bool ConfirmRemoval(HWND owner, size_t rows) {
-  if (!IsMenuChecked(kCmdConfirmPrompts)) return true;
+  if (!gSettings.confirmPrompts) return true;
   const std::wstring text =
       FormatWithStrings(Text(kStrConfirmRemove, L"Rimuovere gli elementi selezionati (%s) dall'elenco?"),
                         {std::to_wstring(rows)});

@@ -5,7 +5,6 @@
 
 #include "options/RunFlags.h"
 #include "ui/OptionCommands.h"
-#include "engine/Relocation.h"
 #include "options/Settings.h"
 #include "options/SettingsFile.h"
 #include "options/CommandIds.h"
@@ -15,8 +14,6 @@
 #include "util/ProgramFolder.h"
 
 namespace {
-
-HMENU MainMenu() { return GetMenu(MainWindowHandle()); }
 
 HWND ListOf(SettingsList list) {
   switch (list) {
@@ -28,28 +25,7 @@ HWND ListOf(SettingsList list) {
 
 class MainWindowSettingsHost : public SettingsHost {
  public:
-  bool IsChecked(uint32_t command) override { return IsMenuChecked(command); }
-  void SetChecked(uint32_t command, bool checked) override { SetMenuChecked(command, checked); }
-  void SetEnabled(uint32_t command, bool enabled) override {
-    EnableMenuItem(MainMenu(), command, MF_BYCOMMAND | (enabled ? MF_ENABLED : MF_GRAYED));
-  }
-  void SetRadio(uint32_t first, uint32_t last, uint32_t command) override {
-    CheckMenuRadioItem(MainMenu(), first, last, command, MF_BYCOMMAND);
-  }
-  void SetPriority(uint32_t command) override { SetProcessPriority(command); }
-  void ApplyOnTop(bool onTop) override {
-    SetWindowPos(MainWindowHandle(), onTop ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0,
-                 SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-  }
-  void ApplyFullRow(bool fullRow) override { SetFullRowSelect(fullRow); }
-  void ApplyStateIcons(bool shown) override { SetStateIconsShown(shown); }
-  void ApplySmartStrategy(bool smart) override {
-    if (smart) {
-      gEngine.flags |= kSmartStrategy;
-    } else {
-      gEngine.flags &= ~kSmartStrategy;
-    }
-  }
+  bool ApplyPriority(uint32_t command) override { return ApplyProcessPriority(command); }
   int ColumnCount(SettingsList list) override {
     HWND view = ListOf(list);
     return view ? Header_GetItemCount(ListView_GetHeader(view)) : 0;
@@ -90,27 +66,18 @@ std::wstring SettingsPath() { return JoinPath(gProgramFolder, kSettingsFileName)
 
 }  // namespace
 
-bool IsMenuChecked(unsigned command) {
-  return (GetMenuState(MainMenu(), command, MF_BYCOMMAND) & MF_CHECKED) != 0;
-}
-
-void SetMenuChecked(unsigned command, bool checked) {
-  CheckMenuItem(MainMenu(), command, MF_BYCOMMAND | (checked ? MF_CHECKED : MF_UNCHECKED));
-}
-
 void LoadSettings() {
   HWND window = MainWindowHandle();
   UINT dpi = WindowDpi(window);
   SetScaledSizeDefaults(dpi / 96.0, dpi / 96.0);
-  // The strategy bit follows the menu's initial mark until the file says otherwise.
   MainWindowSettingsHost host;
-  host.ApplySmartStrategy(IsMenuChecked(kCmdSmartStrategy));
   if (!(gApp.runFlags & kRunNoIni)) {
     UnicodeTextReader reader;
     if (reader.Open(SettingsPath(), false, kLineLimitSettings)) ReadSettingsFile(reader, host);
   }
   SetWindowPos(window, nullptr, 0, 0, gSettings.mainWidth, gSettings.mainHeight,
                SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  ApplyOptions();
 }
 
 void SaveSettings() {

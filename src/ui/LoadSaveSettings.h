@@ -3,14 +3,10 @@
 // and written back when it closes.
 
 // Sets the scaled size defaults, then reads the settings file (when there is
-// one and "/NOINI" was not given) into the menu marks, the list views and
-// gSettings, and gives the main window its stored size.
+// one and "/NOINI" was not given) into gSettings and the list views, applies
+// the options it holds, and gives the main window its stored size.
 void LoadSettings();
 
 // Takes the main window's size and writes the settings file, unless "/NOINI"
 // forbids it or the window has no menu. Failures stay silent.
 void SaveSettings();
-
-// Mark helpers shared with the option commands.
-bool IsMenuChecked(unsigned command);
-void SetMenuChecked(unsigned command, bool checked);

@@ -183,12 +183,8 @@ void RunListMenu(HWND list, POINT at) {
   HMENU menu = LoadPopupMenu(resource, kind);
   if (!menu) return;
   gMain.lastFocusedList = list;
+  // "Sc&orri elenco" takes its mark from the settings, as on the menu bar.
   ApplyCommandStates(menu);
-  if (HMENU bar = GetMenu(gMain.window)) {
-    // "Sc&orri elenco" carries the menu bar's mark.
-    CheckMenuItem(menu, kCmdFollowItem,
-                  MF_BYCOMMAND | (GetMenuState(bar, kCmdFollowItem, MF_BYCOMMAND) & MF_CHECKED ? MF_CHECKED : 0));
-  }
   TrackPopupMenu(menu, TPM_RIGHTBUTTON, at.x, at.y, 0, gMain.window, nullptr);
   DestroyMenu(menu);
 }

@@ -5,47 +5,69 @@
 #include "engine/Relocation.h"
 #include "runs/RunDriver.h"
 #include "options/Settings.h"
-#include "ui/Language.h"
-#include "ui/LoadSaveSettings.h"
 #include "options/CommandIds.h"
 #include "ui/MainWindow.h"
 
 namespace {
 
-bool Flip(unsigned command) {
-  bool checked = !IsMenuChecked(command);
-  SetMenuChecked(command, checked);
-  return checked;
-}
-
-void SetSolidStateBit(uint32_t bit, bool on) {
-  if (on) {
-    gSettings.solidStateFlags |= bit;
-  } else {
-    gSettings.solidStateFlags &= ~bit;
+// The field of an option that is one check mark; null for any other command.
+bool* OptionFlag(uint32_t command) {
+  switch (command) {
+    case kCmdOnTop: return &gSettings.onTop;
+    case kCmdFullRow: return &gSettings.fullRow;
+    case kCmdShowToolbar: return &gSettings.showToolbar;
+    case kCmdShowInfoPanel: return &gSettings.showInfoPanel;
+    case kCmdShowStatusBar: return &gSettings.showStatusBar;
+    case kCmdShowStateIcons: return &gSettings.showStateIcons;
+    case kCmdShowSystemIcons: return &gSettings.showSystemIcons;
+    case kCmdFollowItem: return &gSettings.followUps.followItem;
+    case kCmdConfirmPrompts: return &gSettings.confirmPrompts;
+    case kCmdCleanupShowErrors: return &gSettings.cleanupShowErrors;
+    case kCmdCloseAfterDefrag: return &gSettings.followUps.closeAfterDefrag;
+    case kCmdShutdownAfterDefrag: return &gSettings.followUps.shutdownAfterDefrag;
+    default: return nullptr;
   }
 }
 
-void SetRadio(unsigned first, unsigned last, unsigned command) {
-  CheckMenuRadioItem(GetMenu(MainWindowHandle()), first, last, command, MF_BYCOMMAND);
+bool Flip(uint32_t command) {
+  bool* flag = OptionFlag(command);
+  *flag = !*flag;
+  return *flag;
 }
 
-void SetStrategy(unsigned command) {
-  SetRadio(kCmdQuickStrategy, kCmdSmartStrategy, command);
-  if (command == kCmdSmartStrategy) {
+void FlipSolidStateBit(uint32_t bit) { gSettings.solidStateFlags ^= bit; }
+
+void ApplyStrategy() {
+  if (gSettings.smartStrategy) {
     gEngine.flags |= kSmartStrategy;
   } else {
     gEngine.flags &= ~kSmartStrategy;
   }
 }
 
-void SetOnTop(HWND window, bool onTop) {
-  SetWindowPos(window, onTop ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+void SetOnTop(HWND window, bool onTop, UINT extraFlags) {
+  SetWindowPos(window, onTop ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | extraFlags);
+}
+
+void ApplyPanels() {
+  ShowMainPanels(gSettings.showToolbar, gSettings.showInfoPanel, gSettings.showStatusBar);
 }
 
 }  // namespace
 
-uint32_t SetProcessPriority(uint32_t command) {
+bool OptionMarked(uint32_t command) {
+  if (const bool* flag = OptionFlag(command)) return *flag;
+  switch (command) {
+    case kCmdSkipSolidState: return (gSettings.solidStateFlags & kSolidStateSkip) != 0;
+    case kCmdNoSolidStateDetection: return (gSettings.solidStateFlags & kSolidStateNoDetection) != 0;
+    case kCmdQuickStrategy: return !gSettings.smartStrategy;
+    case kCmdSmartStrategy: return gSettings.smartStrategy;
+    default:
+      return command == gSettings.diskCheck || command == gSettings.cleanup || command == gSettings.priority;
+  }
+}
+
+bool ApplyProcessPriority(uint32_t command) {
   DWORD priorityClass = 0;
   switch (command) {
     case kCmdPriorityHigh: priorityClass = HIGH_PRIORITY_CLASS; break;
@@ -53,17 +75,21 @@ uint32_t SetProcessPriority(uint32_t command) {
     case kCmdPriorityNormal: priorityClass = NORMAL_PRIORITY_CLASS; break;
     case kCmdPriorityBelowNormal: priorityClass = BELOW_NORMAL_PRIORITY_CLASS; break;
     case kCmdPriorityIdle: priorityClass = IDLE_PRIORITY_CLASS; break;
-    default: return 0;
+    default: return false;
   }
-  if (!SetPriorityClass(GetCurrentProcess(), priorityClass)) return 0;
-  if (HMENU menu = GetMenu(MainWindowHandle())) {
-    CheckMenuRadioItem(menu, kCmdPriorityHigh, kCmdPriorityIdle, command, MF_BYCOMMAND);
-  }
+  return SetPriorityClass(GetCurrentProcess(), priorityClass) != FALSE;
+}
+
+uint32_t SetProcessPriority(uint32_t command) {
+  if (!ApplyProcessPriority(command)) return 0;
+  gSettings.priority = command;
+  // A run applies a pending choice between two items: the mark follows now.
+  RefreshCommandStates();
   return 1;
 }
 
 void FlipOnTop(HWND window) {
-  SetOnTop(window, Flip(kCmdOnTop));
+  SetOnTop(window, Flip(kCmdOnTop), 0);
   gApp.runFlags &= ~kRunOnTop;
 }
 
@@ -72,40 +98,38 @@ void FlipFullRow() {
   gApp.runFlags &= ~kRunFullRow;
 }
 
-void FlipMark(unsigned command) { Flip(command); }
+void FlipOption(unsigned command) { Flip(command); }
 
 void FlipPanel(unsigned command) {
   Flip(command);
-  ApplyPanelMarks();
+  ApplyPanels();
 }
 
 void FlipStateIcons() { SetStateIconsShown(Flip(kCmdShowStateIcons)); }
 
 void FlipSystemIcons() {
-  gSettings.showSystemIcons = Flip(kCmdShowSystemIcons);
+  Flip(kCmdShowSystemIcons);
   InvalidateRect(MainItemListView(), nullptr, FALSE);
 }
 
-void FlipSkipSolidState() { SetSolidStateBit(kSolidStateSkip, Flip(kCmdSkipSolidState)); }
+void FlipSkipSolidState() { FlipSolidStateBit(kSolidStateSkip); }
 
-void FlipNoSolidStateDetection(HWND window) {
-  bool off = Flip(kCmdNoSolidStateDetection);
-  SetSolidStateBit(kSolidStateNoDetection, off);
-  EnableMenuItem(GetMenu(window), kCmdSkipSolidState, MF_BYCOMMAND | (off ? MF_GRAYED : MF_ENABLED));
-}
+// Its rule greys "skip solid-state drives" while detection is off.
+void FlipNoSolidStateDetection() { FlipSolidStateBit(kSolidStateNoDetection); }
 
 void ChooseStrategy(unsigned command) {
-  SetStrategy(command);
+  gSettings.smartStrategy = command == kCmdSmartStrategy;
+  ApplyStrategy();
   gApp.runFlags &= ~kRunQuick;
 }
 
 void ChooseDiskCheck(unsigned command) {
-  SetRadio(kCmdDiskCheckAuto, kCmdDiskCheckAsk, command);
+  gSettings.diskCheck = command;
   gApp.runFlags &= ~kRunDiskCheckGiven;
 }
 
 void ChooseCleanup(unsigned command) {
-  SetRadio(kCmdCleanupAuto, kCmdCleanupAsk, command);
+  gSettings.cleanup = command;
   gApp.runFlags &= ~kRunCleanupGiven;
 }
 
@@ -118,18 +142,28 @@ void ChoosePriority(unsigned command) {
   }
 }
 
-void ApplyPanelMarks() {
-  ShowMainPanels(IsMenuChecked(kCmdShowToolbar), IsMenuChecked(kCmdShowInfoPanel), IsMenuChecked(kCmdShowStatusBar));
+void ApplyOptions() {
+  HWND window = MainWindowHandle();
+  if (gSettings.onTop) SetOnTop(window, true, SWP_NOACTIVATE);
+  SetFullRowSelect(gSettings.fullRow);
+  SetStateIconsShown(gSettings.showStateIcons);
+  ApplyStrategy();
+  ApplyPanels();
+  RefreshCommandStates();
 }
 
-void ApplyCommandLineMarks(unsigned runFlags, const CommandLineChoices& choices) {
+void ApplyCommandLineOptions(unsigned runFlags, const CommandLineChoices& choices) {
   if (runFlags & kRunFullRow) {
-    SetMenuChecked(kCmdFullRow, true);
+    gSettings.fullRow = true;
     SetFullRowSelect(true);
   }
-  if (runFlags & kRunQuick) SetStrategy(kCmdQuickStrategy);
-  if (runFlags & kRunNoPrompt) SetMenuChecked(kCmdConfirmPrompts, false);
-  if (runFlags & kRunNoScroll) SetMenuChecked(kCmdFollowItem, false);
-  if (choices.diskCheckCommand) SetRadio(kCmdDiskCheckAuto, kCmdDiskCheckAsk, choices.diskCheckCommand);
-  if (choices.cleanupCommand) SetRadio(kCmdCleanupAuto, kCmdCleanupAsk, choices.cleanupCommand);
+  if (runFlags & kRunQuick) {
+    gSettings.smartStrategy = false;
+    ApplyStrategy();
+  }
+  if (runFlags & kRunNoPrompt) gSettings.confirmPrompts = false;
+  if (runFlags & kRunNoScroll) gSettings.followUps.followItem = false;
+  if (choices.diskCheckCommand) gSettings.diskCheck = choices.diskCheckCommand;
+  if (choices.cleanupCommand) gSettings.cleanup = choices.cleanupCommand;
+  RefreshCommandStates();
 }

@@ -1,5 +1,6 @@
 #include "ui/PreRunSteps.h"
 
+#include "options/Settings.h"
 #include "runs/RunUi.h"
 #include "runs/RunSteps.h"
 #include "ui/CleanupDialog.h"
@@ -15,22 +16,6 @@ namespace {
 constexpr int kKeepOff = 100;     // "&Non deframmentare"
 constexpr int kGoOnAnyway = 200;  // "&Deframmenta comunque"
 constexpr int kSolidStateWarningWidth = 480;
-
-HWND Main() { return MainWindowHandle(); }
-
-uint32_t RadioIn(uint32_t first, uint32_t last, uint32_t fallback) {
-  HMENU menu = Main() ? GetMenu(Main()) : nullptr;
-  for (uint32_t command = first; menu && command <= last; ++command) {
-    if (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) return command;
-  }
-  return fallback;
-}
-
-void SetRadio(uint32_t first, uint32_t last, uint32_t command) {
-  if (HMENU menu = Main() ? GetMenu(Main()) : nullptr) {
-    CheckMenuRadioItem(menu, first, last, command, MF_BYCOMMAND);
-  }
-}
 
 }  // namespace
 
@@ -68,10 +53,17 @@ bool CleanupForRun(HWND owner, bool automatic, bool unattended) {
   return result != kCleanupResultCancelled;
 }
 
-uint32_t DiskCheckChoice() { return RadioIn(kDiskCheckAuto, kDiskCheckAsk, kDiskCheckAsk); }
-void SetDiskCheckChoice(uint32_t command) { SetRadio(kDiskCheckAuto, kDiskCheckAsk, command); }
-uint32_t CleanupChoice() { return RadioIn(kCleanupAuto, kCleanupAsk, kCleanupAsk); }
-void SetCleanupChoice(uint32_t command) { SetRadio(kCleanupAuto, kCleanupAsk, command); }
+// A choice made in a dialog shows in the menu at once.
+uint32_t DiskCheckChoice() { return gSettings.diskCheck; }
+void SetDiskCheckChoice(uint32_t command) {
+  gSettings.diskCheck = command;
+  RefreshCommandStates();
+}
+uint32_t CleanupChoice() { return gSettings.cleanup; }
+void SetCleanupChoice(uint32_t command) {
+  gSettings.cleanup = command;
+  RefreshCommandStates();
+}
 
 std::vector<WORD> EmptyDialogTemplate(DWORD style) {
   std::vector<WORD> words(sizeof(DLGTEMPLATE) / sizeof(WORD), 0);

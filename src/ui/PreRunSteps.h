@@ -1,6 +1,6 @@
 #pragma once
 // The window side of the steps before a defragmentation: the stored
-// disk-check and cleanup choices (the radio marks of the options menu), the
+// disk-check and cleanup choices (of gSettings, shown in the options menu), the
 // solid-state warning, the disk-check dialog with the question that follows
 // errors, and the cleanup dialog, as the window's run asks them.
 #include <windows.h>
@@ -18,7 +18,7 @@ bool CloseForDiskErrorsQuestion(HWND owner);
 // The cleanup, as the disk check; false when it was cancelled.
 bool CleanupForRun(HWND owner, bool automatic, bool unattended);
 
-// The radio marks of "Verifica gli errori sul volume" and "Pulitura disco"
+// The choices of "Verifica gli errori sul volume" and "Pulitura disco"
 // (commands 9057..9059 and 9053..9055).
 uint32_t DiskCheckChoice();
 void SetDiskCheckChoice(uint32_t command);

@@ -46,16 +46,10 @@ class WindowRunUi;
 struct RunWindowState {
   HWND main = nullptr;
   RunWindowHost* host = nullptr;  // set with the window
-  // What the window's runs are told; the options that may change during a
-  // run follow their menu marks as they change.
+  // What the window's runs are told.
   RunOptions options;
 };
 RunWindowState gRunWindow;
-
-bool MenuChecked(uint32_t command) {
-  HMENU menu = gRunWindow.main ? GetMenu(gRunWindow.main) : nullptr;
-  return menu && (GetMenuState(menu, command, MF_BYCOMMAND) & MF_CHECKED) != 0;
-}
 
 void LocalDateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) {
   FILETIME utc{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
@@ -287,23 +281,8 @@ class WindowRunUi final : public RunUi {
 // The options of the window's runs, taken afresh from the command line and
 // the settings.
 RunOptions& WindowRunOptions() {
-  RunOptions& options = gRunWindow.options;
-  const uint32_t flags = gApp.runFlags;
-  options.unattended = (flags & kRunNoGui) != 0;
-  options.analyse = (flags & kRunAnalyze) != 0;
-  options.defragment = (flags & kRunDefrag) != 0;
-  options.close = (flags & kRunClose) != 0;
-  options.closeIfOk = (flags & kRunCloseIfOk) != 0;
-  options.shutdown = (flags & kRunShutdown) != 0;
-  options.showReport = (flags & kRunShowReport) != 0;
-  options.allowAbort = (flags & kRunAllowAbort) != 0;
-  FollowRunOptionMarks();
-  const DefragSteps steps = StepsForThisRun({DiskCheckChoice(), CleanupChoice()}, options.unattended,
-                                            (flags & kRunDiskCheckGiven) != 0, (flags & kRunCleanupGiven) != 0);
-  options.diskCheck = steps.diskCheck;
-  options.cleanup = steps.cleanup;
-  options.solidStateFlags = gSettings.solidStateFlags;
-  return options;
+  gRunWindow.options = RunOptionsFrom(gSettings, gApp.runFlags);
+  return gRunWindow.options;
 }
 
 // A run that closes "if it went well" and did, closes after later runs too.
@@ -337,13 +316,6 @@ bool RunShutdownCountdown(HWND owner) {
 void InstallRunWindow(HWND mainWindow, RunWindowHost& host) {
   gRunWindow.main = mainWindow;
   gRunWindow.host = &host;
-}
-
-void FollowRunOptionMarks() {
-  RunOptions& options = gRunWindow.options;
-  options.followItem = MenuChecked(kCmdFollowItem);
-  options.closeAfterDefrag = MenuChecked(kCmdCloseAfterDefrag);
-  options.shutdownAfterDefrag = MenuChecked(kCmdShutdownAfterDefrag);
 }
 
 void StartWindowRun(RunMode mode) {

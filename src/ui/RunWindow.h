@@ -28,10 +28,6 @@ class RunWindowHost {
 // window.
 void InstallRunWindow(HWND mainWindow, RunWindowHost& host);
 
-// The options a running run reads as they change (follow the item, close
-// and shut down after defragmenting) take their menu marks again.
-void FollowRunOptionMarks();
-
 // The run commands: a run of the window (analyse, defragment, all or
 // selected) keeps it busy until it ends; Stop asks the run under way to
 // stop; saving the report keeps the window busy meanwhile.

@@ -1,17 +1,20 @@
 // What the whole-program cases share: a case folder with its own copy of the
 // program, the simulated volume described beside it and read back after the
-// run, and the program's own command and control numbers.
+// run, the environment the case sets, the program started with its window
+// found, and the program's own command and control numbers.
 #pragma once
 
 #include "TestDriver.h"
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
 
+#include <commctrl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -26,6 +29,15 @@ inline constexpr DWORD kWaitMs = 60000;
 inline constexpr wchar_t kDialogClass[] = L"#32770";
 inline constexpr wchar_t kMainTitle[] = L"Ordalis";
 inline constexpr int kStateColumn = 1;
+inline constexpr wchar_t kWorking[] = L"In elaborazione...";
+// Controls of the disk-check and cleanup dialogs, which keep their numbers
+// to themselves.
+inline constexpr int kDiskCheckDrives = 1003, kDiskCheckOutput = 1005, kDiskCheckNever = 1009,
+                     kDiskCheckStart = 1010, kDiskCheckSkip = 1011;
+inline constexpr int kCleanupExternal = 1104, kCleanupPath = 1106, kCleanupNever = 1110, kCleanupStart = 1111,
+                     kCleanupSkip = 1112;
+// The program's start banner on the console.
+inline constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Ordalis developers\r\n\r\n";
 
 inline std::string ReadWhole(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -36,6 +48,22 @@ inline std::string ReadWhole(const fs::path& path) {
 
 // For texts that are plain ASCII, as paths and messages in these cases are.
 inline std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
+inline std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
+// A UTF-16 file of ASCII text (the settings file) as narrow text.
+inline std::string ReadUtf16(const fs::path& path) {
+    const std::string bytes = ReadWhole(path);
+    std::string text;
+    for (size_t i = 2; i < bytes.size(); i += 2) text += bytes[i];
+    return text;
+}
+
+// Line ends made visible, for output that failed a comparison.
+inline std::string Printable(const std::string& text) {
+    std::string result;
+    for (char c : text) result += c == '\r' ? std::string("\\r") : c == '\n' ? std::string("\\n\n") : std::string(1, c);
+    return result;
+}
 
 inline int ScreenDpi() {
     HDC screen = GetDC(nullptr);
@@ -48,42 +76,96 @@ inline int ScreenDpi() {
 inline int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
 
 // The bytes of a text file as the program writes its own (profiles, filter
-// lists, settings): UTF-16LE after a byte-order mark.
-inline std::string Utf16FileBytes(const std::wstring& text) {
+// lists, settings): UTF-16LE after a byte-order mark, CR LF after each line.
+inline std::string Utf16FileLines(const std::vector<std::wstring>& lines) {
     std::string bytes("\xFF\xFE", 2);
-    for (wchar_t c : text) {
-        bytes += static_cast<char>(c & 0xFF);
-        bytes += static_cast<char>((c >> 8) & 0xFF);
+    for (const std::wstring& line : lines) {
+        for (wchar_t c : line + L"\r\n") {
+            bytes += static_cast<char>(c & 0xFF);
+            bytes += static_cast<char>((c >> 8) & 0xFF);
+        }
     }
     return bytes;
 }
 
-// The same with CR LF after each line.
-inline std::string Utf16FileLines(const std::vector<std::wstring>& lines) {
+// The line of one file in a volume's description or end state.
+inline std::string FileLine(const std::string& state, const std::wstring& path) {
+    const std::string key = "file \"" + Narrow(path) + "\"";
+    const size_t at = state.find(key);
+    if (at == std::string::npos) return "<no " + key + ">";
+    return state.substr(at, state.find('\n', at) - at);
+}
+
+// The row whose first column reads `text`, or -1.
+inline int RowOf(HWND list, const std::wstring& text) {
+    const std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(list, 0);
+    const auto found = std::find(names.begin(), names.end(), text);
+    return found == names.end() ? -1 : static_cast<int>(found - names.begin());
+}
+
+inline std::wstring WaitForCell(HWND list, int row, int column, const std::wstring& wanted, DWORD timeoutMs = kWaitMs) {
     std::wstring text;
-    for (const std::wstring& line : lines) text += line + L"\r\n";
-    return Utf16FileBytes(text);
+    for (DWORD waited = 0; waited < timeoutMs; waited += 20) {
+        text = TestDriver::ListViewCellText(list, row, column);
+        if (text == wanted) break;
+        TestDriver::PumpMessages(20);
+    }
+    return text;
+}
+
+inline void WaitGone(HWND window) {
+    for (DWORD waited = 0; IsWindow(window) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
+}
+
+// The window with the keyboard focus in the window's thread.
+inline HWND FocusOf(HWND window) {
+    GUITHREADINFO info{sizeof info};
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    return info.hwndFocus;
+}
+
+// The main window's two status bars, top one first.
+inline std::vector<std::vector<std::wstring>> StatusTexts(HWND main) {
+    std::vector<std::vector<std::wstring>> texts;
+    for (HWND bar : TestDriver::ChildWindows(main, STATUSCLASSNAMEW)) texts.push_back(TestDriver::StatusBarTexts(bar));
+    return texts;
 }
 
 // One case: its folder on the host, the same folder as the program sees it,
-// the program copied into it, and the volume description beside it.
+// the program copied into it, the volume description beside it, and the
+// program once started.
 class ProgramCase : public ::testing::Test {
 protected:
     void TearDown() override {
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", nullptr);
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", nullptr);
+        if (program_ && program_->Running()) program_->Kill();
+        for (const std::wstring& name : environment_) SetEnvironmentVariableW(name.c_str(), nullptr);
     }
 
-    // `folder`: the case's folder name under the work folder.
-    void Prepare(const std::string& folder, const char* program) {
+    // `folder`: the case's folder name under the work folder; `settings`:
+    // lines of a settings file to put beside the program. An instance
+    // started elsewhere (a manual run left open) would take every start over
+    // through the single-instance rule, so it is reported first.
+    void Prepare(const std::string& folder, const char* program, const std::wstring& settings = L"",
+                 bool withFmifs = true) {
+        TestDriver::WindowQuery running{kDialogClass, kMainTitle, 0, nullptr, false};
+        EXPECT_EQ(TestDriver::FindTopWindow(running), nullptr)
+            << "an Ordalis instance not started by this test is running on the Wine desktop";
         host_ = fs::path(ORDALIS_E2E_WORK_DIR) / folder;
+        // A read-only file left by an earlier failure would refuse removal.
+        std::error_code ignored;
+        for (const auto& entry : fs::recursive_directory_iterator(host_, ignored)) {
+            fs::permissions(entry.path(), fs::perms::owner_write, fs::perm_options::add, ignored);
+        }
         fs::remove_all(host_);
         fs::create_directories(host_ / "data");
         TestDriver::ProgramUnderTest copy(TestDriver::HostPathToWindows((host_ / "program").string()),
                                           TestDriver::HostPathToWindows(program),
-                                          TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL));
+                                          withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"");
         ASSERT_TRUE(copy.Ready()) << fs::path(copy.Error()).string();
         exe_ = copy.ExePath();
+        if (!settings.empty()) {
+            std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << Utf16FileLines({L"RX1.00", settings});
+        }
     }
 
     // The path as the program sees it, for a path below the case folder
@@ -100,6 +182,13 @@ protected:
         std::ofstream(host_ / relative, std::ios::binary) << std::string(size, 'x');
     }
 
+    // Set for the program; unset when the case ends.
+    void Env(const std::wstring& name, const std::wstring& value) {
+        SetEnvironmentVariableW(name.c_str(), value.c_str());
+        environment_.push_back(name);
+    }
+    void EnvPath(const std::wstring& name, const std::string& relative) { Env(name, Win(relative)); }
+
     // "volume ..." first line, then one line per file given as relative path
     // and attributes, then any further lines as they are.
     void Describe(const std::string& volumeLine, const std::vector<std::pair<std::string, std::string>>& files,
@@ -110,15 +199,56 @@ protected:
         }
         description_ += more;
         std::ofstream(host_ / "volume.txt", std::ios::binary) << description_;
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME", Win("volume.txt").c_str());
-        SetEnvironmentVariableW(L"ORDALIS_SIMVOLUME_OUT", Win("end.txt").c_str());
+        EnvPath(L"ORDALIS_SIMVOLUME", "volume.txt");
+        EnvPath(L"ORDALIS_SIMVOLUME_OUT", "end.txt");
     }
 
     std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
+    // The volume checker's verdict, the end state's last line.
+    std::string Verdict() const {
+        const std::string end = EndState();
+        return end.size() < 9 ? end : end.substr(end.size() - 9);
+    }
+
+    TestDriver::RunResult Run(const std::wstring& arguments) {
+        return TestDriver::RunProgram(exe_, arguments, kWaitMs);
+    }
+
+    // Starts the program and finds its window and item list, in whichever
+    // language the arguments ask for.
+    void Start(const std::wstring& arguments) {
+        program_ = TestDriver::StartProgram(exe_, arguments);
+        ASSERT_TRUE(program_);
+        main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
+        ASSERT_NE(main_, nullptr) << "no main window";
+        items_ = TestDriver::FindListViewByHeader(main_, L"Nome");
+        if (!items_) items_ = TestDriver::FindListViewByHeader(main_, L"Name");
+        ASSERT_NE(items_, nullptr);
+    }
+
+    HWND WaitForDialog() { return TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs); }
+    HWND WaitForTitle(const wchar_t* title) {
+        return TestDriver::WaitForWindow(kDialogClass, title, program_->ProcessId(), kWaitMs);
+    }
+
+    // Closes the window through its exit command; the exit code.
+    DWORD Close() {
+        TestDriver::SendCommand(main_, kCmdExit);
+        return program_->WaitForExit(kWaitMs) ? program_->ExitCode() : STILL_ACTIVE;
+    }
+
+    void Picture(const std::wstring& name, HWND window = nullptr) {
+        TestDriver::PumpMessages(400);
+        TestDriver::SaveWindowScreenshot(window ? window : main_, name + L"-" + std::to_wstring(ScreenDpi()));
+    }
 
     fs::path host_;
     std::wstring exe_;
     std::string description_;
+    std::vector<std::wstring> environment_;
+    std::unique_ptr<TestDriver::RunningProgram> program_;
+    HWND main_ = nullptr;
+    HWND items_ = nullptr;
 };
 
 }  // namespace e2e

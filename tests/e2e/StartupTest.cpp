@@ -1,18 +1,11 @@
 // Ordalis.exe as a user starts it: the unattended console text, the help
-// dialog, the single instance, the start-up check of the disk-check library,
-// and the items that path arguments put into the list.
-//
-// Every program started here is killed when its test ends, finished or not,
-// so one failure never leaves an instance that blocks the next test.
-
+// dialog, the single instance, what start-up checks and says, the settings
+// file and the language, and the items that path and profile arguments put
+// into the list.
 #include "ProgramCase.h"
 #include "options/ProgramVersion.h"
+#include "util/UnicodeTextFile.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 
 namespace {
@@ -20,69 +13,17 @@ namespace {
 using namespace e2e;
 using TestDriver::RunningProgram;
 
-constexpr int kTypeColumn = 6;
+using UnattendedStart = ProgramCase;
+using HelpOption = ProgramCase;
+using SingleInstance = ProgramCase;
+using StartupChecks = ProgramCase;
+using PathArguments = ProgramCase;
+using ShippedProgram = ProgramCase;
+using SettingsAndLanguage = ProgramCase;
 
-std::wstring WorkFolder(const std::wstring& caseName) {
-    return TestDriver::HostPathToWindows(ORDALIS_E2E_WORK_DIR) + L"\\" + caseName;
-}
-
-// The program in a folder of its own, with the fmifs.dll double unless told
-// otherwise. An instance started elsewhere (a manual run left open) would take
-// every start over through the single-instance rule, so it is reported first.
-std::wstring PrepareProgram(const std::wstring& caseName, bool withFmifs = true) {
-    TestDriver::WindowQuery running;
-    running.className = kDialogClass;
-    running.title = kMainTitle;
-    running.visibleOnly = false;
-    EXPECT_EQ(TestDriver::FindTopWindow(running), nullptr)
-        << "an Ordalis instance not started by this test is running on the Wine desktop";
-    TestDriver::ProgramUnderTest program(
-        WorkFolder(caseName) + L"\\program", TestDriver::HostPathToWindows(ORDALIS_PROGRAM),
-        withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"");
-    EXPECT_TRUE(program.Ready()) << std::filesystem::path(program.Error()).string();
-    return program.ExePath();
-}
-
-std::string Printable(const std::string& text) {
-    std::string result;
-    for (char c : text) {
-        result += c == '\r' ? std::string("\\r") : c == '\n' ? std::string("\\n\n") : std::string(1, c);
-    }
-    return result;
-}
-
-// The program's main window, once start-up has shown it.
-HWND WaitForMainWindow(const RunningProgram& program) {
-    return TestDriver::WaitForWindow(kDialogClass, kMainTitle, program.ProcessId(), kWaitMs);
-}
-
-// The program shows the language of the Wine prefix's locale: Italian, or
-// English from the language file beside it.
-HWND ItemList(HWND mainWindow) {
-    HWND list = TestDriver::FindListViewByHeader(mainWindow, L"Nome");
-    return list ? list : TestDriver::FindListViewByHeader(mainWindow, L"Name");
-}
-
-std::vector<std::wstring> ColumnTexts(HWND list, int column) {
-    std::vector<std::wstring> texts;
-    for (int row = 0; row < TestDriver::ListViewRowCount(list); ++row) {
-        texts.push_back(TestDriver::ListViewCellText(list, row, column));
-    }
-    return texts;
-}
-
-// Closes the program through its exit command and returns its exit code.
-DWORD CloseThroughExitCommand(RunningProgram& program, HWND mainWindow) {
-    TestDriver::SendCommand(mainWindow, kCmdExit);
-    return program.WaitForExit(kWaitMs) ? program.ExitCode() : STILL_ACTIVE;
-}
-
-bool WaitUntilForeground(HWND window, DWORD timeoutMs) {
-    DWORD start = GetTickCount();
-    while (TestDriver::ForegroundWindow() != window) {
-        if (GetTickCount() - start >= timeoutMs) {
-            return false;
-        }
+bool WaitUntilForeground(HWND window, DWORD timeoutMs = 5000) {
+    for (DWORD start = GetTickCount(); GetForegroundWindow() != window;) {
+        if (GetTickCount() - start >= timeoutMs) return false;
         TestDriver::PumpMessages(50);
     }
     return true;
@@ -97,9 +38,8 @@ public:
         windowClass.hInstance = GetModuleHandleW(nullptr);
         windowClass.lpszClassName = L"OrdalisE2eCover";
         RegisterClassW(&windowClass);
-        window_ = CreateWindowExW(0, windowClass.lpszClassName, L"Cover",
-                                  WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300, nullptr,
-                                  nullptr, windowClass.hInstance, nullptr);
+        window_ = CreateWindowExW(0, windowClass.lpszClassName, L"Cover", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50,
+                                  400, 300, nullptr, nullptr, windowClass.hInstance, nullptr);
         SetForegroundWindow(window_);
         TestDriver::PumpMessages(200);
     }
@@ -112,105 +52,113 @@ private:
     HWND window_;
 };
 
-TEST(UnattendedStart, PathThatDoesNotExistIsReportedAndEndsWithFive) {
-    std::wstring exe = PrepareProgram(L"not-found");
-    TestDriver::RunResult result =
-        TestDriver::RunProgram(exe, L"/NOGUI Z:\\no\\such\\file.txt", kWaitMs);
-    ASSERT_TRUE(result.started);
-    ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
-    std::string expected = "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" +
-                           Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n" +
-                           "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
-    EXPECT_EQ(result.output, expected) << Printable(result.output);
-    EXPECT_EQ(result.exitCode, 5u);
-}
-
-// A scheduled job's start does its own run and says what happened, even
-// when a window is open; the window is left as it was.
-TEST(UnattendedStart, RunsItselfWhileAWindowIsOpen) {
-    std::wstring exe = PrepareProgram(L"unattended-beside-window");
-    std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
-    ASSERT_NE(first, nullptr);
-    HWND mainWindow = WaitForMainWindow(*first);
-    ASSERT_NE(mainWindow, nullptr);
-
-    TestDriver::RunResult result =
-        TestDriver::RunProgram(exe, L"/NOGUI Z:\\no\\such\\file.txt", kWaitMs);
-    ASSERT_TRUE(result.finished) << "still running after " << kWaitMs << " ms";
-    std::string expected = "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" +
-                           Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n" +
-                           "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
-    EXPECT_EQ(result.output, expected) << Printable(result.output);
-    EXPECT_EQ(result.exitCode, 5u);
-    EXPECT_EQ(TestDriver::ListViewRowCount(ItemList(mainWindow)), 0);
-    EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
-}
-
-TEST(UnattendedStart, NoWindowIsEverShown) {
-    std::wstring exe = PrepareProgram(L"no-window");
-    std::unique_ptr<RunningProgram> program =
-        TestDriver::StartProgram(exe, L"/NOGUI Z:\\no\\such\\file.txt");
-    ASSERT_NE(program, nullptr);
-    // Watch until it ends: neither the main window nor a message box may appear.
-    HWND seen = nullptr;
-    DWORD start = GetTickCount();
-    while (program->Running() && GetTickCount() - start < kWaitMs) {
+// A window that shows up for the process before it ends, or null.
+HWND WindowBeforeTheEnd(RunningProgram& program) {
+    for (DWORD start = GetTickCount(); program.Running() && GetTickCount() - start < kWaitMs;) {
         TestDriver::WindowQuery query;
-        query.processId = program->ProcessId();
-        if (HWND window = TestDriver::FindTopWindow(query)) {
-            seen = window;
-            break;
-        }
+        query.processId = program.ProcessId();
+        if (HWND window = TestDriver::FindTopWindow(query)) return window;
         TestDriver::PumpMessages(20);
     }
-    EXPECT_EQ(seen, nullptr) << "window \"" << Narrow(TestDriver::WindowText(seen)) << "\"";
-    EXPECT_TRUE(program->WaitForExit(kWaitMs));
+    return nullptr;
 }
 
-TEST(HelpOption, ShowsTheHelpDialogAndEndsWithZeroWhenItIsClosed) {
-    std::wstring exe = PrepareProgram(L"help");
+// A scheduled job's start does its own run and says what happened in
+// English, without ever showing a window, even while a window is open; the
+// window is left as it was.
+TEST_F(UnattendedStart, AMissingPathIsReportedAndEndsWithFiveBesideAnOpenWindow) {
+    Prepare("unattended", ORDALIS_PROGRAM);
+    Start(L"");
+    std::unique_ptr<RunningProgram> unattended = TestDriver::StartProgram(exe_, L"/NOGUI Z:\\no\\such\\file.txt");
+    ASSERT_NE(unattended, nullptr);
+    const HWND seen = WindowBeforeTheEnd(*unattended);
+    EXPECT_EQ(seen, nullptr) << "window \"" << Narrow(TestDriver::WindowText(seen)) << "\"";
+    ASSERT_TRUE(unattended->WaitForExit(kWaitMs)) << "still running after " << kWaitMs << " ms";
+    const std::string expected = "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" +
+                                 Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n" +
+                                 "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
+    EXPECT_EQ(unattended->Output(), expected) << Printable(unattended->Output());
+    EXPECT_EQ(unattended->ExitCode(), 5u);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 0);
+    EXPECT_EQ(Close(), 0u);
+}
+
+// With the window, a missing path is said in the program's own box, which
+// Escape closes; nothing was added, so the program ends with 5.
+TEST_F(UnattendedStart, WithTheWindowAMissingPathIsReportedInTheProgramsOwnBox) {
+    Prepare("missing-path", ORDALIS_PROGRAM);
+    program_ = TestDriver::StartProgram(exe_, L"\"" + Win("nothing-here.txt") + L"\" /LANG:IT");
+    ASSERT_NE(program_, nullptr);
+    HWND box = TestDriver::WaitForDialogOf(program_->ProcessId(), nullptr, kWaitMs);
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(TestDriver::WindowText(box), kMainTitle);
+    const std::vector<TestDriver::DialogButton> buttons = TestDriver::DialogButtons(box);
+    ASSERT_EQ(buttons.size(), 1u);
+    EXPECT_EQ(buttons[0].text, L"OK");
+    EXPECT_NE(TestDriver::MessageBoxMessage(box).find(L"nothing-here.txt"), std::wstring::npos);
+    Picture(L"message_box", box);
+    TestDriver::PressKey(box, VK_ESCAPE);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs)) << "the box did not close on Escape";
+    EXPECT_EQ(program_->ExitCode(), 5u);
+}
+
+TEST_F(HelpOption, ShowsTheHelpDialogAndEndsWithZeroWhenItIsClosed) {
+    Prepare("help", ORDALIS_PROGRAM);
     // The built-in language, whatever the locale: the title is looked for.
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"/? /LANG:IT");
-    ASSERT_NE(program, nullptr);
-    HWND help = TestDriver::WaitForWindow(kDialogClass, L"Ordalis - Guida", program->ProcessId(),
-                                          kWaitMs);
+    program_ = TestDriver::StartProgram(exe_, L"/? /LANG:IT");
+    ASSERT_NE(program_, nullptr);
+    HWND help = WaitForTitle(L"Ordalis - Guida");
     ASSERT_NE(help, nullptr) << "no help dialog";
     TestDriver::SaveScreenshot(L"e2e_help_dialog");
-
-    std::vector<std::wstring> texts = TestDriver::ChildTexts(help);
-    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [](const std::wstring& text) {
-        return text.find(L"/NOGUI") != std::wstring::npos;
-    })) << "the help does not explain the options";
-
+    const std::vector<std::wstring> texts = TestDriver::ChildTexts(help);
+    EXPECT_TRUE(std::any_of(texts.begin(), texts.end(),
+                            [](const std::wstring& text) { return text.find(L"/NOGUI") != std::wstring::npos; }))
+        << "the help does not explain the options";
     TestDriver::RequestClose(help);
-    ASSERT_TRUE(program->WaitForExit(kWaitMs)) << "still running after the help was closed";
-    EXPECT_EQ(program->ExitCode(), 0u);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs)) << "still running after the help was closed";
+    EXPECT_EQ(program_->ExitCode(), 0u);
 }
 
-TEST(SingleInstance, SecondStartBringsTheFirstWindowForwardAndEndsWithZero) {
-    std::wstring exe = PrepareProgram(L"single-instance");
-    std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
-    ASSERT_NE(first, nullptr);
-    HWND mainWindow = WaitForMainWindow(*first);
-    ASSERT_NE(mainWindow, nullptr);
+// A second start brings the first window forward and ends with 0; while the
+// first window is minimised it flashes it and waits until the user
+// activates it.
+TEST_F(SingleInstance, ASecondStartBringsTheFirstWindowForwardOrWaitsForItsActivation) {
+    Prepare("single-instance", ORDALIS_PROGRAM);
+    Start(L"");
+    {
+        CoverWindow cover;
+        ASSERT_TRUE(WaitUntilForeground(cover.Get())) << "cannot put a window in front";
+        TestDriver::RunResult second = TestDriver::RunProgram(exe_, L"", kWaitMs);
+        ASSERT_TRUE(second.finished) << "the second instance did not end";
+        EXPECT_EQ(second.exitCode, 0u);
+        EXPECT_TRUE(WaitUntilForeground(main_));
+        EXPECT_TRUE(program_->Running());
+        TestDriver::SaveScreenshot(L"e2e_second_instance");
+    }
 
+    ShowWindow(main_, SW_MINIMIZE);
+    TestDriver::PumpMessages(300);
+    ASSERT_TRUE(IsIconic(main_));
+    // A minimised window can still be the foreground one; make sure it is not.
     CoverWindow cover;
-    ASSERT_TRUE(WaitUntilForeground(cover.Get(), 5000)) << "cannot put a window in front";
-
-    TestDriver::RunResult second = TestDriver::RunProgram(exe, L"", kWaitMs);
-    ASSERT_TRUE(second.finished) << "the second instance did not end";
-    EXPECT_EQ(second.exitCode, 0u);
-    EXPECT_TRUE(WaitUntilForeground(mainWindow, 5000));
-    EXPECT_TRUE(first->Running());
-    TestDriver::SaveScreenshot(L"e2e_second_instance");
-    EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
+    ASSERT_TRUE(WaitUntilForeground(cover.Get())) << "cannot put a window in front";
+    std::unique_ptr<RunningProgram> second = TestDriver::StartProgram(exe_, L"");
+    ASSERT_NE(second, nullptr);
+    // Longer than a few flashes: the wait lasts as long as the user's.
+    EXPECT_FALSE(second->WaitForExit(6000)) << "ended before the first window was activated";
+    ShowWindow(main_, SW_RESTORE);
+    SetForegroundWindow(main_);
+    ASSERT_TRUE(second->WaitForExit(kWaitMs)) << "still waiting after the activation";
+    EXPECT_EQ(second->ExitCode(), 0u);
+    EXPECT_TRUE(WaitUntilForeground(main_));
+    EXPECT_EQ(Close(), 0u);
 }
 
 // Another program that makes the instance mutex and a window with the main
 // window's class and title is not this program: a start hands it nothing
 // and opens its own window.
-TEST(SingleInstance, AnImpostorWindowIsHandedNothing) {
-    std::wstring exe = PrepareProgram(L"single-instance-impostor");
+TEST_F(SingleInstance, AnImpostorWindowIsHandedNothing) {
+    Prepare("single-instance-impostor", ORDALIS_PROGRAM);
     wchar_t desktop[MAX_PATH] = {};
     DWORD needed = 0;
     GetUserObjectInformationW(GetThreadDesktop(GetCurrentThreadId()), UOI_NAME, desktop, sizeof desktop, &needed);
@@ -220,120 +168,111 @@ TEST(SingleInstance, AnImpostorWindowIsHandedNothing) {
                                     nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
     ASSERT_NE(impostor, nullptr);
     TestDriver::PumpMessages(200);
-
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"Z:\\");
-    ASSERT_NE(program, nullptr);
-    HWND mainWindow = WaitForMainWindow(*program);
-    EXPECT_NE(mainWindow, nullptr) << "the start handed its paths over and ended";
-    if (mainWindow) EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+    Start(L"Z:\\");
+    if (main_) EXPECT_EQ(Close(), 0u);
     DestroyWindow(impostor);
 }
 
-TEST(SingleInstance, MinimisedFirstWindowKeepsTheSecondStartWaitingUntilItIsActivated) {
-    std::wstring exe = PrepareProgram(L"single-instance-minimised");
-    std::unique_ptr<RunningProgram> first = TestDriver::StartProgram(exe, L"");
-    ASSERT_NE(first, nullptr);
-    HWND mainWindow = WaitForMainWindow(*first);
-    ASSERT_NE(mainWindow, nullptr);
-    ShowWindow(mainWindow, SW_MINIMIZE);
-    TestDriver::PumpMessages(300);
-    ASSERT_TRUE(TestDriver::IsMinimised(mainWindow));
-    // A minimised window can still be the foreground one; make sure it is not.
-    CoverWindow cover;
-    ASSERT_TRUE(WaitUntilForeground(cover.Get(), 5000)) << "cannot put a window in front";
-
-    // The second instance flashes the first one's window until the user
-    // activates it, and only then ends.
-    std::unique_ptr<RunningProgram> second = TestDriver::StartProgram(exe, L"");
-    ASSERT_NE(second, nullptr);
-    // Longer than a few flashes: the wait lasts as long as the user's.
-    EXPECT_FALSE(second->WaitForExit(6000)) << "ended before the first window was activated";
-
-    ShowWindow(mainWindow, SW_RESTORE);
-    SetForegroundWindow(mainWindow);
-    ASSERT_TRUE(second->WaitForExit(kWaitMs)) << "still waiting after the activation";
-    EXPECT_EQ(second->ExitCode(), 0u);
-    EXPECT_TRUE(WaitUntilForeground(mainWindow, 5000));
-    EXPECT_EQ(CloseThroughExitCommand(*first, mainWindow), 0u);
-}
-
-TEST(StartupChecks, WithoutTheDiskCheckLibraryTheProgramSaysSoAndEndsWithZero) {
-    std::wstring exe = PrepareProgram(L"no-fmifs", false);
+TEST_F(StartupChecks, WithoutTheDiskCheckLibraryTheProgramSaysSoAndEndsWithZero) {
+    Prepare("no-fmifs", ORDALIS_PROGRAM, L"", false);
     TestDriver::SystemCheckerHidden noSystemChecker;
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"");
-    ASSERT_NE(program, nullptr);
-    HWND box = TestDriver::WaitForDialogOf(program->ProcessId(), nullptr, kWaitMs);
+    program_ = TestDriver::StartProgram(exe_, L"");
+    ASSERT_NE(program_, nullptr);
+    HWND box = TestDriver::WaitForDialogOf(program_->ProcessId(), nullptr, kWaitMs);
     ASSERT_NE(box, nullptr) << "no message box";
     TestDriver::SaveScreenshot(L"e2e_no_fmifs");
-
     EXPECT_EQ(TestDriver::WindowText(box), kMainTitle);
-    std::vector<std::wstring> texts = TestDriver::ChildTexts(box);
-    EXPECT_NE(std::find(texts.begin(), texts.end(),
-                        L"Could not find Chkdsk entry point in FMIFS.DLL."),
-              texts.end());
-
+    const std::vector<std::wstring> texts = TestDriver::ChildTexts(box);
+    EXPECT_NE(std::find(texts.begin(), texts.end(), L"Could not find Chkdsk entry point in FMIFS.DLL."), texts.end());
     TestDriver::PressButton(box, IDOK);
-    ASSERT_TRUE(program->WaitForExit(kWaitMs)) << "still running after the message";
-    EXPECT_EQ(program->ExitCode(), 0u);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs)) << "still running after the message";
+    EXPECT_EQ(program_->ExitCode(), 0u);
 }
 
-TEST(PathArguments, WildcardAddsTheMatchingFilesButNotTheMatchingFolders) {
-    std::wstring exe = PrepareProgram(L"wildcard");
-    std::filesystem::path data = WorkFolder(L"wildcard") + L"\\data";
-    std::filesystem::create_directories(data / L"folder.txt");
-    std::ofstream(data / L"first.txt") << "one";
-    std::ofstream(data / L"second.txt") << "two";
-    std::ofstream(data / L"other.dat") << "not matched";
+// A window that cannot make its panels says so and ends with code 6, and
+// the settings file it never read properly stays as it was.
+TEST_F(StartupChecks, WithoutItsPanelsTheWindowSaysSoAndEndsWithSix) {
+    Prepare("no-panels", ORDALIS_SIM_PROGRAM, L"ONTOP=1");
+    Describe("volume letter=Z clusters=100", {});
+    Env(L"ORDALIS_SIM_REFUSE_PANELS", L"1");
+    const std::string written = ReadWhole(host_ / "program" / "ordalis.ini");
+    program_ = TestDriver::StartProgram(exe_, L"/LANG:IT");
+    ASSERT_NE(program_, nullptr);
+    HWND box = TestDriver::WaitForDialogOf(program_->ProcessId(), nullptr, kWaitMs);
+    ASSERT_NE(box, nullptr) << "no message";
+    TestDriver::PumpMessages(800);
+    TestDriver::SaveScreenshot(L"e2e_no_panels");
+    EXPECT_EQ(TestDriver::MessageBoxMessage(box),
+              L"Ordalis could not be started because there is not enough physical memory or system resources "
+              L"available.");
+    TestDriver::PressButton(box, IDOK);
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs)) << "still running after the message";
+    EXPECT_EQ(program_->ExitCode(), 6u);
+    EXPECT_EQ(ReadWhole(host_ / "program" / "ordalis.ini"), written);
+}
 
-    std::unique_ptr<RunningProgram> program =
-        TestDriver::StartProgram(exe, L"\"" + (data / L"*.txt").wstring() + L"\"");
-    ASSERT_NE(program, nullptr);
-    HWND mainWindow = WaitForMainWindow(*program);
-    ASSERT_NE(mainWindow, nullptr);
-    HWND list = ItemList(mainWindow);
-    ASSERT_NE(list, nullptr);
+TEST_F(PathArguments, WildcardAddsTheMatchingFilesButNotTheMatchingFolders) {
+    Prepare("wildcard", ORDALIS_PROGRAM);
+    fs::create_directories(host_ / "data" / "folder.txt");
+    MakeFile("data/first.txt", 3);
+    MakeFile("data/second.txt", 3);
+    MakeFile("data/other.dat", 3);
+    Start(L"\"" + Win("data/*.txt") + L"\"");
     TestDriver::SaveScreenshot(L"e2e_wildcard");
-
-    std::vector<std::wstring> names = ColumnTexts(list, 0);
+    std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::wstring>{(data / L"first.txt").wstring(),
-                                                (data / L"second.txt").wstring()}));
-    EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+    EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/first.txt"), Win("data/second.txt")}));
+    EXPECT_EQ(Close(), 0u);
 }
 
-TEST(PathArguments, QuotedDriveRootIsAddedAsTheRootFolder) {
-    std::wstring exe = PrepareProgram(L"drive-root");
-    // The built-in language, whatever the locale: the type text is checked.
-    std::unique_ptr<RunningProgram> program = TestDriver::StartProgram(exe, L"\"Z:\\\" /LANG:IT");
-    ASSERT_NE(program, nullptr);
-    HWND mainWindow = WaitForMainWindow(*program);
-    ASSERT_NE(mainWindow, nullptr);
-    HWND list = ItemList(mainWindow);
-    ASSERT_NE(list, nullptr);
-    TestDriver::SaveScreenshot(L"e2e_drive_root");
+// A profile's items fill the list and those that are gone are listed; a
+// profile that is not there is said and leaves exit code 1.
+TEST_F(PathArguments, AProfileFillsTheListListsWhatIsMissingOrSaysItIsNotThere) {
+    Prepare("profile", ORDALIS_PROGRAM);
+    fs::create_directories(host_ / "data" / "cartella");
+    MakeFile("data/uno.txt", 3);
+    std::ofstream(host_ / "lavoro.olp", std::ios::binary)
+        << Utf16FileLines({L"kv70rx", Win("data/uno.txt"), L">" + Win("data/cartella"), L">" + Win("data/sparita"),
+                           Win("data/perso.txt")});
+    Start(L"/LANG:IT /PROF:" + Win("lavoro.olp"));
+    HWND missing = WaitForTitle(L"Elementi non trovati");
+    ASSERT_NE(missing, nullptr) << "the missing items were not listed";
+    TestDriver::SaveScreenshot(L"e2e_profile_missing_items");
+    HWND missingList = TestDriver::FindListViewByHeader(missing, L"Tipo");
+    ASSERT_NE(missingList, nullptr);
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(missingList, 0), (std::vector<std::wstring>{L"Cartella", L"File"}));
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(missingList, 1),
+              (std::vector<std::wstring>{Win("data/sparita"), Win("data/perso.txt")}));
+    TestDriver::PressButton(missing, IDOK);
+    TestDriver::PumpMessages(300);
+    std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/cartella"), Win("data/uno.txt")}));
+    EXPECT_EQ(Close(), 0u);
 
-    ASSERT_EQ(TestDriver::ListViewRowCount(list), 1);
-    EXPECT_EQ(TestDriver::ListViewCellText(list, 0, 0), L"Z:\\");
-    EXPECT_EQ(TestDriver::ListViewCellText(list, 0, kTypeColumn), L"Cartella principale");
-    EXPECT_EQ(CloseThroughExitCommand(*program, mainWindow), 0u);
+    Start(L"/LANG:IT /PROF:Z:\\no\\such\\profile.olp");
+    HWND box = WaitForDialog();
+    ASSERT_NE(box, nullptr) << "no message";
+    const std::vector<std::wstring> texts = TestDriver::ChildTexts(box);
+    EXPECT_NE(std::find(texts.begin(), texts.end(), L"Il profilo specificato sulla riga di comando non esiste."),
+              texts.end());
+    TestDriver::PressButton(box, IDOK);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(Close(), 1u);
 }
 
 // Anything that can set the environment of the elevated program must not be
 // able to change what it does: the names the simulating variant reads from
 // its environment (the fault switch among them) are not even in the
 // shipped program.
-TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
-    auto bytesOf = [](const char* path) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
+TEST(ShippedProgramFile, ReadsNoTestSwitchFromItsEnvironment) {
     auto holds = [](const std::string& bytes, const std::string& name) {
         std::string wide;
         for (char c : name) wide += std::string{c, '\0'};
         return bytes.find(name) != std::string::npos || bytes.find(wide) != std::string::npos;
     };
-    const std::string shipped = bytesOf(ORDALIS_PROGRAM);
-    const std::string simulating = bytesOf(ORDALIS_SIM_PROGRAM);
+    const std::string shipped = ReadWhole(ORDALIS_PROGRAM);
+    const std::string simulating = ReadWhole(ORDALIS_SIM_PROGRAM);
     ASSERT_FALSE(shipped.empty());
     for (const char* name :
          {"ORDALIS_POWEROFF_LOG", "ORDALIS_SIMVOLUME", "ORDALIS_SIM_REFUSE_PANELS", "ORDALIS_SIM_FAULT_TAG"}) {
@@ -345,25 +284,98 @@ TEST(ShippedProgram, ReadsNoTestSwitchFromItsEnvironment) {
 // The program runs as administrator, often from a folder its user can
 // write to: a DLL with a system DLL's name planted beside it is never loaded,
 // neither those it loads by name nor those it would import.
-TEST(ShippedProgram, LoadsNoDllFromItsOwnFolder) {
-    std::wstring exe = PrepareProgram(L"planted");
-    const std::filesystem::path folder = std::filesystem::path(exe).parent_path();
-    for (const wchar_t* name : {L"fmifs.dll", L"RICHED20.DLL", L"UxTheme.dll", L"MSIMG32.dll"}) {
-        std::filesystem::remove(folder / name);
-        std::filesystem::copy_file(TestDriver::HostPathToWindows(ORDALIS_PLANTED_DLL), folder / name);
+TEST_F(ShippedProgram, LoadsNoDllFromItsOwnFolder) {
+    Prepare("planted", ORDALIS_PROGRAM);
+    for (const char* name : {"fmifs.dll", "RICHED20.DLL", "UxTheme.dll", "MSIMG32.dll"}) {
+        fs::remove(host_ / "program" / name);
+        fs::copy_file(ORDALIS_PLANTED_DLL, host_ / "program" / name);
     }
-    const std::filesystem::path log = folder.parent_path() / L"planted.log";
-    std::filesystem::remove(log);
-    SetEnvironmentVariableW(L"ORDALIS_PLANTED_LOG", log.c_str());
-
-    TestDriver::RunResult run = TestDriver::RunProgram(exe, L"/NOGUI", kWaitMs);
-    SetEnvironmentVariableW(L"ORDALIS_PLANTED_LOG", nullptr);
-
+    EnvPath(L"ORDALIS_PLANTED_LOG", "planted.log");
+    TestDriver::RunResult run = Run(L"/NOGUI");
     ASSERT_TRUE(run.finished) << "the program did not end";
     EXPECT_EQ(run.exitCode, 0u);
-    std::ifstream announced(log, std::ios::binary);
-    const std::string loaded((std::istreambuf_iterator<char>(announced)), {});
+    const std::string loaded = ReadWhole(host_ / "planted.log");
     EXPECT_TRUE(loaded.empty()) << "loaded from its own folder: " << Printable(loaded);
+}
+
+// A file as the program writes it, with a value off its default wherever
+// that can be checked from outside (the result list does not exist yet, so
+// its columns are carried through as written).
+std::vector<uint8_t> SettingsFile(const std::wstring& language) {
+    return EncodeUnicodeText({
+        L"RX1.00", L"ONTOP=0", L"FULLROW=1", L"SHOWMESSAGES=0", L"CLOSEPROGRAM=1", L"SHUTDOWN=0",
+        L"SKIPSSD=0", L"SMARTDEFRAG=0", L"PRIORITY=2", L"LANGUAGE=" + language,
+        L"COLUMNORDER=1;0;2;3;4;5;6;7;9;8;", L"CL=300;90;110;0;80;70;200;60;130;75;",
+        L"VCL=1;1;1;0;1;1;1;1;1;1;", L"FCOLUMNORDER=0;1;2;3;4;5;6;7;",
+        L"FCL=400;100;100;120;120;100;140;80;", L"FVCL=1;1;1;1;1;1;1;1;", L"ECOLUMNORDER=1;0;",
+        L"ECL=350;0;", L"EVCL=1;0;", L"FDWIDTH=410",
+        L"FDHEIGHT=395", L"FLTRWIDTH=490", L"FLTRHEIGHT=430", L"SCANWIDTH=700", L"SCANHEIGHT=480",
+        L"MAINSIZE=720;460", L"PROFILEPATH=C:\\Profili", L"FILEPATH=C:\\Dati", L"CLNUP=0",
+        L"CLNUP_SHOWERRORMSG=0", L"CLNUP_EXTPRGPATH=C:\\Tools\\clean.exe", L"CLNUP_EXTPRGSWITCHES=/q",
+        L"SCANDISK=1", L"ExcludeItemsBySize=1", L"MaxFileSizeToElaborate=4096",
+        L"ItemTextColor0=255", L"ItemTextColorEnabled0=1", L"ItemTextColor1=65280",
+        L"ItemTextColorEnabled1=0", L"ItemTextColor2=16711680", L"ItemTextColorEnabled2=1",
+        L"ItemTextColor3=0", L"ItemTextColorEnabled3=0", L"ItemTextColor4=8421504",
+        L"ItemTextColorEnabled4=1", L"ItemTextColorFullRow=1", L"SplitterPos=200", L"MAXIMIZED=0",
+        L"SkipSSDWarning=0", L"SkipSSDChecking=1", L"ShowInfoPanel=0", L"ShowStatusbar=1",
+        L"ShowToolbar=0", L"RemoveMissingMRUProfiles=0", L"MaxMRUProfiles=7", L"ShowStateIcons=0",
+        L"ShowSystemIcons=0", L"[Profiles]", L"C:\\due.prf", L"C:\\uno.prf", L"[\\Profiles]",  // the recent list keeps its paths in alphabetical order
+    });
+}
+
+// A language given on the command line shows its texts, those written
+// before it was applied included, for that run only: the file survives the
+// start and the exit unchanged. "/NOINI" never writes the file, however the
+// options change.
+TEST_F(SettingsAndLanguage, TheFileSurvivesAStartTheCommandLineLanguageIsNotKeptAndNoIniWritesNothing) {
+    Prepare("settings", ORDALIS_PROGRAM);
+    ASSERT_TRUE(fs::exists(host_ / "program" / "lang" / "Ordalis_EN.lng"));
+    const std::vector<uint8_t> bytes = SettingsFile(L"IT");
+    const std::string written(bytes.begin(), bytes.end());
+    std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << written;
+
+    Start(L"/LANG:EN");
+    std::vector<std::wstring> headers;
+    for (int column = 0; column < 10; ++column) headers.push_back(TestDriver::ListViewColumnHeader(items_, column));
+    EXPECT_EQ(headers, (std::vector<std::wstring>{L"Name", L"Status", L"Size", L"Size on disk", L"Fragments",
+                                                  L"Clusters", L"Type", L"% on disk", L"Date modified",
+                                                  L"Attributes"}));
+    EXPECT_EQ(StatusTexts(main_), (std::vector<std::vector<std::wstring>>{{L"Items in list: 0", L""}, {L"Ready"}}));
+    TestDriver::SaveScreenshot(L"e2e_language_english");
+    EXPECT_EQ(Close(), 0u);
+    EXPECT_EQ(ReadWhole(host_ / "program" / "ordalis.ini"), written);
+
+    Start(L"/NOINI");
+    // A changed option would be saved by a normal exit.
+    TestDriver::SendCommand(main_, kCmdOnTop);
+    TestDriver::PumpMessages(200);
+    EXPECT_EQ(Close(), 0u);
+    EXPECT_EQ(ReadWhole(host_ / "program" / "ordalis.ini"), written);
+}
+
+TEST_F(SettingsAndLanguage, AMissingLanguageFileFallsBackToItalianAfterAMessage) {
+    Prepare("language-missing", ORDALIS_PROGRAM);
+    const std::vector<uint8_t> bytes = SettingsFile(L"XX");
+    std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << std::string(bytes.begin(), bytes.end());
+    program_ = TestDriver::StartProgram(exe_, L"");
+    ASSERT_NE(program_, nullptr);
+    HWND box = TestDriver::WaitForDialogOf(program_->ProcessId(), nullptr, kWaitMs);
+    ASSERT_NE(box, nullptr);
+    // Static controls of message boxes may show the line breaks as CR LF.
+    std::vector<std::wstring> messages;
+    for (std::wstring text : TestDriver::ChildTexts(box)) {
+        text.erase(std::remove(text.begin(), text.end(), L'\r'), text.end());
+        if (text.find(L"Cannot load the language file") != std::wstring::npos) messages.push_back(text);
+    }
+    EXPECT_EQ(messages, std::vector<std::wstring>{L"Cannot load the language file:\n\n " +
+                                                  Win("program/lang/Ordalis_XX.lng") + L"."});
+    TestDriver::PressButton(box, IDOK);
+    // The box has the main window's title: wait until it is gone.
+    WaitGone(box);
+    main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
+    ASSERT_NE(main_, nullptr);
+    EXPECT_NE(TestDriver::FindListViewByHeader(main_, L"Nome"), nullptr);
+    EXPECT_EQ(Close(), 0u);
 }
 
 }  // namespace

@@ -104,13 +104,7 @@ TEST_F(CleanupTest, AStopEndsTheWalkAndMessagesFlowEveryFourthFile) {
   EXPECT_FALSE(fake.Exists(L"C:\\Temp\\f7"));
 }
 
-TEST(CleanupRulesTest, DriveRootsAndProgramLaunch) {
-  EXPECT_TRUE(IsDriveRootPath(L"C:\\"));
-  EXPECT_TRUE(IsDriveRootPath(L"\\\\?\\d:\\"));
-  EXPECT_FALSE(IsDriveRootPath(L"C:"));
-  EXPECT_FALSE(IsDriveRootPath(L"C:\\Temp\\"));
-  EXPECT_FALSE(IsDriveRootPath(L"1:\\"));
-
+TEST(CleanupRulesTest, ProgramLaunch) {
   // A path with blanks is the application name whole: never "C:\Program.exe".
   const ProgramLaunch launch = LaunchOf(L"C:\\Program Files\\Cleaner\\clean.exe", L"/a /b");
   EXPECT_EQ(launch.applicationName, L"C:\\Program Files\\Cleaner\\clean.exe");

@@ -4,12 +4,7 @@
 
 namespace {
 
-TEST(LongPaths, PrefixesAreAddedOnceAndStrippedForShowing) {
-  EXPECT_EQ(AddLongPrefix(L"C:\\a"), L"\\\\?\\C:\\a");
-  EXPECT_EQ(AddLongPrefix(L"\\\\?\\C:\\a"), L"\\\\?\\C:\\a");
-  EXPECT_EQ(AddLongPrefix(L"ab?cd"), L"ab?cd");  // any third "?" counts as prefixed
-  EXPECT_EQ(StripLongPrefix(L"\\\\?\\C:\\a"), L"C:\\a");
-  EXPECT_EQ(StripLongPrefix(L"C:\\a"), L"C:\\a");
+TEST(VolumePaths, FolderEndsAndDeviceNames) {
   EXPECT_EQ(WithTrailingBackslash(L"C:\\a"), L"C:\\a\\");
   EXPECT_EQ(WithTrailingBackslash(L"C:\\"), L"C:\\");
   EXPECT_EQ(VolumeDeviceName(L'D'), "\\\\.\\D:");

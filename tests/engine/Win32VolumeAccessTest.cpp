@@ -1,6 +1,7 @@
 // The production volume access against the real system (under Wine in the
 // test runs, where the three controls answer with their stubs).
 #include "engine/win32/Win32VolumeAccess.h"
+#include "util/PathText.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -33,7 +34,7 @@ TEST_F(Win32VolumeAccessTest, OpensFilesFoldersAndVolumes) {
   ASSERT_NE(file, kInvalidHandle);
   EXPECT_TRUE(Va().Close(file));
   EXPECT_FALSE(Va().Close(file));  // the second close of a handle fails, harmlessly
-  FsHandle longForm = Va().OpenFileForMoving(AddLongPrefix(program));
+  FsHandle longForm = Va().OpenFileForMoving(LongPathOf(program));
   EXPECT_NE(longForm, kInvalidHandle);
   Va().Close(longForm);
   const std::wstring folder = program.substr(0, program.rfind(L'\\'));

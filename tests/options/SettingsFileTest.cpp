@@ -1,80 +1,16 @@
 // The settings file read from and written to byte buffers, with a host that
-// only remembers menu marks and columns.
+// only remembers columns.
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <map>
-#include <set>
 
+#include "RememberingSettingsHost.h"
 #include "options/Settings.h"
 #include "options/SettingsFile.h"
 #include "options/CommandIds.h"
 #include "util/UnicodeTextFile.h"
 
 namespace {
-
-class RememberingHost : public SettingsHost {
- public:
-  RememberingHost() {
-    // The main menu's initial marks.
-    for (uint32_t command : {kCmdConfirmPrompts, kCmdSkipSolidState, kCmdSmartStrategy, kCmdPriorityNormal,
-                             kCmdCleanupAsk, kCmdCleanupShowErrors, kCmdDiskCheckAsk, kCmdShowInfoPanel,
-                             kCmdShowStatusBar, kCmdShowToolbar, kCmdShowStateIcons, kCmdShowSystemIcons}) {
-      checked.insert(command);
-    }
-    for (int list = 0; list < 3; ++list) {
-      int count = list == 0 ? 10 : list == 1 ? 8 : 2;
-      for (int column = 0; column < count; ++column) {
-        order[list].push_back(column);
-        widths[list].push_back(100 + column);
-      }
-    }
-  }
-  bool IsChecked(uint32_t command) override { return checked.count(command) != 0; }
-  void SetChecked(uint32_t command, bool on) override {
-    if (on) {
-      checked.insert(command);
-    } else {
-      checked.erase(command);
-    }
-  }
-  void SetEnabled(uint32_t command, bool enabled) override { this->enabled[command] = enabled; }
-  void SetRadio(uint32_t first, uint32_t last, uint32_t command) override {
-    for (uint32_t c = first; c <= last; ++c) checked.erase(c);
-    checked.insert(command);
-  }
-  void SetPriority(uint32_t command) override {
-    if (priorityFails) return;
-    SetRadio(kCmdPriorityHigh, kCmdPriorityIdle, command);
-  }
-  void ApplyOnTop(bool on) override { effects.push_back(on ? "ontop" : "not ontop"); }
-  void ApplyFullRow(bool on) override { effects.push_back(on ? "fullrow" : "not fullrow"); }
-  void ApplyStateIcons(bool on) override { effects.push_back(on ? "icons" : "no icons"); }
-  void ApplySmartStrategy(bool smart) override { effects.push_back(smart ? "smart" : "quick"); }
-  int ColumnCount(SettingsList list) override {
-    return hasResultList || list == SettingsList::Items ? static_cast<int>(order[Index(list)].size()) : 0;
-  }
-  std::vector<int> ColumnOrder(SettingsList list) override { return order[Index(list)]; }
-  void SetColumnOrder(SettingsList list, const std::vector<int>& o) override { order[Index(list)] = o; }
-  std::vector<int> ColumnWidths(SettingsList list) override { return widths[Index(list)]; }
-  void SetColumnWidth(SettingsList list, int column, int width) override {
-    widths[Index(list)][static_cast<size_t>(column)] = width;
-  }
-  int ScreenWidth() override { return 1920; }
-  int ScreenHeight() override { return 1080; }
-  bool IsMaximized() override { return gSettings.maximized; }
-  bool FileExists(const std::wstring& path) override { return existing.count(path) != 0; }
-
-  static int Index(SettingsList list) { return static_cast<int>(list); }
-
-  std::set<uint32_t> checked;
-  std::map<uint32_t, bool> enabled;
-  std::vector<std::string> effects;
-  std::vector<int> order[3], widths[3];
-  std::set<std::wstring> existing;
-  bool hasResultList = true;
-  bool priorityFails = false;
-};
 
 // A file image as text that shows every byte: the byte-order mark and any
 // unit beyond ASCII are written out, line breaks kept, so a failure shows the
@@ -108,7 +44,7 @@ class SettingsFileTest : public ::testing::Test {
   }
   std::string SaveBytes() { return Readable(EncodeUnicodeText(SettingsFileLines(host))); }
 
-  RememberingHost host;
+  RememberingSettingsHost host;
 };
 
 // What a fresh installation writes: defaults everywhere.
@@ -169,13 +105,14 @@ TEST_F(SettingsFileTest, DefaultsAndChangedValuesRoundTripByteForByte) {
 
 TEST_F(SettingsFileTest, ValuesReachTheirHomes) {
   Load(kChangedFile);
-  EXPECT_EQ(host.effects, (std::vector<std::string>{"ontop", "fullrow", "quick", "no icons"}));
-  EXPECT_TRUE(host.IsChecked(kCmdPriorityIdle));
-  // The disk check and the cleanup store the marked item's place: 0
+  EXPECT_TRUE(gSettings.onTop && gSettings.fullRow);
+  EXPECT_FALSE(gSettings.smartStrategy || gSettings.showStateIcons || gSettings.confirmPrompts);
+  EXPECT_TRUE(gSettings.followUps.closeAfterDefrag && gSettings.followUps.shutdownAfterDefrag);
+  EXPECT_EQ(gSettings.priority, kCmdPriorityIdle);
+  // The disk check and the cleanup store the chosen item's place: 0
   // automatic, 1 off.
-  EXPECT_TRUE(host.IsChecked(kCmdCleanupOff));
-  EXPECT_TRUE(host.IsChecked(kCmdDiskCheckAuto));
-  EXPECT_FALSE(host.enabled.at(kCmdSkipSolidState));  // detection off greys "skip"
+  EXPECT_EQ(gSettings.cleanup, kCmdCleanupOff);
+  EXPECT_EQ(gSettings.diskCheck, kCmdDiskCheckAuto);
   EXPECT_EQ(gSettings.solidStateFlags, kSolidStateNoDetection | kSolidStateWarn);
   EXPECT_EQ(host.order[0], (std::vector<int>{9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));
   EXPECT_EQ(gSettings.itemColumnVisible, (std::vector<uint8_t>{1, 1, 1, 1, 1, 1, 0, 1, 1, 1}));
@@ -223,19 +160,16 @@ TEST_F(SettingsFileTest, ReadingQuirks) {
       L"C:\\kept.prf",
       L"C:\\missing.prf",
   });
-  EXPECT_TRUE(host.IsChecked(kCmdOnTop));
-  EXPECT_FALSE(host.IsChecked(kCmdFullRow));
-  EXPECT_TRUE(host.IsChecked(kCmdConfirmPrompts));
-  EXPECT_EQ(host.effects, (std::vector<std::string>{"ontop"}));
-  EXPECT_FALSE(host.IsChecked(kCmdSkipSolidState));
+  EXPECT_TRUE(gSettings.onTop);
+  EXPECT_FALSE(gSettings.fullRow);
+  EXPECT_TRUE(gSettings.confirmPrompts);
   EXPECT_EQ(gSettings.solidStateFlags, 0u);
-  EXPECT_TRUE(host.enabled.at(kCmdSkipSolidState));
   EXPECT_TRUE(gSettings.itemColumnVisible.empty());
   EXPECT_EQ(gSettings.resultColumnVisible, (std::vector<uint8_t>{0, 0, 1, 1, 1, 1, 1, 1}));
-  EXPECT_TRUE(host.IsChecked(kCmdPriorityNormal));
-  EXPECT_TRUE(host.IsChecked(kCmdSmartStrategy));
-  EXPECT_TRUE(host.IsChecked(kCmdCleanupAsk));
-  EXPECT_FALSE(host.IsChecked(kCmdShowStatusBar));
+  EXPECT_EQ(gSettings.priority, kCmdPriorityNormal);
+  EXPECT_TRUE(gSettings.smartStrategy);
+  EXPECT_EQ(gSettings.cleanup, kCmdCleanupAsk);
+  EXPECT_FALSE(gSettings.showStatusBar);
   EXPECT_EQ(gSettings.maxFileSizeKiB, 999999999);
   EXPECT_EQ(gSettings.mainWidth, 1820);
   EXPECT_EQ(gSettings.mainHeight, 880);
@@ -302,13 +236,13 @@ TEST_F(SettingsFileTest, ProfilesSectionWithoutClosingLineEndsAtTheEnd) {
   Load({L"RX1.00", L"RemoveMissingMRUProfiles=1", L"[Profiles]", L"C:\\kept.prf", L"C:\\missing.prf",
         L"ONTOP=1"});
   EXPECT_EQ(gSettings.recentProfiles, (std::vector<std::wstring>{L"C:\\kept.prf"}));
-  EXPECT_FALSE(host.IsChecked(kCmdOnTop));  // a path line, not a key, inside the section
+  EXPECT_FALSE(gSettings.onTop);  // a path line, not a key, inside the section
 
   gSettings.recentProfiles.clear();
   Load({L"RX1.00", L"RemoveMissingMRUProfiles=0", L"[Profiles]", L"C:\\missing.prf",
         L"  [\\Profiles]  ", L"ONTOP=1"});
   EXPECT_EQ(gSettings.recentProfiles, (std::vector<std::wstring>{L"C:\\missing.prf"}));
-  EXPECT_TRUE(host.IsChecked(kCmdOnTop));
+  EXPECT_TRUE(gSettings.onTop);
 }
 
 TEST_F(SettingsFileTest, AnotherVersionIsNeverPartlyRead) {
@@ -331,11 +265,13 @@ TEST_F(SettingsFileTest, CommandLineLanguageIsNotKept) {
   EXPECT_EQ(lines[9], L"LANGUAGE=FR");
 }
 
-TEST_F(SettingsFileTest, PriorityMarkMovesOnlyWhenThePriorityIsApplied) {
+TEST_F(SettingsFileTest, PriorityIsKeptOnlyWhenTheSystemTookIt) {
   host.priorityFails = true;
   Load({L"RX1.00", L"PRIORITY=0"});
-  EXPECT_TRUE(host.IsChecked(kCmdPriorityNormal));
-  EXPECT_FALSE(host.IsChecked(kCmdPriorityHigh));
+  EXPECT_EQ(gSettings.priority, kCmdPriorityNormal);
+  host.priorityFails = false;
+  Load({L"RX1.00", L"PRIORITY=0"});
+  EXPECT_EQ(gSettings.priority, kCmdPriorityHigh);
 }
 
 TEST_F(SettingsFileTest, ColumnsOfAMissingListAreKeptAsWritten) {

@@ -33,6 +33,8 @@ class RunFixture : public ::testing::Test {
     ui_ = RecordingRunUi();
     options_ = RunOptions{};
     options_.solidStateFlags = Settings{}.solidStateFlags;
+    followUps_ = kNoFollowUps;
+    options_.followUps = &followUps_;
     gRun = RunResults{};
   }
   void TearDown() override {
@@ -75,6 +77,8 @@ class RunFixture : public ::testing::Test {
   }
 
   void Run(RunMode mode) { StartRun(mode, options_, ui_); }
+
+  RunFollowUps followUps_;
 
   ScopedFakeFileQueries files_;
   std::unique_ptr<SimVolume> volume_;

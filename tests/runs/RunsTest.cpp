@@ -9,6 +9,7 @@
 #include "runs/UnattendedRun.h"
 #include "engine/SolidState.h"
 #include "engine/sim/SimDrives.h"
+#include "options/RunFlags.h"
 #include "options/Settings.h"
 
 #include <chrono>
@@ -349,8 +350,8 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   const int& shutdowns = ui_.shutdowns;
   const std::vector<uint32_t>& exits = ui_.exits;
   // Close and shut down after defragmenting are both on.
-  options_.closeAfterDefrag = true;
-  options_.shutdownAfterDefrag = true;
+  followUps_.closeAfterDefrag = true;
+  followUps_.shutdownAfterDefrag = true;
   Run(RunMode::DefragmentAll);
   EXPECT_EQ(summaries, 0);  // closing is on: no summary, and nothing follows a finished run
   EXPECT_EQ(shutdowns, 0);
@@ -372,8 +373,8 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   EXPECT_EQ(shutdowns, 1);
   options_.allowAbort = false;
 
-  options_.closeAfterDefrag = false;
-  options_.shutdownAfterDefrag = false;
+  followUps_.closeAfterDefrag = false;
+  followUps_.shutdownAfterDefrag = false;
   gRunFilters.fileExcluded = {};
   Volume(kTree);
   Run(RunMode::DefragmentAll);
@@ -466,6 +467,46 @@ TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
     EXPECT_EQ(ui_.powerOffs, test.powerOffs);
     EXPECT_EQ(ui_.consoleSummaries, test.consoleSummaries);
     EXPECT_EQ(Check(), "check ok");
+  }
+}
+
+// The window's runs take the command line's switches and the stored choices;
+// unattended, a stored disk check or cleanup counts only when the command
+// line gave it. The follow-ups stay the settings' own, read as the run goes.
+TEST(RunOptionsTest, BuiltFromTheSettingsAndTheCommandLine) {
+  auto described = [](const RunOptions& o) {
+    std::string text;
+    for (auto [on, name] : {std::pair{o.unattended, "nogui"}, {o.analyse, "analyse"}, {o.defragment, "defrag"},
+                            {o.close, "close"}, {o.closeIfOk, "closeifok"}, {o.shutdown, "shutdown"},
+                            {o.showReport, "report"}, {o.allowAbort, "abort"}}) {
+      if (on) text += std::string(name) + " ";
+    }
+    return text + "disk=" + std::to_string(o.diskCheck) + " cleanup=" + std::to_string(o.cleanup) +
+           " ssd=" + std::to_string(o.solidStateFlags);
+  };
+  struct Case {
+    uint32_t diskCheck, cleanup, solidState, runFlags;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {kDiskCheckAsk, kCleanupAsk, kSolidStateSkip, 0, "disk=9059 cleanup=9055 ssd=1"},
+      {kDiskCheckAuto, kCleanupOff, kSolidStateWarn | kSolidStateNoDetection,
+       kRunAnalyze | kRunCloseIfOk | kRunShutdown | kRunShowReport | kRunAllowAbort | kRunQuick | kRunOnTop,
+       "analyse closeifok shutdown report abort disk=9057 cleanup=9054 ssd=6"},
+      {kDiskCheckAuto, kCleanupAuto, 0, kRunNoGui | kRunAnalyze | kRunDefrag | kRunClose,
+       "nogui analyse defrag close disk=9058 cleanup=9054 ssd=0"},
+      {kDiskCheckAuto, kCleanupAsk, 0, kRunNoGui | kRunDefrag | kRunDiskCheckGiven,
+       "nogui defrag disk=9057 cleanup=9054 ssd=0"},
+      {kDiskCheckAsk, kCleanupAuto, 0, kRunNoGui | kRunCleanupGiven, "nogui disk=9058 cleanup=9053 ssd=0"},
+  };
+  for (const Case& test : cases) {
+    Settings settings;
+    settings.diskCheck = test.diskCheck;
+    settings.cleanup = test.cleanup;
+    settings.solidStateFlags = test.solidState;
+    const RunOptions options = RunOptionsFrom(settings, test.runFlags);
+    EXPECT_EQ(described(options), test.expected);
+    ASSERT_EQ(options.followUps, &settings.followUps);
   }
 }
 

@@ -1,17 +1,15 @@
-// The table of commands: every command number of the menus, the drop-downs,
-// the accelerators and the option and action lists has exactly one entry with
-// a handler, and the rules lock what changes the lists while the window is
-// busy.
+// The table of commands: every item of the menus, the drop-downs and the
+// accelerators has exactly one entry with a handler, and the rules lock what
+// changes the lists while the window is busy.
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
-#include <set>
-#include <string>
 #include <vector>
 
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
+#include "options/Settings.h"
 #include "ui/Commands.h"
 
 namespace {
@@ -27,20 +25,12 @@ void CollectIds(HMENU menu, std::vector<UINT>& ids) {
   }
 }
 
-class CommandTableTest : public ::testing::Test {};
-
-TEST_F(CommandTableTest, EveryEntryHasAHandlerAndOnlyThePlaceholderIsNeverUsable) {
-  for (const CommandEntry& entry : CommandTable()) {
-    EXPECT_NE(entry.handler, nullptr) << entry.first;
-    const bool placeholder = entry.first <= kRecentProfilesPlaceholderId && kRecentProfilesPlaceholderId <= entry.last;
-    EXPECT_EQ((entry.rule & CommandRule::kNever) != 0, placeholder) << entry.first << ".." << entry.last;
-  }
-  // A number nobody gave is not taken for a command.
-  EXPECT_EQ(FindCommand(12345), nullptr);
-  EXPECT_EQ(FindCommand(0), nullptr);
+bool Allowed(uint32_t command, const CommandContext& context) {
+  const CommandEntry* entry = FindCommand(command);
+  return entry && CommandAllowed(*entry, context);
 }
 
-TEST_F(CommandTableTest, EveryItemOfEveryMenuHasAnEntryAndNoTwoEntriesOverlap) {
+TEST(CommandTableTest, EveryItemOfEveryMenuHasOneEntryWithAHandler) {
   for (int resource : {IDR_MAIN_MENU, IDR_ITEM_LIST_MENU, IDR_FILE_LIST_MENU, IDR_ERROR_LIST_MENU, IDR_ADD_MENU,
                        IDR_DEFRAG_MENU, IDR_RECENT_PROFILES_MENU, IDR_ITEM_COLUMNS_MENU, IDR_FILE_COLUMNS_MENU,
                        IDR_ERROR_COLUMNS_MENU}) {
@@ -59,23 +49,58 @@ TEST_F(CommandTableTest, EveryItemOfEveryMenuHasAnEntryAndNoTwoEntriesOverlap) {
 
   const std::vector<CommandEntry>& entries = CommandTable();
   for (size_t a = 0; a < entries.size(); ++a) {
+    EXPECT_NE(entries[a].handler, nullptr) << entries[a].first;
+    // Only the placeholder of an empty recent-profiles list is never usable.
+    const bool placeholder =
+        entries[a].first <= kRecentProfilesPlaceholderId && kRecentProfilesPlaceholderId <= entries[a].last;
+    EXPECT_EQ((entries[a].rule & CommandRule::kNever) != 0, placeholder) << entries[a].first;
     for (size_t b = a + 1; b < entries.size(); ++b) {
-      const bool apart = entries[a].last < entries[b].first || entries[b].last < entries[a].first;
-      EXPECT_TRUE(apart) << entries[a].first << ".." << entries[a].last << " and " << entries[b].first << ".."
-                         << entries[b].last;
+      EXPECT_TRUE(entries[a].last < entries[b].first || entries[b].last < entries[a].first)
+          << entries[a].first << ".." << entries[a].last << " and " << entries[b].first << ".." << entries[b].last;
     }
   }
+  EXPECT_EQ(FindCommand(12345), nullptr) << "a number nobody gave is not taken for a command";
 }
 
-bool Allowed(uint32_t command, const CommandContext& context) {
-  const CommandEntry* entry = FindCommand(command);
-  return entry && CommandAllowed(*entry, context);
+// Each check or radio item of the main menu (but the languages, which follow
+// the language file) takes its mark from the settings, and the fresh
+// settings mark what the menu marks as it is built. After a change, the
+// menu's marks follow the settings once the states are applied.
+TEST(CommandTableTest, TheMainMenusMarksComeFromTheSettings) {
+  gSettings = Settings();
+  HMENU menu = LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MAIN_MENU));
+  ASSERT_NE(menu, nullptr);
+  std::vector<UINT> ids;
+  CollectIds(menu, ids);
+  int marked = 0;
+  for (UINT id : ids) {
+    MENUITEMINFOW item{};
+    item.cbSize = sizeof item;
+    item.fMask = MIIM_FTYPE | MIIM_STATE;
+    ASSERT_TRUE(GetMenuItemInfoW(menu, id, FALSE, &item));
+    const bool checked = (item.fState & MFS_CHECKED) != 0;
+    if (!checked && !(item.fType & MFT_RADIOCHECK)) continue;
+    if (id >= kCmdFirstLanguage && id <= kCmdLastLanguage) continue;
+    const CommandEntry* entry = FindCommand(id);
+    ASSERT_TRUE(entry && entry->marked) << id;
+    EXPECT_EQ(entry->marked(id), checked) << id;
+    ++marked;
+  }
+  EXPECT_GE(marked, 20);
+  gSettings.diskCheck = kCmdDiskCheckOff;
+  gSettings.followUps.shutdownAfterDefrag = true;
+  ApplyCommandStates(menu);
+  EXPECT_EQ(GetMenuState(menu, kCmdDiskCheckAsk, MF_BYCOMMAND) & MF_CHECKED, 0u);
+  EXPECT_NE(GetMenuState(menu, kCmdDiskCheckOff, MF_BYCOMMAND) & MF_CHECKED, 0u);
+  EXPECT_NE(GetMenuState(menu, kCmdShutdownAfterDefrag, MF_BYCOMMAND) & MF_CHECKED, 0u);
+  DestroyMenu(menu);
+  gSettings = Settings();
 }
 
 // What a careful user expects: a run, an import or a save of the report
 // lock everything that changes the items, the filters, the language or the
 // settings a run reads; Stop is the one command that needs the work.
-TEST_F(CommandTableTest, WhileBusyOnlyWhatLeavesTheListsAloneIsAllowed) {
+TEST(CommandTableTest, WhileBusyOnlyWhatLeavesTheListsAloneIsAllowed) {
   CommandContext idle;
   idle.items = 3;
   idle.itemSelection = 1;
@@ -86,47 +111,52 @@ TEST_F(CommandTableTest, WhileBusyOnlyWhatLeavesTheListsAloneIsAllowed) {
   idle.reportReady = true;
   CommandContext busy = idle;
   busy.busy = true;
-  const std::vector<uint32_t> locked = {9001, 9002, 9005, 9007, 9008, 9077, 9068, 9009, 9075, 9010, 9076,
-                                        9061, 9062, 9066, 9069, 9030, 9031, 9057, 9053, 9070, 9071, 9082,
-                                        4000, 4001, 4501, 8001, 9063, 9034, 9044};
-  for (uint32_t command : locked) {
+  for (uint32_t command :
+       {kCmdAddFiles, kCmdAddFolder, kCmdRemove, kCmdImportProfile, kCmdSaveProfile, kCmdRecentProfilesDialog,
+        kCmdSaveReport, kCmdAnalyzeAll, kCmdAnalyzeSelected, kCmdDefragAll, kCmdDefragSelected, kCmdDefragAllFiles,
+        kCmdDefragSelectedFiles, kCmdExcludeSelected, kCmdFilterDialog, kCmdQuickStrategy, kCmdSmartStrategy,
+        kCmdDiskCheckAuto, kCmdCleanupAuto, kCmdSkipSolidState, kCmdNoSolidStateDetection, kCmdCleanupShowErrors,
+        kCmdFirstLanguage, kCmdFirstLanguage + 1, kFirstRecentProfileId, kCmdToggleDefragMark, kCmdSelectFiles,
+        kCmdColumnName, kCmdDefaultColumns}) {
     EXPECT_TRUE(Allowed(command, idle)) << command;
     EXPECT_FALSE(Allowed(command, busy)) << command;
   }
-  for (uint32_t command : {9003u, 9011u, 9018u, 9015u, 9016u, 9047u, 9074u, 9072u, 9073u, 5001u, 9020u, 9029u}) {
+  for (uint32_t command : {kCmdExit, kCmdStop, kCmdFollowItem, kCmdCloseAfterDefrag, kCmdShutdownAfterDefrag,
+                           kCmdPriorityHigh, kCmdShowToolbar, kCmdShowInfoPanel, kCmdShowStatusBar, kCmdTabFragmented,
+                           kCmdOpen, kCmdProperties}) {
     EXPECT_TRUE(Allowed(command, busy)) << command;
   }
-  EXPECT_FALSE(Allowed(9011, idle)) << "nothing to stop";
+  EXPECT_FALSE(Allowed(kCmdStop, idle)) << "nothing to stop";
 }
 
-TEST_F(CommandTableTest, SelectionFocusAndMarksDecide) {
+TEST(CommandTableTest, SelectionFocusAndMarksDecide) {
   CommandContext context;
   context.items = 2;
-  EXPECT_TRUE(Allowed(9009, context));
-  EXPECT_FALSE(Allowed(9005, context)) << "no row selected";
-  EXPECT_FALSE(Allowed(9075, context));
-  EXPECT_FALSE(Allowed(9020, context)) << "no list has the focus";
+  EXPECT_TRUE(Allowed(kCmdAnalyzeAll, context));
+  EXPECT_FALSE(Allowed(kCmdRemove, context)) << "no row selected";
+  EXPECT_FALSE(Allowed(kCmdAnalyzeSelected, context));
+  EXPECT_FALSE(Allowed(kCmdOpen, context)) << "no list has the focus";
   context.itemSelection = 1;
-  EXPECT_FALSE(Allowed(9005, context)) << "Delete removes the rows of the focused list";
-  EXPECT_TRUE(Allowed(9076, context));
+  EXPECT_FALSE(Allowed(kCmdRemove, context)) << "Delete removes the rows of the focused list";
+  EXPECT_TRUE(Allowed(kCmdDefragSelected, context));
   context.focusList = 3;
   context.focusSelection = 2;
-  EXPECT_TRUE(Allowed(9066, context)) << "the error list's rows go to the exclusions too";
-  EXPECT_TRUE(Allowed(9005, context)) << "and Delete removes them";
-  EXPECT_FALSE(Allowed(8001, context)) << "the error list has no ticks";
+  EXPECT_TRUE(Allowed(kCmdExcludeSelected, context)) << "the error list's rows go to the exclusions too";
+  EXPECT_TRUE(Allowed(kCmdRemove, context)) << "and Delete removes them";
+  EXPECT_FALSE(Allowed(kCmdToggleDefragMark, context)) << "the error list has no ticks";
   context.focusList = 2;
-  EXPECT_TRUE(Allowed(8001, context));
-  EXPECT_FALSE(Allowed(9062, context)) << "no file marked";
+  EXPECT_TRUE(Allowed(kCmdToggleDefragMark, context));
+  EXPECT_FALSE(Allowed(kCmdDefragSelectedFiles, context)) << "no file marked";
   context.fragmented = 4;
   context.marked = 2;
-  EXPECT_TRUE(Allowed(9062, context));
+  EXPECT_TRUE(Allowed(kCmdDefragSelectedFiles, context));
   context.items = 0;
   context.itemSelection = 0;
-  EXPECT_FALSE(Allowed(9009, context));
-  EXPECT_TRUE(Allowed(9013, context)) << "Ctrl+A selects the rows of whichever list has the focus";
-  EXPECT_TRUE(Allowed(9001, context));
+  EXPECT_FALSE(Allowed(kCmdAnalyzeAll, context));
+  EXPECT_TRUE(Allowed(kCmdSelectAll, context)) << "Ctrl+A selects the rows of whichever list has the focus";
+  EXPECT_TRUE(Allowed(kCmdAddFiles, context));
   context.solidStateDetection = false;
-  EXPECT_FALSE(Allowed(9070, context)) << "greyed while detection is off";
+  EXPECT_FALSE(Allowed(kCmdSkipSolidState, context)) << "greyed while detection is off";
 }
 
 }  // namespace

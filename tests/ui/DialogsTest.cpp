@@ -1,11 +1,11 @@
-// The fragment details, the highlight dialog and the information dialogs as
-// the user meets them: each runs on its own thread, as the window thread
-// would show it, and the test reads and answers it. Pictures of each go to
-// build/screenshots/ with the screen's dots per inch in their names.
+// The program's dialogs and message box as the user meets them: the fragment
+// details, the highlight dialog, Enter and Escape in the steps before a
+// defragmentation, every dialog in English, and the message box's buttons,
+// keys and rich text. Pictures of each go to build/screenshots/ with the
+// screen's dots per inch in their names.
 
 #include "RunTestSupport.h"
-#include "EnglishTexts.h"
-#include "OpenDialog.h"
+#include "DialogHarness.h"
 #include "items/ItemCells.h"
 #include "items/win32/ShellItemTexts.h"
 #include "res/ResourceIds.h"
@@ -18,10 +18,13 @@
 #include "ui/dialogs/FragmentsDialog.h"
 #include "ui/HighlightDialog.h"
 #include "ui/dialogs/InfoDialogs.h"
+#include "ui/dialogs/MessageBox.h"
+#include "ui/controls/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "util/UnicodeTextFile.h"
 
 #include <commctrl.h>
+#include <richedit.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -29,13 +32,6 @@
 #include <functional>
 
 namespace {
-
-std::wstring Dpi() {
-    HDC screen = GetDC(nullptr);
-    int dpi = GetDeviceCaps(screen, LOGPIXELSX);
-    ReleaseDC(nullptr, screen);
-    return std::to_wstring(dpi);
-}
 
 void LoadEnglish() { ASSERT_TRUE(LoadEnglishTexts()); }
 
@@ -68,7 +64,7 @@ protected:
         ResetTexts();
         RunFixture::TearDown();
     }
-    static int ScaledWidth(int size96) { return MulDiv(size96, std::stoi(Dpi()), 96); }
+    static int ScaledWidth(int size96) { return MulDiv(size96, std::stoi(DpiText()), 96); }
 
     Settings saved_;
 };
@@ -78,19 +74,15 @@ TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
     OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, path); }, L"Frammenti");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND table = open.Item(IDC_FRAG_TABLE);
-    EXPECT_EQ(TestDriver::ListViewRowCount(table), static_cast<int>(Fragments(path)));
     EXPECT_EQ(TestDriver::ListViewRowCount(table), 5);
     EXPECT_TRUE(IsWindowVisible(table));
     EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_NOTICE)));
 
-    std::vector<std::wstring> headers, first, last;
+    std::vector<std::wstring> first, last;
     for (int column = 0; column <= 6; ++column) {
-        headers.push_back(TestDriver::ListViewColumnHeader(table, column));
         first.push_back(TestDriver::ListViewCellText(table, 0, column));
         last.push_back(TestDriver::ListViewCellText(table, 4, column));
     }
-    EXPECT_EQ(headers, (std::vector<std::wstring>{L"", L"N.", L"Cluster", L"Cluster iniziale", L"Cluster finale",
-                                                  L"Dimensione (byte)", L"% del file"}));
     // The first column is out of sight; the others are at least their
     // designed width, and no number is cut.
     EXPECT_EQ(TestDriver::ListViewColumnWidth(table, 0), 0);
@@ -112,12 +104,10 @@ TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
     EXPECT_EQ(open.ItemText(IDC_FRAG_COUNT), L"5");
     EXPECT_EQ(open.ItemText(IDC_FRAG_CLUSTERS), L"45");
     EXPECT_EQ(open.ItemText(IDC_FRAG_SIZE), numbers.KBSize(184320) + L" (" + numbers.GroupDigits(184320) + L" byte)");
-    EXPECT_EQ(open.ItemText(IDC_FRAG_NAME_LABEL), L"Nome:");
-    EXPECT_EQ(open.ItemText(IDC_FRAG_DISK_LABEL), L"Dimensione su disco:");
     // One item: nothing to step to.
     EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_PREVIOUS)));
     EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_NEXT)));
-    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-" + Dpi());
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-" + DpiText());
 
     open.Press(IDOK);
     EXPECT_TRUE(open.Closed());
@@ -140,7 +130,7 @@ TEST_F(ItemDialogsTest, LessAndGreaterStepThroughTheSelectedItems) {
     EXPECT_TRUE(IsWindowVisible(open.Item(IDC_FRAG_NOTICE)));
     EXPECT_EQ(open.ItemText(IDC_FRAG_NOTICE), L"Il file non occupa alcun cluster");
     EXPECT_FALSE(IsWindowEnabled(open.Item(IDC_FRAG_NEXT)));
-    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-notice-" + Dpi());
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-notice-" + DpiText());
 
     open.Press(IDC_FRAG_PREVIOUS);
     open.Press(IDC_FRAG_PREVIOUS);
@@ -161,21 +151,6 @@ TEST_F(ItemDialogsTest, LessAndGreaterStepThroughTheSelectedItems) {
     EXPECT_EQ(gSettings.fragmentDetailsHeight, bounds.bottom - bounds.top + 30);
 }
 
-TEST_F(ItemDialogsTest, EnglishTexts) {
-    LoadEnglish();
-    OpenDialog open([this] { ShowFragmentsDialog(nullptr, items_, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments");
-    ASSERT_NE(open.Dialog(), nullptr);
-    HWND table = open.Item(IDC_FRAG_TABLE);
-    std::vector<std::wstring> headers;
-    for (int column = 1; column <= 6; ++column) headers.push_back(TestDriver::ListViewColumnHeader(table, column));
-    EXPECT_EQ(headers, (std::vector<std::wstring>{L"No.", L"Clusters", L"First cluster", L"Last cluster",
-                                                  L"Size (bytes)", L"% of file"}));
-    EXPECT_EQ(open.ItemText(IDC_FRAG_TABLE_LABEL), L"Fragment details:");
-    EXPECT_EQ(open.ItemText(IDC_FRAG_DISK_LABEL), L"Size on disk:");
-    EXPECT_EQ(open.ItemText(IDOK), L"&Close");
-    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-fragments-english-" + Dpi());
-}
-
 // ---- The steps before a defragmentation: Enter and Escape ----
 
 // The window with the keyboard focus in the dialog's thread.
@@ -185,7 +160,7 @@ HWND FocusOf(HWND dialog) {
     return info.hwndFocus;
 }
 
-TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysAndEscapeCancels) {
+TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysEscapeCancelsAndAnAutomaticCheckGoesOn) {
     constexpr int kCheckButton = 1010, kStartCleanup = 1111;
     struct Case {
         const char* what;
@@ -224,6 +199,12 @@ TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysAndEscapeCancels) {
         ASSERT_TRUE(open.Closed());
         EXPECT_EQ(result, c.result);
     }
+    // Automatic, the check starts at once and, finding nothing, the dialog
+    // closes by itself with the run going on.
+    int automatic = -1;
+    OpenDialog open([&] { automatic = RunDiskCheckDialog(nullptr, true); }, L"Controllo disco", 0);
+    ASSERT_TRUE(open.Closed());
+    EXPECT_EQ(automatic, 9);
     SetEnvironmentVariableW(L"TMP", nullptr);
     SetEnvironmentVariableW(L"TEMP", nullptr);
 }
@@ -294,8 +275,10 @@ TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
             check(volume.substr(0, volume.size() - 5));
         }
         EXPECT_EQ(untranslated, std::vector<std::wstring>{});
-        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-english-" + shown.title + L"-" + Dpi());
+        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-english-" + shown.title + L"-" + DpiText());
     }
+    // The information dialogs are titled like their menu commands.
+    EXPECT_EQ(TitleFromMenuText(L"Salva && &chiudi\tCTRL+S"), L"Salva & chiudi");
 }
 
 // ---- Evidenziazione oggetti ----
@@ -324,12 +307,6 @@ TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
     {
         OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Evidenziazione oggetti");
         ASSERT_NE(open.Dialog(), nullptr);
-        std::vector<std::wstring> boxes;
-        for (int i = 0; i < 5; ++i) boxes.push_back(open.ItemText(IDC_HIGHLIGHT_CHECK_FIRST + i));
-        EXPECT_EQ(boxes, (std::vector<std::wstring>{L"Oggetto &frammentato", L"Oggetto &non frammentato",
-                                                    L"Oggetto &deframmentato", L"Oggetto con &errori",
-                                                    L"Oggetto &scartato"}));
-        EXPECT_EQ(open.ItemText(IDC_HIGHLIGHT_FULL_ROW), L"Attiva e&videnziazione riga intera");
         for (int i = 0; i < 5; ++i) {
             HWND button = open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + i);
             EXPECT_EQ(TestDriver::WindowClass(button), L"myTheme_ColoredButton358");
@@ -337,7 +314,7 @@ TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
             // A colour is chosen only for a category that is on.
             EXPECT_EQ(IsWindowEnabled(button) != FALSE, i != 3) << i;
         }
-        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-" + Dpi());
+        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-" + DpiText());
 
         // Errors on with a new colour, skipped off, the whole row.
         SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 3), BM_CLICK, 0, 0);
@@ -369,62 +346,134 @@ TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
     EXPECT_TRUE(gSettings.itemTextColourFullRow);
 }
 
-TEST_F(HighlightDialogTest, EnglishTexts) {
-    LoadEnglish();
-    OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Item highlighting");
-    ASSERT_NE(open.Dialog(), nullptr);
+// ---- The message box ----
+
+// The program's message box, titled with the program's name.
+class OpenBox : public OpenDialog {
+public:
+    OpenBox(uint32_t flags, uint32_t textId, const wchar_t* literal)
+        : OpenDialog([=] { return ShowMessageBox(nullptr, flags, textId, literal); }, L"Ordalis", 0) {}
+};
+
+struct ButtonSet {
+    uint32_t flags;
+    std::vector<std::wstring> italian;
+    std::vector<std::wstring> english;
+    std::vector<int> results;
+};
+
+const std::vector<ButtonSet> kButtonSets = {
+    {0x800, {L"&Continua", L"&Esci"}, {L"&Continue", L"&Quit"}, {10, 11}},
+    {0x1000, {L"&S\u00EC", L"&No", L"Annulla"}, {L"&Yes", L"&No", L"Cancel"}, {6, 7, 2}},
+    {0x2000, {L"OK", L"Annulla"}, {L"OK", L"Cancel"}, {1, 2}},
+    {0x4000, {L"&S\u00EC", L"&No"}, {L"&Yes", L"&No"}, {6, 7}},
+    {0, {L"OK"}, {L"OK"}, {1}},
+};
+
+std::vector<std::wstring> Texts(const std::vector<TestDriver::DialogButton>& buttons) {
     std::vector<std::wstring> texts;
-    for (int i = 0; i < 5; ++i) texts.push_back(open.ItemText(IDC_HIGHLIGHT_CHECK_FIRST + i));
-    texts.push_back(open.ItemText(IDC_HIGHLIGHT_FULL_ROW));
-    texts.push_back(open.ItemText(IDC_HIGHLIGHT_COLOUR_FIRST));
-    EXPECT_EQ(texts, (std::vector<std::wstring>{L"&Fragmented items", L"Items &not fragmented",
-                                               L"&Defragmented items", L"Items with &errors", L"&Skipped items",
-                                               L"Highlight the &whole row", L"Color..."}));
-    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-english-" + Dpi());
+    for (const auto& button : buttons) texts.push_back(button.text);
+    return texts;
 }
 
-// ---- The "?" menu's dialogs ----
-
-class InfoDialogsTest : public ::testing::Test {
+class MessageBoxTest : public ::testing::Test {
 protected:
+    void SetUp() override {
+        INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+        InitCommonControlsEx(&controls);
+        ResetTexts();
+    }
     void TearDown() override { ResetTexts(); }
 };
 
-TEST_F(InfoDialogsTest, EachIsTitledLikeItsMenuCommand) {
+TEST_F(MessageBoxTest, EveryButtonOfEverySetEndsTheBoxWithItsResult) {
+    for (bool english : {false, true}) {
+        if (english) ASSERT_TRUE(LoadEnglishTexts());
+        for (const ButtonSet& set : kButtonSets) {
+            for (size_t chosen = 0; chosen < set.results.size(); ++chosen) {
+                SCOPED_TRACE(testing::Message() << "flags 0x" << std::hex << set.flags << std::dec
+                                                << " button " << chosen << (english ? " English" : ""));
+                OpenBox box(set.flags, 0, L"Messaggio");
+                ASSERT_NE(box.Dialog(), nullptr);
+                auto buttons = TestDriver::DialogButtons(box.Dialog());
+                EXPECT_EQ(Texts(buttons), english ? set.english : set.italian);
+                ASSERT_EQ(buttons.size(), set.results.size());
+                TestDriver::PressButton(box.Dialog(), buttons[chosen].id);
+                EXPECT_EQ(box.Result(), set.results[chosen]);
+            }
+        }
+    }
+}
+
+TEST_F(MessageBoxTest, EscapeAndTheCloseButtonCancelWhereTheSetAllowsIt) {
     struct Case {
-        std::function<void()> show;
-        std::wstring title;
-        std::wstring picture;
+        uint32_t flags;
+        int escape;  // -1: the box stays open
     };
-    const Case cases[] = {
-        {[] { ShowWarrantyDialog(nullptr); }, L"Esclusione di garanzie", L"dialog-warranty-"},
-        {[] { ShowCommandLineDialog(nullptr); }, L"Parametri della riga di comando", L"dialog-command-line-"},
-        {[] { ShowAboutDialog(nullptr); }, L"Informazioni su Ordalis", L"dialog-about-"},
+    for (Case c : {Case{0x1000, 2}, Case{0x2000, 2}, Case{0x4000, 7}, Case{0, 1}, Case{0x800, -1}}) {
+        for (bool closeButton : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "flags 0x" << std::hex << c.flags
+                                            << (closeButton ? " close button" : " Escape"));
+            OpenBox box(c.flags | 0x2, 0, L"Domanda");
+            ASSERT_NE(box.Dialog(), nullptr);
+            if (closeButton) {
+                PostMessageW(box.Dialog(), WM_SYSCOMMAND, SC_CLOSE, 0);
+            } else {
+                TestDriver::PressKey(box.Dialog(), VK_ESCAPE);
+            }
+            if (c.escape >= 0) {
+                EXPECT_EQ(box.Result(), c.escape);
+                continue;
+            }
+            EXPECT_EQ(box.Result(1500), -1) << "a box without a way to cancel must stay open";
+            TestDriver::PressButton(box.Dialog(), 10);
+            EXPECT_EQ(box.Result(), 10);
+        }
+    }
+}
+
+TEST_F(MessageBoxTest, MessageShowsBoldRunsAndParagraphsAndTheLanguageText) {
+    OpenBox box(0x4, 0, L"Il file <b>Z:\\a.txt</b> non esiste.\r\nSecondo paragrafo.");
+    ASSERT_NE(box.Dialog(), nullptr);
+    HWND rich = nullptr;
+    for (HWND child : TestDriver::ChildWindows(box.Dialog())) {
+        if (_wcsicmp(TestDriver::WindowClass(child).c_str(), L"RichEdit20W") == 0) rich = child;
+    }
+    ASSERT_NE(rich, nullptr) << "the message is shown through the rich-edit control";
+    GETTEXTEX request{};
+    wchar_t buffer[256] = {};
+    request.cb = sizeof buffer;
+    request.flags = GT_DEFAULT;
+    request.codepage = 1200;
+    SendMessageW(rich, EM_GETTEXTEX, reinterpret_cast<WPARAM>(&request), reinterpret_cast<LPARAM>(buffer));
+    EXPECT_EQ(std::wstring(buffer), L"Il file Z:\\a.txt non esiste.\rSecondo paragrafo.");
+    EXPECT_EQ(SendMessageW(rich, EM_GETLINECOUNT, 0, 0), 2);
+
+    auto boldAt = [rich](LONG start, LONG end) {
+        SendMessageW(rich, EM_SETSEL, start, end);
+        CHARFORMAT2W format{};
+        format.cbSize = sizeof format;
+        SendMessageW(rich, EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(&format));
+        return (format.dwMask & CFM_BOLD) && (format.dwEffects & CFE_BOLD);
     };
-    for (const Case& shown : cases) {
-        OpenDialog open(shown.show, shown.title);
-        ASSERT_NE(open.Dialog(), nullptr);
-        TestDriver::SaveWindowScreenshot(open.Dialog(), shown.picture + Dpi());
-        open.Press(IDOK);
-        EXPECT_TRUE(open.Closed());
-    }
-    {
-        OpenDialog open([] { ShowAboutDialog(nullptr); }, L"Informazioni su Ordalis");
-        EXPECT_EQ(open.ItemText(IDC_INFO_HEADING), L"Ordalis 1.00");
-        EXPECT_EQ(open.ItemText(IDC_INFO_TEXT),
-                  L"Ordalis deframmenta singoli file e cartelle: sposta ogni file frammentato, intero, in "
-                  L"un'unica area libera del volume, senza riorganizzare il resto del disco.\r\n\r\n"
-                  L"Copyright (c) 2026 The Ordalis developers");
-    }
-    LoadEnglish();
-    for (auto [show, title] : std::vector<std::pair<std::function<void()>, std::wstring>>{
-             {[] { ShowWarrantyDialog(nullptr); }, L"Warranty disclaimer"},
-             {[] { ShowCommandLineDialog(nullptr); }, L"Command-line options"},
-             {[] { ShowAboutDialog(nullptr); }, L"About Ordalis"}}) {
-        OpenDialog open(show, title);
-        EXPECT_NE(open.Dialog(), nullptr) << "no dialog titled " << std::string(title.begin(), title.end());
-    }
-    EXPECT_EQ(TitleFromMenuText(L"Salva && &chiudi\tCTRL+S"), L"Salva & chiudi");
+    EXPECT_FALSE(boldAt(0, 7)) << "Il file";
+    EXPECT_TRUE(boldAt(8, 16)) << "Z:\\a.txt";
+    EXPECT_FALSE(boldAt(17, 28)) << "non esiste.";
+
+    RECT client{};
+    GetClientRect(box.Dialog(), &client);
+    EXPECT_EQ(client.right, ScaleForDpi(400, WindowDpi(box.Dialog())));
+    TestDriver::PressButton(box.Dialog(), 1);
+    EXPECT_EQ(box.Result(), 1);
+
+    // With a language loaded, a string id shows the language's text.
+    SetBuiltInTexts(false);
+    SetText(300, L"File not found.");
+    OpenBox english(0x1, 300, L"File non trovato.");
+    ASSERT_NE(english.Dialog(), nullptr);
+    EXPECT_EQ(TestDriver::MessageBoxMessage(english.Dialog()), L"File not found.");
+    TestDriver::PressButton(english.Dialog(), 1);
+    EXPECT_EQ(english.Result(), 1);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Every item of every menu has its string id, so that a language replaces
-// all of a menu's texts and none stays Italian.
+// all of a menu's texts and none stays Italian; no menu has two items with
+// the same access key, in either language.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -14,7 +15,7 @@
 #include "options/CommandIds.h"
 #include "util/Text.h"
 #include "util/UnicodeTextFile.h"
-#include "EnglishTexts.h"
+#include "DialogHarness.h"
 
 #include <filesystem>
 #include <map>
@@ -184,31 +185,6 @@ TEST_F(EnglishMenus, NoMenuHasTwoItemsWithTheSameAccessKey) {
     }
     EXPECT_EQ(duplicates, std::vector<std::wstring>{});
   }
-}
-
-TEST_F(EnglishMenus, TheMenuBarTheOptionsAndTheItemListMenuRead) {
-  HMENU bar = Load(IDR_MAIN_MENU, MenuKind::Main);
-  ASSERT_NE(bar, nullptr);
-  EXPECT_EQ(Items(bar), (std::vector<std::wstring>{L"&File", L"&Profiles", L"&Actions", L"&View", L"&Tools",
-                                                   L"&Options", L"&Help"}));
-  EXPECT_EQ(Items(GetSubMenu(bar, 5)),
-            (std::vector<std::wstring>{L"Show confirmation &messages", L"Defragmentation &strategy",
-                                       L"Check the &volume for errors", L"Disk &cleanup", L"P&riority",
-                                       L"Solid-state dr&ives (SSD)", L"Close the &program when defragmentation ends",
-                                       L"Shut &down the computer when defragmentation ends"}));
-  EXPECT_EQ(Items(GetSubMenu(bar, 6)),
-            (std::vector<std::wstring>{L"&Command-line options", L"&Warranty disclaimer", L"&About Ordalis"}));
-  DestroyMenu(bar);
-
-  HMENU items = LoadPopupMenu(IDR_ITEM_LIST_MENU, MenuKind::ItemList);
-  ASSERT_NE(items, nullptr);
-  EXPECT_EQ(Items(items),
-            (std::vector<std::wstring>{L"&Open", L"Add &files...\t Ctrl+O", L"Add fol&der...\t Ctrl+D", L"&Remove\t Del",
-                                       L"Add to the e&xclusion list", L"&Analyze selected items",
-                                       L"Defragment s&elected items", L"&Import profile...", L"&Save profile as...",
-                                       L"Open file &location", L"Fragment de&tails", L"&Properties",
-                                       L"Keep the &current item in view"}));
-  DestroyMenu(items);
 }
 
 }  // namespace

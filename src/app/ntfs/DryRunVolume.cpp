@@ -1,4 +1,5 @@
 #include "app/ntfs/DryRunVolume.h"
+#include "util/PathText.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +13,7 @@ namespace {
 constexpr int64_t kUnit = 16;
 
 std::wstring Key(const std::wstring& path) {
-  std::wstring key = StripLongPrefix(path);
+  std::wstring key = std::wstring(DisplayPath(path));
   for (wchar_t& c : key) c = UpperCaseUnit(c);
   return key;
 }

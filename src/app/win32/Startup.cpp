@@ -170,7 +170,6 @@ void RunCommandLine(HWND mainWindow) {
   {
     TagScope tag(kTagReadingFiles);
     LoadSettings();
-    ApplyPanelMarks();
     // The exclude and include lists, and the recent profiles the settings named.
     LoadSelectionState();
     ApplyLanguage(gSettings.language);
@@ -186,7 +185,7 @@ void RunCommandLine(HWND mainWindow) {
     return;
   }
   gApp.runFlags = ApplyOptionInteractions(gApp.runFlags);
-  ApplyCommandLineMarks(gApp.runFlags, choices);
+  ApplyCommandLineOptions(gApp.runFlags, choices);
   if (gApp.runFlags & kRunNoGui) {
     ConsoleWriteText(ConsoleBanner());
   }

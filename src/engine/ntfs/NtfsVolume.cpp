@@ -1,4 +1,5 @@
 #include "engine/ntfs/NtfsVolume.h"
+#include "util/PathText.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -480,7 +481,7 @@ uint32_t NtfsVolume::ClusterSize() const { return volume_ ? volume_->cluster_siz
 uint64_t NtfsVolume::ClusterCount() const { return volume_ ? uint64_t(volume_->nr_clusters) : 0; }
 
 std::string NtfsVolume::VolumePath(const std::wstring& given) const {
-  const std::wstring path = StripLongPrefix(given);
+  const std::wstring path = std::wstring(DisplayPath(given));
   if (path.size() < 2 || path[1] != L':' || UpperCaseUnit(path[0]) != letter_) return {};
   std::wstring rest = path.substr(2);
   for (wchar_t& c : rest) {
@@ -1096,7 +1097,7 @@ int CollectName(void* context, const ntfschar* name, const int length, const int
 // Splits "N:\a\b\pattern" into the folder's volume path and the last part.
 bool SplitPattern(const NtfsVolume& volume, const std::wstring& pattern, std::string& folder,
                   std::wstring& last, bool& root) {
-  const std::wstring path = StripLongPrefix(pattern);
+  const std::wstring path = std::wstring(DisplayPath(pattern));
   const size_t slash = path.find_last_of(L"\\/");
   if (slash == std::wstring::npos) return false;
   folder = volume.VolumePath(path.substr(0, slash == 2 ? 3 : slash));
@@ -1217,7 +1218,7 @@ DriveKind NtfsFileQueries::GetDriveKind(const std::wstring& root) {
 }
 
 std::wstring NtfsFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
-  std::wstring given = StripLongPrefix(path);
+  std::wstring given = std::wstring(DisplayPath(path));
   for (wchar_t& c : given) {
     if (c == L'/') c = L'\\';
   }

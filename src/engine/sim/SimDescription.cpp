@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "engine/sim/SimVolume.h"
+#include "util/PathText.h"
 
 namespace {
 

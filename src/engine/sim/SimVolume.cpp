@@ -1,4 +1,5 @@
 #include "engine/sim/SimVolume.h"
+#include "util/PathText.h"
 #include "engine/SystemTexts.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ wchar_t FoldCase(wchar_t c) {
 }
 
 std::wstring Key(const std::wstring& path) {
-  std::wstring key = StripLongPrefix(path);
+  std::wstring key = std::wstring(DisplayPath(path));
   for (wchar_t& c : key) c = FoldCase(c);
   return key;
 }
@@ -139,7 +140,7 @@ bool SimVolume::AddFile(const SimFile& file, std::string& error) {
   // new file's entry is made when it is first asked for.
   fileIndex_[Key(file.path)] = int(files_.size());
   files_.push_back(file);
-  files_.back().path = StripLongPrefix(file.path);
+  files_.back().path = std::wstring(DisplayPath(file.path));
   if (!Allocate(uint32_t(files_.size()), error)) {
     fileIndex_.erase(Key(file.path));
     files_.pop_back();
@@ -185,7 +186,7 @@ void SimVolume::AddFault(const SimFault& fault) {
 bool SimVolume::AddFileAtLowestFreeRun(const std::wstring& path, uint64_t size, std::string& error) {
   std::lock_guard lock(mutex_);
   SimFile file;
-  file.path = StripLongPrefix(path);
+  file.path = std::wstring(DisplayPath(path));
   file.size = size;
   if (size <= kResidentLimit) {
     file.resident = size > 0;
@@ -519,7 +520,7 @@ FsHandle SimVolume::Open(const std::wstring& path, bool backup) {
   }
   int index = FindFileLocked(path);
   if (index < 0) {
-    const std::wstring plain = StripLongPrefix(path);
+    const std::wstring plain = std::wstring(DisplayPath(path));
     uint64_t size = 0;
     bool isDirectory = false;
     std::string error;

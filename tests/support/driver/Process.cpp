@@ -94,14 +94,10 @@ std::filesystem::path SystemChecker() {
 }  // namespace
 
 // A program that has the checker loaded keeps its copy: the new one arrives
-// under another name and takes the place of the old in one step. A stand-in
-// that is no program at all (the driver's own tests) is only put beside.
+// under another name and takes the place of the old in one step.
 bool ProgramUnderTest::InstallSystemChecker(const std::wstring& fmifsPath) {
     namespace fs = std::filesystem;
     std::error_code error;
-    char header[2] = {};
-    std::ifstream(fs::path(fmifsPath), std::ios::binary).read(header, 2);
-    if (header[0] != 'M' || header[1] != 'Z') return true;
     const fs::path installed = SystemChecker();
     if (fs::exists(installed, error) && fs::file_size(installed, error) == fs::file_size(fmifsPath, error) &&
         fs::last_write_time(installed, error) >= fs::last_write_time(fmifsPath, error)) {

@@ -56,7 +56,6 @@ public:
 
     bool Ready() const { return error_.empty(); }
     const std::wstring& Error() const { return error_; }
-    const std::wstring& Folder() const { return folder_; }
     const std::wstring& ExePath() const { return exePath_; }
 
 private:
@@ -166,9 +165,7 @@ std::wstring ListViewColumnHeader(HWND listView, int column);
 HWND FindListViewByHeader(HWND parent, std::wstring_view header);
 std::vector<std::wstring> StatusBarTexts(HWND statusBar);
 
-// Columns of a list view: display order (column indexes, left to right),
-// widths, and the header's sort arrow (+1 up, -1 down, 0 none).
-std::vector<int> ListViewColumnOrder(HWND listView);
+// Columns of a list view: widths and the header's sort arrow (+1 up, -1 down, 0 none).
 int ListViewColumnWidth(HWND listView, int column);
 int ListViewSortArrow(HWND listView, int column);
 // Clicks a column's header as the mouse would (button down and up in its middle).
@@ -181,8 +178,6 @@ bool SelectListViewRows(HWND listView, const std::vector<int>& rows);
 // The column texts of every row, top to bottom.
 std::vector<std::wstring> ListViewColumnTexts(HWND listView, int column);
 
-// The check mark of a menu bar command: 1 checked, 0 unchecked, -1 no such item.
-int MenuItemChecked(HWND window, int commandId);
 // Whether a menu bar command can be chosen: 1 enabled, 0 greyed, -1 no such
 // item. Menus cannot be read across processes under Wine: the simulating
 // program answers for its own menu bar.
@@ -211,9 +206,6 @@ bool ClickAt(HWND window, POINT client);
 std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name);
 // The colour of one pixel of the screen.
 COLORREF ScreenPixel(POINT screen);
-
-HWND ForegroundWindow();
-bool IsMinimised(HWND window);
 
 // Saves the whole screen as <name>.png under build/screenshots/ (as <name>.bmp
 // when no PNG encoder is available). Returns the path written, or empty.

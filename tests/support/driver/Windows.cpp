@@ -324,26 +324,6 @@ std::vector<std::wstring> StatusBarTexts(HWND statusBar) {
     return texts;
 }
 
-std::vector<int> ListViewColumnOrder(HWND listView) {
-    HWND header = nullptr;
-    DWORD_PTR answer = 0;
-    if (SendWithTimeout(listView, LVM_GETHEADER, 0, 0, &answer)) header = reinterpret_cast<HWND>(answer);
-    DWORD_PTR count = 0;
-    if (!header || !SendWithTimeout(header, HDM_GETITEMCOUNT, 0, 0, &count) || count == 0 || count > 64) {
-        return {};
-    }
-    RemoteMemory memory(listView, count * sizeof(int));
-    std::vector<int> order(count);
-    DWORD_PTR ok = 0;
-    if (!memory.Valid() ||
-        !SendWithTimeout(listView, LVM_GETCOLUMNORDERARRAY, count,
-                         reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
-        !ok || !memory.Read(0, order.data(), count * sizeof(int))) {
-        return {};
-    }
-    return order;
-}
-
 int ListViewColumnWidth(HWND listView, int column) {
     DWORD_PTR width = 0;
     return SendWithTimeout(listView, LVM_GETCOLUMNWIDTH, column, 0, &width) ? static_cast<int>(width)
@@ -453,14 +433,6 @@ std::vector<std::wstring> ListViewColumnTexts(HWND listView, int column) {
     return texts;
 }
 
-int MenuItemChecked(HWND window, int commandId) {
-    HMENU menu = GetMenu(window);
-    if (!menu) return -1;
-    UINT state = GetMenuState(menu, commandId, MF_BYCOMMAND);
-    if (state == static_cast<UINT>(-1)) return -1;
-    return (state & MF_CHECKED) ? 1 : 0;
-}
-
 int MenuItemEnabled(HWND window, int commandId) {
     DWORD_PTR result = static_cast<DWORD_PTR>(-1);
     if (!SendMessageTimeoutW(window, RegisterWindowMessageW(L"Ordalis.MenuItemState"), commandId, 0,
@@ -551,14 +523,6 @@ COLORREF ScreenPixel(POINT screen) {
     COLORREF colour = GetPixel(dc, screen.x, screen.y);
     ReleaseDC(nullptr, dc);
     return colour;
-}
-
-HWND ForegroundWindow() {
-    return GetForegroundWindow();
-}
-
-bool IsMinimised(HWND window) {
-    return IsIconic(window) != FALSE;
 }
 
 }  // namespace TestDriver

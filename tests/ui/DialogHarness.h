@@ -1,15 +1,58 @@
-// A modal dialog or message box on a thread of its own, as the window thread
-// would show it: the test finds it by its title, reads it and answers it.
+// The program's dialogs and message box inside the test process: each is
+// shown on a thread of its own, as the window thread would show it, and the
+// test finds it by its title, reads it and answers it. The English texts are
+// those of the language file the program ships.
 #pragma once
 
 #include "TestDriver.h"
+#include "options/LanguageFile.h"
+#include "util/Text.h"
+#include "util/UnicodeTextFile.h"
 
 #include <chrono>
+#include <filesystem>
 #include <future>
+#include <set>
 #include <string>
 #include <type_traits>
 
 inline constexpr DWORD kWaitMs = 10000;
+
+// The screen's dots per inch, for the names of pictures.
+inline std::wstring DpiText() {
+    HDC screen = GetDC(nullptr);
+    const int dpi = GetDeviceCaps(screen, LOGPIXELSX);
+    ReleaseDC(nullptr, screen);
+    return std::to_wstring(dpi);
+}
+
+// The English file loaded into the text table as the program loads it.
+inline bool LoadEnglishTexts() {
+    ResetTexts();
+    SetTextCapacity(kProgramTextCapacity);
+    UnicodeTextReader reader;
+    if (!reader.Open((std::filesystem::path(ORDALIS_LANG_DIR) / L"Ordalis_EN.lng").wstring(), true,
+                     kLineLimitFilters)) {
+        return false;
+    }
+    ReadLanguageFile(reader);
+    PadLanguageTextsForLayout();
+    SetBuiltInTexts(false);
+    return true;
+}
+
+// Every entry of the loaded table, as shown and without its layout blanks.
+inline std::set<std::wstring> LoadedTexts() {
+    std::set<std::wstring> texts;
+    for (uint32_t id = 0; id < TextCapacity(); ++id) {
+        std::wstring text = Text(id, L"");
+        if (text.empty()) continue;
+        texts.insert(text);
+        const size_t first = text.find_first_not_of(L' '), last = text.find_last_not_of(L' ');
+        if (first != std::wstring::npos) texts.insert(text.substr(first, last - first + 1));
+    }
+    return texts;
+}
 
 class OpenDialog {
 public:

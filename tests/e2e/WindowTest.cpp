@@ -1,0 +1,768 @@
+// The window used as a person uses it: its columns, panels and status texts,
+// sorting by a header click, items from the real file and folder dialogs and
+// from a drop, Delete and Space on the focused list, the menus, the keys and
+// the filter dialog, and the runs started and stopped from the menu. While a
+// run or an import goes on, nothing that changes the list can be reached, and
+// closing the window stops the run before anything more is moved.
+#include "ProgramCase.h"
+
+#include <set>
+
+namespace {
+
+using namespace e2e;
+
+constexpr int kSizeColumn = 2;
+constexpr int kTypeColumn = 6;
+const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
+
+class WindowTest : public ProgramCase {
+protected:
+    // The simulating program; these runs are about the window's commands: no
+    // disk check and no cleanup come before a defragmentation.
+    void PrepareSim(const std::string& caseName) { Prepare("window-" + caseName, ORDALIS_SIM_PROGRAM); }
+    void StartSim(const std::wstring& arguments) {
+        Start(L"/LANG:IT /CHKDSK:0 /CLEAN:0 " + arguments);
+        fragmented_ = TestDriver::FindListViewByHeader(main_, L"      Nome");
+        ASSERT_NE(fragmented_, nullptr);
+    }
+
+    // A file of 300 one-cluster extents on a volume whose moves take 30 ms
+    // each: its move lasts about nine seconds. A second fragmented file comes
+    // after it.
+    void DescribeSlowMove() {
+        constexpr int kExtents = 300;
+        MakeFile("data/big.bin", kExtents * 4096);
+        MakeFile("data/later.bin", 16384);
+        std::string runs, gaps;
+        for (int i = 0; i < kExtents; ++i) {
+            runs += (i ? "," : "") + std::to_string(1000 + 2 * i) + ":1";
+            gaps += "reserve " + std::to_string(1001 + 2 * i) + " 1\n";
+        }
+        Describe("volume letter=Z clusters=4000 clusterSize=4096 moveDelay=30",
+                 {{"data/big.bin", "size=" + std::to_string(kExtents * 4096) + " runs=" + runs},
+                  {"data/later.bin", "size=16384 runs=100:2,110:2"}},
+                 gaps);
+    }
+    // Stopped part way: the first extent has left its place, the last has not.
+    void ExpectBigFileStoppedPartWay() {
+        const std::string big = FileLine(EndState(), Win("data/big.bin"));
+        EXPECT_EQ(big.find("runs=1000:1,"), std::string::npos) << big;
+        EXPECT_NE(big.find(",1598:1"), std::string::npos) << big;
+    }
+
+    // The window keeps answering while a worker runs: reads the state cell
+    // a few times, each a message the window thread must handle while it
+    // waits for the worker.
+    void ExpectAnswering(int row) {
+        DWORD slowest = 0;
+        for (int i = 0; i < 5; ++i) {
+            const DWORD before = GetTickCount();
+            EXPECT_EQ(TestDriver::ListViewCellText(items_, row, kStateColumn), kWorking);
+            slowest = std::max(slowest, GetTickCount() - before);
+            TestDriver::PumpMessages(100);
+        }
+        EXPECT_LT(slowest, 1000u);
+    }
+
+    // The text box of a file or folder dialog where a path can be typed.
+    static HWND PathBox(HWND dialog) {
+        for (int id : {1148, 1152}) {
+            HWND control = GetDlgItem(dialog, id);
+            if (!control) continue;
+            if (TestDriver::WindowClass(control) == L"Edit") return control;
+            std::vector<HWND> edits = TestDriver::ChildWindows(control, L"Edit");
+            if (!edits.empty()) return edits.front();
+        }
+        std::vector<HWND> edits = TestDriver::ChildWindows(dialog, L"Edit");
+        return edits.empty() ? nullptr : edits.front();
+    }
+
+    // Gives a list the keyboard focus as a click below its rows does, then
+    // selects the rows wanted.
+    static void FocusRows(HWND list, const std::vector<int>& rows) {
+        RECT client{};
+        GetClientRect(list, &client);
+        TestDriver::ClickAt(list, POINT{client.right / 2, client.bottom - 4});
+        TestDriver::PumpMessages(200);
+        TestDriver::SelectListViewRows(list, rows);
+    }
+
+    // Delete on the focused list, answered with OK once it asked; the
+    // question's text.
+    std::wstring DeleteAndConfirm() {
+        TestDriver::PressKey(main_, VK_DELETE);
+        HWND question = WaitForDialog();
+        if (!question) return L"<no question>";
+        const std::wstring text = TestDriver::MessageBoxMessage(question);
+        Picture(L"commands-delete-question", question);
+        TestDriver::PressButton(question, IDOK);
+        WaitGone(question);
+        TestDriver::PumpMessages(300);
+        return text;
+    }
+
+    // Every command that changes the list, the filters, the language or the
+    // settings is greyed and refused, drops are refused; Stop is enabled.
+    void ExpectLocked(const std::string& during, bool importing = false) {
+        SCOPED_TRACE(during);
+        for (int command : {kCmdAddFiles, kCmdAddFolder, kCmdRemove, kCmdImportProfile, kCmdSaveProfile,
+                            kCmdAnalyzeAll, kCmdDefragAll, kCmdExcludeSelected, kCmdFilterDialog, kCmdAnalyzeSelected,
+                            kCmdDefragSelected, kCmdQuickStrategy, kCmdDiskCheckAuto, kCmdCleanupAuto,
+                            kCmdNoSolidStateDetection, kCmdFirstLanguage, kCmdRecentProfilesDialog, kCmdSaveReport}) {
+            EXPECT_EQ(TestDriver::MenuItemEnabled(main_, command), 0) << "menu command " << command;
+        }
+        for (int button : {kCmdAddFiles, kCmdRemove, kCmdAnalyzeAll, kCmdDefragAll}) {
+            EXPECT_FALSE(IsWindowEnabled(GetDlgItem(main_, button))) << "toolbar button " << button;
+        }
+        EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdStop), 1);
+        EXPECT_TRUE(IsWindowEnabled(GetDlgItem(main_, kCmdStop)));
+        // The keys and a drop change nothing either. An import adds its own
+        // items meanwhile: there only the drop is looked at, once it stopped.
+        MakeFile("data/late.bin", 4096);
+        const int rows = TestDriver::ListViewRowCount(items_);
+        if (!importing) {
+            TestDriver::SelectListViewRows(items_, {0});
+            TestDriver::PressKey(items_, VK_DELETE);
+            TestDriver::SendCommand(main_, kCmdRemove);
+        }
+        TestDriver::DropFiles(main_, {Win("data/late.bin")});
+        TestDriver::PumpMessages(300);
+        if (!importing) EXPECT_EQ(TestDriver::ListViewRowCount(items_), rows);
+    }
+
+    HWND fragmented_ = nullptr;
+};
+
+// The first start shows every column: where the screen is too narrow for the
+// designed widths, the name and the type columns give way. The bottom panel,
+// the status texts, the error tab's notice and counters; the column commands
+// hide, show and restore columns.
+TEST_F(WindowTest, TheEmptyWindowShowsItsColumnsPanelsAndStatusTexts) {
+    Prepare("window-empty", ORDALIS_PROGRAM);
+    Start(L"/LANG:IT");
+    const std::vector<std::wstring> headers = {L"Nome", L"Stato", L"Dimensione", L"Dimensione su disco",
+                                               L"Frammenti", L"Cluster", L"Tipo", L"% su disco",
+                                               L"Data ultima modifica", L"Attributi"};
+    const std::vector<int> widths = {400, 118, 120, 120, 100, 100, 300, 100, 140, 80};
+    int total = 0;
+    for (int column = 0; column < 10; ++column) {
+        SCOPED_TRACE(Narrow(headers[column]));
+        const int width = TestDriver::ListViewColumnWidth(items_, column);
+        total += width;
+        EXPECT_EQ(TestDriver::ListViewColumnHeader(items_, column), headers[column]);
+        if (column == 0 || column == kTypeColumn) {
+            EXPECT_LE(width, Scaled(widths[column]));
+            EXPECT_GE(width, Scaled(widths[column]) / 2);
+        } else {
+            EXPECT_EQ(width, Scaled(widths[column]));
+        }
+        EXPECT_EQ(TestDriver::ListViewSortArrow(items_, column), 0);
+    }
+    RECT inside{};
+    GetClientRect(items_, &inside);
+    EXPECT_LE(total, inside.right) << "a column is out of sight";
+    HWND fragmented = TestDriver::FindListViewByHeader(main_, L"      Nome");
+    ASSERT_NE(fragmented, nullptr) << "the fragmented-file list of the bottom panel";
+    std::vector<std::wstring> fragmentedHeaders;
+    for (int column = 0; column < 8; ++column) {
+        fragmentedHeaders.push_back(TestDriver::ListViewColumnHeader(fragmented, column));
+    }
+    EXPECT_EQ(fragmentedHeaders, (std::vector<std::wstring>{L"      Nome", L"Frammenti", L"Cluster", L"Dimensione",
+                                                             L"Dimensione su disco", L"% su disco",
+                                                             L"Data ultima modifica", L"Attributi"}));
+    EXPECT_EQ(StatusTexts(main_),
+              (std::vector<std::vector<std::wstring>>{{L"Oggetti totali in elenco: 0", L""}, {L"In attesa"}}));
+
+    // Maximised, restored, narrowed and widened again, the lower bar still
+    // says the program waits, and is drawn whole: no edge is left where the
+    // bar ended before it grew.
+    const HWND lowerBar = TestDriver::ChildWindows(main_, STATUSCLASSNAMEW).at(1);
+    PostMessageW(main_, WM_SYSCOMMAND, SC_MAXIMIZE, 0);
+    TestDriver::PumpMessages(500);
+    EXPECT_TRUE(IsZoomed(main_));
+    PostMessageW(main_, WM_SYSCOMMAND, SC_RESTORE, 0);
+    TestDriver::PumpMessages(500);
+    SetWindowPos(main_, nullptr, 50, 50, Scaled(640), Scaled(420), SWP_NOZORDER);
+    TestDriver::PumpMessages(500);
+    RECT narrow{};
+    GetClientRect(lowerBar, &narrow);
+    SetWindowPos(main_, nullptr, 50, 50, Scaled(1000), Scaled(560), SWP_NOZORDER);
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::StatusBarTexts(lowerBar), (std::vector<std::wstring>{L"In attesa"}));
+    POINT middle{narrow.right + Scaled(40), narrow.bottom / 2};
+    ClientToScreen(lowerBar, &middle);
+    const COLORREF face = TestDriver::ScreenPixel(middle);
+    for (int x = -4; x <= 4; ++x) {
+        EXPECT_EQ(TestDriver::ScreenPixel({middle.x - Scaled(40) + x, middle.y}), face) << "at the old edge " << x;
+    }
+
+    // The error tab: its list hidden behind the notice of an empty item
+    // list, and the four counters of the last run beside the tabs.
+    TestDriver::SendCommand(main_, kCmdTabErrors);
+    TestDriver::PumpMessages(300);
+    const std::vector<std::wstring> texts = TestDriver::ChildTexts(main_);
+    for (const wchar_t* expected : {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:",
+                                    L"Aggiungere in elenco i file da deframmentare."}) {
+        EXPECT_NE(std::find(texts.begin(), texts.end(), expected), texts.end()) << Narrow(expected);
+    }
+    EXPECT_FALSE(IsWindowVisible(fragmented));
+    Picture(L"main_empty");
+
+    TestDriver::SendCommand(main_, kCmdColumnState);
+    TestDriver::SendCommand(main_, kCmdColumnSizeOnDisk);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewColumnWidth(items_, kStateColumn), 0);
+    EXPECT_EQ(TestDriver::ListViewColumnWidth(items_, 3), 0);
+    TestDriver::SendCommand(main_, kCmdColumnState);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewColumnWidth(items_, kStateColumn), Scaled(118)) << "shown again";
+    EXPECT_EQ(TestDriver::ListViewColumnWidth(items_, 3), 0);
+    TestDriver::SendCommand(main_, kCmdDefaultColumns);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewColumnWidth(items_, 3), Scaled(120));
+    EXPECT_EQ(Close(), 0u);
+}
+
+// Four files (two of the same size) and two folders: the cells, then header
+// clicks sort both ways with one arrow and the selection kept (the order
+// itself is the item list's); a dropped drive root is the root folder.
+TEST_F(WindowTest, CellsAndHeaderClicksSortBothWaysFoldersFirstKeepingTheSelection) {
+    Prepare("window-sort", ORDALIS_PROGRAM);
+    fs::create_directories(host_ / "data" / "zeta");
+    fs::create_directories(host_ / "data" / "alfa");
+    MakeFile("data/b.dat", 30000);
+    MakeFile("data/a.dat", 10000);
+    MakeFile("data/c.dat", 10000);
+    MakeFile("data/d.txt", 20000);
+    auto path = [this](const char* name) { return Win(std::string("data/") + name); };
+    std::wstring arguments = L"/LANG:IT";
+    for (const char* name : {"b.dat", "zeta", "a.dat", "d.txt", "alfa", "c.dat"}) arguments += L" \"" + path(name) + L"\"";
+    Start(arguments);
+    ASSERT_EQ(TestDriver::ListViewRowCount(items_), 6);
+    // Newest first: the last argument is the first row.
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, 0, 0), path("c.dat"));
+    const int folder = RowOf(items_, path("alfa")), file = RowOf(items_, path("b.dat"));
+    ASSERT_GE(folder, 0);
+    ASSERT_GE(file, 0);
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, folder, kSizeColumn), L"") << "folders show no size";
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, folder, 3), L"");
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, folder, 7), L"") << "nor a per cent on disk";
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, file, kSizeColumn), L"30 KB");
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, file, kStateColumn), L"") << "no state before a run";
+
+    auto selected = [this] {
+        std::vector<std::wstring> names;
+        for (int row : TestDriver::ListViewSelectedRows(items_)) names.push_back(TestDriver::ListViewCellText(items_, row, 0));
+        return names;
+    };
+    ASSERT_TRUE(TestDriver::SelectListViewRows(items_, {RowOf(items_, path("c.dat")), RowOf(items_, path("zeta"))}));
+    // Size ascending: folders (no size) first in path order, then files by
+    // size, the two files of equal size in path order.
+    ASSERT_TRUE(TestDriver::ClickListViewHeader(items_, kSizeColumn));
+    const std::vector<std::wstring> ascending = {path("alfa"),  path("zeta"),  path("a.dat"),
+                                                 path("c.dat"), path("d.txt"), path("b.dat")};
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(items_, 0), ascending);
+    EXPECT_EQ(TestDriver::ListViewSortArrow(items_, kSizeColumn), 1);
+    EXPECT_EQ(selected(), (std::vector<std::wstring>{path("zeta"), path("c.dat")}));
+    // The same header again: the exact reverse, folders last.
+    ASSERT_TRUE(TestDriver::ClickListViewHeader(items_, kSizeColumn));
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(items_, 0), std::vector<std::wstring>(ascending.rbegin(), ascending.rend()));
+    EXPECT_EQ(TestDriver::ListViewSortArrow(items_, kSizeColumn), -1);
+    EXPECT_EQ(selected(), (std::vector<std::wstring>{path("c.dat"), path("zeta")}));
+    // Another column sorts ascending again.
+    ASSERT_TRUE(TestDriver::ClickListViewHeader(items_, kStateColumn));
+    EXPECT_EQ(TestDriver::ListViewSortArrow(items_, kStateColumn), 1);
+    EXPECT_EQ(TestDriver::ListViewSortArrow(items_, kSizeColumn), 0) << "one arrow at a time";
+
+    ASSERT_TRUE(TestDriver::DropFiles(main_, {L"Z:\\"}));
+    TestDriver::PumpMessages(500);
+    const int root = RowOf(items_, L"Z:\\");
+    ASSERT_GE(root, 0);
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, root, kTypeColumn), L"Cartella principale");
+    EXPECT_EQ(StatusTexts(main_)[0][0], L"Oggetti totali in elenco: 7");
+    EXPECT_EQ(Close(), 0u);
+}
+
+// From an empty window: two files through the file dialog, a folder through
+// the folder dialog, a dropped file, one removed with Delete; an analysis;
+// two fragmented files marked with Space and defragmented alone.
+TEST_F(WindowTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFiles) {
+    PrepareSim("person");
+    for (const char* name : {"one", "gone", "tree/a", "tree/b", "drop"}) {
+        MakeFile(std::string("data/") + name + ".bin", 16384);
+    }
+    Describe(kVolume, {{"data/one.bin", "size=16384 runs=100:2,110:2"},
+                       {"data/gone.bin", "size=16384 runs=200:2,210:2"},
+                       {"data/tree/a.bin", "size=16384 runs=300:2,310:2"},
+                       {"data/tree/b.bin", "size=16384 runs=400:1,410:1,420:2"},
+                       {"data/drop.bin", "size=16384 runs=500:2,510:2"}});
+    StartSim(L"");
+    if (HasFatalFailure()) return;
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 0);
+    Picture(L"commands-1-empty");
+
+    // Two files at once from the file dialog: the folder first, then both names.
+    TestDriver::SendCommand(main_, kCmdAddFiles);
+    HWND open = WaitForDialog();
+    ASSERT_NE(open, nullptr) << "no file dialog";
+    HWND box = PathBox(open);
+    ASSERT_NE(box, nullptr);
+    TestDriver::SetControlText(box, Win("data"));
+    TestDriver::PressButton(open, IDOK);
+    TestDriver::PumpMessages(500);
+    TestDriver::SetControlText(box, L"\"one.bin\" \"gone.bin\"");
+    TestDriver::PumpMessages(200);
+    TestDriver::SaveScreenshot(L"commands-2-file-dialog-" + std::to_wstring(ScreenDpi()));
+    TestDriver::PressButton(open, IDOK);
+    WaitGone(open);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
+
+    TestDriver::SendCommand(main_, kCmdAddFolder);
+    HWND browse = WaitForDialog();
+    ASSERT_NE(browse, nullptr) << "no folder dialog";
+    HWND folderBox = PathBox(browse);
+    ASSERT_NE(folderBox, nullptr) << "the folder dialog has no box for a path";
+    TestDriver::SetControlText(folderBox, Win("data/tree"));
+    TestDriver::PumpMessages(200);
+    TestDriver::SaveScreenshot(L"commands-3-folder-dialog-" + std::to_wstring(ScreenDpi()));
+    TestDriver::PressButton(browse, IDOK);
+    WaitGone(browse);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 3);
+
+    ASSERT_TRUE(TestDriver::DropFiles(main_, {Win("data/drop.bin")}));
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 4);
+    Picture(L"commands-4-filled");
+
+    const int gone = RowOf(items_, Win("data/gone.bin"));
+    ASSERT_GE(gone, 0);
+    FocusRows(items_, {gone});
+    EXPECT_NE(DeleteAndConfirm().find(L"(1)"), std::wstring::npos);
+    std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree")}));
+
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 4; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
+              (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/one.bin"), Win("data/tree/a.bin"),
+                                         Win("data/tree/b.bin")}));
+    Picture(L"commands-5-analysed");
+
+    // Space acts on the list that has the focus: in the item list it flips
+    // the focused item's own box (twice here, back to ticked) and leaves the
+    // fragmented files' marks alone; had it marked rows 0 and 2 of the
+    // fragmented files as well, four files would be defragmented below.
+    TestDriver::SelectListViewRows(fragmented_, {0, 2});
+    FocusRows(items_, {0});
+    ASSERT_EQ(TestDriver::ListViewCheckState(items_, 0), 1);
+    for (int expected : {0, 1}) {
+        TestDriver::PressKey(items_, VK_SPACE);
+        TestDriver::PumpMessages(300);
+        EXPECT_EQ(TestDriver::ListViewCheckState(items_, 0), expected);
+    }
+    FocusRows(fragmented_, {1, 3});
+    TestDriver::PressKey(fragmented_, VK_SPACE);
+    Picture(L"commands-6-marked");
+    TestDriver::SendCommand(main_, kCmdDefragSelectedFiles);
+    HWND summary = WaitForDialog();
+    ASSERT_NE(summary, nullptr) << "no summary after the defragmentation";
+    const std::vector<std::wstring> texts = TestDriver::ChildTexts(summary);
+    ASSERT_GE(texts.size(), 10u);
+    // Processed, defragmented, errors.
+    EXPECT_EQ((std::vector<std::wstring>{texts[1], texts[7], texts[9]}), (std::vector<std::wstring>{L"2", L"2", L"0"}));
+    TestDriver::PressButton(summary, IDOK);
+    WaitGone(summary);
+    // The moved file's item shows the counts of the move's own analysis.
+    const int one = RowOf(items_, Win("data/one.bin"));
+    ASSERT_GE(one, 0);
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, one, kStateColumn), L"Deframmentato");
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 4), L"1");
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, one, 5), L"4");
+    Picture(L"commands-8-defragmented");
+
+    // Analysed again, two files are still fragmented. Delete in their list
+    // removes its own selected row and leaves the items; removing a folder
+    // takes its files out of that list.
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) != 2; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(500);
+    ASSERT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0),
+              (std::vector<std::wstring>{Win("data/drop.bin"), Win("data/tree/a.bin")}));
+    FocusRows(fragmented_, {0});
+    DeleteAndConfirm();
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(fragmented_, 0), (std::vector<std::wstring>{Win("data/tree/a.bin")}));
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 3);
+    FocusRows(items_, {RowOf(items_, Win("data/tree"))});
+    DeleteAndConfirm();
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
+    EXPECT_EQ(TestDriver::ListViewRowCount(fragmented_), 0);
+
+    EXPECT_EQ(Close(), 0u);
+    EXPECT_EQ(Verdict(), "check ok\n");
+    for (const char* untouched : {"data/drop.bin", "data/tree/a.bin", "data/gone.bin"}) {
+        EXPECT_EQ(FileLine(EndState(), Win(untouched)), FileLine(description_, Win(untouched))) << untouched;
+    }
+    for (const char* moved : {"data/one.bin", "data/tree/b.bin"}) {
+        const std::string line = FileLine(EndState(), Win(moved));
+        EXPECT_EQ(std::count(line.begin(), line.end(), ':'), 2) << "one run: " << line;
+    }
+}
+
+// A long analysis of a folder of many files and a long defragmentation: the
+// window keeps answering and locks what changes the list; Stop from the menu
+// ends each at once, the file being moved between two extents; the summary
+// and the status panes follow the stop as they follow a finished run.
+TEST_F(WindowTest, StopFromTheMenuEndsALongAnalysisAndALongDefragmentation) {
+    const std::wstring many = TestDriver::HostPathToWindows(ORDALIS_E2E_MANY_FILES);
+    PrepareSim("stop");
+    DescribeSlowMove();
+    StartSim(many + L" " + Win("data/big.bin"));
+    if (HasFatalFailure()) return;
+    const int folder = RowOf(items_, many);
+    ASSERT_GE(folder, 0);
+
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
+    ASSERT_EQ(WaitForCell(items_, folder, kStateColumn, kWorking), kWorking);
+    ExpectAnswering(folder);
+    ExpectLocked("analysis");
+    Picture(L"commands-analysis-running");
+    TestDriver::SendCommand(main_, kCmdStop);
+    EXPECT_EQ(WaitForCell(items_, folder, kStateColumn, L"Interrotto"), L"Interrotto");
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdStop), 0) << "no run to stop";
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdAddFiles), 1);
+
+    // Only the big file: the folder leaves the list, with the Delete key.
+    FocusRows(items_, {folder});
+    DeleteAndConfirm();
+    ASSERT_EQ(TestDriver::ListViewRowCount(items_), 1);
+    TestDriver::SendCommand(main_, kCmdDefragAll);
+    ASSERT_EQ(WaitForCell(items_, 0, kStateColumn, kWorking), kWorking);
+    ExpectAnswering(0);
+    ExpectLocked("defragmentation");
+    Picture(L"commands-defragmentation-running");
+    const DWORD stopped = GetTickCount();
+    TestDriver::SendCommand(main_, kCmdStop);
+    EXPECT_EQ(WaitForCell(items_, 0, kStateColumn, L"Interrotto", 5000), L"Interrotto");
+    EXPECT_LT(GetTickCount() - stopped, 3000u);
+    // The file whose move was stopped is processed and still fragmented.
+    HWND summary = WaitForTitle(L"Riepilogo");
+    ASSERT_NE(summary, nullptr) << "no summary after the stop";
+    EXPECT_EQ(TestDriver::ChildTexts(summary),
+              (std::vector<std::wstring>{L"File elaborati:", L"1", L"File frammentati:", L"1", L"File non frammentati:",
+                                         L"0", L"File deframmentati:", L"0", L"Errori:", L"0", L"OK"}));
+    EXPECT_EQ(StatusTexts(main_), (std::vector<std::vector<std::wstring>>{
+                                      {L"Oggetti totali in elenco: 1", L"Totale file elaborati: 1"}, {L"In attesa"}}));
+    TestDriver::PressButton(summary, IDOK);
+    EXPECT_EQ(Close(), 0u);
+    EXPECT_EQ(Verdict(), "check ok\n");
+    ExpectBigFileStoppedPartWay();
+}
+
+// A long import: the profile lists every file of the big folder.
+TEST_F(WindowTest, DuringAnImportTheListCannotBeChangedAndStopEndsIt) {
+    PrepareSim("import");
+    Describe(kVolume, {});
+    std::vector<std::wstring> profile{L"KV70RX"};
+    for (const fs::directory_entry& entry : fs::directory_iterator(ORDALIS_E2E_MANY_FILES)) {
+        profile.push_back(TestDriver::HostPathToWindows(entry.path().string()));
+    }
+    std::ofstream(host_ / "many.olp", std::ios::binary) << Utf16FileLines(profile);
+    StartSim(L"/PROF:" + Win("many.olp"));
+    if (HasFatalFailure()) return;
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(items_) < 100; ++i) TestDriver::PumpMessages(20);
+    ASSERT_GE(TestDriver::ListViewRowCount(items_), 100) << "the import did not start";
+    ExpectLocked("import", true);
+    TestDriver::SendCommand(main_, kCmdStop);
+    Picture(L"commands-import-running");
+    TestDriver::PumpMessages(1000);
+    const int rows = TestDriver::ListViewRowCount(items_);
+    EXPECT_LT(rows, 20001) << "the import went on to its end";
+    EXPECT_EQ(RowOf(items_, Win("data/late.bin")), -1) << "a drop was taken during the import";
+    EXPECT_EQ(TestDriver::MenuItemEnabled(main_, kCmdAddFiles), 1);
+    TestDriver::PumpMessages(500);
+    EXPECT_EQ(TestDriver::ListViewRowCount(items_), rows);
+    EXPECT_EQ(Close(), 0u);
+}
+
+// The close box in the middle of a long move asks first: "No" keeps the run
+// going; "Yes" stops the file being moved between two extents, the next file
+// is never touched and the process ends at once.
+TEST_F(WindowTest, ClosingDuringALongDefragmentationStopsBeforeTheNextFile) {
+    PrepareSim("close");
+    DescribeSlowMove();
+    StartSim(Win("data"));
+    if (HasFatalFailure()) return;
+    TestDriver::SendCommand(main_, kCmdDefragAll);
+    ASSERT_EQ(WaitForCell(items_, 0, kStateColumn, kWorking), kWorking);
+    TestDriver::PumpMessages(500);
+    constexpr int kYes = 6, kNo = 7;
+    TestDriver::RequestClose(main_);
+    HWND question = WaitForDialog();
+    ASSERT_NE(question, nullptr) << "closing during a run asks nothing";
+    EXPECT_NE(TestDriver::MessageBoxMessage(question).find(L"Arrestarla e chiudere Ordalis?"), std::wstring::npos);
+    TestDriver::PressButton(question, kNo);
+    WaitGone(question);
+    TestDriver::PumpMessages(500);
+    EXPECT_TRUE(program_->Running());
+    EXPECT_EQ(TestDriver::ListViewCellText(items_, 0, kStateColumn), kWorking);
+
+    TestDriver::RequestClose(main_);
+    question = WaitForDialog();
+    ASSERT_NE(question, nullptr);
+    TestDriver::PressButton(question, kYes);
+    WaitGone(question);
+    // From the box's end on: under Wine without a window manager, ending any
+    // dialog takes about two seconds inside the system's own call (in a Wine
+    // desktop window the box is gone and the program ended within 0.2 s of
+    // the click).
+    const DWORD closed = GetTickCount();
+    ASSERT_TRUE(program_->WaitForExit(10000)) << "still running after the close";
+    EXPECT_LT(GetTickCount() - closed, 3000u);
+    EXPECT_EQ(Verdict(), "check ok\n");
+    EXPECT_EQ(FileLine(EndState(), Win("data/later.bin")), FileLine(description_, Win("data/later.bin")));
+    ExpectBigFileStoppedPartWay();
+}
+
+// Keys typed as a person types them: through the system's input, so that
+// Shift and Ctrl are down while Tab is.
+void Type(std::initializer_list<WORD> held, WORD key) {
+    std::vector<INPUT> inputs;
+    auto add = [&inputs](WORD code, bool up) {
+        INPUT input{};
+        input.type = INPUT_KEYBOARD;
+        input.ki.wVk = code;
+        input.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+        inputs.push_back(input);
+    };
+    for (WORD code : held) add(code, false);
+    add(key, false);
+    add(key, true);
+    for (WORD code : held) add(code, true);
+    SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
+    TestDriver::PumpMessages(250);
+}
+
+// Tab and Shift+Tab walk every group of controls: the toolbar's buttons,
+// the item list, the bottom tabs and the list under them; Ctrl+Tab switches
+// the bottom tab from anywhere. A double click on a fragmented file's row
+// shows its fragments.
+TEST_F(WindowTest, TabReachesEveryGroupAndCtrlTabSwitchesTabs) {
+    PrepareSim("keys");
+    MakeFile("data/one.bin", 16384);
+    Describe(kVolume, {{"data/one.bin", "size=16384 runs=100:2,110:2"}});
+    StartSim(Win("data/one.bin"));
+    if (HasFatalFailure()) return;
+    SetForegroundWindow(main_);
+    // An empty result list gives way to its notice: analysed first, the
+    // fragmented file's list is there to be reached.
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
+    TestDriver::PumpMessages(300);
+    FocusRows(items_, {0});
+    ASSERT_EQ(FocusOf(main_), items_);
+
+    std::set<std::wstring> reached;
+    bool fragmentedReached = false;
+    HWND before = nullptr;
+    for (int i = 0; i < 16; ++i) {
+        before = FocusOf(main_);
+        Type({}, VK_TAB);
+        HWND focus = FocusOf(main_);
+        reached.insert(TestDriver::WindowClass(focus));
+        fragmentedReached = fragmentedReached || focus == fragmented_;
+        if (TestDriver::WindowClass(focus).find(L"ToolbarButton") != std::wstring::npos) Picture(L"commands-tab-toolbar");
+    }
+    for (const wchar_t* part : {L"ToolbarButton", L"BottomTabs", L"SysListView32"}) {
+        EXPECT_TRUE(std::any_of(reached.begin(), reached.end(),
+                                [part](const std::wstring& name) { return name.find(part) != std::wstring::npos; }))
+            << Narrow(part);
+    }
+    EXPECT_TRUE(fragmentedReached);
+    HWND last = FocusOf(main_);
+    Type({VK_SHIFT}, VK_TAB);
+    EXPECT_EQ(FocusOf(main_), before) << "Shift+Tab goes back one step";
+    Type({}, VK_TAB);
+    EXPECT_EQ(FocusOf(main_), last);
+
+    HWND tabs = nullptr;
+    for (HWND child : TestDriver::ChildWindows(main_)) {
+        if (TestDriver::WindowClass(child).find(L"BottomTabs") != std::wstring::npos) tabs = child;
+    }
+    ASSERT_NE(tabs, nullptr);
+    constexpr UINT kTabsGetSelected = WM_APP + 13;
+    const LRESULT selected = SendMessageW(tabs, kTabsGetSelected, 0, 0);
+    FocusRows(items_, {0});
+    Type({VK_CONTROL}, VK_TAB);
+    EXPECT_NE(SendMessageW(tabs, kTabsGetSelected, 0, 0), selected);
+    Type({VK_CONTROL}, VK_TAB);
+    EXPECT_EQ(SendMessageW(tabs, kTabsGetSelected, 0, 0), selected);
+    EXPECT_EQ(FocusOf(main_), items_) << "switching tabs leaves the focus where it was";
+
+    RECT header{};
+    GetWindowRect(reinterpret_cast<HWND>(SendMessageW(fragmented_, LVM_GETHEADER, 0, 0)), &header);
+    const LPARAM row = MAKELPARAM(30, header.bottom - header.top + 6);
+    for (UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK, WM_LBUTTONUP}) {
+        PostMessageW(fragmented_, message, message == WM_LBUTTONUP ? 0 : MK_LBUTTON, row);
+    }
+    HWND details = WaitForDialog();
+    ASSERT_NE(details, nullptr) << "no fragment details after a double click";
+    EXPECT_NE(TestDriver::WindowText(details).find(L"Frammenti"), std::wstring::npos)
+        << Narrow(TestDriver::WindowText(details));
+    EXPECT_EQ(TestDriver::ListViewRowCount(GetDlgItem(details, IDC_FRAG_TABLE)), 2);
+    Picture(L"commands-double-click-details", details);
+    PostMessageW(details, WM_COMMAND, IDCANCEL, 0);
+    WaitGone(details);
+    EXPECT_EQ(Close(), 0u);
+}
+
+// The context menus of the two lists, by a right click and by the menu key,
+// and the profiles button's drop-down of recent profiles.
+TEST_F(WindowTest, TheListsContextMenusOpenByMouseAndKey) {
+    PrepareSim("menus");
+    MakeFile("data/tree/a.bin", 16384);
+    MakeFile("data/tree/b.bin", 8192);
+    Describe(kVolume,
+             {{"data/tree/a.bin", "size=16384 runs=300:2,310:2"}, {"data/tree/b.bin", "size=8192 runs=400:2"}});
+    StartSim(Win("data/tree"));
+    if (HasFatalFailure()) return;
+    SetWindowPos(main_, nullptr, 0, 0, Scaled(760), Scaled(520), SWP_NOZORDER | SWP_NOACTIVATE);
+    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
+    for (int i = 0; i < 500 && TestDriver::ListViewRowCount(fragmented_) < 1; ++i) TestDriver::PumpMessages(20);
+    ASSERT_EQ(TestDriver::ListViewRowCount(fragmented_), 1);
+    TestDriver::PumpMessages(500);
+
+    // Opens, pictures and closes the menu that the action brought up.
+    auto expectMenu = [this](const std::wstring& picture) {
+        HWND menu = nullptr;
+        for (int i = 0; i < 100 && !menu; ++i) {
+            TestDriver::PumpMessages(20);
+            menu = TestDriver::FindTopWindow({L"#32768", nullptr, program_->ProcessId()});
+        }
+        ASSERT_NE(menu, nullptr) << Narrow(picture);
+        TestDriver::PumpMessages(300);
+        TestDriver::SaveScreenshot(picture + L"-" + std::to_wstring(ScreenDpi()));
+        TestDriver::PressKey(menu, VK_ESCAPE);
+        for (int i = 0; i < 100 && IsWindowVisible(menu); ++i) TestDriver::PumpMessages(20);
+    };
+    TestDriver::SelectListViewRows(items_, {0});
+    RECT row{};
+    GetWindowRect(items_, &row);
+    PostMessageW(items_, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(items_),
+                 MAKELPARAM(row.left + 60, row.top + Scaled(30)));
+    expectMenu(L"commands-menu-items");
+    TestDriver::ClickAt(fragmented_, POINT{Scaled(80), Scaled(28)});
+    TestDriver::PumpMessages(300);
+    TestDriver::PressKey(fragmented_, VK_APPS);
+    expectMenu(L"commands-menu-fragmented");
+    HWND profiles = GetDlgItem(main_, kCmdImportProfile);
+    ASSERT_NE(profiles, nullptr);
+    RECT button{};
+    GetClientRect(profiles, &button);
+    TestDriver::ClickAt(profiles, POINT{button.right - Scaled(6), button.bottom / 2});
+    expectMenu(L"commands-menu-recent");
+    EXPECT_EQ(Close(), 0u);
+}
+
+// The filter and recent-profiles dialogs open from their commands and
+// Cancel writes nothing. In the filter dialog masks are split at ";" and
+// trimmed, a backslash or a colon typed is refused, a mask too long for the
+// filter file is refused with the reason, the size box keeps 1 to
+// 999999999, and OK warns about duplicate masks before it saves.
+TEST_F(WindowTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
+    Prepare("window-filter", ORDALIS_PROGRAM);
+    Start(L"/LANG:IT");
+    const fs::path include = host_ / "program" / "Include.ini", exclude = host_ / "program" / "Exclude.ini";
+    auto setText = [](HWND dialog, int id, const std::wstring& text) {
+        SendMessageW(GetDlgItem(dialog, id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
+        TestDriver::PumpMessages(100);
+    };
+    TestDriver::SendCommand(main_, kCmdRecentProfilesDialog);
+    HWND recent = WaitForTitle(L"Elenco profili recenti");
+    ASSERT_NE(recent, nullptr);
+    TestDriver::SaveScreenshot(L"e2e_recent_profiles_dialog");
+    TestDriver::PressButton(recent, IDCANCEL);
+    WaitGone(recent);
+    TestDriver::SendCommand(main_, kCmdFilterDialog);
+    HWND filter = WaitForTitle(L"Filtro");
+    ASSERT_NE(filter, nullptr);
+    TestDriver::PressButton(filter, IDCANCEL);
+    WaitGone(filter);
+    EXPECT_FALSE(fs::exists(include));
+    EXPECT_FALSE(fs::exists(exclude));
+
+    TestDriver::SendCommand(main_, kCmdFilterDialog);
+    filter = WaitForTitle(L"Filtro");
+    ASSERT_NE(filter, nullptr);
+    HWND maskBox = GetDlgItem(filter, IDC_FILTER_MASK);
+    setText(filter, IDC_FILTER_MASK, L" *.dll ; *.exe;;");
+    PostMessageW(maskBox, WM_CHAR, L'\\', 1);
+    TestDriver::PumpMessages(200);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), L" *.dll ; *.exe;;");
+    PostMessageW(maskBox, WM_LBUTTONDOWN, 0, 0);  // a click takes the balloon away
+    PostMessageW(maskBox, WM_LBUTTONUP, 0, 0);
+    TestDriver::PressButton(filter, IDC_FILTER_ADD_INCLUDED);
+    TestDriver::PumpMessages(200);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), L"");
+
+    // The long mask stays in the box to be shortened; the one beside it is added.
+    const std::wstring refusedText = L"*.ok;*" + std::wstring(2044, L'a');
+    setText(filter, IDC_FILTER_MASK, refusedText);
+    TestDriver::PressButton(filter, IDC_FILTER_ADD_INCLUDED);
+    HWND refusal = TestDriver::WaitForWindow({kDialogClass, kMainTitle, program_->ProcessId(), main_}, kWaitMs);
+    ASSERT_NE(refusal, nullptr) << "the long mask was not refused";
+    EXPECT_EQ(TestDriver::MessageBoxMessage(refusal),
+              L"Una maschera può contenere al massimo 2.044 caratteri: le maschere più lunghe non sono state "
+              L"aggiunte.");
+    TestDriver::PressButton(refusal, IDOK);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), refusedText);
+    setText(filter, IDC_FILTER_MASK, L"");
+
+    PostMessageW(GetDlgItem(filter, IDC_FILTER_SIZE_CHECK), BM_CLICK, 0, 0);
+    TestDriver::PumpMessages(200);
+    for (auto [typed, kept] : {std::pair{L"0", L"1"}, {L"12345678901", L"999999999"}, {L"2048", L"2048"}}) {
+        setText(filter, IDC_FILTER_SIZE, typed);
+        EXPECT_EQ(TestDriver::WindowText(GetDlgItem(filter, IDC_FILTER_SIZE)), kept);
+    }
+
+    // An exclusion mask through the small input dialog, the same as an
+    // inclusion mask.
+    TestDriver::PressButton(filter, IDC_FILTER_ADD_MASKS);
+    HWND input = WaitForTitle(L"Aggiungi maschera");
+    ASSERT_NE(input, nullptr);
+    PostMessageW(GetDlgItem(input, IDC_MASK_INPUT), WM_CHAR, L':', 1);
+    TestDriver::PumpMessages(500);
+    TestDriver::SaveScreenshot(L"e2e_mask_refused");
+    EXPECT_EQ(TestDriver::WindowText(GetDlgItem(input, IDC_MASK_INPUT)), L"");
+    setText(input, IDC_MASK_INPUT, L"*.tmp;*.DLL");
+    TestDriver::PressButton(input, IDOK);
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveScreenshot(L"e2e_filter_dialog_edited");
+
+    // OK warns about the duplicate mask; "edit" keeps the dialog open.
+    TestDriver::PressButton(filter, IDOK);
+    HWND warning = WaitForTitle(L"Maschere duplicate");
+    ASSERT_NE(warning, nullptr);
+    TestDriver::SaveScreenshot(L"e2e_duplicate_masks");
+    TestDriver::PressButton(warning, IDC_CHOICE_THIRD);
+    TestDriver::PumpMessages(300);
+    EXPECT_TRUE(IsWindow(filter));
+    EXPECT_FALSE(fs::exists(include));
+    TestDriver::PressButton(filter, IDOK);
+    warning = WaitForTitle(L"Maschere duplicate");
+    ASSERT_NE(warning, nullptr);
+    TestDriver::PressButton(warning, IDC_CHOICE_SECOND);
+    WaitGone(filter);
+    EXPECT_FALSE(IsWindow(filter));
+    EXPECT_EQ(ReadWhole(include), Utf16FileLines({L"W*.dll", L"W*.exe", L"W*.ok"}));
+    EXPECT_EQ(ReadWhole(exclude), Utf16FileLines({L"W*.DLL", L"W*.tmp"}));
+    EXPECT_EQ(Close(), 0u);
+}
+
+}  // namespace
