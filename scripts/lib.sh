@@ -2,7 +2,7 @@
 # installed only when something is missing.
 ordalis_packages=(cmake ninja-build g++ googletest g++-mingw-w64-x86-64-posix
   mingw-w64-tools wine64 xvfb x11-utils xdotool imagemagick
-  ntfs-3g ntfs-3g-dev sleuthkit libtsk-dev clang libfuzzer-14-dev nsis strace dpkg-dev)
+  ntfs-3g ntfs-3g-dev sleuthkit libtsk-dev clang libfuzzer-14-dev nsis strace dpkg-dev jq)
 
 ordalis_install_missing() {
   local missing=()

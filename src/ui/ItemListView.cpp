@@ -1,5 +1,6 @@
 #include "ui/ItemListView.h"
 
+#include <algorithm>
 #include <string>
 
 #include "items/ItemCells.h"
@@ -184,6 +185,13 @@ void InitItemListView(HWND list) {
 
 void SetItemListRunning(bool running) { gView.running = running; }
 bool ItemListRunning() { return gView.running; }
+
+void RedrawShownItemRows(HWND list) {
+  const int count = static_cast<int>(ItemCount());
+  const int top = ListView_GetTopIndex(list);
+  const int last = std::min(count, top + ListView_GetCountPerPage(list) + 1) - 1;
+  if (last >= top) ListView_RedrawItems(list, top, last);
+}
 
 void RefreshItemRows(HWND list) {
   ListView_SetItemCountEx(list, static_cast<int>(ItemCount()), LVSICF_NOINVALIDATEALL | LVSICF_NOSCROLL);

@@ -22,6 +22,9 @@ void SortItemsOnColumnClick(HWND list, int column);
 void ToggleItemChecks(HWND list, const std::vector<int>& rows);
 // Sets the row count again without scrolling and repaints the rows.
 void RefreshItemRows(HWND list);
+// Repaints the rows in view (the list's empty space below them is left as
+// it is, which under some systems costs more to paint than the rows).
+void RedrawShownItemRows(HWND list);
 // Sorting and command refresh are suspended while a run goes on.
 void SetItemListRunning(bool running);
 bool ItemListRunning();

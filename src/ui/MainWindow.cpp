@@ -445,19 +445,42 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
 
 }  // namespace
 
+namespace {
+
+// While a run goes on the window is repainted at most this often. Every
+// file moved changes the status texts, the progress bar and the counters;
+// painting each change as it comes would cost more than moving the file.
+// Input and every other message are still handled as they come.
+constexpr DWORD kRunPaintIntervalMs = 100;
+DWORD gLastRunPaint = 0;
+
+// 0 when the window may paint now, else how long until it may.
+DWORD PaintWait() {
+  if (!gRunState.running) return 0;
+  const DWORD since = GetTickCount() - gLastRunPaint;
+  return since >= kRunPaintIntervalMs ? 0 : kRunPaintIntervalMs - since;
+}
+
+}  // namespace
+
 // Removes and dispatches the queued messages; false when a quit message came.
 bool PumpWindowMessages() {
+  const UINT filter =
+      PaintWait() == 0 ? PM_REMOVE : PM_REMOVE | PM_QS_INPUT | PM_QS_POSTMESSAGE | PM_QS_SENDMESSAGE;
+  bool painted = false;
   MSG message{};
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+  while (PeekMessageW(&message, nullptr, 0, 0, filter)) {
     if (message.message == WM_QUIT) {
       PostQuitMessage(static_cast<int>(message.wParam));
       return false;
     }
+    painted = painted || message.message == WM_PAINT;
     if (!TranslateMainWindowMessage(message)) {
       TranslateMessage(&message);
       DispatchMessageW(&message);
     }
   }
+  if (painted) gLastRunPaint = GetTickCount();
   return true;
 }
 
@@ -520,8 +543,11 @@ void SetMainAccelerators(HACCEL accelerators) { gMain.accelerators = accelerator
 bool WaitForWorkerWithMessages(WorkerThread& worker) {
   const HANDLE handles[] = {worker.EndHandle(), worker.NudgeHandle()};
   const DWORD count = handles[1] ? 2 : 1;
-  if (MsgWaitForMultipleObjectsEx(count, handles, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE) ==
-      WAIT_FAILED) {
+  // A paint not yet due wakes this thread only once it is.
+  const DWORD paintWait = PaintWait();
+  const DWORD wake = paintWait == 0 ? QS_ALLINPUT : QS_ALLINPUT & ~QS_PAINT;
+  if (MsgWaitForMultipleObjectsEx(count, handles, paintWait == 0 ? INFINITE : paintWait, wake,
+                                  MWMO_INPUTAVAILABLE) == WAIT_FAILED) {
     // Not expected with handles of our own; blocking without messages still
     // ends with the worker, where retrying at once would spin.
     worker.WaitEndedOrNudged();
@@ -544,7 +570,7 @@ void SetMainProgress(uint64_t position) {
 void HideMainProgress() { ShowWindow(gMain.progress, SW_HIDE); }
 
 void RedrawMainItemRows() {
-  if (gMain.list) RefreshItemRows(gMain.list);
+  if (gMain.list) RedrawShownItemRows(gMain.list);
 }
 
 HWND CreateMainWindow(HINSTANCE instance, MainWindowHost& host) {

@@ -204,15 +204,17 @@ class WindowRunUi final : public RunUi {
     if (HWND list = ItemListView()) InvalidateRect(list, nullptr, FALSE);
   }
   // The fragmented files, the errors and the counters show in the bottom
-  // panel; staged results bring both lists.
+  // panel; staged results bring both lists. A run only adds to the lists, so
+  // a list whose rows are the ones it shows is left as it is: the counters
+  // change with every file moved, the lists seldom.
   void RefreshCounters() override {
     ::RefreshCounters();
-    RefreshResultList();
-    RefreshErrorList();
+    RefreshResultsIfChanged();
+    RefreshErrorsIfChanged();
   }
   void RefreshErrors() override {
     ::RefreshCounters();
-    RefreshErrorList();
+    RefreshErrorsIfChanged();
   }
   // The shell's icon of a listed file is looked up once, as it is listed,
   // rather than while the list paints.
@@ -222,9 +224,12 @@ class WindowRunUi final : public RunUi {
     SetRunInProgress(running);
     if (defragmenting) SetDefragmentationLayout(running);
   }
+  // The run's end may have sorted the lists: both are shown afresh.
   void EnableResultTabs() override {
     RefreshResultList();
     RefreshErrorList();
+    resultsShown_ = ListShown{gRun.fragmented.size(), gRun.counters.filesSeen > 0};
+    errorsShown_ = ListShown{gRun.errors.size(), gRun.counters.filesSeen > 0};
   }
   void EnableRunMenus(bool) override { RefreshCommandStates(); }
   void EnableSaveReport(bool enabled) override { SetMainReportReady(enabled); }
@@ -276,6 +281,29 @@ class WindowRunUi final : public RunUi {
   void FileOutcome(const ::FileOutcome&) override {}
   void ConsoleSummary(bool, const std::vector<std::wstring>& section) override { WriteConsole(section); }
   void PowerOff() override { ::PowerOff(); }
+
+ private:
+  // What a list was last shown with: its rows, and whether files were seen
+  // (an empty list's notice says so).
+  struct ListShown {
+    size_t rows = ~size_t{0};
+    bool filesSeen = false;
+    bool operator==(const ListShown&) const = default;
+  };
+  void RefreshResultsIfChanged() {
+    const ListShown now{gRun.fragmented.size(), gRun.counters.filesSeen > 0};
+    if (now == resultsShown_) return;
+    resultsShown_ = now;
+    RefreshResultList();
+  }
+  void RefreshErrorsIfChanged() {
+    const ListShown now{gRun.errors.size(), gRun.counters.filesSeen > 0};
+    if (now == errorsShown_) return;
+    errorsShown_ = now;
+    RefreshErrorList();
+  }
+  ListShown resultsShown_;
+  ListShown errorsShown_;
 };
 
 // The options of the window's runs, taken afresh from the command line and

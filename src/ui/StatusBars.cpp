@@ -18,26 +18,42 @@ struct StatusBarsState {
   HWND upper = nullptr;
   HWND lower = nullptr;
   UniqueIcon workingIcon;
+  // The texts the parts show: the upper bar's two, the lower bar's one.
+  std::wstring upperShown[2];
+  std::wstring lowerShown;
 };
 StatusBarsState gStatus;
 
 // With the locale's digit grouping, as the list's cells.
 
-void SetLower(const std::wstring& text) {
-  SendMessageW(gStatus.lower, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(text.c_str()));
-}
+void SetLower(const std::wstring& text) { SetTextPaintedLater(gStatus.lower, SB_SETTEXTW, 0, text, gStatus.lowerShown); }
 
 }  // namespace
+
+void SetTextPaintedLater(HWND control, UINT message, WPARAM wParam, const std::wstring& text,
+                         std::wstring& shown) {
+  if (!control || text == shown) return;
+  shown = text;
+  // Drawing back on would show a hidden control.
+  const bool visible = (GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE) != 0;
+  if (visible) SendMessageW(control, WM_SETREDRAW, FALSE, 0);
+  SendMessageW(control, message, wParam, reinterpret_cast<LPARAM>(text.c_str()));
+  if (!visible) return;
+  SendMessageW(control, WM_SETREDRAW, TRUE, 0);
+  InvalidateRect(control, nullptr, TRUE);
+}
 
 void InitStatusBars(HWND upper, HWND lower) {
   gStatus.upper = upper;
   gStatus.lower = lower;
+  for (std::wstring& shown : gStatus.upperShown) shown.clear();
+  gStatus.lowerShown.clear();
   gStatus.workingIcon.Reset(LoadStateIcon(1, WindowDpi(upper)));
 }
 
 void SetUpperStatusPart(int part, const std::wstring& text) {
-  if (!gStatus.upper) return;
-  SendMessageW(gStatus.upper, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(text.c_str()));
+  if (!gStatus.upper || part < 0 || part > 1) return;
+  SetTextPaintedLater(gStatus.upper, SB_SETTEXTW, static_cast<WPARAM>(part), text, gStatus.upperShown[part]);
 }
 
 void SetLowerStatusIcon(bool working) {

@@ -8,6 +8,7 @@
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
+#include "ui/StatusBars.h"
 #include "ui/controls/Dpi.h"
 #include "ui/controls/Controls.h"
 #include "options/StringIds.h"
@@ -42,6 +43,8 @@ struct SummaryState {
   HWND box = nullptr;
   HWND labels[kCounterCount] = {};
   HWND values[kCounterCount] = {};
+  std::wstring labelsShown[kCounterCount];
+  std::wstring valuesShown[kCounterCount];
 };
 SummaryState gSummary;
 
@@ -72,6 +75,7 @@ int LabelWidth() {
 }  // namespace
 
 HWND CreateSummaryPanel(HWND window) {
+  gSummary = SummaryState{};
   gSummary.box = CreateBottomTabBody(window, IDC_COUNTERS_PANEL);
   SendMessageW(gSummary.box, WM_SETFONT, SendMessageW(window, WM_GETFONT, 0, 0), FALSE);
   for (int i = 0; i < kCounterCount; ++i) {
@@ -112,8 +116,9 @@ void UpdateSummaryPanel() {
   const uint64_t values[kCounterCount] = {gRun.counters.fragmented, gRun.counters.notFragmented,
                                           gRun.counters.filesMoved, gRun.errors.size()};
   for (int i = 0; i < kCounterCount; ++i) {
-    SetWindowTextW(gSummary.labels[i], Text(kCounterLabels[i].textId, kCounterLabels[i].italian));
-    SetWindowTextW(gSummary.values[i], GroupedCount(LocaleNumbers(), values[i]).c_str());
+    SetTextPaintedLater(gSummary.labels[i], WM_SETTEXT, 0, Text(kCounterLabels[i].textId, kCounterLabels[i].italian),
+                        gSummary.labelsShown[i]);
+    SetTextPaintedLater(gSummary.values[i], WM_SETTEXT, 0, GroupedCount(LocaleNumbers(), values[i]), gSummary.valuesShown[i]);
   }
 }
 

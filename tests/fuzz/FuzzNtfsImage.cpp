@@ -27,10 +27,10 @@
 
 #include "FuzzSupport.h"
 #include "engine/Analysis.h"
-#include "engine/EngineUi.h"
 #include "engine/Relocation.h"
 #include "engine/ntfs/NtfsLibrary.h"
 #include "engine/ntfs/NtfsVolume.h"
+#include "runs/ConsoleRunUi.h"
 
 extern "C" {
 #include <ntfs-3g/logging.h>
@@ -212,24 +212,6 @@ void CollectFiles(NtfsFileQueries& queries, const std::wstring& folder, int dept
   }
 }
 
-// Nobody watches a fuzzed run: no texts, no progress, and a wait blocks on
-// the worker alone.
-class QuietEngineUi : public EngineUi {
- public:
-  bool PumpMessages() override { return true; }
-  bool WaitForWorker(WorkerThread& worker) override { return pump_.WaitForWorker(worker); }
-  std::wstring Text(uint32_t, const wchar_t* literal) override { return literal; }
-  void SetStatusText(int, const std::wstring&) override {}
-  void SetWorkingIcon(bool) override {}
-  void ShowProgress(uint64_t) override {}
-  void SetProgress(uint64_t) override {}
-  void HideProgress() override {}
-  void RedrawList() override {}
-
- private:
-  NoWindowPump pump_;
-};
-
 void Exercise() {
   NtfsVolume volume;
   std::string message;
@@ -240,7 +222,9 @@ void Exercise() {
   NtfsFileQueries queries(volume);
   SetVolumeAccess(&volume);
   SetFileQueries(&queries);
-  QuietEngineUi ui;
+  // Nobody watches a fuzzed run: the console's user, which shows nothing
+  // while files move.
+  ConsoleRunUi ui;
   std::vector<std::wstring> files;
   CollectFiles(queries, L"N:", 0, files);
   bool moved = false;

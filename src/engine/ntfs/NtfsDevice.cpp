@@ -27,13 +27,20 @@ struct Holding {
 };
 Holding gHolding;
 uint64_t gFailAt = 0;
+bool gFailSilently = false;
 
 bool Holds(ntfs_device* device) { return gHolding.holding && device == gHolding.device; }
 
 s64 PlainWrite(ntfs_device* device, const void* buffer, s64 count, s64 offset) {
   if (gFailAt != 0 && --gFailAt == 0) {
-    errno = EIO;
-    return -1;
+    if (!gFailSilently || count <= 0) {
+      errno = EIO;
+      return -1;
+    }
+    // Reported as done, one byte wrong on the disk.
+    std::vector<uint8_t> wrong(static_cast<const uint8_t*>(buffer), static_cast<const uint8_t*>(buffer) + count);
+    wrong[0] ^= 0x5A;
+    return pwrite(FileOf(device).fd, wrong.data(), size_t(count), offset);
   }
   return pwrite(FileOf(device).fd, buffer, size_t(count), offset);
 }
@@ -201,6 +208,9 @@ bool WriteThrough(ntfs_device* device, const Sectors& sectors) {
 
 bool SyncThrough(ntfs_device* device) { return PlainSync(device) == 0; }
 
-void FailWrite(uint64_t n) { gFailAt = n; }
+void FailWrite(uint64_t n, bool silently) {
+  gFailAt = n;
+  gFailSilently = silently;
+}
 
 }  // namespace ntfsdevice

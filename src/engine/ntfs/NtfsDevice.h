@@ -48,7 +48,8 @@ bool WriteThrough(ntfs_device* device, const void* buffer, int64_t count, int64_
 bool WriteThrough(ntfs_device* device, const Sectors& sectors);
 bool SyncThrough(ntfs_device* device);
 
-// Test hook: the n-th write to the volume from now fails (0: none).
-void FailWrite(uint64_t n);
+// Test hook: the n-th write to the volume from now fails (0: none), or,
+// `silently`, reaches the disk with a byte changed and reports success.
+void FailWrite(uint64_t n, bool silently = false);
 
 }  // namespace ntfsdevice

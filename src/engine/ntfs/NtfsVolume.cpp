@@ -33,7 +33,6 @@ namespace {
 // everything in the folder of its extensions.
 constexpr uint64_t kFirstUserRecord = 24;
 constexpr uint64_t kUnit = 16;  // clusters per compression unit
-constexpr uint64_t kCopyChunk = 1u << 20;
 
 thread_local uint32_t tLastOpenError = 0;
 
@@ -308,6 +307,13 @@ struct NtfsVolume::PendingMove {
   std::vector<uint8_t> copy;
   int64_t copyLcn = 0;
   int64_t copyBytes = 0;
+  // Every write of copies, with a digest of what it wrote, for the reading
+  // back.
+  struct Written {
+    int64_t offset, bytes;
+    uint64_t digest;
+  };
+  std::vector<Written> written;
   ~PendingMove() {
     if (stream != nullptr) ntfs_attr_close(stream);
     if (inode != nullptr) ntfs_inode_close(inode);
@@ -718,6 +724,36 @@ namespace {
 
 constexpr int64_t kCopyBuffer = 8 << 20;
 
+// A 64-bit digest of a copy as written and as read back, four lanes of
+// multiply-rotate rounds over 8-byte words, so that it keeps pace with the
+// disk: any change of a word, or words in another order, changes it but for
+// a chance of 2^-64.
+uint64_t Digest(const uint8_t* data, size_t bytes) {
+  constexpr uint64_t k1 = 0x9E3779B185EBCA87ull, k2 = 0xC2B2AE3D27D4EB4Full, k3 = 0x165667B19E3779F9ull;
+  auto round = [](uint64_t lane, uint64_t word) {
+    lane += word * k2;
+    lane = (lane << 31) | (lane >> 33);
+    return lane * k1;
+  };
+  uint64_t lanes[4] = {k1 + k2, k2, 0, 0 - k1};
+  size_t at = 0;
+  for (; at + 32 <= bytes; at += 32) {
+    for (int i = 0; i < 4; ++i) {
+      uint64_t word;
+      std::memcpy(&word, data + at + 8 * i, 8);
+      lanes[i] = round(lanes[i], word);
+    }
+  }
+  uint64_t h = bytes;
+  for (uint64_t lane : lanes) h = (h ^ round(0, lane)) * k1 + k3;
+  for (; at < bytes; ++at) h = ((h ^ data[at]) * k1) ^ (h >> 29);
+  h ^= h >> 33;
+  h *= k2;
+  h ^= h >> 29;
+  h *= k3;
+  return h ^ (h >> 32);
+}
+
 // The pieces of [first, last) that own clusters, in VCN order, found by a
 // binary search of the run list.
 std::vector<MovedPiece> PiecesOf(const runlist_element* runs, size_t runCount, int64_t first, int64_t last) {
@@ -884,10 +920,35 @@ NtStatus NtfsVolume::Move(const OpenHandle& file, int64_t vcn, int64_t target, u
 bool NtfsVolume::FlushCopies() {
   PendingMove& p = *pending_;
   if (p.copyBytes == 0) return true;
-  const bool ok = ntfs_pwrite(volume_->dev, p.copyLcn << volume_->cluster_size_bits, p.copyBytes, p.copy.data()) ==
-                  p.copyBytes;
+  const int64_t offset = p.copyLcn << volume_->cluster_size_bits;
+  const bool ok = ntfs_pwrite(volume_->dev, offset, p.copyBytes, p.copy.data()) == p.copyBytes;
+  if (ok) p.written.push_back({offset, p.copyBytes, Digest(p.copy.data(), size_t(p.copyBytes))});
   p.copyBytes = 0;
   return ok;
+}
+
+// The copy read back from the disk, not from the cache, write by write, and
+// compared with what each write held. The originals are not read a second
+// time: what was written is what was read from them, and nothing else
+// writes the volume meanwhile.
+bool NtfsVolume::CopiesMatch() {
+  PendingMove& p = *pending_;
+  ntfs_device* device = volume_->dev;
+  const int bits = volume_->cluster_size_bits;
+  const int fd = ntfsdevice::Descriptor(device);
+  for (const auto& [lcn, count] : p.targets) {
+    if (fd >= 0) posix_fadvise(fd, lcn << bits, count << bits, POSIX_FADV_DONTNEED);
+  }
+  int64_t bytes = 0;
+  for (const PendingMove::Written& w : p.written) {
+    if (ntfs_pread(device, w.offset, w.bytes, p.copy.data()) != w.bytes ||
+        Digest(p.copy.data(), size_t(w.bytes)) != w.digest) {
+      return false;
+    }
+    bytes += w.bytes;
+  }
+  // Every gathered cluster was written.
+  return bytes == p.gathered << bits;
 }
 
 void NtfsVolume::AbandonPending() {
@@ -917,30 +978,28 @@ NtStatus NtfsVolume::SwitchPending() {
     return kStatusDiskCorrupt;
   }
   const int bits = volume_->cluster_size_bits;
-  const int fd = ntfsdevice::Descriptor(device);
-  for (const auto& [lcn, count] : p.targets) {
-    if (fd >= 0) posix_fadvise(fd, lcn << bits, count << bits, POSIX_FADV_DONTNEED);
-  }
-  std::vector<uint8_t> copied(kCopyChunk), original(kCopyChunk);
-  for (const auto& [vcn, piece] : p.pieces) {
-    for (int64_t done = 0; done < piece.count << bits;) {
-      const int64_t n = (std::min<int64_t>)(int64_t(kCopyChunk), (piece.count << bits) - done);
-      if (ntfs_pread(device, (piece.target << bits) + done, n, copied.data()) != n ||
-          ntfs_pread(device, (piece.lcn << bits) + done, n, original.data()) != n ||
-          std::memcmp(copied.data(), original.data(), size_t(n)) != 0) {
-        AbandonPending();
-        return kStatusDiskCorrupt;
-      }
-      done += n;
-    }
+  if (!CopiesMatch()) {
+    AbandonPending();
+    return kStatusDiskCorrupt;
   }
 
   std::string why;
-  if (!journal_.Attached() && !journal_.Attach(volume_, why)) {
-    // Possibly made in part: left for the disk check.
-    needsCheck_ = true;
-    AbandonPending();
-    return kStatusDiskCorrupt;
+  if (!journal_.Attached()) {
+    if (!journal_.Attach(volume_, why)) {
+      // Possibly made in part: left for the disk check.
+      needsCheck_ = true;
+      AbandonPending();
+      return kStatusDiskCorrupt;
+    }
+    // The library put the journal where it liked, and the targets are not
+    // claimed yet: if it took one, the copy there is gone. Refused as a
+    // target in use, so that the engine looks for room again.
+    for (const auto& [lcn, count] : p.targets) {
+      if (journal_.Overlaps(lcn << bits, count << bits)) {
+        AbandonPending();
+        return kStatusAlreadyCommitted;
+      }
+    }
   }
   runsMft_ = UINT64_MAX;
   std::vector<runlist_element> runs = SwitchedRuns(p.stream->rl, p.pieces);

@@ -119,6 +119,7 @@ class NtfsVolume : public VolumeAccess {
   // The gathered copies given up: their clusters are free again.
   void AbandonPending();
   bool FlushCopies();
+  bool CopiesMatch();
   // The library's view of the volume read afresh from the disk (after a
   // switch that never reached it).
   bool Remount();

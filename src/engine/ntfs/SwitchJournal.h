@@ -28,6 +28,8 @@ class SwitchJournal {
   bool Remove(_ntfs_volume* volume);
   uint64_t Record() const { return record_; }
   bool Attached() const { return !extents_.empty(); }
+  // Whether the journal's clusters meet the byte range [offset, offset + bytes).
+  bool Overlaps(int64_t offset, int64_t bytes) const;
 
   // From here on, the library's writes are held.
   void Hold();
@@ -44,8 +46,9 @@ class SwitchJournal {
   // written again before it is opened anew.
   int Commit();
 
-  // Test hook: the n-th write to the device from now fails (0: none).
-  static void FailWrite(uint64_t n);
+  // Test hook: the n-th write to the device from now fails (0: none), or,
+  // `silently`, reaches the disk with a byte changed and reports success.
+  static void FailWrite(uint64_t n, bool silently = false);
 
  private:
   struct Extent {

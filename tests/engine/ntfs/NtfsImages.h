@@ -57,6 +57,13 @@ std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image);
 // cluster between each two (an attribute list from about 200 pieces on).
 bool AddFragmentedFile(const std::string& image, const std::string& name, int fragments, std::string& error);
 
+// Adds `files` files under /bulk of mixed sizes (most 1 to 16 MiB, one in
+// ten 16 to 200 MiB), each then scattered in pieces of 16 to 512 KiB that
+// alternate with the other files' pieces, as files grown together lie.
+// Their volume paths in `made`.
+bool AddInterleavedFiles(const std::string& image, uint32_t seed, int files, std::vector<std::string>& made,
+                         std::string& error);
+
 // Marks the volume for a disk check, as its own system does after a crash.
 // MarkedDirty: whether it carries the mark.
 bool MarkedDirty(const std::string& image);

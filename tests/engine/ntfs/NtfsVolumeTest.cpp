@@ -163,6 +163,50 @@ TEST_F(NtfsVolumeTest, BitmapKeepsTheRecordRules) {
   Va().Close(volume);
 }
 
+// The journal is made by the run's first move, in free clusters the library
+// chooses: never in a target the engine has just chosen for a copy.
+TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
+  Make(6, 1);
+  const auto before = Hashes();
+  // Where the journal lands, learnt on a copy of the image.
+  const std::string original = image_;
+  image_ = original + ".copy";
+  std::string output;
+  ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(original) + " " + Quoted(image_), output), 0) << output;
+  OpenVolume(true);
+  std::vector<PhysicalRun> journal;
+  for (size_t i = 0; i < filled_.files.size() && journal.empty(); ++i) {
+    DefragmentFile(ui_, EnginePath(filled_.files[i]), nullptr);
+    TskView(image_).Runs(std::string("/") + kJournalName, journal);
+  }
+  ASSERT_FALSE(journal.empty());
+  CloseVolume();
+  std::remove(image_.c_str());
+  image_ = original;
+
+  OpenVolume(true);
+  const FsHandle volume = Va().OpenVolume("\\\\.\\N:");
+  std::string moved;
+  for (const std::string& path : filled_.files) {
+    const FsHandle file = Va().OpenFileForMoving(EnginePath(path));
+    int64_t clusters = 0;
+    for (const PhysicalRun& run : ControlRuns(file)) clusters += run.count;
+    if (ControlRuns(file).size() > 1 && !Va().MovesInUnits(file)) {
+      MoveFileRecord record{uint64_t(file), 0, journal[0].lcn, uint32_t(clusters), 0};
+      IoStatusBlock block{};
+      const NtStatus status = Va().MoveClusters(volume, block, &record, sizeof record);
+      EXPECT_TRUE(status == kStatusSuccess || status == kStatusAlreadyCommitted) << std::hex << status;
+      moved = path;
+    }
+    Va().Close(file);
+    if (!moved.empty()) break;
+  }
+  ASSERT_FALSE(moved.empty());
+  Va().Close(volume);
+  CloseVolume();
+  ExpectSound(before);
+}
+
 TEST_F(NtfsVolumeTest, MovesTheVolumeCannotTakeAreRefused) {
   Make(8, 1);
   OpenVolume(true);
@@ -696,6 +740,18 @@ TEST_F(NtfsStopTest, AWriteThatFailsLosesNothing) {
     ExpectIntact("write " + std::to_string(n) + " failed");
   }
   EXPECT_GE(refused, 5);
+  // A copy that reaches the disk wrong (the move's first writes are its
+  // copies) is caught when it is read back: the move is refused.
+  for (uint64_t n : {1u, 4u}) {
+    Restore();
+    OpenVolume(true);
+    SwitchJournal::FailWrite(n, true);
+    DefragmentFile(ui_, EnginePath("/fragmented.bin"), nullptr);
+    EXPECT_FALSE(gEngine.moveResultCode.empty()) << n;
+    SwitchJournal::FailWrite(0);
+    CloseVolume();
+    ExpectIntact("write " + std::to_string(n) + " wrong on the disk");
+  }
 }
 
 
