@@ -25,12 +25,12 @@ void Run(size_t count) {
   fake.AddDrive(L'C', 4096);
   for (size_t i = 0; i < count; ++i) fake.AddFile(PathOf(i), 1000 + i);
   SetFileQueries(&fake);
-  gItemSettings.hooks = PortableItemHooks();
+  PortableItemPlatform items;
   ClearItemList();
 
   auto start = Clock::now();
   for (size_t i = 0; i < count; ++i) {
-    if (AddItem(false, PathOf(i)) != kAddOk) {
+    if (AddItem(items, false, PathOf(i)) != kAddOk) {
       std::fprintf(stderr, "AddItem failed at %zu\n", i);
       return;
     }

@@ -53,7 +53,7 @@ void Run(uint64_t count) {
   }
   SetFileQueries(&fake);
   SetVolumeAccess(&volume);
-  gItemSettings.hooks = PortableItemHooks();
+  PortableItemPlatform items;
   RecordingRunUi ui;
   RunOptions options;
   ui.pump = [] {
@@ -61,7 +61,7 @@ void Run(uint64_t count) {
     return true;
   };
   ClearItemList();
-  AddItem(true, L"Z:\\tree");
+  AddItem(items, true, L"Z:\\tree");
 
   auto start = Clock::now();
   StartRun(RunMode::AnalyseAll, options, ui);

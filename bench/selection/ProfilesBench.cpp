@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "FakeFileQueries.h"
+#include "QuietImportUi.h"
 #include "items/ItemList.h"
 #include "selection/Profile.h"
 #include "util/UnicodeTextFile.h"
@@ -29,7 +30,7 @@ void Run(size_t count) {
     lines.push_back(PathOf(i));
   }
   SetFileQueries(&fake);
-  gItemSettings.hooks = PortableItemHooks();
+  PortableItemPlatform items;
   ClearItemList();
   std::wstring file = (std::filesystem::temp_directory_path() / "ordalis-bench.olp").wstring();
   UnicodeTextWriter writer;
@@ -39,7 +40,8 @@ void Run(size_t count) {
 
   std::vector<MissingItem> missing;
   auto start = Clock::now();
-  ImportResult result = ReadProfile(file, {}, missing);
+  QuietImportUi quiet;
+  ImportResult result = ReadProfile(file, items, quiet, missing);
   double importTime = Seconds(start);
   start = Clock::now();
   WriteProfile(file);

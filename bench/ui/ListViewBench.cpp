@@ -63,9 +63,9 @@ int main(int argc, char** argv) {
   fake.AddDrive(L'C', 4096);
   for (size_t i = 0; i < count; ++i) fake.AddFile(PathOf(i), 1000 + (i * 7919) % 100000);
   SetFileQueries(&fake);
-  gItemSettings.hooks = PortableItemHooks();
+  PortableItemPlatform items;
   auto start = Clock::now();
-  for (size_t i = 0; i < count; ++i) AddItem(false, PathOf(i));
+  for (size_t i = 0; i < count; ++i) AddItem(items, false, PathOf(i));
   std::printf("%zu items added in %.0f ms\n", static_cast<size_t>(ItemCount()), Milliseconds(start));
 
   WNDCLASSW host{};

@@ -5,21 +5,19 @@
 #include "options/StringIds.h"
 #include "util/Text.h"
 
-ItemCellSettings gItemCellSettings;
-
-std::wstring GroupedCount(uint64_t count) {
-  return gItemCellSettings.numbers.groupDigits(static_cast<int64_t>(count));
+std::wstring GroupedCount(const NumberFormat& numbers, uint64_t count) {
+  return numbers.GroupDigits(static_cast<int64_t>(count));
 }
 
 namespace {
 
 bool IsFolder(const ItemRecord& record) { return (record.flags & ItemFlags::kFolder) != 0; }
 
-std::wstring CountText(int64_t count) {
+std::wstring CountText(int64_t count, const NumberFormat& numbers) {
   if (count == 0) return std::wstring();
   if (count == kCountNoClusters) return L"0";
   if (count == -1 || count == -2) return L"-";
-  return gItemCellSettings.numbers.groupDigits(count);
+  return numbers.GroupDigits(count);
 }
 
 // Negative markers sort as 0.
@@ -27,34 +25,25 @@ int64_t CountKey(int64_t count) { return count < 0 ? 0 : count; }
 
 }  // namespace
 
-NumberFormatHooks PortableNumberFormatHooks() {
-  NumberFormatHooks hooks;
-  hooks.kbSize = [](uint64_t bytes) { return FormatKBSizeFixed(bytes); };
-  hooks.groupDigits = [](int64_t value) { return GroupDigits(value); };
-  hooks.percent = [](uint32_t hundredths) { return FormatHundredths(hundredths) + L" %"; };
-  return hooks;
-}
+std::wstring PortableNumberFormat::KBSize(uint64_t bytes) const { return FormatKBSizeFixed(bytes); }
+std::wstring PortableNumberFormat::GroupDigits(int64_t value) const { return ::GroupDigits(value); }
+std::wstring PortableNumberFormat::Percent(uint32_t hundredths) const { return FormatHundredths(hundredths) + L" %"; }
 
-#ifndef _WIN32
-NumberFormatHooks PlatformNumberFormatHooks() { return PortableNumberFormatHooks(); }
-#endif
-
-std::wstring ItemCellText(const ItemRecord& record, ItemColumn column) {
-  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+std::wstring ItemCellText(const ItemRecord& record, ItemColumn column, const NumberFormat& numbers) {
   switch (column) {
     case ItemColumn::Name: return std::wstring(DisplayPath(record.path));
     case ItemColumn::State: return ItemStateText(record.state, record.flags);
     case ItemColumn::Size:
-      return IsFolder(record) ? std::wstring() : numbers.kbSize(record.size);
+      return IsFolder(record) ? std::wstring() : numbers.KBSize(record.size);
     case ItemColumn::SizeOnDisk:
-      return IsFolder(record) ? std::wstring() : numbers.kbSize(record.sizeOnDisk);
-    case ItemColumn::Fragments: return CountText(record.fragments);
-    case ItemColumn::Clusters: return CountText(record.clusters);
+      return IsFolder(record) ? std::wstring() : numbers.KBSize(record.sizeOnDisk);
+    case ItemColumn::Fragments: return CountText(record.fragments, numbers);
+    case ItemColumn::Clusters: return CountText(record.clusters, numbers);
     case ItemColumn::Type:
       if ((record.flags & ItemFlags::kDriveRoot) != 0) return Text(kStrRootFolder, L"Cartella principale");
       return record.typeName;
     case ItemColumn::PercentOnDisk:
-      return IsFolder(record) ? std::wstring() : numbers.percent(record.percentOnDisk);
+      return IsFolder(record) ? std::wstring() : numbers.Percent(record.percentOnDisk);
     case ItemColumn::Modified: return record.modifiedText;
     case ItemColumn::Attributes: return record.attributes;
   }

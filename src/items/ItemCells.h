@@ -3,7 +3,6 @@
 // The list view asks for a cell when it paints; everything comes from the
 // record, nothing from the file system.
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "items/ItemList.h"
@@ -22,32 +21,32 @@ enum class ItemColumn : int {
 };
 constexpr int kItemColumnCount = 10;
 
-// Number texts in the user's locale.
-struct NumberFormatHooks {
-  // Bytes as kilobytes with the locale's grouping and " KB".
-  std::function<std::wstring(uint64_t bytes)> kbSize;
-  // A whole number with the locale's digit grouping.
-  std::function<std::wstring(int64_t value)> groupDigits;
+// How numbers are written in the cells, the status bars and the details.
+class NumberFormat {
+ public:
+  virtual ~NumberFormat() = default;
+  // Bytes as kilobytes with digit grouping and " KB".
+  virtual std::wstring KBSize(uint64_t bytes) const = 0;
+  // A whole number with digit grouping.
+  virtual std::wstring GroupDigits(int64_t value) const = 0;
   // A per cent given in hundredths: two decimals and a per-cent sign.
-  std::function<std::wstring(uint32_t hundredths)> percent;
+  virtual std::wstring Percent(uint32_t hundredths) const = 0;
 };
 
-// Fixed formats: "1,234 KB", "1,234", "12.34 %".
-NumberFormatHooks PortableNumberFormatHooks();
-// The user's locale on Windows (the shell's KB formatter, the locale's
-// number format with a blank before "%"); the fixed formats elsewhere.
-NumberFormatHooks PlatformNumberFormatHooks();
-
-struct ItemCellSettings {
-  NumberFormatHooks numbers = PlatformNumberFormatHooks();
+// Fixed formats: "1,234 KB", "1,234", "12.34 %". (The window writes the
+// user's locale: LocaleNumbers() in items/win32/ShellItemTexts.h.)
+class PortableNumberFormat final : public NumberFormat {
+ public:
+  std::wstring KBSize(uint64_t bytes) const override;
+  std::wstring GroupDigits(int64_t value) const override;
+  std::wstring Percent(uint32_t hundredths) const override;
 };
-extern ItemCellSettings gItemCellSettings;
 
-// A count with the user's digit grouping, as the status bars and summaries show it.
-std::wstring GroupedCount(uint64_t count);
+// A count with digit grouping, as the status bars and summaries show it.
+std::wstring GroupedCount(const NumberFormat& numbers, uint64_t count);
 
 // The text of one cell; an empty text for an empty cell.
-std::wstring ItemCellText(const ItemRecord& record, ItemColumn column);
+std::wstring ItemCellText(const ItemRecord& record, ItemColumn column, const NumberFormat& numbers);
 // "D" for a folder or "F" for a file, the column's key, the display path.
 std::wstring ItemSortKey(const ItemRecord& record, ItemColumn column);
 // Fills every item's sortKey for a column (before SortItemList).

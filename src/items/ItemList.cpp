@@ -1,7 +1,6 @@
 #include "items/ItemList.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <new>
 #include <vector>
@@ -14,8 +13,6 @@
 #include "util/Tag.h"
 #include "util/Text.h"
 #include "util/WideString.h"
-
-ItemSettings gItemSettings;
 
 namespace {
 
@@ -108,19 +105,20 @@ ItemListData gItemList;
 
 static_assert(kBusyIdle == kTagNeutral && kBusyAdding == kTagAddingItems);
 
+// The busy state doubles as the crash report's TAG.
 class BusyScope {
  public:
-  BusyScope() { Set(kBusyAdding); }
+  explicit BusyScope(ItemPlatform& platform) : platform_(platform) { Set(kBusyAdding); }
   ~BusyScope() { Set(kBusyIdle); }
   BusyScope(const BusyScope&) = delete;
   BusyScope& operator=(const BusyScope&) = delete;
 
  private:
-  // The busy state doubles as the crash report's TAG.
-  static void Set(uint32_t state) {
+  void Set(uint32_t state) {
     SetTag(state);
-    if (gItemSettings.hooks.setBusyState) gItemSettings.hooks.setBusyState(state);
+    platform_.SetBusyState(state);
   }
+  ItemPlatform& platform_;
 };
 
 void RebuildRows() {
@@ -155,19 +153,17 @@ uint32_t StateImageOf(uint32_t outcomeFlag) {
 
 }  // namespace
 
-uint32_t ValidateItemPath(bool isFolder, const std::wstring& path) {
+uint32_t ValidateItemPath(ItemPlatform& platform, bool isFolder, const std::wstring& path) {
   if (path.size() < 2 || path[1] != L':') return kAddNotDriveLetter;
   FileQueries& fs = Fs();
   if (isFolder) {
     if (fs.GetAttributes(path) == kInvalidAttributes) return kAddFolderMissing;
     uint32_t error = fs.FindEntries(JoinPath(path, L"*"), [](const DirEntry&) { return false; });
     if (error != 0) {
-      if (gItemSettings.suppressMessages) return kAddAccessSilent;
       std::wstring message = FormatWithStrings(Text(kStrCannotAccess, L"Impossibile accedere a %s."), {path});
       message += L"\r\n\r\n";
       message += fs.ErrorText(error);
-      if (gItemSettings.hooks.showAccessError) gItemSettings.hooks.showAccessError(message);
-      return kAddAccessShown;
+      return platform.ShowAccessError(message) ? kAddAccessShown : kAddAccessSilent;
     }
   } else if (fs.GetAttributes(path) == kInvalidAttributes) {
     // The Windows queries keep the system's critical-error boxes away.
@@ -176,9 +172,9 @@ uint32_t ValidateItemPath(bool isFolder, const std::wstring& path) {
   return FindItemByPath(path) ? kAddDuplicate : kAddOk;
 }
 
-uint32_t AddItem(bool isFolder, const std::wstring& path) {
-  BusyScope busy;
-  uint32_t code = ValidateItemPath(isFolder, path);
+uint32_t AddItem(ItemPlatform& platform, bool isFolder, const std::wstring& path) {
+  BusyScope busy(platform);
+  uint32_t code = ValidateItemPath(platform, isFolder, path);
   if (code != kAddOk) return code;
 
   uint32_t clusterSize = ClusterSizeOfDrive(UpperCaseUnit(path[0]));
@@ -194,15 +190,14 @@ uint32_t AddItem(bool isFolder, const std::wstring& path) {
     if (error != 0 || !found) return kAddFileMissing;
   }
 
-  const ItemHooks& hooks = gItemSettings.hooks;
   try {
     auto node = std::make_unique<ItemNode>();
     ItemRecord& record = node->record;
     record.path = path;
     record.longPath = LongPathOf(path);
     if (!driveRoot) {
-      if (hooks.dateTexts) hooks.dateTexts(entry.lastWriteTime, record.modifiedText, record.modifiedKey);
-      if (hooks.typeName) record.typeName = hooks.typeName(path, isFolder);
+      platform.DateTexts(entry.lastWriteTime, record.modifiedText, record.modifiedKey);
+      record.typeName = platform.TypeName(path, isFolder);
       if (record.typeName.size() > kTypeNameMaxCount) record.typeName.resize(kTypeNameMaxCount);
       record.attributes = AttributeLetters(entry.attributes);
       if (!isFolder) {
@@ -210,7 +205,7 @@ uint32_t AddItem(bool isFolder, const std::wstring& path) {
         uint64_t compressedSize =
             (entry.attributes & kAttrCompressed) != 0 ? Fs().GetCompressedSize(path) : 0;
         record.sizeOnDisk = SizeOnDisk(entry.attributes, entry.size, compressedSize, clusterSize);
-        record.percentOnDisk = PercentOnDisk(record.longPath, record.sizeOnDisk, record.size);
+        record.percentOnDisk = PercentOnDiskOfFile(platform, record.longPath, record.sizeOnDisk, record.size);
       }
     }
     record.iconIndex = isFolder ? ItemIcon::kPlainFolder : ItemIcon::kPlainFile;
@@ -234,7 +229,7 @@ uint32_t AddItem(bool isFolder, const std::wstring& path) {
     return kAddNoMemory;
   }
 
-  if (hooks.cacheIcon) hooks.cacheIcon(path);
+  platform.CacheIcon(path);
   return kAddOk;
 }
 
@@ -410,7 +405,7 @@ uint64_t SizeOnDisk(uint32_t attributes, uint64_t size, uint64_t compressedSize,
   return static_cast<uint64_t>((bytes + cluster - 1) / cluster * cluster);
 }
 
-uint32_t PercentOnDisk(const std::wstring& longPath, uint64_t sizeOnDisk, uint64_t size) {
+uint32_t PercentOnDisk(uint64_t sizeOnDisk, uint64_t size) {
   if (size == 0) return 0;
   // Single precision on purpose: the shown hundredths depend on it.
   float ratio = static_cast<float>(sizeOnDisk) / static_cast<float>(size);
@@ -419,12 +414,16 @@ uint32_t PercentOnDisk(const std::wstring& longPath, uint64_t sizeOnDisk, uint64
   // A last digit of exactly 5 rounds down.
   uint64_t result = whole / 10 + (whole % 10 > 5 ? 1 : 0);
   if (result > 0xFFFFFFFFull) result = 0xFFFFFFFFull;
+  return static_cast<uint32_t>(result);
+}
+
+uint32_t PercentOnDiskOfFile(ItemPlatform& platform, const std::wstring& longPath, uint64_t sizeOnDisk,
+                             uint64_t size) {
+  const uint32_t percent = PercentOnDisk(sizeOnDisk, size);
   // Far more on disk than the size: a file kept inside its directory record
   // has no clusters at all and takes no room of its own.
-  if (result > 50000 && !longPath.empty() && gItemSettings.hooks.analyseClusters) {
-    if (gItemSettings.hooks.analyseClusters(longPath) == 0) return 0;
-  }
-  return static_cast<uint32_t>(result);
+  if (percent > 50000 && platform.HasNoClusters(longPath)) return 0;
+  return percent;
 }
 
 std::wstring AttributeLetters(uint32_t attributes) {
@@ -456,8 +455,6 @@ std::wstring ItemStateText(ItemState state, uint32_t flags) {
   return std::wstring();
 }
 
-namespace {
-
 std::wstring PortableTypeName(const std::wstring& path, bool isFolder) {
   if (isFolder) return L"File folder";
   size_t slash = path.find_last_of(L'\\');
@@ -474,22 +471,3 @@ void PortableDateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring&
   text = FixedDateText(time) + L" " + timeText;
   key = SortableDateText(time) + timeText;
 }
-
-void PortableAccessError(const std::wstring& message) {
-  std::fputs(WideToUtf8(message).c_str(), stderr);
-  std::fputs("\n", stderr);
-}
-
-}  // namespace
-
-ItemHooks PortableItemHooks() {
-  ItemHooks hooks;
-  hooks.typeName = PortableTypeName;
-  hooks.dateTexts = PortableDateTexts;
-  hooks.showAccessError = PortableAccessError;
-  return hooks;
-}
-
-#ifndef _WIN32
-ItemHooks PlatformItemHooks() { return PortableItemHooks(); }
-#endif

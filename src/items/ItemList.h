@@ -100,41 +100,51 @@ struct ItemNode {
 };
 
 // What adding an item needs from the platform and the window.
-struct ItemHooks {
+class ItemPlatform {
+ public:
+  virtual ~ItemPlatform() = default;
   // The shell's type name of a path, asked with a folder's or a normal file's
   // attributes so that the file is not opened.
-  std::function<std::wstring(const std::wstring& path, bool isFolder)> typeName;
+  virtual std::wstring TypeName(const std::wstring& path, bool isFolder) = 0;
   // The last-write time (100-ns ticks since 1601, UTC) as the local short
   // date + " " + time without seconds, and as "yyyyMMdd" + the same time.
-  std::function<void(uint64_t lastWriteTime, std::wstring& text, std::wstring& key)> dateTexts;
+  virtual void DateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key) = 0;
   // Hands a newly added path to the shell-icon cache of the list view.
-  std::function<void(const std::wstring& path)> cacheIcon;
-  // Shows the "cannot access" message of a folder.
-  std::function<void(const std::wstring& message)> showAccessError;
+  virtual void CacheIcon(const std::wstring& path) = 0;
+  // Shows the "cannot access" message of a folder. False when there is
+  // nobody to show it to (the unattended mode): the folder is then refused
+  // without a word.
+  virtual bool ShowAccessError(const std::wstring& message) = 0;
   // Sets the window's busy state (kBusyAdding while adding, kBusyIdle after).
-  std::function<void(uint32_t busyState)> setBusyState;
-  // Analyses a file (long path) and returns its cluster count.
-  std::function<uint64_t(const std::wstring& longPath)> analyseClusters;
+  virtual void SetBusyState(uint32_t busyState) = 0;
+  // Asked of a file whose size on disk is more than five times its size:
+  // true when an analysis finds it keeps no clusters of its own (it lives
+  // inside its directory record), so that it counts as taking no room.
+  virtual bool HasNoClusters(const std::wstring& longPath) = 0;
 };
 
 constexpr uint32_t kBusyIdle = 9000;
 constexpr uint32_t kBusyAdding = 9002;
 
-// Hooks with fixed formats and no window: type names from the extension,
-// UTC dates as "dd/MM/yyyy HH:mm", messages on the error stream, no icons,
-// no analysis (a file then keeps its computed per cent).
-ItemHooks PortableItemHooks();
-// The Windows hooks (shell type names, the user's locale, a message box);
-// the portable ones in the native build.
-ItemHooks PlatformItemHooks();
+// The fixed texts: a type name from the extension ("TXT File", "File",
+// "File folder"), and the UTC time as "dd/MM/yyyy HH:mm" and its sort key.
+std::wstring PortableTypeName(const std::wstring& path, bool isFolder);
+void PortableDateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key);
 
-
-struct ItemSettings {
-  ItemHooks hooks = PlatformItemHooks();
-  // The unattended mode: an inaccessible folder is refused without a message.
-  bool suppressMessages = false;
+// Items without a window: the fixed texts, no icons, no busy state, no
+// analysis (a file keeps its computed per cent), and a folder that cannot be
+// read is refused without a message.
+class PortableItemPlatform final : public ItemPlatform {
+ public:
+  std::wstring TypeName(const std::wstring& path, bool isFolder) override { return PortableTypeName(path, isFolder); }
+  void DateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key) override {
+    PortableDateTexts(lastWriteTime, text, key);
+  }
+  void CacheIcon(const std::wstring&) override {}
+  bool ShowAccessError(const std::wstring&) override { return false; }
+  void SetBusyState(uint32_t) override {}
+  bool HasNoClusters(const std::wstring&) override { return false; }
 };
-extern ItemSettings gItemSettings;
 
 // Result codes of AddItem and ValidateItemPath.
 constexpr uint32_t kAddOk = 0;
@@ -146,8 +156,8 @@ constexpr uint32_t kAddNoMemory = 16;
 constexpr uint32_t kAddAccessShown = 32;
 constexpr uint32_t kAddNotDriveLetter = 64;
 
-uint32_t AddItem(bool isFolder, const std::wstring& path);
-uint32_t ValidateItemPath(bool isFolder, const std::wstring& path);
+uint32_t AddItem(ItemPlatform& platform, bool isFolder, const std::wstring& path);
+uint32_t ValidateItemPath(ItemPlatform& platform, bool isFolder, const std::wstring& path);
 bool FindItemByPath(std::wstring_view path);
 // The record with that path (case-insensitive), or nullptr.
 ItemRecord* ItemByPath(std::wstring_view path);
@@ -187,7 +197,12 @@ void ApplyFolderDefragmentation(ItemRecord& record, uint64_t fragmentedCount, ui
 // the size in signed 64-bit arithmetic, both rounded up to the cluster size.
 uint64_t SizeOnDisk(uint32_t attributes, uint64_t size, uint64_t compressedSize, uint32_t clusterSize);
 // Size on disk in hundredths of a per cent of size (see ItemList.cpp).
-uint32_t PercentOnDisk(const std::wstring& longPath, uint64_t sizeOnDisk, uint64_t size);
+uint32_t PercentOnDisk(uint64_t sizeOnDisk, uint64_t size);
+// The same for a file being added: far more on disk than the size (above
+// 500 %) asks the platform whether the file keeps clusters at all; one
+// without any takes no room of its own (0).
+uint32_t PercentOnDiskOfFile(ItemPlatform& platform, const std::wstring& longPath, uint64_t sizeOnDisk,
+                             uint64_t size);
 // The letters of the set attributes: R, H, S, A, E, C in that order.
 std::wstring AttributeLetters(uint32_t attributes);
 

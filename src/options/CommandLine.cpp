@@ -65,17 +65,17 @@ std::wstring StripQuotes(const std::wstring& text) {
   return text.substr(first, last - first);
 }
 
-void ReportNotFound(const std::wstring& path, uint32_t runFlags, const CommandLineHooks& hooks) {
+void ReportNotFound(const std::wstring& path, uint32_t runFlags, PathArgumentsUi& ui) {
   if (runFlags & kRunNoGui) {
-    hooks.console(L"Cannot find the following item : " + path + L" \r\n\r\n");
+    ui.ConsoleText(L"Cannot find the following item : " + path + L" \r\n\r\n");
   } else {
-    hooks.showMessage(L"Cannot find the following item:\r\n\r\n" + path + L"\r\n");
+    ui.ShowMessage(L"Cannot find the following item:\r\n\r\n" + path + L"\r\n");
   }
 }
 
 // Adds every file matching the wildcard in its folder; folders that match are
 // left out. Returns false when nothing at all matched.
-bool AddWildcardMatches(const std::wstring& pattern, const CommandLineHooks& hooks) {
+bool AddWildcardMatches(const std::wstring& pattern, PathArgumentsUi& ui) {
   size_t slash = pattern.find_last_of(L'\\');
   std::wstring folder = slash == std::wstring::npos ? std::wstring() : pattern.substr(0, slash);
   std::vector<std::wstring> files;
@@ -86,7 +86,7 @@ bool AddWildcardMatches(const std::wstring& pattern, const CommandLineHooks& hoo
     return true;
   });
   if (error != 0) return false;
-  for (const std::wstring& file : files) hooks.addItem(false, file);
+  for (const std::wstring& file : files) ui.AddPath(false, file);
   return true;
 }
 
@@ -165,8 +165,7 @@ std::wstring ConsoleBanner() {
          ORDALIS_NOTICE_TEXT + L"\r\n" + L"\r\n";
 }
 
-bool AddPathArguments(const std::vector<std::wstring>& args, uint32_t runFlags,
-                      const CommandLineHooks& hooks) {
+bool AddPathArguments(const std::vector<std::wstring>& args, uint32_t runFlags, PathArgumentsUi& ui) {
   bool pathGiven = false;
   for (const std::wstring& arg : args) {
     if (!arg.empty() && arg[0] == L'/') continue;
@@ -184,15 +183,15 @@ bool AddPathArguments(const std::vector<std::wstring>& args, uint32_t runFlags,
     }
     path = Fs().FullPath(path, 2048);
     if (path.empty()) {
-      ReportNotFound(Trim(StripQuotes(arg)), runFlags, hooks);
-      hooks.afterPath();
+      ReportNotFound(Trim(StripQuotes(arg)), runFlags, ui);
+      ui.AfterPath();
       continue;
     }
 
     DriveKind kind = Fs().GetDriveKind(path.substr(0, 3));
     if (kind == DriveKind::Remote || kind == DriveKind::CdRom || kind == DriveKind::NoRootDir) {
-      hooks.console(L"Cannot process the following item : " + path + L" \r\n");
-      hooks.console(
+      ui.ConsoleText(L"Cannot process the following item : " + path + L" \r\n");
+      ui.ConsoleText(
           L"The drive is a remote (network) drive, the drive is a DVD-ROM drive or there is no "
           L"volume mounted at the specified path.\r\n\r\n");
       continue;
@@ -206,12 +205,12 @@ bool AddPathArguments(const std::vector<std::wstring>& args, uint32_t runFlags,
         return false;
       });
       found = error == 0 || isRoot;
-      if (found) hooks.addItem(isFolder, path);
+      if (found) ui.AddPath(isFolder, path);
     } else {
-      found = AddWildcardMatches(path, hooks);
+      found = AddWildcardMatches(path, ui);
     }
-    if (!found) ReportNotFound(path, runFlags, hooks);
-    hooks.afterPath();
+    if (!found) ReportNotFound(path, runFlags, ui);
+    ui.AfterPath();
   }
   return pathGiven;
 }

@@ -4,7 +4,6 @@
 // items into the list. Platform calls go through the file-query seam and the
 // hooks, so the whole parser runs in the host tests.
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,14 +34,20 @@ uint32_t ApplyOptionInteractions(uint32_t flags);
 // The lines the unattended mode writes before anything else.
 std::wstring ConsoleBanner();
 
-struct CommandLineHooks {
-  std::function<void(const std::wstring&)> console;           // 8-bit console text
-  std::function<void(const std::wstring&)> showMessage;       // window-mode message
-  std::function<void()> afterPath;                             // refresh, re-sort, status
-  std::function<uint32_t(bool isFolder, const std::wstring&)> addItem;
+// Where the command line's paths go and what their user is told.
+class PathArgumentsUi {
+ public:
+  virtual ~PathArgumentsUi() = default;
+  // Text for the console of the unattended mode.
+  virtual void ConsoleText(const std::wstring& text) = 0;
+  // A message for the user of the window.
+  virtual void ShowMessage(const std::wstring& text) = 0;
+  // After each path argument, found or not: refresh, re-sort, status.
+  virtual void AfterPath() = 0;
+  // A file or folder the argument names, as a full drive-letter path.
+  virtual void AddPath(bool isFolder, const std::wstring& path) = 0;
 };
 
 // Second pass: every argument not beginning with "/" is a path to add.
 // Returns true when at least one path was given.
-bool AddPathArguments(const std::vector<std::wstring>& args, uint32_t runFlags,
-                      const CommandLineHooks& hooks);
+bool AddPathArguments(const std::vector<std::wstring>& args, uint32_t runFlags, PathArgumentsUi& ui);

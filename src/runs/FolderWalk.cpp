@@ -188,7 +188,7 @@ FragmentedFileRecord MakeFragmentedRecord(RunUi& ui, const std::wstring& path, c
   uint64_t compressed = 0;
   if (entry.attributes & kAttrCompressed) compressed = Fs().GetCompressedSize(path);
   record.sizeOnDisk = SizeOnDisk(entry.attributes, entry.size, compressed, clusterSize);
-  record.percentOnDisk = PercentOnDisk(std::wstring(), record.sizeOnDisk, entry.size);
+  record.percentOnDisk = PercentOnDisk(record.sizeOnDisk, entry.size);
   if (record.percentOnDisk > kSuspiciousPercent) {
     FileAnalysis again;
     AnalyseFile(path, again);

@@ -20,7 +20,7 @@ bool SamePath(const std::wstring& listed, const std::wstring& wanted) {
 
 // A file of the fragmented-files list, in the item record's terms: it was
 // analysed and found in several fragments.
-ItemRecord RecordOfFragmentedFile(const FragmentedFileRecord& file) {
+ItemRecord RecordOfFragmentedFile(ItemPlatform& platform, const FragmentedFileRecord& file) {
   ItemRecord record;
   record.path = file.path;
   record.longPath = LongPathOf(file.path);
@@ -32,12 +32,12 @@ ItemRecord RecordOfFragmentedFile(const FragmentedFileRecord& file) {
   record.clusterSize = file.clusterSize;
   record.state = ItemState::FragmentedFile;
   record.flags = ItemFlags::kOutcomeFragmented;
-  if (gItemSettings.hooks.typeName) record.typeName = gItemSettings.hooks.typeName(file.path, false);
+  record.typeName = platform.TypeName(file.path, false);
   return record;
 }
 
 // A path on neither list: what the file system says of it now.
-ItemRecord RecordOfPath(const std::wstring& path) {
+ItemRecord RecordOfPath(ItemPlatform& platform, const std::wstring& path) {
   ItemRecord record;
   record.path = std::wstring(DisplayPath(path));
   record.longPath = LongPathOf(record.path);
@@ -49,19 +49,17 @@ ItemRecord RecordOfPath(const std::wstring& path) {
     uint64_t size = Fs().FileSize(record.longPath);
     if (size != FileQueries::kInvalidSize) record.size = size;
   }
-  if (gItemSettings.hooks.typeName && !IsDriveRoot(record.path)) {
-    record.typeName = gItemSettings.hooks.typeName(record.path, folder);
-  }
+  if (!IsDriveRoot(record.path)) record.typeName = platform.TypeName(record.path, folder);
   return record;
 }
 
-ItemRecord ListedRecord(const std::wstring& path) {
+ItemRecord ListedRecord(ItemPlatform& platform, const std::wstring& path) {
   // The item list holds paths without the long prefix.
   if (const ItemRecord* item = ItemByPath(DisplayPath(path))) return *item;
   for (const FragmentedFileRecord& file : gRun.fragmented) {
-    if (SamePath(file.path, path)) return RecordOfFragmentedFile(file);
+    if (SamePath(file.path, path)) return RecordOfFragmentedFile(platform, file);
   }
-  return RecordOfPath(path);
+  return RecordOfPath(platform, path);
 }
 
 // Tested afresh: the lists may be a run old. A folder by its path, a file by
@@ -125,9 +123,9 @@ void ReadRows(FragmentDetails& details) {
 
 }  // namespace
 
-FragmentDetails ReadFragmentDetails(const std::wstring& path) {
+FragmentDetails ReadFragmentDetails(ItemPlatform& platform, const std::wstring& path) {
   FragmentDetails details;
-  details.record = ListedRecord(path);
+  details.record = ListedRecord(platform, path);
   if (!StillExists(details.record)) {
     details.notice = FragmentNotice::Missing;
     return details;
@@ -153,22 +151,20 @@ std::wstring DetailsFolder(const ItemRecord& record) {
   return std::wstring(shown.substr(0, slash == 2 ? 3 : slash));
 }
 
-std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes) {
+std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes, const NumberFormat& numbers) {
   if (IsFolder(record)) return std::wstring();
-  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
-  return numbers.kbSize(bytes) + L" (" + numbers.groupDigits(static_cast<int64_t>(bytes)) + L" " +
+  return numbers.KBSize(bytes) + L" (" + numbers.GroupDigits(static_cast<int64_t>(bytes)) + L" " +
          Text(kStrDetailsBytes, L"byte") + L")";
 }
 
-std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal) {
-  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal, const NumberFormat& numbers) {
   return {
-      numbers.groupDigits(static_cast<int64_t>(ordinal)),
-      numbers.groupDigits(static_cast<int64_t>(row.clusters)),
-      numbers.groupDigits(row.firstCluster),
-      numbers.groupDigits(row.firstCluster + static_cast<int64_t>(row.clusters) - 1),
-      numbers.groupDigits(static_cast<int64_t>(row.bytes)),
-      numbers.percent(row.hundredthsOfFile),
+      numbers.GroupDigits(static_cast<int64_t>(ordinal)),
+      numbers.GroupDigits(static_cast<int64_t>(row.clusters)),
+      numbers.GroupDigits(row.firstCluster),
+      numbers.GroupDigits(row.firstCluster + static_cast<int64_t>(row.clusters) - 1),
+      numbers.GroupDigits(static_cast<int64_t>(row.bytes)),
+      numbers.Percent(row.hundredthsOfFile),
   };
 }
 

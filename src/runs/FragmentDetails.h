@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "items/ItemCells.h"
 #include "items/ItemList.h"
 
 // Why the table of fragments is not shown; None when it is.
@@ -39,16 +40,17 @@ struct FragmentDetails {
 
 // The details of a path as the lists show it (with or without the long
 // prefix): the item list's record when it holds the path, else the
-// fragmented-files list's, else what the file system says of the path now.
-FragmentDetails ReadFragmentDetails(const std::wstring& path);
+// fragmented-files list's, else what the file system says of the path now
+// (its type name from `platform`).
+FragmentDetails ReadFragmentDetails(ItemPlatform& platform, const std::wstring& path);
 
 // The texts of the general data and of a table row (columns "N.", "Cluster",
 // "Cluster iniziale", "Cluster finale", "Dimensione (byte)", "% del file"),
-// with the user's number formats.
+// with the given number formats.
 std::wstring DetailsName(const ItemRecord& record);
 std::wstring DetailsFolder(const ItemRecord& record);
 // Kilobytes and the exact count: "1,234 KB (1,263,616 byte)"; empty for a folder.
-std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes);
-std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal);
+std::wstring DetailsSize(const ItemRecord& record, uint64_t bytes, const NumberFormat& numbers);
+std::vector<std::wstring> FragmentRowCells(const FragmentRow& row, uint64_t ordinal, const NumberFormat& numbers);
 // The notice's display text (empty for None).
 std::wstring FragmentNoticeText(const FragmentDetails& details);

@@ -28,13 +28,13 @@ uint64_t NowTicks() {
 }
 
 std::wstring Grouped(const ReportFormat& format, uint64_t value) {
-  return format.groupDigits(static_cast<int64_t>(value));
+  return format.GroupDigits(static_cast<int64_t>(value));
 }
 
 std::wstring PercentText(uint32_t hundredths, const ReportFormat& format) {
   char plain[32];
   std::snprintf(plain, sizeof plain, "%4.2f", hundredths / 100.0);
-  return format.decimal(std::wstring(plain, plain + std::char_traits<char>::length(plain)));
+  return format.Decimal(std::wstring(plain, plain + std::char_traits<char>::length(plain)));
 }
 
 std::wstring StatisticLine(uint32_t id, const wchar_t* literal, const std::wstring& value) {
@@ -49,19 +49,17 @@ std::wstring Narrowable(const char* format, int64_t value) {
 
 }  // namespace
 
-ReportFormat PortableReportFormat() {
-  ReportFormat format;
-  format.groupDigits = [](int64_t value) { return GroupDigits(value); };
-  format.decimal = [](const std::wstring& twoDecimals) {
-    const size_t point = twoDecimals.find(L'.');
-    const std::wstring whole = twoDecimals.substr(0, point);
-    const int64_t value = std::stoll(whole);
-    return GroupDigits(value) + (point == std::wstring::npos ? L"" : twoDecimals.substr(point));
-  };
-  format.date = [] { return FixedDateText(CivilFromTicks(NowTicks())); };
-  format.time = [] { return FixedTimeText(CivilFromTicks(NowTicks())); };
-  return format;
+std::wstring PortableReportFormat::GroupDigits(int64_t value) const { return ::GroupDigits(value); }
+
+std::wstring PortableReportFormat::Decimal(const std::wstring& twoDecimals) const {
+  const size_t point = twoDecimals.find(L'.');
+  const std::wstring whole = twoDecimals.substr(0, point);
+  const int64_t value = std::stoll(whole);
+  return ::GroupDigits(value) + (point == std::wstring::npos ? L"" : twoDecimals.substr(point));
 }
+
+std::wstring PortableReportFormat::Date() const { return FixedDateText(CivilFromTicks(NowTicks())); }
+std::wstring PortableReportFormat::Time() const { return FixedTimeText(CivilFromTicks(NowTicks())); }
 
 std::wstring ReportKBSize(uint64_t bytes, const ReportFormat& format) {
   uint64_t kilobytes = bytes / 1024 + (bytes % 1024 >= 500 ? 1 : 0);
@@ -78,7 +76,7 @@ std::vector<std::wstring> AnalysisReportLines(const ReportFormat& format,
                                               const std::function<void()>& eachLine) {
   std::vector<std::wstring> lines;
   lines.push_back(std::wstring(Text(kStrReportHeader, L"Rapporto di analisi di Ordalis creato il:")) +
-                  L" " + format.date() + L" " + format.time() + L"\n\r\n\r");
+                  L" " + format.Date() + L" " + format.Time() + L"\n\r\n\r");
   lines.push_back(Text(kStrReportStatistics, L"Statistiche sui file"));
   lines.push_back(StatisticLine(kStrReportTotalAnalysed, L"File totali analizzati",
                                 Grouped(format, gRun.counters.filesSeen)));

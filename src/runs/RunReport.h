@@ -6,17 +6,27 @@
 #include <string>
 #include <vector>
 
-struct ReportFormat {
+// How the report writes its numbers and its date.
+class ReportFormat {
+ public:
+  virtual ~ReportFormat() = default;
   // A whole number grouped by the user's locale.
-  std::function<std::wstring(int64_t value)> groupDigits;
+  virtual std::wstring GroupDigits(int64_t value) const = 0;
   // A number with two decimals ("12.34") in the locale's form.
-  std::function<std::wstring(const std::wstring& twoDecimals)> decimal;
+  virtual std::wstring Decimal(const std::wstring& twoDecimals) const = 0;
   // The current local date (short form) and time without seconds.
-  std::function<std::wstring()> date;
-  std::function<std::wstring()> time;
+  virtual std::wstring Date() const = 0;
+  virtual std::wstring Time() const = 0;
 };
+
 // Fixed formats ("1,234", "12.34"); the clock's date and time in UTC.
-ReportFormat PortableReportFormat();
+class PortableReportFormat : public ReportFormat {
+ public:
+  std::wstring GroupDigits(int64_t value) const override;
+  std::wstring Decimal(const std::wstring& twoDecimals) const override;
+  std::wstring Date() const override;
+  std::wstring Time() const override;
+};
 
 // Bytes as kilobytes for the report: a remainder of 500 or more rounds up,
 // a non-zero size never shows as 0.

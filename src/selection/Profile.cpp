@@ -41,7 +41,7 @@ bool WriteProfile(const std::wstring& path) {
   return writer.Close();
 }
 
-ImportResult ReadProfile(const std::wstring& path, const ProfileImportHooks& hooks,
+ImportResult ReadProfile(const std::wstring& path, ItemPlatform& items, ProfileImportUi& ui,
                          std::vector<MissingItem>& missing) {
   missing.clear();
   UnicodeTextReader reader;
@@ -50,11 +50,11 @@ ImportResult ReadProfile(const std::wstring& path, const ProfileImportHooks& hoo
   if (!reader.NextLine(line) || !EqualNoCase(line, kProfileMagic)) return ImportResult::NotProfile;
 
   if (ItemCount() != 0) {
-    ImportChoice choice = hooks.askAddOrReplace ? hooks.askAddOrReplace() : ImportChoice::Add;
+    ImportChoice choice = ui.AskAddOrReplace();
     if (choice == ImportChoice::Cancel) return ImportResult::Cancelled;
     if (choice == ImportChoice::Replace) {
       ClearItemList();
-      if (hooks.listCleared) hooks.listCleared();
+      ui.ListCleared();
     }
   }
 
@@ -67,7 +67,7 @@ ImportResult ReadProfile(const std::wstring& path, const ProfileImportHooks& hoo
     if (magicSeen) ++total;
     magicSeen = true;
   }
-  if (hooks.begin) hooks.begin(total);
+  ui.Begin(total);
 
   reader.Close();
   if (!reader.Open(path, true, kLineLimitProfile)) return ImportResult::CannotOpen;
@@ -76,16 +76,16 @@ ImportResult ReadProfile(const std::wstring& path, const ProfileImportHooks& hoo
   while (reader.NextLine(line)) {
     bool isFolder = line[0] == L'>';
     std::wstring itemPath = isFolder ? line.substr(1) : line;
-    uint32_t code = AddItem(isFolder, itemPath);
+    uint32_t code = AddItem(items, isFolder, itemPath);
     if ((code == kAddFileMissing && !isFolder) || (code == kAddFolderMissing && isFolder)) {
       missing.push_back({isFolder ? L'D' : L'F', std::move(itemPath)});
     }
     ++done;
     if (ShouldRefresh(done)) {
-      if (hooks.progress) hooks.progress(done);
-      if (hooks.stopRequested && hooks.stopRequested()) break;
+      ui.Progress(done);
+      if (ui.StopRequested()) break;
     }
   }
-  if (hooks.end) hooks.end();
+  ui.End();
   return ImportResult::Imported;
 }

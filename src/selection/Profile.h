@@ -3,7 +3,6 @@
 // magic "KV70RX"; then one line per item in list order, a folder's path
 // behind ">", a file's path alone.
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,21 +22,26 @@ struct MissingItem {
   std::wstring path;
 };
 
+class ItemPlatform;
+
 enum class ImportChoice { Cancel, Add, Replace };
 
-// What an import needs from the window. Any of them may be empty.
-struct ProfileImportHooks {
+// What an import tells its user and asks of them.
+class ProfileImportUi {
+ public:
+  virtual ~ProfileImportUi() = default;
   // Asked only when the main list is not empty.
-  std::function<ImportChoice()> askAddOrReplace;
+  virtual ImportChoice AskAddOrReplace() = 0;
   // The main list was emptied for a replace.
-  std::function<void()> listCleared;
+  virtual void ListCleared() = 0;
   // The import is about to add `total` items (more than 32: show progress).
-  std::function<void(uint64_t total)> begin;
+  virtual void Begin(uint64_t total) = 0;
   // `done` items read so far: after each of the first 32, then every 64th.
-  std::function<void(uint64_t done)> progress;
-  std::function<bool()> stopRequested;
+  virtual void Progress(uint64_t done) = 0;
+  // Asked after each progress step; true ends the import there.
+  virtual bool StopRequested() = 0;
   // Every line was read (or the user stopped).
-  std::function<void()> end;
+  virtual void End() = 0;
 };
 
 enum class ImportResult {
@@ -51,7 +55,7 @@ enum class ImportResult {
 // The file is read twice: once to count the items, once to add them; the
 // time is linear in the number of lines. `missing` receives the items that
 // no longer exist, in file order.
-ImportResult ReadProfile(const std::wstring& path, const ProfileImportHooks& hooks,
+ImportResult ReadProfile(const std::wstring& path, ItemPlatform& items, ProfileImportUi& ui,
                          std::vector<MissingItem>& missing);
 
 // Progress is shown only for profiles with more items than this.

@@ -13,11 +13,6 @@ RecentProfileList gRecentProfiles;
 
 namespace {
 
-std::wstring CutPath(const std::wstring& path) {
-  if (path.size() <= kRecentProfileMenuChars) return path;
-  return L"..." + path.substr(path.size() - (kRecentProfileMenuChars - 3));
-}
-
 
 void Unlink(RecentProfile** link) {
   RecentProfile* gone = *link;
@@ -57,13 +52,10 @@ void RenumberWhenIdsRunOut() {
 
 }  // namespace
 
-std::function<std::wstring(const std::wstring& path)> gShortenProfilePath;
-
 void AddRecentProfile(const std::wstring& path) {
   auto* entry = new (std::nothrow) RecentProfile;
   if (!entry) return;
   entry->path = path;
-  entry->menuText = gShortenProfilePath ? gShortenProfilePath(path) : CutPath(path);
   entry->pathKey = path;
   RenumberWhenIdsRunOut();
   entry->menuId = kFirstRecentProfileId + gRecentProfiles.counter++;

@@ -7,7 +7,6 @@
 // gSettings.recentProfiles mirrors the list's paths in list order after every
 // change; the settings file reads and writes that copy.
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "options/CommandIds.h"
@@ -18,7 +17,6 @@ constexpr size_t kRecentProfileMenuChars = 32;
 
 struct RecentProfile {
   std::wstring path;
-  std::wstring menuText;
   std::wstring pathKey;
   uint32_t menuId = 0;
   RecentProfile* next = nullptr;
@@ -30,10 +28,6 @@ struct RecentProfileList {
   uint32_t counter = 0;  // never falls, but when the ids run out
 };
 extern RecentProfileList gRecentProfiles;
-
-// Shortens a path for the menu (the window's path-ellipsis rule); without one
-// the path is cut to its last characters behind "...".
-extern std::function<std::wstring(const std::wstring& path)> gShortenProfilePath;
 
 // Inserts the path as the newest entry, drops an older entry of the same path
 // and, when the list is then longer than the limit, its oldest entry.

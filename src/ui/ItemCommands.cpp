@@ -7,11 +7,15 @@
 
 #include <unordered_set>
 
+#include "engine/Analysis.h"
 #include "engine/cleanup/RunAndWait.h"
 #include "items/ItemList.h"
+#include "items/win32/ShellItemTexts.h"
+#include "options/RunFlags.h"
 #include "runs/RunResults.h"
 #include "options/CommandIds.h"
 #include "options/Settings.h"
+#include "ui/Artwork.h"
 #include "util/win32/FileDialogs.h"
 #include "ui/dialogs/FragmentsDialog.h"
 #include "ui/ItemListView.h"
@@ -85,12 +89,41 @@ void ChangeMarks(const std::vector<int>& rows, const Change& change) {
 
 }  // namespace
 
+namespace {
+
+class WindowItemPlatform final : public ItemPlatform {
+ public:
+  std::wstring TypeName(const std::wstring& path, bool isFolder) override { return ShellTypeName(path, isFolder); }
+  void DateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key) override {
+    LocalDateTexts(lastWriteTime, text, key);
+  }
+  void CacheIcon(const std::wstring& path) override { ShellImageIndex(path, false); }
+  bool ShowAccessError(const std::wstring& message) override {
+    if (gApp.runFlags & kRunNoGui) return false;
+    MessageBoxW(nullptr, message.c_str(), L"Ordalis", MB_OK | MB_ICONERROR);
+    return true;
+  }
+  void SetBusyState(uint32_t busyState) override { SetMainBusyState(busyState); }
+  bool HasNoClusters(const std::wstring& longPath) override {
+    FileAnalysis analysis;
+    AnalyseFile(longPath, analysis);
+    return analysis.outcome.empty() && analysis.clusters == 0;
+  }
+};
+
+}  // namespace
+
+ItemPlatform& WindowItems() {
+  static WindowItemPlatform items;
+  return items;
+}
+
 uint64_t AddPaths(const std::vector<std::wstring>& paths) {
   uint64_t added = 0;
   for (const std::wstring& path : paths) {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) continue;
-    if (AddItem((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, path) == kAddOk) ++added;
+    if (AddItem(WindowItems(), (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, path) == kAddOk) ++added;
   }
   RefreshAfterAdding();
   return added;
@@ -99,7 +132,7 @@ uint64_t AddPaths(const std::vector<std::wstring>& paths) {
 void AddFilesCommand(HWND owner) {
   std::vector<std::wstring> paths = AskFilesToOpen(owner, Text(kStrChooseFiles, L"Seleziona file"),
                                                    Text(kStrAllFilesFilter, L"Tutti i file (*.*)|*.*|"));
-  for (const std::wstring& path : paths) AddItem(false, path);
+  for (const std::wstring& path : paths) AddItem(WindowItems(), false, path);
   if (!paths.empty()) RefreshAfterAdding();
 }
 
@@ -132,7 +165,7 @@ std::wstring AskFolder(HWND owner) {
 void AddFolderCommand(HWND owner) {
   const std::wstring path = AskFolder(owner);
   if (path.empty()) return;
-  AddItem(true, path);
+  AddItem(WindowItems(), true, path);
   RefreshAfterAdding();
 }
 
@@ -248,7 +281,7 @@ void OpenSelectedFolder(HWND) {
 void ShowSelectedFragmentDetails(HWND owner) {
   std::vector<std::wstring> paths;
   for (const ListedPath& listed : SelectedPaths(FocusedList())) paths.push_back(listed.path);
-  if (!paths.empty()) ShowFragmentsDialog(owner, paths, 0);
+  if (!paths.empty()) ShowFragmentsDialog(owner, WindowItems(), paths, 0);
 }
 
 void ShowSelectedProperties(HWND owner) {

@@ -10,6 +10,14 @@
 #include <string>
 #include <vector>
 
+class ItemPlatform;
+
+// What the item list asks of the window: the shell's type names and icons,
+// the user's locale, the busy state, a message box for a folder that cannot
+// be read (none in the unattended mode) and the analysis of a suspiciously
+// small file.
+ItemPlatform& WindowItems();
+
 void AddFilesCommand(HWND owner);
 void AddFolderCommand(HWND owner);
 // The paths of files and folders dropped on the window; the drop is finished.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "items/ItemColours.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
@@ -59,7 +60,7 @@ void AnswerCell(NMLVDISPINFOW* info) {
   const ItemRecord* record = ItemAtRow(static_cast<uint64_t>(item.iItem));
   if (!record) return;
   if ((item.mask & LVIF_TEXT) && item.pszText && item.cchTextMax > 0) {
-    gView.cellBuffer = ItemCellText(*record, static_cast<ItemColumn>(item.iSubItem));
+    gView.cellBuffer = ItemCellText(*record, static_cast<ItemColumn>(item.iSubItem), LocaleNumbers());
     lstrcpynW(item.pszText, gView.cellBuffer.c_str(), item.cchTextMax);
   }
   // The box of column 0: the tick plus 1 (1 empty, 2 ticked).

@@ -74,7 +74,7 @@ struct MainWindowState {
   HWND lastFocusedList = nullptr;
   HACCEL accelerators = nullptr;
   uint32_t bottomTab = kCmdTabFragmented;
-  MainWindowSetup setup;
+  MainWindowHost* host = nullptr;  // set while the window exists
 };
 MainWindowState gMain;
 
@@ -336,11 +336,11 @@ void OnInitDialog(HWND window) {
   UINT dpi = WindowDpi(window);
   gSettings.mainWidth = ScaleForDpi(600, dpi);
   gSettings.mainHeight = ScaleForDpi(360, dpi);
-  if (gMain.setup.startupChecks) gMain.setup.startupChecks(window);
+  gMain.host->StartupChecks(window);
   // A window without its panels or its menu is of no use: it goes again
   // before the settings are read, and says why.
   if (!CreatePanels(window) || !GetMenu(window)) {
-    if (gMain.setup.panelsFailed) gMain.setup.panelsFailed(window);
+    gMain.host->PanelsFailed(window);
     return;
   }
   InitStatusBars(gMain.statusUpper, gMain.statusLower);
@@ -349,7 +349,7 @@ void OnInitDialog(HWND window) {
   UpdateMainStatus(kStatusItemCount | kStatusWaiting);
   ShowBottomTabContent();
   RefreshCommandStates();
-  if (gMain.setup.afterLayout) gMain.setup.afterLayout(window);
+  gMain.host->AfterLayout(window);
 }
 
 void RememberWindowSize() {
@@ -387,7 +387,7 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
       return OnCommand(wParam, lParam) ? TRUE : FALSE;
     case WM_COPYDATA: {
       auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
-      const bool understood = gMain.setup.copyData && gMain.setup.copyData(window, data);
+      const bool understood = gMain.host->CopyData(window, data);
       SetWindowLongPtrW(window, DWLP_MSGRESULT, understood ? TRUE : FALSE);
       return TRUE;
     }
@@ -433,8 +433,8 @@ INT_PTR CALLBACK MainDialogProc(HWND window, UINT message, WPARAM wParam, LPARAM
     case WM_DESTROY:
       RememberWindowSize();
       ReleaseTaskbar();
-      if (gMain.setup.beforeDestroy) gMain.setup.beforeDestroy(window);
-      PostQuitMessage(gMain.setup.exitCode ? gMain.setup.exitCode() : 0);
+      gMain.host->BeforeDestroy(window);
+      PostQuitMessage(gMain.host->ExitCode());
       return TRUE;
     case WM_NCDESTROY:
       gMain = MainWindowState{};
@@ -573,8 +573,8 @@ void RedrawMainItemRows() {
   if (gMain.list) RedrawShownItemRows(gMain.list);
 }
 
-HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup) {
-  gMain.setup = setup;
+HWND CreateMainWindow(HINSTANCE instance, MainWindowHost& host) {
+  gMain.host = &host;
   HWND window = CreateDialogParamW(instance, MAKEINTRESOURCEW(IDD_MAIN), nullptr, MainDialogProc, 0);
   return window && IsWindow(window) ? window : nullptr;
 }

@@ -8,31 +8,33 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "engine/EngineUi.h"
 
-struct MainWindowSetup {
+// What the program around the window does at the window's turning points.
+class MainWindowHost {
+ public:
+  virtual ~MainWindowHost() = default;
   // The checks that the platform offers what the program needs; they end the
   // process themselves when something is missing.
-  std::function<void(HWND)> startupChecks;
+  virtual void StartupChecks(HWND window) = 0;
   // The panels or the menu could not be made; the window is of no use and
   // must be closed from here.
-  std::function<void(HWND)> panelsFailed;
+  virtual void PanelsFailed(HWND window) = 0;
   // Settings, filters, language and the command line, once the window exists.
-  std::function<void(HWND)> afterLayout;
+  virtual void AfterLayout(HWND window) = 0;
   // Last words before the window goes: restore what start-up changed.
-  std::function<void(HWND)> beforeDestroy;
+  virtual void BeforeDestroy(HWND window) = 0;
   // The code the message loop ends with.
-  std::function<int()> exitCode;
+  virtual int ExitCode() = 0;
   // Data sent by another process (WM_COPYDATA); true when it was understood.
-  std::function<bool(HWND window, const COPYDATASTRUCT* data)> copyData;
+  virtual bool CopyData(HWND window, const COPYDATASTRUCT* data) = 0;
 };
 
-// Creates the main dialog (hidden). Returns null when it could not be created
-// or when it was closed during its own initialisation.
-HWND CreateMainWindow(HINSTANCE instance, const MainWindowSetup& setup);
+// Creates the main dialog (hidden); `host` must outlive it. Returns null when
+// it could not be created or when it was closed during its own initialisation.
+HWND CreateMainWindow(HINSTANCE instance, MainWindowHost& host);
 HWND MainWindowHandle();
 // The item list view, and the fragmented-file list and the error list of
 // the bottom panel.

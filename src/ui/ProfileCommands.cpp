@@ -3,6 +3,7 @@
 #include <commctrl.h>
 #include <shlwapi.h>
 
+#include <unordered_map>
 #include <vector>
 
 #include "selection/Filters.h"
@@ -16,6 +17,7 @@
 #include "options/CommandIds.h"
 #include "ui/controls/Dpi.h"
 #include "util/win32/FileDialogs.h"
+#include "ui/ItemCommands.h"
 #include "ui/MainWindow.h"
 #include "ui/dialogs/MessageBox.h"
 #include "options/StringIds.h"
@@ -61,6 +63,15 @@ std::wstring ShortenForMenu(const std::wstring& path) {
     text = buffer.data();
   }
   return text;
+}
+
+// Shortening draws the path many times, so each path is shortened once, the
+// first time a menu shows it.
+const std::wstring& MenuTextOf(const std::wstring& path) {
+  static std::unordered_map<std::wstring, std::wstring> shortened;
+  auto found = shortened.find(path);
+  if (found == shortened.end()) found = shortened.emplace(path, ShortenForMenu(path)).first;
+  return found->second;
 }
 
 // The progress of a long import in the lower status bar.
@@ -227,6 +238,62 @@ void SaveProfileCommand(HWND owner) {
   RefreshRecentMenus();
 }
 
+namespace {
+
+// An import into the main window: the add-or-replace question (unless
+// unattended, which adds), the progress bar and a list that redraws only at
+// each progress step.
+class WindowImportUi final : public ProfileImportUi {
+ public:
+  WindowImportUi(HWND owner, bool noGui)
+      : owner_(owner), noGui_(noGui), list_(GetDlgItem(owner, IDC_ITEM_LIST)),
+        style_(GetWindowLongPtrW(owner, GWL_STYLE)) {}
+
+  ImportChoice AskAddOrReplace() override {
+    if (noGui_) return ImportChoice::Add;
+    int answer = AskChoice(
+        owner_, Text(kStrImportTitle, L"Importazione profilo"),
+        Text(kStrImportListNotEmpty, L"L'elenco dei file non è vuoto"),
+        Text(kStrImportNote,
+             L"Fare clic su Aggiungi per aggiungere ai file in elenco i file memorizzati nel profilo. Scegliere "
+             L"Sostituisci per sostituire i file in elenco con i file memorizzati nel profilo."),
+        {Text(kStrImportAdd, L"Aggi&ungi"), Text(kStrImportReplace, L"&Sostituisci"), Text(kStrDialogCancel, L"Annulla")},
+        2);
+    return answer == 0 ? ImportChoice::Add : answer == 1 ? ImportChoice::Replace : ImportChoice::Cancel;
+  }
+  void ListCleared() override { RefreshItemList(); }
+  void Begin(uint64_t total) override {
+    BeginProgress(total);
+    SetWindowLongPtrW(owner_, GWL_STYLE, style_ | WS_CLIPCHILDREN);
+    if (list_) SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
+  }
+  void Progress(uint64_t done) override {
+    if (gProgress.bar) SendMessageW(gProgress.bar, PBM_SETPOS, static_cast<WPARAM>(done), 0);
+    if (list_) {
+      SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
+      RefreshItemList();
+      SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
+    }
+    // A quit message stays queued for the message loop and ends the import.
+    if (!PumpWindowMessages()) gEngine.flags.fetch_or(kStopRequested);
+  }
+  bool StopRequested() override { return (gEngine.flags.load() & kStopRequested) != 0; }
+  void End() override {
+    SetWindowLongPtrW(owner_, GWL_STYLE, style_);
+    if (list_) SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
+    EndProgress();
+    RefreshItemList();
+  }
+
+ private:
+  HWND owner_;
+  bool noGui_;
+  HWND list_;
+  LONG_PTR style_;
+};
+
+}  // namespace
+
 ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui) {
   std::wstring path = givenPath;
   if (path.empty()) {
@@ -238,47 +305,9 @@ ImportResult ImportProfile(HWND owner, const std::wstring& givenPath, bool noGui
   // size and state (a maximised window stays maximised).
   if (!noGui && !IsWindowVisible(MainWindowHandle())) ShowMainWindow(gSettings.maximized);
 
-  HWND list = GetDlgItem(owner, IDC_ITEM_LIST);
-  LONG_PTR style = GetWindowLongPtrW(owner, GWL_STYLE);
-  ProfileImportHooks hooks;
-  hooks.askAddOrReplace = [owner, noGui] {
-    if (noGui) return ImportChoice::Add;
-    int answer = AskChoice(
-        owner, Text(kStrImportTitle, L"Importazione profilo"),
-        Text(kStrImportListNotEmpty, L"L'elenco dei file non è vuoto"),
-        Text(kStrImportNote,
-             L"Fare clic su Aggiungi per aggiungere ai file in elenco i file memorizzati nel profilo. Scegliere "
-             L"Sostituisci per sostituire i file in elenco con i file memorizzati nel profilo."),
-        {Text(kStrImportAdd, L"Aggi&ungi"), Text(kStrImportReplace, L"&Sostituisci"), Text(kStrDialogCancel, L"Annulla")},
-        2);
-    return answer == 0 ? ImportChoice::Add : answer == 1 ? ImportChoice::Replace : ImportChoice::Cancel;
-  };
-  hooks.listCleared = [] { RefreshItemList(); };
-  hooks.stopRequested = [] { return (gEngine.flags.load() & kStopRequested) != 0; };
-  hooks.begin = [owner, list, style](uint64_t total) {
-    BeginProgress(total);
-    SetWindowLongPtrW(owner, GWL_STYLE, style | WS_CLIPCHILDREN);
-    if (list) SendMessageW(list, WM_SETREDRAW, FALSE, 0);
-  };
-  hooks.progress = [list](uint64_t done) {
-    if (gProgress.bar) SendMessageW(gProgress.bar, PBM_SETPOS, static_cast<WPARAM>(done), 0);
-    if (list) {
-      SendMessageW(list, WM_SETREDRAW, TRUE, 0);
-      RefreshItemList();
-      SendMessageW(list, WM_SETREDRAW, FALSE, 0);
-    }
-    // A quit message stays queued for the message loop and ends the import.
-    if (!PumpWindowMessages()) gEngine.flags.fetch_or(kStopRequested);
-  };
-  hooks.end = [owner, list, style] {
-    SetWindowLongPtrW(owner, GWL_STYLE, style);
-    if (list) SendMessageW(list, WM_SETREDRAW, TRUE, 0);
-    EndProgress();
-    RefreshItemList();
-  };
-
+  WindowImportUi ui(owner, noGui);
   std::vector<MissingItem> missing;
-  ImportResult result = ReadProfile(path, hooks, missing);
+  ImportResult result = ReadProfile(path, WindowItems(), ui, missing);
   if (result == ImportResult::CannotOpen) {
     const wchar_t* text = Text(kStrProfileMissing, L"Il profilo specificato sulla riga di comando non esiste.");
     if (!noGui) ShowMessage(owner, text, L"Ordalis", MB_OK | MB_ICONSTOP);
@@ -339,7 +368,7 @@ void FillRecentProfilesMenu(HMENU menu) {
     return;
   }
   for (const RecentProfile* entry = gRecentProfiles.head; entry; entry = entry->next) {
-    AppendMenuW(menu, MF_STRING, entry->menuId, entry->menuText.c_str());
+    AppendMenuW(menu, MF_STRING, entry->menuId, MenuTextOf(entry->path).c_str());
   }
 }
 
@@ -352,7 +381,6 @@ void ImportRecentProfile(HWND owner, uint32_t command) {
 
 void LoadSelectionState() {
   LoadFilterLists();
-  gShortenProfilePath = ShortenForMenu;
   LoadRecentProfilesFromSettings();
   RefreshRecentMenus();
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
 #include "options/Settings.h"
@@ -30,14 +31,14 @@ constexpr ColumnLayout kResultColumns[] = {
 std::wstring gResultCellBuffer;
 
 std::wstring ResultCellText(const FragmentedFileRecord& record, int column) {
-  const NumberFormatHooks& numbers = gItemCellSettings.numbers;
+  const NumberFormat& numbers = LocaleNumbers();
   switch (column) {
     case kName: return record.path;
-    case kFragments: return numbers.groupDigits(static_cast<int64_t>(record.fragments));
-    case kClusters: return numbers.groupDigits(static_cast<int64_t>(record.clusters));
-    case kSize: return numbers.kbSize(record.size);
-    case kSizeOnDisk: return numbers.kbSize(record.sizeOnDisk);
-    case kPercent: return numbers.percent(record.percentOnDisk);
+    case kFragments: return numbers.GroupDigits(static_cast<int64_t>(record.fragments));
+    case kClusters: return numbers.GroupDigits(static_cast<int64_t>(record.clusters));
+    case kSize: return numbers.KBSize(record.size);
+    case kSizeOnDisk: return numbers.KBSize(record.sizeOnDisk);
+    case kPercent: return numbers.Percent(record.percentOnDisk);
     case kModified:
       return record.modifiedTime.empty() ? record.modifiedDate : record.modifiedDate + L" " + record.modifiedTime;
     case kAttributes: return record.attributes;

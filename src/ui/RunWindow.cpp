@@ -9,6 +9,7 @@
 #include "engine/Analysis.h"
 #include "ui/dialogs/ChoiceDialog.h"
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
@@ -44,7 +45,7 @@ class WindowRunUi;
 
 struct RunWindowState {
   HWND main = nullptr;
-  RunWindowSetup setup;
+  RunWindowHost* host = nullptr;  // set with the window
   // What the window's runs are told.
   RunOptions options;
 };
@@ -66,6 +67,27 @@ HWND ItemListView() { return MainItemListView(); }
 void PowerOff();
 void RequestExitCode(uint32_t code);
 
+// The report's numbers, date and time in the user's locale.
+class LocaleReportFormat final : public ReportFormat {
+ public:
+  std::wstring GroupDigits(int64_t value) const override { return LocaleNumbers().GroupDigits(value); }
+  std::wstring Decimal(const std::wstring& twoDecimals) const override {
+    wchar_t buffer[64];
+    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) return twoDecimals;
+    return std::wstring(buffer);
+  }
+  std::wstring Date() const override {
+    wchar_t buffer[128];
+    return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, nullptr, nullptr, buffer, 128) ? std::wstring(buffer)
+                                                                                                : std::wstring();
+  }
+  std::wstring Time() const override {
+    wchar_t buffer[128];
+    return GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_NOSECONDS, nullptr, nullptr, buffer, 128) ? std::wstring(buffer)
+                                                                                                : std::wstring();
+  }
+};
+
 void SaveReportCommand(HWND owner) {
   WindowMessagePump pump;
   const std::wstring filter = std::wstring(Text(kStrReportFileKind, L"File di testo (*.txt)")) + L"|*.txt|";
@@ -74,7 +96,7 @@ void SaveReportCommand(HWND owner) {
   request.flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY;
   const std::wstring name = AskFileToSave(owner, request);
   if (name.empty()) return;
-  if (!SaveAnalysisReport(name, PlatformReportFormat(), pump)) return;
+  if (!SaveAnalysisReport(name, LocaleReportFormat(), pump)) return;
   ShowMessage(owner, Text(kStrReportSaved, L"Report salvato correttamente."), L"Ordalis",
               MB_OK | MB_ICONINFORMATION);
 }
@@ -90,11 +112,12 @@ INT_PTR CALLBACK SummaryProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED_LABEL,
                       Text(kStrSummaryDefragmented, L"File deframmentati:"));
       SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS_LABEL, Text(kStrSummaryErrors, L"Errori:"));
-      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, GroupedCount(gRun.counters.filesSeen).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(gRun.counters.fragmented).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, GroupedCount(gRun.counters.notFragmented).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, GroupedCount(gRun.counters.filesMoved).c_str());
-      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(gRun.errors.size()).c_str());
+      const NumberFormat& numbers = LocaleNumbers();
+      SetDlgItemTextW(dialog, IDC_SUMMARY_PROCESSED, GroupedCount(numbers, gRun.counters.filesSeen).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_FRAGMENTED, GroupedCount(numbers, gRun.counters.fragmented).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_NOT_FRAGMENTED, GroupedCount(numbers, gRun.counters.notFragmented).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_DEFRAGMENTED, GroupedCount(numbers, gRun.counters.filesMoved).c_str());
+      SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(numbers, gRun.errors.size()).c_str());
       return TRUE;
     }
     case WM_COMMAND:
@@ -141,16 +164,15 @@ INT_PTR CALLBACK ShutdownProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) 
 }
 
 void PowerOff() {
-  if (gRunWindow.setup.powerOff) gRunWindow.setup.powerOff();
+  gRunWindow.host->PowerOff();
 }
 
 void RequestExitCode(uint32_t code) {
-  if (gRunWindow.setup.requestExit) gRunWindow.setup.requestExit(code);
+  gRunWindow.host->RequestExit(code);
 }
 
 void WriteConsole(const std::vector<std::wstring>& texts) {
-  if (!gRunWindow.setup.consoleWrite) return;
-  for (const std::wstring& text : texts) gRunWindow.setup.consoleWrite(text);
+  for (const std::wstring& text : texts) gRunWindow.host->ConsoleWrite(text);
 }
 
 // The main window's side of a run: its status bars, lists, dialogs and
@@ -227,7 +249,7 @@ class WindowRunUi final : public RunUi {
     const std::wstring text = FormatWithStrings(
         Text(kStrSolidStateLeftOut, L"%s file selezionati si trovano su unità a stato solido e sono stati lasciati "
                                     L"come sono, come chiedono le impostazioni."),
-        {GroupedCount(files)});
+        {GroupedCount(LocaleNumbers(), files)});
     ShowMessage(gRunWindow.main, text, Text(kStrSolidStateTitle, L"Disco SSD"), MB_OK | MB_ICONINFORMATION);
   }
   int DiskCheck(bool automatic) override {
@@ -250,7 +272,7 @@ class WindowRunUi final : public RunUi {
   }
   void RequestExit(uint32_t code) override { RequestExitCode(code); }
   void ApplyPriority(uint32_t command) override {
-    if (gRunWindow.setup.setPriority) gRunWindow.setup.setPriority(command);
+    gRunWindow.host->SetPriority(command);
   }
   void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override {
     LocalDateTexts(ticks, date, time);
@@ -319,44 +341,9 @@ bool RunShutdownCountdown(HWND owner) {
   return true;
 }
 
-ReportFormat PlatformReportFormat() {
-  ReportFormat format = PortableReportFormat();
-  format.groupDigits = gItemCellSettings.numbers.groupDigits;
-  format.decimal = [](const std::wstring& twoDecimals) {
-    wchar_t buffer[64];
-    if (!GetNumberFormatW(LOCALE_USER_DEFAULT, 0, twoDecimals.c_str(), nullptr, buffer, 64)) {
-      return twoDecimals;
-    }
-    return std::wstring(buffer);
-  };
-  format.date = [] {
-    wchar_t buffer[128];
-    return GetDateFormatW(LOCALE_USER_DEFAULT, DATE_SHORTDATE, nullptr, nullptr, buffer, 128)
-               ? std::wstring(buffer)
-               : std::wstring();
-  };
-  format.time = [] {
-    wchar_t buffer[128];
-    return GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_NOSECONDS, nullptr, nullptr, buffer, 128)
-               ? std::wstring(buffer)
-               : std::wstring();
-  };
-  return format;
-}
-
-void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup) {
+void InstallRunWindow(HWND mainWindow, RunWindowHost& host) {
   gRunWindow.main = mainWindow;
-  gRunWindow.setup = setup;
-  ItemHooks& items = gItemSettings.hooks;
-  items.setBusyState = SetMainBusyState;
-  items.cacheIcon = [](const std::wstring& path) { ShellImageIndex(path, false); };
-  // A file whose size on disk looks far too large is analysed: a file
-  // without clusters of its own then counts as taking none.
-  items.analyseClusters = [](const std::wstring& longPath) -> uint64_t {
-    FileAnalysis analysis;
-    AnalyseFile(longPath, analysis);
-    return analysis.outcome.empty() ? analysis.clusters : 1;
-  };
+  gRunWindow.host = &host;
 }
 
 void StartWindowRun(RunMode mode) {

@@ -5,23 +5,28 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "runs/RunDriver.h"
 
-struct RunWindowSetup {
-  std::function<void(uint32_t code)> requestExit;
+// What the window's runs need from the program around the window.
+class RunWindowHost {
+ public:
+  virtual ~RunWindowHost() = default;
+  // Ends the program with the code once the window may close.
+  virtual void RequestExit(uint32_t code) = 0;
   // Powers the machine off (the shell's seam; tests never power off).
-  std::function<uint32_t()> powerOff;
-  std::function<void(uint32_t command)> setPriority;
+  virtual void PowerOff() = 0;
+  // The process priority of a priority command.
+  virtual void SetPriority(uint32_t command) = 0;
   // Writes console text of the unattended mode.
-  std::function<void(const std::wstring& text)> consoleWrite;
+  virtual void ConsoleWrite(const std::wstring& text) = 0;
 };
 
-// Ties the runs to this main window and its shell.
-void InstallRunWindow(HWND mainWindow, const RunWindowSetup& setup);
+// Ties the runs to this main window and its shell; `host` must outlive the
+// window.
+void InstallRunWindow(HWND mainWindow, RunWindowHost& host);
 
 // The run commands: a run of the window (analyse, defragment, all or
 // selected) keeps it busy until it ends; Stop asks the run under way to
@@ -39,7 +44,3 @@ void RunCommandLineRuns(HWND mainWindow);
 void ShowRunSummary(HWND owner);
 // True when the countdown ran out and the machine was told to power off.
 bool RunShutdownCountdown(HWND owner);
-
-// The report formats of the user's locale.
-struct ReportFormat;
-ReportFormat PlatformReportFormat();

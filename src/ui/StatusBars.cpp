@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "items/ItemList.h"
 #include "runs/RunResults.h"
 #include "ui/Artwork.h"
@@ -73,14 +74,15 @@ void UpdateStatus(uint32_t flags, const std::wstring& text) {
     return;
   }
   if (flags & kStatusItemCount) {
-    SetUpperStatusPart(0, Text(kStrItemsInList, L"Oggetti totali in elenco: ") + GroupedCount(ItemCount()));
+    SetUpperStatusPart(0, Text(kStrItemsInList, L"Oggetti totali in elenco: ") + GroupedCount(LocaleNumbers(), ItemCount()));
   }
   if (flags & kStatusWaiting) {
     SetLowerStatusIcon(false);
     SetLower(Text(kStrWaiting, L"In attesa"));
   }
   if (flags & kStatusProcessedCount) {
-    SetUpperStatusPart(1, Text(kStrFilesProcessed, L"Totale file elaborati: ") + GroupedCount(gRun.counters.filesSeen));
+    SetUpperStatusPart(1, Text(kStrFilesProcessed, L"Totale file elaborati: ") +
+                              GroupedCount(LocaleNumbers(), gRun.counters.filesSeen));
   }
   if (flags & kStatusPleaseWait) {
     SetLower(Text(kStrWaitForStop, L"Attendere che l'operazione in corso sia terminata..."));

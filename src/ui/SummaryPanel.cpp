@@ -4,6 +4,7 @@
 #include <string>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "items/ItemList.h"
 #include "res/ResourceIds.h"
 #include "runs/RunResults.h"
@@ -117,7 +118,7 @@ void UpdateSummaryPanel() {
   for (int i = 0; i < kCounterCount; ++i) {
     SetTextPaintedLater(gSummary.labels[i], WM_SETTEXT, 0, Text(kCounterLabels[i].textId, kCounterLabels[i].italian),
                         gSummary.labelsShown[i]);
-    SetTextPaintedLater(gSummary.values[i], WM_SETTEXT, 0, GroupedCount(values[i]), gSummary.valuesShown[i]);
+    SetTextPaintedLater(gSummary.values[i], WM_SETTEXT, 0, GroupedCount(LocaleNumbers(), values[i]), gSummary.valuesShown[i]);
   }
 }
 

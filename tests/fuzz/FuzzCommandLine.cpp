@@ -24,6 +24,21 @@ struct World {
 
 }  // namespace
 
+namespace {
+
+// Says nothing; every path handed on is a full drive-letter path.
+class PathsChecked final : public PathArgumentsUi {
+ public:
+  void ConsoleText(const std::wstring&) override {}
+  void ShowMessage(const std::wstring&) override {}
+  void AfterPath() override {}
+  void AddPath(bool, const std::wstring& path) override {
+    FUZZ_CHECK(path.size() >= 3 && path[1] == L':' && path[2] == L'\\');
+  }
+};
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static World world;
   std::wstring text = fuzz::WideText(data, size);
@@ -41,14 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FUZZ_CHECK(choices.languageCode.size() <= 4);
   FUZZ_CHECK(!((flags & kRunClose) && (flags & kRunCloseIfOk)));
 
-  CommandLineHooks hooks;
-  hooks.console = [](const std::wstring&) {};
-  hooks.showMessage = [](const std::wstring&) {};
-  hooks.afterPath = [] {};
-  hooks.addItem = [](bool, const std::wstring& path) {
-    FUZZ_CHECK(path.size() >= 3 && path[1] == L':' && path[2] == L'\\');
-    return 0u;
-  };
-  AddPathArguments(args, flags, hooks);
+  PathsChecked paths;
+  AddPathArguments(args, flags, paths);
   return 0;
 }

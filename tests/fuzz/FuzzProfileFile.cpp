@@ -3,6 +3,7 @@
 // takes is written back and read again into the same list.
 #include "FakeFileQueries.h"
 #include "FuzzSupport.h"
+#include "QuietImportUi.h"
 #include "items/ItemList.h"
 #include "selection/Profile.h"
 
@@ -17,8 +18,6 @@ struct World {
     fs.fake.AddFile(L"C:\\dati\\due.bin", 4096);
     fs.fake.AddFolder(L"C:\\dati\\cartella");
     fs.fake.AddFolder(L"D:\\");
-    gItemSettings.hooks = PortableItemHooks();
-    gItemSettings.suppressMessages = true;
   }
   ScopedFakeFileQueries fs;
 };
@@ -37,14 +36,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::wstring file = fuzz::ScratchFolder() + L"-profile.olp";
   fuzz::WriteBytes(file, data, size);
   ClearItemList();
+  PortableItemPlatform items;
+  QuietImportUi quiet;
   std::vector<MissingItem> missing;
-  ReadProfile(file, ProfileImportHooks{}, missing);
+  ReadProfile(file, items, quiet, missing);
   for (const MissingItem& item : missing) FUZZ_CHECK(item.kind == L'F' || item.kind == L'D');
 
   std::vector<std::wstring> read = ItemPaths();
   FUZZ_CHECK(WriteProfile(file));
   ClearItemList();
-  FUZZ_CHECK(ReadProfile(file, ProfileImportHooks{}, missing) == ImportResult::Imported);
+  FUZZ_CHECK(ReadProfile(file, items, quiet, missing) == ImportResult::Imported);
   FUZZ_CHECK(missing.empty());
   FUZZ_CHECK(ItemPaths() == read);
   ClearItemList();

@@ -1,4 +1,7 @@
 #include "ItemTestSupport.h"
+#ifdef _WIN32
+#include "items/win32/ShellItemTexts.h"
+#endif
 
 namespace {
 
@@ -27,7 +30,7 @@ TEST_F(ItemCellsTest, FileCells) {
   const wchar_t* expected[kItemColumnCount] = {L"C:\\dir\\f.bin", L"Frammentato", L"2 KB", L"4 KB", L"12,345",
                                                L"1,234,567", L"BIN File", L"266.67 %", L"01/02/2023 10:11", L"RA"};
   for (int column = 0; column < kItemColumnCount; ++column) {
-    EXPECT_EQ(ItemCellText(record, static_cast<ItemColumn>(column)), expected[column]) << "column " << column;
+    EXPECT_EQ(ItemCellText(record, static_cast<ItemColumn>(column), numbers), expected[column]) << "column " << column;
   }
 }
 
@@ -37,15 +40,15 @@ TEST_F(ItemCellsTest, CountMarkersAndFolderBlanks) {
   for (auto [count, text] : counts) {
     record.fragments = count;
     record.clusters = count;
-    EXPECT_EQ(ItemCellText(record, ItemColumn::Fragments), text);
-    EXPECT_EQ(ItemCellText(record, ItemColumn::Clusters), text);
+    EXPECT_EQ(ItemCellText(record, ItemColumn::Fragments, numbers), text);
+    EXPECT_EQ(ItemCellText(record, ItemColumn::Clusters, numbers), text);
   }
   record.flags |= ItemFlags::kFolder;
-  EXPECT_EQ(ItemCellText(record, ItemColumn::Size), L"");
-  EXPECT_EQ(ItemCellText(record, ItemColumn::SizeOnDisk), L"");
-  EXPECT_EQ(ItemCellText(record, ItemColumn::PercentOnDisk), L"");
+  EXPECT_EQ(ItemCellText(record, ItemColumn::Size, numbers), L"");
+  EXPECT_EQ(ItemCellText(record, ItemColumn::SizeOnDisk, numbers), L"");
+  EXPECT_EQ(ItemCellText(record, ItemColumn::PercentOnDisk, numbers), L"");
   record.flags |= ItemFlags::kSkipped;
-  EXPECT_EQ(ItemCellText(record, ItemColumn::State), L"Scartato");
+  EXPECT_EQ(ItemCellText(record, ItemColumn::State, numbers), L"Scartato");
 }
 
 TEST_F(ItemCellsTest, SortKeysPerColumn) {
@@ -75,10 +78,10 @@ TEST_F(ItemCellsTest, LoadedLanguageRenamesRootType) {
   ItemRecord root;
   root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
   root.typeName = L"ignored";
-  EXPECT_EQ(ItemCellText(root, ItemColumn::Type), L"Cartella principale");
+  EXPECT_EQ(ItemCellText(root, ItemColumn::Type, numbers), L"Cartella principale");
   SetBuiltInTexts(false);
   SetText(kStrRootFolder, L"Root folder");
-  EXPECT_EQ(ItemCellText(root, ItemColumn::Type), L"Root folder");
+  EXPECT_EQ(ItemCellText(root, ItemColumn::Type, numbers), L"Root folder");
 }
 
 }  // namespace
@@ -86,15 +89,14 @@ TEST_F(ItemCellsTest, LoadedLanguageRenamesRootType) {
 #ifdef _WIN32
 namespace {
 
-// The Windows hooks answer from the shell and the user's locale; their exact
+// The Windows texts come from the shell and the user's locale; their exact
 // texts depend on the system, their shape does not.
-TEST(PlatformHooksTest, ShellAndLocaleTexts) {
-  ItemHooks hooks = PlatformItemHooks();
-  EXPECT_FALSE(hooks.typeName(L"C:\\no such folder\\x.txt", false).empty());
-  EXPECT_FALSE(hooks.typeName(L"C:\\no such folder", true).empty());
+TEST(PlatformTextsTest, ShellAndLocaleTexts) {
+  EXPECT_FALSE(ShellTypeName(L"C:\\no such folder\\x.txt", false).empty());
+  EXPECT_FALSE(ShellTypeName(L"C:\\no such folder", true).empty());
 
   std::wstring text, key;
-  hooks.dateTexts(133536856790000000ull, text, key);  // 2024-02-29 13:07:59 UTC
+  LocalDateTexts(133536856790000000ull, text, key);  // 2024-02-29 13:07:59 UTC
   ASSERT_GT(key.size(), 8u);
   EXPECT_EQ(key.substr(0, 6), L"202402");
   // The key ends with the same time text as the shown text.
@@ -102,12 +104,12 @@ TEST(PlatformHooksTest, ShellAndLocaleTexts) {
   ASSERT_GE(text.size(), time.size() + 1);
   EXPECT_EQ(text.substr(text.size() - time.size() - 1), L" " + time);
 
-  NumberFormatHooks numbers = PlatformNumberFormatHooks();
-  std::wstring kb = numbers.kbSize(1025);
+  const NumberFormat& numbers = LocaleNumbers();
+  std::wstring kb = numbers.KBSize(1025);
   EXPECT_NE(kb.find(L'2'), std::wstring::npos);
   EXPECT_NE(kb.find(L"KB"), std::wstring::npos);
-  EXPECT_EQ(numbers.groupDigits(7), L"7");
-  std::wstring percent = numbers.percent(26667);
+  EXPECT_EQ(numbers.GroupDigits(7), L"7");
+  std::wstring percent = numbers.Percent(26667);
   EXPECT_EQ(percent.substr(0, 3), L"266");
   EXPECT_EQ(percent.substr(percent.size() - 2), L" %");
   EXPECT_NE(percent.find(L"67"), std::wstring::npos);

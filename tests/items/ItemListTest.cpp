@@ -11,29 +11,29 @@ TEST_F(AddItemTest, ResultCodesOfValidation) {
   fs.fake.AddFolder(L"C:\\locked");
   fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\locked", kErrAccessDenied);
 
-  EXPECT_EQ(AddItem(false, L"\\\\server\\share\\a.txt"), kAddNotDriveLetter);
-  EXPECT_EQ(AddItem(false, L"\\\\?\\C:\\data\\a.txt"), kAddNotDriveLetter);
-  EXPECT_EQ(AddItem(false, L"C"), kAddNotDriveLetter);
-  EXPECT_EQ(AddItem(false, L"C:\\data\\missing.txt"), kAddFileMissing);
-  EXPECT_EQ(AddItem(true, L"C:\\nowhere"), kAddFolderMissing);
-  EXPECT_EQ(AddItem(true, L"C:\\locked"), kAddAccessShown);
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages[0], L"Impossibile accedere a C:\\locked.\r\n\r\nAccess is denied.\r\n");
+  EXPECT_EQ(AddItem(items, false, L"\\\\server\\share\\a.txt"), kAddNotDriveLetter);
+  EXPECT_EQ(AddItem(items, false, L"\\\\?\\C:\\data\\a.txt"), kAddNotDriveLetter);
+  EXPECT_EQ(AddItem(items, false, L"C"), kAddNotDriveLetter);
+  EXPECT_EQ(AddItem(items, false, L"C:\\data\\missing.txt"), kAddFileMissing);
+  EXPECT_EQ(AddItem(items, true, L"C:\\nowhere"), kAddFolderMissing);
+  EXPECT_EQ(AddItem(items, true, L"C:\\locked"), kAddAccessShown);
+  ASSERT_EQ(items.messages.size(), 1u);
+  EXPECT_EQ(items.messages[0], L"Impossibile accedere a C:\\locked.\r\n\r\nAccess is denied.\r\n");
 
-  gItemSettings.suppressMessages = true;
-  EXPECT_EQ(AddItem(true, L"C:\\locked"), kAddAccessSilent);
-  EXPECT_EQ(messages.size(), 1u);
+  items.unattended = true;
+  EXPECT_EQ(AddItem(items, true, L"C:\\locked"), kAddAccessSilent);
+  EXPECT_EQ(items.messages.size(), 1u);
 
-  EXPECT_EQ(AddItem(false, L"C:\\data\\a.txt"), kAddOk);
-  EXPECT_EQ(AddItem(false, L"c:\\DATA\\A.TXT"), kAddDuplicate);
-  EXPECT_EQ(ValidateItemPath(false, L"C:\\Data\\a.Txt"), kAddDuplicate);
-  EXPECT_EQ(AddItem(true, L"C:\\data"), kAddOk);
+  EXPECT_EQ(AddItem(items, false, L"C:\\data\\a.txt"), kAddOk);
+  EXPECT_EQ(AddItem(items, false, L"c:\\DATA\\A.TXT"), kAddDuplicate);
+  EXPECT_EQ(ValidateItemPath(items, false, L"C:\\Data\\a.Txt"), kAddDuplicate);
+  EXPECT_EQ(AddItem(items, true, L"C:\\data"), kAddOk);
   EXPECT_EQ(ItemCount(), 2u);
   // Every call, refused or not, is bracketed by the busy states.
-  ASSERT_EQ(busyStates.size(), 2u * 10);
-  for (size_t i = 0; i < busyStates.size(); i += 2) {
-    EXPECT_EQ(busyStates[i], kBusyAdding);
-    EXPECT_EQ(busyStates[i + 1], kBusyIdle);
+  ASSERT_EQ(items.busyStates.size(), 2u * 10);
+  for (size_t i = 0; i < items.busyStates.size(); i += 2) {
+    EXPECT_EQ(items.busyStates[i], kBusyAdding);
+    EXPECT_EQ(items.busyStates[i + 1], kBusyIdle);
   }
 }
 
@@ -43,18 +43,18 @@ TEST_F(AddItemTest, AccessMessageUsesLoadedLanguage) {
   fs.fake.SetErrorText(kErrAccessDenied, L"Accesso negato.\r\n");
   SetBuiltInTexts(false);
   SetText(233, L"Cannot access %s!");
-  EXPECT_EQ(AddItem(true, L"D:\\x"), kAddAccessShown);
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages[0], L"Cannot access D:\\x!\r\n\r\nAccesso negato.\r\n");
+  EXPECT_EQ(AddItem(items, true, L"D:\\x"), kAddAccessShown);
+  ASSERT_EQ(items.messages.size(), 1u);
+  EXPECT_EQ(items.messages[0], L"Cannot access D:\\x!\r\n\r\nAccesso negato.\r\n");
 }
 
 TEST_F(AddItemTest, FileWhoseEntryCannotBeReadIsMissing) {
   fs.fake.AddFile(L"C:\\a.txt");
   fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\a.txt", kErrAccessDenied);
-  EXPECT_EQ(ValidateItemPath(false, L"C:\\a.txt"), kAddOk);
-  EXPECT_EQ(AddItem(false, L"C:\\a.txt"), kAddFileMissing);
+  EXPECT_EQ(ValidateItemPath(items, false, L"C:\\a.txt"), kAddOk);
+  EXPECT_EQ(AddItem(items, false, L"C:\\a.txt"), kAddFileMissing);
   EXPECT_EQ(ItemCount(), 0u);
-  EXPECT_TRUE(iconPaths.empty());
+  EXPECT_TRUE(items.iconPaths.empty());
 }
 
 TEST_F(AddItemTest, FileRecordComesFromItsDirectoryEntry) {
@@ -62,7 +62,7 @@ TEST_F(AddItemTest, FileRecordComesFromItsDirectoryEntry) {
   DirEntry& entry = fs.fake.AddFile(L"E:\\Docs\\report.final.doc", 10000,
                                     kAttrReadOnly | kAttrHidden | kAttrSystem | kAttrArchive);
   entry.lastWriteTime = 133536856790000000ull;  // 2024-02-29 13:07:59 UTC
-  ASSERT_EQ(AddItem(false, L"e:\\docs\\Report.final.doc"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"e:\\docs\\Report.final.doc"), kAddOk);
   ItemRecord* item = ItemAtRow(0);
   ASSERT_NE(item, nullptr);
   EXPECT_EQ(item->path, L"e:\\docs\\Report.final.doc");
@@ -82,13 +82,13 @@ TEST_F(AddItemTest, FileRecordComesFromItsDirectoryEntry) {
   EXPECT_EQ(item->modifiedText, L"29/02/2024 13:07");
   EXPECT_EQ(item->modifiedKey, L"2024022913:07");
   EXPECT_TRUE(item->sortKey.empty());
-  EXPECT_EQ(iconPaths, Paths{L"e:\\docs\\Report.final.doc"});
+  EXPECT_EQ(items.iconPaths, Paths{L"e:\\docs\\Report.final.doc"});
 }
 
 TEST_F(AddItemTest, FolderAndDriveRootRecords) {
   fs.fake.AddFolder(L"C:\\Work", kAttrDirectory | kAttrCompressed);
-  ASSERT_EQ(AddItem(true, L"C:\\Work"), kAddOk);
-  ASSERT_EQ(AddItem(true, L"C:\\"), kAddOk);
+  ASSERT_EQ(AddItem(items, true, L"C:\\Work"), kAddOk);
+  ASSERT_EQ(AddItem(items, true, L"C:\\"), kAddOk);
   ItemRecord* root = ItemAtRow(0);
   ItemRecord* folder = ItemAtRow(1);
   EXPECT_EQ(folder->flags, 0x20001u);
@@ -104,20 +104,20 @@ TEST_F(AddItemTest, FolderAndDriveRootRecords) {
   EXPECT_TRUE(root->modifiedText.empty());
   EXPECT_TRUE(root->modifiedKey.empty());
   EXPECT_TRUE(root->attributes.empty());
-  EXPECT_EQ(ItemCellText(*root, ItemColumn::Type), L"Cartella principale");
-  EXPECT_EQ(ItemCellText(*root, ItemColumn::Modified), L"");
+  EXPECT_EQ(ItemCellText(*root, ItemColumn::Type, numbers), L"Cartella principale");
+  EXPECT_EQ(ItemCellText(*root, ItemColumn::Modified, numbers), L"");
 }
 
 TEST_F(AddItemTest, ClusterSizeIsCachedForOneDrive) {
   fs.fake.AddDrive(L'C', 4096);
   fs.fake.AddDrive(L'D', 65536);
   for (const wchar_t* path : {L"C:\\1", L"c:\\2", L"D:\\3", L"D:\\4", L"C:\\5"}) fs.fake.AddFile(path, 1);
-  AddItem(false, L"C:\\1");
-  AddItem(false, L"c:\\2");
+  AddItem(items, false, L"C:\\1");
+  AddItem(items, false, L"c:\\2");
   EXPECT_EQ(fs.fake.QueryCount(FakeQuery::BytesPerCluster), 1u);
-  AddItem(false, L"D:\\3");
-  AddItem(false, L"D:\\4");
-  AddItem(false, L"C:\\5");
+  AddItem(items, false, L"D:\\3");
+  AddItem(items, false, L"D:\\4");
+  AddItem(items, false, L"C:\\5");
   EXPECT_EQ(fs.fake.QueryCount(FakeQuery::BytesPerCluster), 3u);
   EXPECT_EQ(ItemByPath(L"D:\\4")->clusterSize, 65536u);
   EXPECT_EQ(ItemByPath(L"D:\\4")->sizeOnDisk, 65536u);
@@ -129,7 +129,7 @@ class ItemListOrderTest : public ItemListFixture {
   void AddFiles(const Paths& paths) {
     for (const std::wstring& path : paths) {
       fs.fake.AddFile(path, 1);
-      ASSERT_EQ(AddItem(false, path), kAddOk) << std::string(path.begin(), path.end());
+      ASSERT_EQ(AddItem(items, false, path), kAddOk) << std::string(path.begin(), path.end());
     }
   }
 };
@@ -158,7 +158,7 @@ TEST_F(ItemListOrderTest, RemoveKeepsLinksRowsAndPathIndexInStep) {
   EXPECT_FALSE(RemoveItem(nullptr));
 
   // A removed path can be added again, at the front.
-  ASSERT_EQ(AddItem(false, L"C:\\c"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"C:\\c"), kAddOk);
   EXPECT_EQ(RowPaths(), (Paths{L"C:\\c", L"C:\\d", L"C:\\b"}));
 
   EXPECT_EQ(RemoveItemsIf([](const ItemRecord& r) { return r.path != L"C:\\d"; }), 2u);
@@ -211,7 +211,7 @@ TEST_F(ItemListOrderTest, SortByColumnPutsFoldersFirstAscending) {
   fs.fake.AddFile(L"C:\\same", 10);
   fs.fake.AddFolder(L"C:\\dir");
   for (const wchar_t* path : {L"C:\\big", L"C:\\small", L"C:\\dir", L"C:\\same"}) {
-    ASSERT_EQ(AddItem(std::wstring(path) == L"C:\\dir", path), kAddOk);
+    ASSERT_EQ(AddItem(items, std::wstring(path) == L"C:\\dir", path), kAddOk);
   }
   BuildSortKeys(ItemColumn::Size);
   SortItemList(+1);

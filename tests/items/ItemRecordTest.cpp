@@ -141,53 +141,41 @@ TEST(ItemRecordTest, CompressedSizeOnDiskKeepsOnlyThirtyTwoBits) {
 class PercentOnDiskTest : public ItemListFixture {};
 
 TEST_F(PercentOnDiskTest, SinglePrecisionAndLastDigitFiveRoundsDown) {
-  EXPECT_EQ(PercentOnDisk(L"", 4096, 0), 0u);
-  EXPECT_EQ(PercentOnDisk(L"", 0, 100), 0u);
-  EXPECT_EQ(PercentOnDisk(L"", 4096, 4096), 10000u);
+  EXPECT_EQ(PercentOnDisk(4096, 0), 0u);
+  EXPECT_EQ(PercentOnDisk(0, 100), 0u);
+  EXPECT_EQ(PercentOnDisk(4096, 4096), 10000u);
   // 4096/60 × 100000 = 6826666.6…: digit 6 rounds up.
-  EXPECT_EQ(PercentOnDisk(L"", 4096, 60), 682667u);
+  EXPECT_EQ(PercentOnDisk(4096, 60), 682667u);
   // 4096/54 × 100000 = 7585185.1…: digit 5 rounds down.
-  EXPECT_EQ(PercentOnDisk(L"", 4096, 54), 758518u);
+  EXPECT_EQ(PercentOnDisk(4096, 54), 758518u);
   // 4096/3 in single precision gives 136533344 (double: 136533333).
-  EXPECT_EQ(PercentOnDisk(L"", 4096, 3), 13653334u);
+  EXPECT_EQ(PercentOnDisk(4096, 3), 13653334u);
   // 12288/5: single precision 245760016 (double: 245760000).
-  EXPECT_EQ(PercentOnDisk(L"", 12288, 5), 24576002u);
+  EXPECT_EQ(PercentOnDisk(12288, 5), 24576002u);
 }
 
 TEST_F(PercentOnDiskTest, AboveFiveHundredPercentAsksTheAnalysis) {
-  std::vector<std::wstring> asked;
-  uint64_t clusters = 0;
-  gItemSettings.hooks.analyseClusters = [&](const std::wstring& path) {
-    asked.push_back(path);
-    return clusters;
-  };
-  EXPECT_EQ(PercentOnDisk(L"\\\\?\\C:\\tiny", 5000, 1000), 50000u);
-  EXPECT_TRUE(asked.empty());
-  EXPECT_EQ(PercentOnDisk(L"\\\\?\\C:\\tiny", 5001, 1000), 0u);
-  EXPECT_EQ(asked, std::vector<std::wstring>{L"\\\\?\\C:\\tiny"});
-  clusters = 1;
-  EXPECT_EQ(PercentOnDisk(L"\\\\?\\C:\\tiny", 4096, 81), 505679u);
-  EXPECT_EQ(asked.size(), 2u);
-  // Without a path there is nothing to analyse.
-  clusters = 0;
-  EXPECT_EQ(PercentOnDisk(L"", 4096, 81), 505679u);
-  EXPECT_EQ(asked.size(), 2u);
+  const std::wstring tiny = L"\\\\?\\C:\\tiny";
+  items.noClusters = true;
+  EXPECT_EQ(PercentOnDiskOfFile(items, tiny, 5000, 1000), 50000u);
+  EXPECT_TRUE(items.askedForClusters.empty());
+  EXPECT_EQ(PercentOnDiskOfFile(items, tiny, 5001, 1000), 0u);
+  EXPECT_EQ(items.askedForClusters, std::vector<std::wstring>{tiny});
+  items.noClusters = false;
+  EXPECT_EQ(PercentOnDiskOfFile(items, tiny, 4096, 81), 505679u);
+  EXPECT_EQ(items.askedForClusters.size(), 2u);
 }
 
 TEST_F(PercentOnDiskTest, AddingATinyFileAsksAboutItsClusters) {
   fs.fake.AddFile(L"C:\\tiny.ini", 20);
   fs.fake.AddFile(L"C:\\empty.ini", 0);
-  std::vector<std::wstring> asked;
-  gItemSettings.hooks.analyseClusters = [&](const std::wstring& path) {
-    asked.push_back(path);
-    return uint64_t{0};
-  };
-  ASSERT_EQ(AddItem(false, L"C:\\tiny.ini"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"C:\\empty.ini"), kAddOk);
+  items.noClusters = true;
+  ASSERT_EQ(AddItem(items, false, L"C:\\tiny.ini"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"C:\\empty.ini"), kAddOk);
   EXPECT_EQ(ItemByPath(L"C:\\tiny.ini")->percentOnDisk, 0u);
   EXPECT_EQ(ItemByPath(L"C:\\tiny.ini")->sizeOnDisk, 4096u);
   EXPECT_EQ(ItemByPath(L"C:\\empty.ini")->percentOnDisk, 0u);
-  EXPECT_EQ(asked, std::vector<std::wstring>{L"\\\\?\\C:\\tiny.ini"});
+  EXPECT_EQ(items.askedForClusters, std::vector<std::wstring>{L"\\\\?\\C:\\tiny.ini"});
 }
 
 }  // namespace

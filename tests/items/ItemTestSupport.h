@@ -1,6 +1,6 @@
 #pragma once
-// A fresh item list over an in-memory file system, with hooks that record
-// what adding asks of the window.
+// A fresh item list over an in-memory file system, with an item platform
+// that records what adding asks of the window.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,23 +12,45 @@
 #include "options/StringIds.h"
 #include "util/Text.h"
 
+// The fixed texts; records the busy states, the messages, the icons asked
+// for and the files asked about their clusters. Unattended, it refuses an
+// unreadable folder without a message.
+class RecordingItemPlatform final : public ItemPlatform {
+ public:
+  std::wstring TypeName(const std::wstring& path, bool isFolder) override { return PortableTypeName(path, isFolder); }
+  void DateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key) override {
+    PortableDateTexts(lastWriteTime, text, key);
+  }
+  void CacheIcon(const std::wstring& path) override { iconPaths.push_back(path); }
+  bool ShowAccessError(const std::wstring& message) override {
+    if (unattended) return false;
+    messages.push_back(message);
+    return true;
+  }
+  void SetBusyState(uint32_t state) override { busyStates.push_back(state); }
+  bool HasNoClusters(const std::wstring& longPath) override {
+    askedForClusters.push_back(longPath);
+    return noClusters;
+  }
+
+  bool unattended = false;
+  bool noClusters = false;
+  std::vector<uint32_t> busyStates;
+  std::vector<std::wstring> messages;
+  std::vector<std::wstring> iconPaths;
+  std::vector<std::wstring> askedForClusters;
+};
+
 class ItemListFixture : public ::testing::Test {
  protected:
   void SetUp() override {
     ResetTexts();
     ClearItemList();
     ResetClusterSizeCache();
-    gItemSettings.hooks = PortableItemHooks();
-    gItemSettings.hooks.setBusyState = [this](uint32_t state) { busyStates.push_back(state); };
-    gItemSettings.hooks.showAccessError = [this](const std::wstring& text) { messages.push_back(text); };
-    gItemSettings.hooks.cacheIcon = [this](const std::wstring& path) { iconPaths.push_back(path); };
-    gItemSettings.suppressMessages = false;
-    gItemCellSettings.numbers = PortableNumberFormatHooks();
   }
   void TearDown() override {
     ClearItemList();
     ResetClusterSizeCache();
-    gItemSettings = ItemSettings();
     ResetTexts();
   }
 
@@ -47,7 +69,6 @@ class ItemListFixture : public ::testing::Test {
   }
 
   ScopedFakeFileQueries fs;
-  std::vector<uint32_t> busyStates;
-  std::vector<std::wstring> messages;
-  std::vector<std::wstring> iconPaths;
+  RecordingItemPlatform items;
+  PortableNumberFormat numbers;
 };

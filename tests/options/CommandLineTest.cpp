@@ -96,23 +96,15 @@ TEST(CommandLineText, BackslashDoublingSurvivesTheRoundTrip) {
 }
 
 // Path arguments, with a recording item list and an in-memory file system.
-class PathArguments : public ::testing::Test {
+class PathArguments : public ::testing::Test, public PathArgumentsUi {
  protected:
-  void SetUp() override {
-    hooks.console = [this](const std::wstring& text) { console += text; };
-    hooks.showMessage = [this](const std::wstring& text) { messages.push_back(text); };
-    hooks.afterPath = [this] { ++refreshes; };
-    hooks.addItem = [this](bool isFolder, const std::wstring& path) {
-      added.emplace_back(isFolder, path);
-      return 0u;
-    };
-  }
-  bool Run(std::vector<std::wstring> args, uint32_t flags = 0) {
-    return AddPathArguments(args, flags, hooks);
-  }
+  void ConsoleText(const std::wstring& text) override { console += text; }
+  void ShowMessage(const std::wstring& text) override { messages.push_back(text); }
+  void AfterPath() override { ++refreshes; }
+  void AddPath(bool isFolder, const std::wstring& path) override { added.emplace_back(isFolder, path); }
+  bool Run(std::vector<std::wstring> args, uint32_t flags = 0) { return AddPathArguments(args, flags, *this); }
 
   ScopedFakeFileQueries fs;
-  CommandLineHooks hooks;
   std::wstring console;
   std::vector<std::wstring> messages;
   std::vector<std::pair<bool, std::wstring>> added;

@@ -22,17 +22,11 @@ class FragmentDetailsTest : public RunFixture {
  protected:
   void SetUp() override {
     RunFixture::SetUp();
-    gItemCellSettings.numbers = PortableNumberFormatHooks();
     Volume(kVolume);
     for (const wchar_t* file : {L"Z:\\three.bin", L"Z:\\moved.bin", L"Z:\\empty.bin", L"Z:\\locked.bin", L"Z:\\gone.bin"}) {
-      ASSERT_EQ(AddItem(false, file), kAddOk) << Narrow(file);
+      ASSERT_EQ(AddItem(items_, false, file), kAddOk) << Narrow(file);
     }
-    ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-  }
-
-  void TearDown() override {
-    gItemCellSettings = ItemCellSettings();
-    RunFixture::TearDown();
+    ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
   }
 
   static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
@@ -42,9 +36,9 @@ class FragmentDetailsTest : public RunFixture {
     Run(RunMode::AnalyseAll);
   }
 
-  static std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) {
+  std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) const {
     std::vector<std::vector<std::wstring>> table;
-    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1));
+    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
     return table;
   }
 };
@@ -54,7 +48,7 @@ class FragmentDetailsTest : public RunFixture {
 // comes from the fragmented-files list.
 TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
   Analyse();
-  FragmentDetails details = ReadFragmentDetails(L"Z:\\three.bin");
+  FragmentDetails details = ReadFragmentDetails(items_, L"Z:\\three.bin");
   EXPECT_EQ(details.notice, FragmentNotice::None);
   EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
                                 {L"1", L"2", L"100", L"101", L"8,192", L"25.00 %"},
@@ -64,11 +58,11 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
   // The general data are the listed record's; the long prefix is not shown.
   EXPECT_EQ(DetailsName(details.record), L"three.bin");
   EXPECT_EQ(DetailsFolder(details.record), L"Z:\\");
-  EXPECT_EQ(DetailsSize(details.record, details.record.size), L"32 KB (32,768 byte)");
-  EXPECT_EQ(ReadFragmentDetails(L"\\\\?\\Z:\\three.bin").rows.size(), 3u);
+  EXPECT_EQ(DetailsSize(details.record, details.record.size, numbers_), L"32 KB (32,768 byte)");
+  EXPECT_EQ(ReadFragmentDetails(items_, L"\\\\?\\Z:\\three.bin").rows.size(), 3u);
 
   ApplyFileAnalysis(*ItemByPath(L"Z:\\moved.bin"), true, 7, 12);
-  details = ReadFragmentDetails(L"Z:\\moved.bin");
+  details = ReadFragmentDetails(items_, L"Z:\\moved.bin");
   EXPECT_EQ(details.record.fragments, 7);
   EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
                                 {L"1", L"1", L"400", L"400", L"4,096", L"50.00 %"},
@@ -76,7 +70,7 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
                             }));
 
   ASSERT_EQ(ItemByPath(L"Z:\\data\\inner.bin"), nullptr);
-  details = ReadFragmentDetails(L"Z:\\data\\inner.bin");
+  details = ReadFragmentDetails(items_, L"Z:\\data\\inner.bin");
   EXPECT_EQ(details.rows.size(), Fragments(L"Z:\\data\\inner.bin"));
   EXPECT_EQ(std::make_pair(details.record.fragments, details.record.clusters), std::make_pair(int64_t{2}, int64_t{4}));
   EXPECT_EQ(DetailsFolder(details.record), L"Z:\\data");
@@ -95,7 +89,7 @@ TEST_F(FragmentDetailsTest, ReadingTheDetailsLeavesTheSharedExtentListAlone) {
   ASSERT_EQ(gExtentList.Count(), 2u);
   const Extent* head = gExtentList.Head();
 
-  EXPECT_EQ(ReadFragmentDetails(L"Z:\\three.bin").rows.size(), 3u);
+  EXPECT_EQ(ReadFragmentDetails(items_, L"Z:\\three.bin").rows.size(), 3u);
   EXPECT_EQ(gExtentList.Count(), 2u);
   EXPECT_EQ(gExtentList.Head(), head);
   EXPECT_EQ(head->lcn, 400);
@@ -103,32 +97,32 @@ TEST_F(FragmentDetailsTest, ReadingTheDetailsLeavesTheSharedExtentListAlone) {
 
 TEST_F(FragmentDetailsTest, ItemsWithoutATableGetTheNoticeThatSaysWhy) {
   // Before any analysis.
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\three.bin")), L"Il file non \u00E8 stato ancora analizzato");
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\data")), L"L'oggetto non \u00E8 un file");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\three.bin")), L"Il file non \u00E8 stato ancora analizzato");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\data")), L"L'oggetto non \u00E8 un file");
   Analyse();
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\empty.bin")), L"Il file non occupa alcun cluster");
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\data")), L"L'oggetto non \u00E8 un file");
-  EXPECT_TRUE(DetailsSize(ReadFragmentDetails(L"Z:\\data").record, 0).empty());
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\empty.bin")), L"Il file non occupa alcun cluster");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\data")), L"L'oggetto non \u00E8 un file");
+  EXPECT_TRUE(DetailsSize(ReadFragmentDetails(items_, L"Z:\\data").record, 0, numbers_).empty());
 
   ItemRecord* failed = ItemByPath(L"Z:\\gone.bin");
   ApplyFileAnalysis(*failed, false, -1, -1);
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\gone.bin")),
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\gone.bin")),
             L"Si \u00E8 verificato un errore durante l'analisi");
   // Existence is asked again: a file deleted since the run is gone.
   files_.fake.Remove(L"Z:\\gone.bin");
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\gone.bin")), L"L'oggetto non esiste");
-  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(L"Z:\\never-listed.bin")), L"L'oggetto non esiste");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\gone.bin")), L"L'oggetto non esiste");
+  EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\never-listed.bin")), L"L'oggetto non esiste");
 
   // The file was analysed, but now another program holds it.
   const uint64_t handles = volume_->OpenHandleCount();
-  FragmentDetails locked = ReadFragmentDetails(L"Z:\\locked.bin");
+  FragmentDetails locked = ReadFragmentDetails(items_, L"Z:\\locked.bin");
   EXPECT_EQ(locked.notice, FragmentNotice::CannotRead);
   EXPECT_EQ(FragmentNoticeText(locked),
             L"The process cannot access the file because it is being used by another process.");
   EXPECT_TRUE(locked.rows.empty());
   EXPECT_EQ(volume_->OpenHandleCount(), handles);
   // A file read whole leaves no handle behind either.
-  ReadFragmentDetails(L"Z:\\three.bin");
+  ReadFragmentDetails(items_, L"Z:\\three.bin");
   EXPECT_EQ(volume_->OpenHandleCount(), handles);
 }
 

@@ -23,12 +23,11 @@ std::string FileImage(const std::vector<std::wstring>& lines) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-ReportFormat FixedClock() {
-  ReportFormat format = PortableReportFormat();
-  format.date = [] { return std::wstring(L"23/11/2026"); };
-  format.time = [] { return std::wstring(L"12:00"); };
-  return format;
-}
+class FixedClock : public PortableReportFormat {
+ public:
+  std::wstring Date() const override { return L"23/11/2026"; }
+  std::wstring Time() const override { return L"12:00"; }
+};
 
 using RunReportTest = TreeRunFixture;
 
@@ -68,7 +67,7 @@ TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
 TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
   ClearItemList();
   Volume("volume letter=Z clusters=100\nfile \"Z:\\one.bin\" size=4096 runs=10:1\n");
-  ASSERT_EQ(AddItem(false, L"Z:\\one.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\one.bin"), kAddOk);
   Run(RunMode::AnalyseAll);
   const std::vector<std::wstring> lines = AnalysisReportLines(FixedClock());
   EXPECT_EQ(std::vector<std::wstring>(lines.begin() + 6, lines.end()),
@@ -78,7 +77,7 @@ TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
 }
 
 TEST(ReportColumnsTest, SizesRoundAtFiveHundredBytesAndLongTextsAreNeverCut) {
-  const ReportFormat format = PortableReportFormat();
+  const PortableReportFormat format;
   EXPECT_EQ(ReportKBSize(0, format), L"0 KB");
   EXPECT_EQ(ReportKBSize(100, format), L"1 KB");
   EXPECT_EQ(ReportKBSize(1523, format), L"1 KB");

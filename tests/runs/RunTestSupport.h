@@ -10,6 +10,7 @@
 #include "RecordingRunUi.h"
 #include "engine/Relocation.h"
 #include "engine/sim/SimVolume.h"
+#include "items/ItemCells.h"
 #include "items/ItemList.h"
 #include "runs/RunDriver.h"
 #include "runs/RunFilters.h"
@@ -27,8 +28,6 @@ class RunFixture : public ::testing::Test {
     ResetTexts();
     ClearItemList();
     ResetClusterSizeCache();
-    gItemSettings.hooks = PortableItemHooks();
-    gItemSettings.suppressMessages = true;
     gRunFilters = RunFilterTests{};
     // No window: the waits for workers block on the workers alone.
     ui_ = RecordingRunUi();
@@ -43,7 +42,6 @@ class RunFixture : public ::testing::Test {
     SetVolumeAccess(nullptr);
     ClearItemList();
     gRunFilters = RunFilterTests{};
-    gItemSettings = ItemSettings();
   }
 
   // Builds the volume and puts every described file (and its folders) on
@@ -85,6 +83,8 @@ class RunFixture : public ::testing::Test {
   ScopedFakeFileQueries files_;
   std::unique_ptr<SimVolume> volume_;
   RecordingRunUi ui_;
+  PortableItemPlatform items_;
+  PortableNumberFormat numbers_;
   RunOptions options_;
 };
 
@@ -110,8 +110,8 @@ class TreeRunFixture : public RunFixture {
   void SetUp() override {
     RunFixture::SetUp();
     Volume(kRunTree);
-    ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-    ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
+    ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
+    ASSERT_EQ(AddItem(items_, false, L"Z:\\single.bin"), kAddOk);
     gRunFilters.fileExcluded = [](const std::wstring& path) {
       return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
     };

@@ -76,10 +76,10 @@ TEST_F(RunsTest, AnAnalysisWalksTheTreeAndSummarisesEveryItem) {
 // moved and counted once, and the console adds up and names the failures.
 TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
   ClearItemList();
-  ASSERT_EQ(AddItem(false, L"Z:\\data\\sub\\c.bin"), kAddOk);
-  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"Z:\\single.bin"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"Z:\\data\\a.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\data\\sub\\c.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\single.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\data\\a.bin"), kAddOk);
   options_ = Unattended(false, true);
   options_.solidStateFlags = kSolidStateNoDetection;
   EXPECT_EQ(RunUnattended(options_, ui_), 4u);
@@ -192,7 +192,7 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
     tree += "file \"Z:\\many\\f" + std::to_string(i) + "\" size=4096 runs=" + std::to_string(i) + ":1\n";
   }
   Volume(tree);
-  ASSERT_EQ(AddItem(true, L"Z:\\many"), kAddOk);
+  ASSERT_EQ(AddItem(items_, true, L"Z:\\many"), kAddOk);
   // The worker holds still at its 300th file until the window side has shown
   // a count of at least 256: only a wake by the worker itself can show it.
   std::promise<void> shown;
@@ -277,17 +277,17 @@ TEST_F(RunsTest, AStoppedDefragmentationKeepsWhatIsTrue) {
 // A question before a defragmentation that ends it leaves the last run's
 // results on the items; a file that could not be analysed shows "-".
 TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
-  ASSERT_EQ(AddItem(false, L"Z:\\data\\locked.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\data\\locked.bin"), kAddOk);
   Run(RunMode::AnalyseAll);
   const ItemRecord& locked = *ItemByPath(L"Z:\\data\\locked.bin");
   EXPECT_EQ(locked.state, ItemState::Error);
-  EXPECT_EQ(ItemCellText(locked, ItemColumn::Fragments), L"-");
-  EXPECT_EQ(ItemCellText(locked, ItemColumn::Clusters), L"-");
-  auto shown = [] {
+  EXPECT_EQ(ItemCellText(locked, ItemColumn::Fragments, numbers_), L"-");
+  EXPECT_EQ(ItemCellText(locked, ItemColumn::Clusters, numbers_), L"-");
+  auto shown = [this] {
     std::wstring all;
     for (uint64_t row = 0; row < ItemCount(); ++row) {
       for (ItemColumn column : {ItemColumn::State, ItemColumn::Fragments, ItemColumn::Clusters}) {
-        all += ItemCellText(*ItemAtRow(row), column) + L"|";
+        all += ItemCellText(*ItemAtRow(row), column, numbers_) + L"|";
       }
     }
     return all;
@@ -463,7 +463,7 @@ TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
   Volume("volume letter=Z clusters=200 clusterSize=4096\n"
          "file \"Z:\\a.bin\" size=8192 runs=10:1,20:1\n"
          "file \"Z:\\b.bin\" size=8192 runs=30:2\n");
-  ASSERT_EQ(AddItem(true, L"Z:\\"), kAddOk);
+  ASSERT_EQ(AddItem(items_, true, L"Z:\\"), kAddOk);
   std::vector<std::wstring> walked;
   gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
     walked.push_back(path);
@@ -487,7 +487,7 @@ TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
          "fault \"Z:\\data\\denied.bin\" control=pointers call=1 status=0xC0000022\n"
          "fault \"Z:\\data\\odd.bin\" control=pointers call=1 pending status=0xC0000999\n"
          "fault \"Z:\\data\\sys.bin\" control=open status=0xC0000043\n");
-  ASSERT_EQ(AddItem(true, L"Z:\\data"), kAddOk);
+  ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
   options_.unattended = true;
   Run(RunMode::AnalyseAll);
 
@@ -556,7 +556,7 @@ TEST_F(RunFixture, FileItemsShowTheCountsOfTheirRelocation) {
          "file \"Z:\\whole.bin\" size=12288 runs=30:3\n"
          "file \"Z:\\huge.bin\" size=491520 runs=40:60,110:60\n");
   for (const wchar_t* path : {L"Z:\\moved.bin", L"Z:\\whole.bin", L"Z:\\huge.bin"}) {
-    ASSERT_EQ(AddItem(false, path), kAddOk);
+    ASSERT_EQ(AddItem(items_, false, path), kAddOk);
   }
   options_.unattended = true;
   Run(RunMode::DefragmentAll);
@@ -579,8 +579,8 @@ TEST_F(RunFixture, OnlyTheMarkedFilesAreDefragmented) {
          "file \"Z:\\d\\a.bin\" size=8192 runs=10:1,20:1\n"
          "file \"Z:\\d\\b.bin\" size=8192 runs=30:1,40:1\n"
          "file \"Z:\\d\\c.bin\" size=8192 runs=50:1,60:1\n");
-  ASSERT_EQ(AddItem(true, L"Z:\\d"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"Z:\\d\\c.bin"), kAddOk);
+  ASSERT_EQ(AddItem(items_, true, L"Z:\\d"), kAddOk);
+  ASSERT_EQ(AddItem(items_, false, L"Z:\\d\\c.bin"), kAddOk);
   options_.unattended = true;
   Run(RunMode::AnalyseAll);
   ASSERT_EQ(gRun.fragmented.size(), 3u);

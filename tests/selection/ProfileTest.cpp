@@ -14,19 +14,33 @@ using Bytes = std::vector<uint8_t>;
 using Lines = std::vector<std::wstring>;
 namespace fs = std::filesystem;
 
-class ProfileTest : public ItemListFixture {
+// Answers the question as told and records what the import reported; asks
+// to stop once it has seen `stopAfterSteps` progress steps (0: never).
+class RecordingImportUi : public ProfileImportUi {
+ public:
+  ImportChoice AskAddOrReplace() override {
+    ++questions;
+    return answer;
+  }
+  void ListCleared() override {}
+  void Begin(uint64_t total) override { totals.push_back(total); }
+  void Progress(uint64_t done) override { progress.push_back(done); }
+  bool StopRequested() override { return stopAfterSteps != 0 && progress.size() == stopAfterSteps; }
+  void End() override {}
+
+  ImportChoice answer = ImportChoice::Add;
+  int questions = 0;
+  std::vector<uint64_t> totals, progress;
+  size_t stopAfterSteps = 0;
+};
+
+class ProfileTest : public ItemListFixture, public RecordingImportUi {
  protected:
   void SetUp() override {
     ItemListFixture::SetUp();
     file_ = fs::temp_directory_path() /
             ("ordalis-profile-" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".olp");
     fs::remove(file_);
-    hooks.askAddOrReplace = [this] {
-      ++questions;
-      return answer;
-    };
-    hooks.begin = [this](uint64_t total) { totals.push_back(total); };
-    hooks.progress = [this](uint64_t done) { progress.push_back(done); };
   }
   void TearDown() override {
     fs::remove(file_);
@@ -41,13 +55,9 @@ class ProfileTest : public ItemListFixture {
     std::ofstream out(file_, std::ios::binary);
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
-  ImportResult Import() { return ReadProfile(Path(), hooks, missing); }
+  ImportResult Import() { return ReadProfile(Path(), items, *this, missing); }
 
   fs::path file_;
-  ProfileImportHooks hooks;
-  ImportChoice answer = ImportChoice::Add;
-  int questions = 0;
-  std::vector<uint64_t> totals, progress;
   std::vector<MissingItem> missing;
 };
 
@@ -55,9 +65,9 @@ TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
   fs.fake.AddFile(L"C:\\dati\\a.dat", 10);
   fs.fake.AddFolder(L"C:\\foto");
   fs.fake.AddFile(L"D:\\b.txt", 20);
-  ASSERT_EQ(AddItem(false, L"C:\\dati\\a.dat"), kAddOk);
-  ASSERT_EQ(AddItem(true, L"C:\\foto"), kAddOk);
-  ASSERT_EQ(AddItem(false, L"D:\\b.txt"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"C:\\dati\\a.dat"), kAddOk);
+  ASSERT_EQ(AddItem(items, true, L"C:\\foto"), kAddOk);
+  ASSERT_EQ(AddItem(items, false, L"D:\\b.txt"), kAddOk);
   Lines before = WalkPaths();
 
   ASSERT_TRUE(WriteProfile(Path()));
@@ -104,7 +114,7 @@ TEST_F(ProfileTest, MissingItemsAreListedWithTheirKindsAndTheRestIsAdded) {
 
 TEST_F(ProfileTest, WrongMagicOrNoFileLeavesTheListAlone) {
   fs.fake.AddFile(L"C:\\x.txt");
-  AddItem(false, L"C:\\x.txt");
+  AddItem(items, false, L"C:\\x.txt");
   EXPECT_EQ(Import(), ImportResult::CannotOpen);
   Write(EncodeUnicodeText({L"KV70R", L"C:\\x.txt"}));
   EXPECT_EQ(Import(), ImportResult::NotProfile);
@@ -118,7 +128,7 @@ TEST_F(ProfileTest, TheQuestionDecidesBetweenAddReplaceAndNothing) {
   fs.fake.AddFile(L"C:\\old.txt");
   fs.fake.AddFile(L"C:\\new.txt");
   Write(EncodeUnicodeText({L"KV70RX", L"C:\\new.txt"}));
-  AddItem(false, L"C:\\old.txt");
+  AddItem(items, false, L"C:\\old.txt");
 
   answer = ImportChoice::Cancel;
   EXPECT_EQ(Import(), ImportResult::Cancelled);
@@ -152,7 +162,7 @@ TEST_F(ProfileTest, ProgressAfterEachOfTheFirst32ItemsThenEvery64thAndStopEndsEa
 
   ClearItemList();
   progress.clear();
-  hooks.stopRequested = [this] { return progress.size() == 33; };
+  stopAfterSteps = 33;
   EXPECT_EQ(Import(), ImportResult::Imported);
   EXPECT_EQ(ItemCount(), 64u);
 }

@@ -7,6 +7,7 @@
 #include "RunTestSupport.h"
 #include "DialogHarness.h"
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "res/ResourceIds.h"
 #include "options/LanguageFile.h"
 #include "options/Settings.h"
@@ -53,7 +54,7 @@ protected:
         gSettings.fragmentDetailsHeight = ScaledWidth(430);
         Volume(kVolume);
         for (const wchar_t* file : {L"Z:\\Documenti\\vuoto.txt", L"Z:\\Documenti\\foto.jpg", L"Z:\\Documenti\\relazione.doc"}) {
-            ASSERT_EQ(AddItem(false, file), kAddOk);
+            ASSERT_EQ(AddItem(items_, false, file), kAddOk);
         }
         options_.unattended = true;
         Run(RunMode::AnalyseAll);
@@ -70,7 +71,7 @@ protected:
 
 TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
     const std::wstring path = L"Z:\\Documenti\\relazione.doc";
-    OpenDialog open([&] { ShowFragmentsDialog(nullptr, path); }, L"Frammenti");
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, path); }, L"Frammenti");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND table = open.Item(IDC_FRAG_TABLE);
     EXPECT_EQ(TestDriver::ListViewRowCount(table), 5);
@@ -91,18 +92,18 @@ TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
                   ListView_GetStringWidth(table, TestDriver::ListViewCellText(table, 0, column).c_str()))
             << column;
     }
-    const NumberFormatHooks& numbers = gItemCellSettings.numbers;
-    EXPECT_EQ(first, (std::vector<std::wstring>{L"", L"1", L"12", L"100", L"111", numbers.groupDigits(49152),
-                                                numbers.percent(2667)}));
-    EXPECT_EQ(last, (std::vector<std::wstring>{L"", L"5", L"1", numbers.groupDigits(1400), numbers.groupDigits(1400),
-                                               numbers.groupDigits(4096), numbers.percent(222)}));
+    const NumberFormat& numbers = LocaleNumbers();
+    EXPECT_EQ(first, (std::vector<std::wstring>{L"", L"1", L"12", L"100", L"111", numbers.GroupDigits(49152),
+                                                numbers.Percent(2667)}));
+    EXPECT_EQ(last, (std::vector<std::wstring>{L"", L"5", L"1", numbers.GroupDigits(1400), numbers.GroupDigits(1400),
+                                               numbers.GroupDigits(4096), numbers.Percent(222)}));
 
     // The general data.
     EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"relazione.doc");
     EXPECT_EQ(open.ItemText(IDC_FRAG_PATH), L"Z:\\Documenti");
     EXPECT_EQ(open.ItemText(IDC_FRAG_COUNT), L"5");
     EXPECT_EQ(open.ItemText(IDC_FRAG_CLUSTERS), L"45");
-    EXPECT_EQ(open.ItemText(IDC_FRAG_SIZE), numbers.kbSize(184320) + L" (" + numbers.groupDigits(184320) + L" byte)");
+    EXPECT_EQ(open.ItemText(IDC_FRAG_SIZE), numbers.KBSize(184320) + L" (" + numbers.GroupDigits(184320) + L" byte)");
     // One item: nothing to step to.
     EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_PREVIOUS)));
     EXPECT_FALSE(IsWindowVisible(open.Item(IDC_FRAG_NEXT)));
@@ -115,7 +116,7 @@ TEST_F(ItemDialogsTest, AFragmentedFileShowsOneRowPerFragmentOfTheVolume) {
 TEST_F(ItemDialogsTest, LessAndGreaterStepThroughTheSelectedItems) {
     const std::vector<std::wstring> paths = {L"Z:\\Documenti\\relazione.doc", L"Z:\\Documenti\\foto.jpg",
                                              L"Z:\\Documenti\\vuoto.txt"};
-    OpenDialog open([&] { ShowFragmentsDialog(nullptr, paths, 1); }, L"Frammenti");
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, paths, 1); }, L"Frammenti");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND table = open.Item(IDC_FRAG_TABLE);
     EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"foto.jpg");
@@ -220,7 +221,7 @@ TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
         std::vector<int> data;
     };
     const Case cases[] = {
-        {[] { ShowFragmentsDialog(nullptr, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments",
+        {[this] { ShowFragmentsDialog(nullptr, items_, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments",
          {IDC_FRAG_NAME, IDC_FRAG_PATH, IDC_FRAG_TYPE, IDC_FRAG_SIZE, IDC_FRAG_DISK, IDC_FRAG_COUNT,
           IDC_FRAG_CLUSTERS}},
         {[] { ShowHighlightDialog(nullptr); }, L"Item highlighting", {}},

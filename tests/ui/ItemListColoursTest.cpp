@@ -36,10 +36,10 @@ protected:
         fake_.AddFile(L"C:\\Dati\\spezzato.dat", 123456);
         fake_.AddFile(L"C:\\Dati\\intero.dat", 654321);
         SetFileQueries(&fake_);
-        gItemSettings.hooks = PortableItemHooks();
         ClearItemList();
-        ASSERT_EQ(AddItem(false, L"C:\\Dati\\intero.dat"), kAddOk);
-        ASSERT_EQ(AddItem(false, L"C:\\Dati\\spezzato.dat"), kAddOk);
+        PortableItemPlatform items;
+        ASSERT_EQ(AddItem(items, false, L"C:\\Dati\\intero.dat"), kAddOk);
+        ASSERT_EQ(AddItem(items, false, L"C:\\Dati\\spezzato.dat"), kAddOk);
         // Row 0 is the newest item: mark it as found fragmented.
         ItemAtRow(0)->flags |= ItemFlags::kOutcomeFragmented;
         saved_ = gSettings;

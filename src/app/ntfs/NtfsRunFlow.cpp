@@ -27,12 +27,6 @@
 
 namespace {
 
-void PrepareEngine() {
-  CreateSharedLock();
-  gItemSettings.hooks = PortableItemHooks();
-  gItemSettings.suppressMessages = true;
-}
-
 // The analysis (when asked, or for the progress line) and then the
 // defragmentation or its plan, each followed by its part of the summary, as
 // the window's "/NOGUI" runs them. The exit code that flow returns is the
@@ -95,7 +89,7 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
   SetFileQueries(&queries);
 
   NtfsConsole console(options, !options.quiet && isatty(STDERR_FILENO));
-  PrepareEngine();
+  CreateSharedLock();
   NtfsConsole::CatchStopSignals();
   if (!options.quick) gEngine.flags |= kSmartStrategy;
   AddBuiltInMasks();
@@ -103,10 +97,12 @@ int RunOnVolume(const NtfsOptions& options, std::FILE* report) {
   for (const std::string& mask : options.includes) AddInclusion(EngineMask(mask));
 
   if (!options.json) std::fputs(BannerText().c_str(), stdout);
+  // Nobody to ask: a folder that cannot be read is refused without a word.
+  PortableItemPlatform items;
   for (const std::string& path : options.paths) {
     const std::wstring engine = EnginePath(path);
     const uint32_t attributes = queries.GetAttributes(engine);
-    if (attributes == kInvalidAttributes || AddItem((attributes & kAttrDirectory) != 0, engine) != kAddOk) {
+    if (attributes == kInvalidAttributes || AddItem(items, (attributes & kAttrDirectory) != 0, engine) != kAddOk) {
       std::fprintf(options.json ? stderr : stdout, "%s could not be added: not found on the volume\n",
                    path.c_str());
     }

@@ -69,6 +69,36 @@ void CleanUpAfterFault() {
 #endif
 }
 
+// The program around the main window: its start-up and last steps, and what
+// the window's runs ask of the process (exit, power-off, priority, console).
+class ProgramShell final : public MainWindowHost, public RunWindowHost {
+ public:
+  void StartupChecks(HWND window) override { RunStartupChecks(window); }
+  void PanelsFailed(HWND window) override { FailWindowPanels(window); }
+  // Between the window's layout and the command line come, in this order, the
+  // settings file, the exclude and include lists and the language.
+  void AfterLayout(HWND window) override {
+    InstallRunWindow(window, *this);
+#ifdef ORDALIS_SIMULATED_VOLUME
+    InstallSimMenuProbe(window);
+#endif
+    RunCommandLine(window);
+  }
+  void BeforeDestroy(HWND window) override {
+    RestoreErrorMode();
+    if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
+    // An unattended run leaves no trace on the screen while it ends.
+    if (gApp.runFlags & kRunNoGui) SetWindowPos(window, nullptr, -100, -100, 1, 1, SWP_NOZORDER);
+  }
+  int ExitCode() override { return static_cast<int>(gApp.exitCode); }
+  bool CopyData(HWND window, const COPYDATASTRUCT* data) override { return ReceiveHandedPaths(window, data); }
+
+  void RequestExit(uint32_t code) override { ::RequestExit(code); }
+  void PowerOff() override { ShutdownMachine(); }
+  void SetPriority(uint32_t command) override { SetProcessPriority(command); }
+  void ConsoleWrite(const std::wstring& text) override { ConsoleWriteText(text); }
+};
+
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
@@ -100,33 +130,9 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   // The first checkpoint: from here on a fault shows the crash report.
   SetTag(kTagNeutral);
 
-  MainWindowSetup setup;
   SetMainAccelerators(accelerators);
-  setup.startupChecks = RunStartupChecks;
-  setup.panelsFailed = FailWindowPanels;
-  // Between the window's layout and the command line come, in this order, the
-  // settings file, the exclude and include lists and the language.
-  setup.afterLayout = [](HWND window) {
-    RunWindowSetup runs;
-    runs.requestExit = RequestExit;
-    runs.powerOff = ShutdownMachine;
-    runs.setPriority = [](uint32_t command) { SetProcessPriority(command); };
-    runs.consoleWrite = ConsoleWriteText;
-    InstallRunWindow(window, runs);
-#ifdef ORDALIS_SIMULATED_VOLUME
-    InstallSimMenuProbe(window);
-#endif
-    RunCommandLine(window);
-  };
-  setup.beforeDestroy = [](HWND window) {
-    RestoreErrorMode();
-    if (!(gApp.runFlags & kRunNoGui)) SaveSettings();
-    // An unattended run leaves no trace on the screen while it ends.
-    if (gApp.runFlags & kRunNoGui) SetWindowPos(window, nullptr, -100, -100, 1, 1, SWP_NOZORDER);
-  };
-  setup.exitCode = [] { return static_cast<int>(gApp.exitCode); };
-  setup.copyData = ReceiveHandedPaths;
-  HWND mainWindow = CreateMainWindow(instance, setup);
+  ProgramShell shell;
+  HWND mainWindow = CreateMainWindow(instance, shell);
   if (!mainWindow && !gApp.exitRequested) {
     CoUninitialize();
     return 0;

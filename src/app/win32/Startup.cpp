@@ -18,6 +18,7 @@
 #include "ui/Language.h"
 #include "ui/LoadSaveSettings.h"
 #include "ui/OptionCommands.h"
+#include "ui/ItemCommands.h"
 #include "ui/ProfileCommands.h"
 #include "ui/RunWindow.h"
 #include "options/CommandIds.h"
@@ -133,15 +134,28 @@ void FailWindowPanels(HWND mainWindow) {
   RequestExit(6);
 }
 
+namespace {
+
+// The command line's paths go into the main window's item list.
+class WindowPathArguments final : public PathArgumentsUi {
+ public:
+  explicit WindowPathArguments(HWND mainWindow) : mainWindow_(mainWindow) {}
+  void ConsoleText(const std::wstring& text) override { ConsoleWriteText(text); }
+  void ShowMessage(const std::wstring& text) override {
+    ::ShowMessage(mainWindow_, text, L"Ordalis", MB_OK | MB_ICONEXCLAMATION);
+  }
+  void AfterPath() override { RefreshItemList(); }
+  void AddPath(bool isFolder, const std::wstring& path) override { AddItem(WindowItems(), isFolder, path); }
+
+ private:
+  HWND mainWindow_;
+};
+
+}  // namespace
+
 bool AddPathsToList(HWND mainWindow, const std::vector<std::wstring>& args) {
-  CommandLineHooks hooks;
-  hooks.console = ConsoleWriteText;
-  hooks.showMessage = [mainWindow](const std::wstring& text) {
-    ShowMessage(mainWindow, text, L"Ordalis", MB_OK | MB_ICONEXCLAMATION);
-  };
-  hooks.afterPath = RefreshItemList;
-  hooks.addItem = [](bool isFolder, const std::wstring& path) { return AddItem(isFolder, path); };
-  return AddPathArguments(args, gApp.runFlags, hooks);
+  WindowPathArguments paths(mainWindow);
+  return AddPathArguments(args, gApp.runFlags, paths);
 }
 
 void RunCommandLine(HWND mainWindow) {
@@ -173,7 +187,6 @@ void RunCommandLine(HWND mainWindow) {
   gApp.runFlags = ApplyOptionInteractions(gApp.runFlags);
   ApplyCommandLineOptions(gApp.runFlags, choices);
   if (gApp.runFlags & kRunNoGui) {
-    gItemSettings.suppressMessages = true;
     ConsoleWriteText(ConsoleBanner());
   }
 

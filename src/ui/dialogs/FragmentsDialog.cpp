@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "items/ItemCells.h"
+#include "items/win32/ShellItemTexts.h"
 #include "res/ResourceIds.h"
 #include "runs/FragmentDetails.h"
 #include "options/Settings.h"
@@ -24,6 +25,8 @@ constexpr int kMinHeight96 = 360;
 constexpr int kColumnWidth96 = 50;
 
 struct FragmentsState {
+  explicit FragmentsState(ItemPlatform& items) : items(items) {}
+  ItemPlatform& items;  // type names of paths on neither list
   std::vector<std::wstring> paths;
   size_t current = 0;
   FragmentDetails details;
@@ -136,7 +139,8 @@ void FitColumns(HWND dialog, const FragmentDetails& details) {
     widest.firstCluster = std::max(widest.firstCluster, row.firstCluster + static_cast<int64_t>(row.clusters) - 1);
     widest.bytes = std::max(widest.bytes, row.bytes);
   }
-  std::vector<std::wstring> cells = FragmentRowCells(widest, std::max<uint64_t>(details.rows.size(), 1));
+  std::vector<std::wstring> cells =
+      FragmentRowCells(widest, std::max<uint64_t>(details.rows.size(), 1), LocaleNumbers());
   for (int column = 1; column <= 6; ++column) {
     wchar_t title[64] = {};
     LVCOLUMNW info{};
@@ -151,7 +155,7 @@ void FitColumns(HWND dialog, const FragmentDetails& details) {
 }
 
 void ShowDetails(HWND dialog, FragmentsState& state) {
-  state.details = ReadFragmentDetails(state.paths[state.current]);
+  state.details = ReadFragmentDetails(state.items, state.paths[state.current]);
   const FragmentDetails& details = state.details;
   const ItemRecord& record = details.record;
 
@@ -160,11 +164,11 @@ void ShowDetails(HWND dialog, FragmentsState& state) {
 
   SetDlgItemTextW(dialog, IDC_FRAG_NAME, DetailsName(record).c_str());
   SetDlgItemTextW(dialog, IDC_FRAG_PATH, DetailsFolder(record).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_TYPE, ItemCellText(record, ItemColumn::Type).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_SIZE, DetailsSize(record, record.size).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_DISK, DetailsSize(record, record.sizeOnDisk).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_COUNT, ItemCellText(record, ItemColumn::Fragments).c_str());
-  SetDlgItemTextW(dialog, IDC_FRAG_CLUSTERS, ItemCellText(record, ItemColumn::Clusters).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_TYPE, ItemCellText(record, ItemColumn::Type, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_SIZE, DetailsSize(record, record.size, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_DISK, DetailsSize(record, record.sizeOnDisk, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_COUNT, ItemCellText(record, ItemColumn::Fragments, LocaleNumbers()).c_str());
+  SetDlgItemTextW(dialog, IDC_FRAG_CLUSTERS, ItemCellText(record, ItemColumn::Clusters, LocaleNumbers()).c_str());
 
   HWND table = GetDlgItem(dialog, IDC_FRAG_TABLE);
   const bool showTable = details.notice == FragmentNotice::None;
@@ -242,7 +246,8 @@ void AnswerCell(const FragmentsState& state, NMLVDISPINFOW* info) {
   item.pszText[0] = L'\0';
   const auto& rows = state.details.rows;
   if (item.iItem < 0 || static_cast<size_t>(item.iItem) >= rows.size() || item.iSubItem < 1 || item.iSubItem > 6) return;
-  std::vector<std::wstring> cells = FragmentRowCells(rows[static_cast<size_t>(item.iItem)], static_cast<uint64_t>(item.iItem) + 1);
+  std::vector<std::wstring> cells =
+      FragmentRowCells(rows[static_cast<size_t>(item.iItem)], static_cast<uint64_t>(item.iItem) + 1, LocaleNumbers());
   lstrcpynW(item.pszText, cells[static_cast<size_t>(item.iSubItem - 1)].c_str(), item.cchTextMax);
 }
 
@@ -352,15 +357,15 @@ INT_PTR CALLBACK FragmentsProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
 
 }  // namespace
 
-void ShowFragmentsDialog(HWND owner, const std::vector<std::wstring>& paths, size_t current) {
+void ShowFragmentsDialog(HWND owner, ItemPlatform& items, const std::vector<std::wstring>& paths, size_t current) {
   if (paths.empty()) return;
-  FragmentsState state;
+  FragmentsState state(items);
   state.paths = paths;
   state.current = std::min(current, paths.size() - 1);
   DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_FRAGMENTS), owner, FragmentsProc,
                   reinterpret_cast<LPARAM>(&state));
 }
 
-void ShowFragmentsDialog(HWND owner, const std::wstring& path) {
-  ShowFragmentsDialog(owner, std::vector<std::wstring>{path}, 0);
+void ShowFragmentsDialog(HWND owner, ItemPlatform& items, const std::wstring& path) {
+  ShowFragmentsDialog(owner, items, std::vector<std::wstring>{path}, 0);
 }

@@ -6,8 +6,11 @@
 #include <string>
 #include <vector>
 
-// One item, with "<" and ">" disabled.
-void ShowFragmentsDialog(HWND owner, const std::wstring& path);
+class ItemPlatform;
+
+// One item, with "<" and ">" disabled. `items` names the types of paths on
+// neither list.
+void ShowFragmentsDialog(HWND owner, ItemPlatform& items, const std::wstring& path);
 // The selected items of a list in row order, starting at paths[current];
 // "<" and ">" step through them.
-void ShowFragmentsDialog(HWND owner, const std::vector<std::wstring>& paths, size_t current);
+void ShowFragmentsDialog(HWND owner, ItemPlatform& items, const std::vector<std::wstring>& paths, size_t current);

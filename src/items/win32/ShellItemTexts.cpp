@@ -1,6 +1,5 @@
-// The Windows forms of the item hooks: the shell's type names, the user's
-// locale for dates and numbers, and a plain message box until the main
-// window installs the program's own.
+// The Windows forms of the item texts: the shell's type names and the
+// user's locale for dates and numbers.
 #ifdef _WIN32
 #include <windows.h>
 #include <shellapi.h>
@@ -8,11 +7,10 @@
 
 #include <string>
 
-#include "items/ItemCells.h"
-#include "items/ItemList.h"
-#include "util/Numbers.h"
+#include "items/win32/ShellItemTexts.h"
 
-namespace {
+#include "items/ItemCells.h"
+#include "util/Numbers.h"
 
 std::wstring ShellTypeName(const std::wstring& path, bool isFolder) {
   SHFILEINFOW info{};
@@ -46,17 +44,15 @@ void LocalDateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& ke
   key = std::wstring(sortable) + clock;
 }
 
-void AccessErrorBox(const std::wstring& message) {
-  MessageBoxW(nullptr, message.c_str(), L"Ordalis", MB_OK | MB_ICONERROR);
-}
+namespace {
 
 // The user's number format with the given number of decimals.
-struct LocaleNumberFormat {
+struct LocaleNumberShape {
   wchar_t decimal[8] = L".";
   wchar_t thousand[8] = L",";
   NUMBERFMTW format{};
 
-  explicit LocaleNumberFormat(UINT digits) {
+  explicit LocaleNumberShape(UINT digits) {
     wchar_t grouping[16] = L"3;0";
     DWORD value = 0;
     GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SDECIMAL, decimal, 8);
@@ -82,42 +78,34 @@ struct LocaleNumberFormat {
 };
 
 std::wstring FormatNumberText(const std::wstring& plain, UINT digits) {
-  LocaleNumberFormat locale(digits);
+  LocaleNumberShape locale(digits);
   wchar_t buffer[96];
   if (GetNumberFormatW(LOCALE_USER_DEFAULT, 0, plain.c_str(), &locale.format, buffer, 96) == 0) return plain;
   return buffer;
 }
 
-std::wstring LocaleGroupDigits(int64_t value) { return FormatNumberText(std::to_wstring(value), 0); }
-
-std::wstring LocalePercent(uint32_t hundredths) {
-  std::wstring plain = std::to_wstring(hundredths / 100) + L".";
-  plain += static_cast<wchar_t>(L'0' + (hundredths / 10) % 10);
-  plain += static_cast<wchar_t>(L'0' + hundredths % 10);
-  return FormatNumberText(plain, 2) + L" %";
-}
-
-std::wstring ShellKBSize(uint64_t bytes) {
-  wchar_t buffer[64];
-  if (StrFormatKBSizeW(static_cast<LONGLONG>(bytes), buffer, 64) == nullptr) return FormatKBSizeFixed(bytes);
-  return buffer;
-}
+// The shell's KB formatter, the locale's number format with a blank before
+// "%".
+class LocaleNumberFormat final : public NumberFormat {
+ public:
+  std::wstring KBSize(uint64_t bytes) const override {
+    wchar_t buffer[64];
+    if (StrFormatKBSizeW(static_cast<LONGLONG>(bytes), buffer, 64) == nullptr) return FormatKBSizeFixed(bytes);
+    return buffer;
+  }
+  std::wstring GroupDigits(int64_t value) const override { return FormatNumberText(std::to_wstring(value), 0); }
+  std::wstring Percent(uint32_t hundredths) const override {
+    std::wstring plain = std::to_wstring(hundredths / 100) + L".";
+    plain += static_cast<wchar_t>(L'0' + (hundredths / 10) % 10);
+    plain += static_cast<wchar_t>(L'0' + hundredths % 10);
+    return FormatNumberText(plain, 2) + L" %";
+  }
+};
 
 }  // namespace
 
-ItemHooks PlatformItemHooks() {
-  ItemHooks hooks = PortableItemHooks();
-  hooks.typeName = ShellTypeName;
-  hooks.dateTexts = LocalDateTexts;
-  hooks.showAccessError = AccessErrorBox;
-  return hooks;
-}
-
-NumberFormatHooks PlatformNumberFormatHooks() {
-  NumberFormatHooks hooks;
-  hooks.kbSize = ShellKBSize;
-  hooks.groupDigits = LocaleGroupDigits;
-  hooks.percent = LocalePercent;
-  return hooks;
+const NumberFormat& LocaleNumbers() {
+  static const LocaleNumberFormat numbers;
+  return numbers;
 }
 #endif
