@@ -69,7 +69,8 @@ TEST(ItemRecordTest, FileMoveResultOutcomes) {
 }
 
 // A folder is defragmented when every fragmented file in it moved, and not
-// fragmented when the run's list did not grow; a file left keeps it fragmented.
+// fragmented when the run's list did not grow; a file left keeps it
+// fragmented.
 TEST(ItemRecordTest, FolderOutcomes) {
   ItemRecord folder = FolderRecord();
   ApplyFolderAborted(folder);
@@ -90,6 +91,10 @@ TEST(ItemRecordTest, FolderOutcomes) {
     ApplyFolderDefragmentation(folder, c.fragmented, c.moved, c.grew);
     EXPECT_EQ(folder.state, c.state) << c.moved << " of " << c.fragmented << (c.grew ? ", grew" : "");
   }
+  // The next run starts it afresh: no outcome left to colour the row.
+  ResetItemForRun(folder);
+  EXPECT_EQ(folder.flags, ItemFlags::kFolder);
+  EXPECT_EQ(folder.state, ItemState::None);
 }
 
 // Rounded up to whole clusters; a compressed file's compressed size counts,
