@@ -7,6 +7,7 @@
 #include <shlwapi.h>
 
 #include <atomic>
+#include <cstring>
 #include <new>
 
 #include "options/ProgramVersion.h"
@@ -67,9 +68,14 @@ struct SavedFault {
 struct CrashState {
   CrashCleanup cleanup = nullptr;
   std::atomic<CrashReportObserver> observer{nullptr};
-  // The thread that is reporting a fault; 0 while none is.
-  std::atomic<DWORD> reportingThread{0};
+  // The thread whose fault is being reported; 0 while none is.
+  std::atomic<DWORD> faultingThread{0};
   SavedFault fault;
+  // The report's own thread, made at start-up and waiting for `faulted`: a
+  // faulting thread may have too little stack left to make one.
+  HANDLE reporter = nullptr;
+  DWORD reporterId = 0;
+  HANDLE faulted = nullptr;
 };
 CrashState gCrash;
 
@@ -276,10 +282,11 @@ INT_PTR CALLBACK CrashDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARA
 }
 
 // The window the report belongs over: the faulting thread's active window,
-// or, for a fault in a worker, the program's window in front. Asked on the
-// faulting thread.
-HWND ReportOwner() {
-  if (HWND active = GetActiveWindow()) return active;
+// or, for a fault in a worker, the program's window in front.
+HWND ReportOwner(DWORD faultingThread) {
+  GUITHREADINFO info{};
+  info.cbSize = sizeof info;
+  if (GetGUIThreadInfo(faultingThread, &info) && info.hwndActive) return info.hwndActive;
   HWND front = GetForegroundWindow();
   DWORD process = 0;
   if (front && GetWindowThreadProcessId(front, &process) && process == GetCurrentProcessId()) return front;
@@ -306,53 +313,63 @@ void ShowReport(const SavedFault& fault, HWND owner) {
   ExitProcess(tag);  // not reached: the process ends with the call above
 }
 
-// The report, the clean-up and the end of the process, on a thread of
-// their own.
-DWORD WINAPI ReportAndEnd(void* owner) {
-  if (gCrash.fault.tag >= kTagNeutral) ShowReport(gCrash.fault, static_cast<HWND>(owner));
+// The report, the clean-up and the end of the process, once a fault is
+// saved. A window of the faulting thread can own the report only while that
+// thread answers what the report sends it (being disabled, activated); after
+// a stack overflow it answers nothing, and the report stands on its own.
+[[noreturn]] void ReportAndEnd() {
+  const DWORD faulting = gCrash.faultingThread.load();
+  HWND owner = ReportOwner(faulting);
+  const bool ownersThread = owner && GetWindowThreadProcessId(owner, nullptr) == faulting;
+  if (ownersThread && gCrash.fault.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) owner = nullptr;
+  if (gCrash.fault.tag >= kTagNeutral) ShowReport(gCrash.fault, owner);
   EndProcess(gCrash.fault.tag);
 }
 
+DWORD WINAPI ReporterThread(void*) {
+  WaitForSingleObject(gCrash.faulted, INFINITE);
+  ReportAndEnd();
+}
+
+// Runs on the faulting thread, whose stack may be all but gone: it saves the
+// fault, wakes the report's thread and waits, asking little of the stack.
 LONG WINAPI CrashFilter(EXCEPTION_POINTERS* pointers) {
   const uint32_t tag = CurrentTag();
   const DWORD self = GetCurrentThreadId();
+  // A fault inside the report or the clean-up ends the program at once; a
+  // fault in another thread meanwhile waits for the report to end it.
+  if (self == gCrash.reporterId) TerminateProcess(GetCurrentProcess(), tag);
   DWORD reporting = 0;
-  if (!gCrash.reportingThread.compare_exchange_strong(reporting, self)) {
-    // A fault inside the report or the clean-up ends the program at once; a
-    // fault in another thread meanwhile waits for the report to end it.
-    if (reporting == self) TerminateProcess(GetCurrentProcess(), tag);
+  if (!gCrash.faultingThread.compare_exchange_strong(reporting, self)) {
+    if (reporting == self || !gCrash.reporter) TerminateProcess(GetCurrentProcess(), tag);
     Sleep(INFINITE);
   }
-  gCrash.fault.record = *pointers->ExceptionRecord;
-  gCrash.fault.context = *pointers->ContextRecord;
+  std::memcpy(&gCrash.fault.record, pointers->ExceptionRecord, sizeof gCrash.fault.record);
+  std::memcpy(&gCrash.fault.context, pointers->ContextRecord, sizeof gCrash.fault.context);
   gCrash.fault.tag = tag;
-
-  // The faulting thread may have no stack left, and a dialog needs plenty:
-  // the report runs on a fresh thread while this one waits. A window of this
-  // thread can own the report only while this thread answers what the
-  // report sends it (being disabled, activated); after a stack overflow it
-  // answers nothing, and the report stands on its own.
-  HWND owner = ReportOwner();
-  const bool ownersThread = owner && GetWindowThreadProcessId(owner, nullptr) == self;
-  const bool noStack = gCrash.fault.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
-  if (ownersThread && noStack) owner = nullptr;
-  DWORD reporter = 0;
-  const UniqueHandle thread(CreateThread(nullptr, 0, ReportAndEnd, owner, CREATE_SUSPENDED, &reporter));
-  if (!thread) ReportAndEnd(owner);  // no thread to be had: here, as well as it goes
-  gCrash.reportingThread.store(reporter);
-  ResumeThread(thread.Get());
-  if (!ownersThread || noStack) {
-    WaitForSingleObject(thread.Get(), INFINITE);
+  if (!gCrash.reporter) ReportAndEnd();  // no thread was to be had: here, as well as it goes
+  SetEvent(gCrash.faulted);
+  if (gCrash.fault.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) {
+    WaitForSingleObject(gCrash.reporter, INFINITE);
   } else {
-    // Only sent messages are answered: nothing this thread had queued runs
-    // again after its fault.
-    HANDLE handle = thread.Get();
+    // Only sent messages are answered, so that the report can be modal over
+    // this thread's window: nothing this thread had queued runs again after
+    // its fault.
     MSG message;
-    while (MsgWaitForMultipleObjects(1, &handle, FALSE, INFINITE, QS_SENDMESSAGE) != WAIT_OBJECT_0) {
+    while (MsgWaitForMultipleObjects(1, &gCrash.reporter, FALSE, INFINITE, QS_SENDMESSAGE) != WAIT_OBJECT_0) {
       PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
     }
   }
   EndProcess(tag);  // not reached: the report's thread ends the process
+}
+
+// A stack overflow is taken first, before the system walks the thread's
+// handlers down to the unhandled-exception filter: that walk alone can use
+// up what the overflow left of the stack. Nothing in the program handles an
+// overflow, so nothing is taken from anyone.
+LONG WINAPI StackOverflowFirst(EXCEPTION_POINTERS* pointers) {
+  if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_STACK_OVERFLOW) return EXCEPTION_CONTINUE_SEARCH;
+  return CrashFilter(pointers);
 }
 
 // Inside the catch block of an exception that escaped a thread procedure:
@@ -373,7 +390,11 @@ void RaiseEscapedException() {
 
 void InstallCrashReport(CrashCleanup cleanup) {
   gCrash.cleanup = cleanup;
+  // Both live as long as the process: a fault may come at any moment.
+  gCrash.faulted = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  if (gCrash.faulted) gCrash.reporter = CreateThread(nullptr, 0, ReporterThread, nullptr, 0, &gCrash.reporterId);
   SetUnhandledExceptionFilter(CrashFilter);
+  AddVectoredExceptionHandler(1, StackOverflowFirst);
   SetEscapedExceptionHandler(RaiseEscapedException);
 }
 
