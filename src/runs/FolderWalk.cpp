@@ -202,7 +202,7 @@ FragmentedFileRecord MakeFragmentedRecord(RunUi& ui, const std::wstring& path, c
   return record;
 }
 
-void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
+void WalkFolder(RunUi& ui, const RunFilter& filter, const std::wstring& folder, WalkKind kind) {
   // A deep tree makes the walk as deep as the longest path the system
   // accepts. Each level therefore holds only its open search, and all levels
   // share one path that each cuts back to its own folder, so the memory
@@ -229,7 +229,7 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
     AppendName(path, entry.name);
     if (entry.attributes & kAttrDirectory) {
       // Hidden, system and reparse-point folders are entered like any other.
-      if (!FolderLeftOut(path)) {
+      if (!filter.FolderLeftOut(path)) {
         EnterFolder(path, levels, entered);
       } else {
         ReportFileOutcome(ui, path, FileFate::LeftOut, std::wstring(), nullptr);
@@ -237,7 +237,7 @@ void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind) {
       continue;
     }
     const std::wstring shown(DisplayPath(path));
-    if (FileLeftOut(shown)) {
+    if (filter.FileLeftOut(shown)) {
       CountLeftOut();
       ReportFileOutcome(ui, path, FileFate::LeftOut, std::wstring(), nullptr);
     } else if (FirstVisit(shown)) {
@@ -287,7 +287,7 @@ void ReportMoveOutcome(RunUi& ui, const std::wstring& path, const std::wstring& 
 
 void AnalyseFolderWorker(void* argument) {
   const FolderJob& job = *static_cast<const FolderJob*>(argument);
-  WalkFolder(*job.ui, job.folder, WalkKind::Analysis);
+  WalkFolder(*job.ui, *job.filter, job.folder, WalkKind::Analysis);
   gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
 }
 

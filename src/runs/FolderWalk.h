@@ -18,6 +18,7 @@
 #include "engine/EngineThread.h"
 #include "engine/FileQueries.h"
 #include "items/ItemList.h"
+#include "runs/RunFilters.h"
 #include "runs/RunResults.h"
 
 class RunUi;
@@ -25,12 +26,13 @@ class RunUi;
 enum class WalkKind { Analysis, Defragmentation };
 
 // Walks the folder (its long path) and everything below it.
-void WalkFolder(RunUi& ui, const std::wstring& folder, WalkKind kind);
+void WalkFolder(RunUi& ui, const RunFilter& filter, const std::wstring& folder, WalkKind kind);
 
 // What the folder worker is handed.
 struct FolderJob {
   std::wstring folder;
   RunUi* ui = nullptr;
+  const RunFilter* filter = &ListFilter();
 };
 // The folder worker: `job` points to a FolderJob that stays alive until the
 // worker has set DoneFlags slot 0, which is its last act. It runs on

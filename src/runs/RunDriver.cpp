@@ -111,7 +111,8 @@ void Run::SelectItems(RunMode mode, uint64_t& considered, uint64_t& skipped) {
     if (selectedOnly && !ui_.RowSelected(row)) continue;
     ++considered;
     const bool folder = (record.flags & ItemFlags::kFolder) != 0;
-    const bool excluded = folder ? FolderLeftOut(record.path) : FileLeftOut(record.path);
+    const bool excluded =
+        folder ? options_.filter->FolderLeftOut(record.path) : options_.filter->FileLeftOut(record.path);
     if (excluded) {
       ReportFileOutcome(ui_, record.longPath, FileFate::LeftOut, std::wstring(), nullptr);
       record.flags = (record.flags | ItemFlags::kSkipped) & ~ItemFlags::kToProcess;
@@ -251,7 +252,7 @@ void Run::AnalyseFolderItem(ItemRecord& record) {
   }
   const size_t fragmentedBefore = gRun.fragmented.size();
   static FolderJob workerJob;  // outlives the worker
-  workerJob = FolderJob{record.longPath, &ui_};
+  workerJob = FolderJob{record.longPath, &ui_, options_.filter};
   gEngine.doneFlags[kDoneFolderWorker].store(0, std::memory_order_release);
   if (!gFolderWorker.Start(AnalyseFolderWorker, &workerJob)) {
     gEngine.doneFlags[kDoneFolderWorker].store(1, std::memory_order_release);
@@ -352,7 +353,7 @@ void Run::DefragmentMarkedFiles(const std::vector<FragmentedFileRecord>& files) 
 void Run::DefragmentFolderItem(ItemRecord& record) {
   const uint64_t triedBefore = gRun.counters.filesTried;
   const uint64_t movedBefore = gRun.counters.filesMoved;
-  WalkFolder(ui_, record.longPath, WalkKind::Defragmentation);
+  WalkFolder(ui_, *options_.filter, record.longPath, WalkKind::Defragmentation);
   if (StopRequested()) {
     ApplyFolderAborted(record);
   } else {
@@ -512,7 +513,7 @@ RunEnd Run::Start(RunMode mode) {
   if (marked) {
     for (const FragmentedFileRecord& record : gRun.fragmented) {
       if (!record.marked) continue;
-      if (FileLeftOut(record.path)) {
+      if (options_.filter->FileLeftOut(record.path)) {
         ++skipped;
         ++filesLeftOut_;
       } else {

@@ -2,16 +2,17 @@
 
 #include "selection/Filters.h"
 
-// The include and exclude lists decide; tests put their own rules here.
-RunFilterTests gRunFilters{
-    [](const std::wstring& path) { return IsFileExcluded(path) != 0; },
-    [](const std::wstring& path) { return IsFolderExcluded(path) != 0; },
+namespace {
+
+class ListRunFilter final : public RunFilter {
+ public:
+  bool FileLeftOut(const std::wstring& path) const override { return IsFileExcluded(path) != 0; }
+  bool FolderLeftOut(const std::wstring& path) const override { return IsFolderExcluded(path) != 0; }
 };
 
-bool FileLeftOut(const std::wstring& path) {
-  return gRunFilters.fileExcluded && gRunFilters.fileExcluded(path);
-}
+}  // namespace
 
-bool FolderLeftOut(const std::wstring& path) {
-  return gRunFilters.folderExcluded && gRunFilters.folderExcluded(path);
+const RunFilter& ListFilter() {
+  static const ListRunFilter filter;
+  return filter;
 }

@@ -1,17 +1,17 @@
 #pragma once
 // Which files and folders a run leaves out. The walk and the run driver ask
-// through this pair, which asks the include and exclude lists unless a test
-// has put rules of its own in their place.
-#include <functional>
+// the filter their options carry: the include and exclude lists', unless the
+// caller chose another.
 #include <string>
 
-struct RunFilterTests {
+class RunFilter {
+ public:
+  virtual ~RunFilter() = default;
   // The file's full path without the long prefix; true leaves the file out.
-  std::function<bool(const std::wstring& path)> fileExcluded;
+  virtual bool FileLeftOut(const std::wstring& path) const = 0;
   // The folder's full path as the walk built it; true means do not enter it.
-  std::function<bool(const std::wstring& path)> folderExcluded;
+  virtual bool FolderLeftOut(const std::wstring& path) const = 0;
 };
-extern RunFilterTests gRunFilters;
 
-bool FileLeftOut(const std::wstring& path);
-bool FolderLeftOut(const std::wstring& path);
+// The include and exclude lists' answers.
+const RunFilter& ListFilter();

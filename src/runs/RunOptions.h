@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "options/Settings.h"
+#include "runs/RunFilters.h"
 #include "runs/RunSteps.h"
 
 // Follow-ups that are all off, for runs that nobody can change meanwhile.
@@ -38,6 +39,8 @@ struct RunOptions {
   // defragmentation (ordalis-ntfs: a stop signal means the user wants out).
   // The window's command line goes on to the defragmentation.
   bool stoppedAnalysisEndsRuns = false;
+  // What the run leaves out; never null.
+  const RunFilter* filter = &ListFilter();
 };
 
 // The options of the runs the window starts: the command line's switches

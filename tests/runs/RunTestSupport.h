@@ -3,6 +3,8 @@
 // their clusters, on a simulated volume; a fresh item list and run state.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include <memory>
 #include <string>
 
@@ -21,6 +23,15 @@
 #include "util/SharedLock.h"
 #include "util/Text.h"
 
+// Leaves out what its rules say; with none, nothing: the runs' tests decide
+// what is left out without the include and exclude lists.
+struct ProbeFilter : RunFilter {
+  std::function<bool(const std::wstring& path)> file;
+  std::function<bool(const std::wstring& path)> folder;
+  bool FileLeftOut(const std::wstring& path) const override { return file && file(path); }
+  bool FolderLeftOut(const std::wstring& path) const override { return folder && folder(path); }
+};
+
 class RunFixture : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -28,11 +39,12 @@ class RunFixture : public ::testing::Test {
     ResetTexts();
     ClearItemList();
     ResetClusterSizeCache();
-    gRunFilters = RunFilterTests{};
+    filter_ = ProbeFilter{};
     // No window: the waits for workers block on the workers alone.
     ui_ = RecordingRunUi();
     options_ = RunOptions{};
     options_.solidStateFlags = Settings{}.solidStateFlags;
+    options_.filter = &filter_;
     followUps_ = kNoFollowUps;
     options_.followUps = &followUps_;
     gRun = RunResults{};
@@ -41,7 +53,6 @@ class RunFixture : public ::testing::Test {
     if (CurrentVolumeAccess() != nullptr) ResetEngineState();
     SetVolumeAccess(nullptr);
     ClearItemList();
-    gRunFilters = RunFilterTests{};
   }
 
   // Builds the volume and puts every described file (and its folders) on
@@ -85,6 +96,7 @@ class RunFixture : public ::testing::Test {
   RecordingRunUi ui_;
   PortableItemPlatform items_;
   PortableNumberFormat numbers_;
+  ProbeFilter filter_;
   RunOptions options_;
 };
 
@@ -112,7 +124,7 @@ class TreeRunFixture : public RunFixture {
     Volume(kRunTree);
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
     ASSERT_EQ(AddItem(items_, false, L"Z:\\single.bin"), kAddOk);
-    gRunFilters.fileExcluded = [](const std::wstring& path) {
+    filter_.file = [](const std::wstring& path) {
       return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
     };
   }

@@ -81,6 +81,7 @@ TEST_F(RunsTest, ADefragmentationMovesWhatFitsAndReportsTheRest) {
   ASSERT_EQ(AddItem(items_, false, L"Z:\\single.bin"), kAddOk);
   ASSERT_EQ(AddItem(items_, false, L"Z:\\data\\a.bin"), kAddOk);
   options_ = Unattended(false, true);
+  options_.filter = &filter_;
   options_.solidStateFlags = kSolidStateNoDetection;
   EXPECT_EQ(RunUnattended(options_, ui_), 4u);
 
@@ -147,7 +148,7 @@ TEST_F(RunsTest, AFileMovedOnlyInPartIsAnErrorNotADefragmentedFile) {
 }
 
 TEST_F(RunsTest, AStopInsideTheWalkEndsEveryLevelAndAbortsTheFolder) {
-  gRunFilters.fileExcluded = [](const std::wstring& path) {
+  filter_.file = [](const std::wstring& path) {
     if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
     return false;
   };
@@ -164,7 +165,7 @@ TEST_F(RunsTest, AStopInsideTheWalkEndsEveryLevelAndAbortsTheFolder) {
 TEST_F(RunsTest, AFolderWorkerThatDiesMakesTheFolderAnErrorAndTheRunEnds) {
   // The filter is asked on the worker's thread; throwing there ends the
   // thread without its done flag.
-  gRunFilters.fileExcluded = [](const std::wstring& path) -> bool {
+  filter_.file = [](const std::wstring& path) -> bool {
     if (path == L"Z:\\data\\sub\\c.bin") throw std::runtime_error("out of memory");
     return false;
   };
@@ -208,7 +209,7 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
   std::future<void> shownFuture = shown.get_future();
   int asked = 0;
   bool sawCountMidWalk = false;
-  gRunFilters.fileExcluded = [&](const std::wstring&) {
+  filter_.file = [&](const std::wstring&) {
     if (++asked == 300) sawCountMidWalk = shownFuture.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
     return false;
   };
@@ -221,7 +222,7 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
 
 TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
   ui_.rowSelected = [](uint64_t row) { return row == 1; };
-  gRunFilters.folderExcluded = [](const std::wstring& path) { return path == L"Z:\\data"; };
+  filter_.folder = [](const std::wstring& path) { return path == L"Z:\\data"; };
   Run(RunMode::AnalyseSelected);
   EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), 0u);
   EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Scartato");
@@ -241,7 +242,7 @@ TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
   ItemAtRow(1)->checked = true;
 
   // A defragmentation with every item filtered out does nothing at all.
-  gRunFilters.fileExcluded = [](const std::wstring&) { return true; };
+  filter_.file = [](const std::wstring&) { return true; };
   Run(RunMode::DefragmentAll);
   EXPECT_FALSE(ui_.laidOut);
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
@@ -254,7 +255,7 @@ TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
 TEST_F(RunsTest, AStoppedDefragmentationKeepsWhatIsTrue) {
   Run(RunMode::AnalyseAll);
   ASSERT_EQ(gRun.fragmented.size(), 5u);
-  gRunFilters.fileExcluded = [](const std::wstring& path) {
+  filter_.file = [](const std::wstring& path) {
     if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
     return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
   };
@@ -321,7 +322,7 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
   EXPECT_TRUE(exits.empty());
 
   Volume(kRunTree);
-  gRunFilters.fileExcluded = [](const std::wstring& path) {
+  filter_.file = [](const std::wstring& path) {
     if (path == L"Z:\\data\\refused.bin") RequestStop();
     return false;
   };
@@ -338,7 +339,7 @@ TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
 
   followUps_.closeAfterDefrag = false;
   followUps_.shutdownAfterDefrag = false;
-  gRunFilters.fileExcluded = {};
+  filter_.file = {};
   Volume(kRunTree);
   Run(RunMode::DefragmentAll);
   EXPECT_EQ(summaries, 1);
@@ -396,6 +397,7 @@ TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
     Volume(kRunTree);
     ui_ = RecordingRunUi();
     options_ = test.options;
+    options_.filter = &filter_;
     options_.solidStateFlags = kSolidStateNoDetection;
     if (test.diskErrors) {
       options_.diskCheck = kDiskCheckAuto;
@@ -404,7 +406,7 @@ TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
     }
     const bool clean = test.clean;
     const bool stop = test.stop;
-    gRunFilters.fileExcluded = [clean, stop](const std::wstring& path) {
+    filter_.file = [clean, stop](const std::wstring& path) {
       if (stop && path == L"Z:\\data\\refused.bin") RequestStop();
       const bool fails = path == L"Z:\\data\\locked.bin" || path == L"Z:\\data\\refused.bin" ||
                          path == L"Z:\\data\\big.bin";
@@ -465,7 +467,7 @@ TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
          "file \"Z:\\b.bin\" size=8192 runs=30:2\n");
   ASSERT_EQ(AddItem(items_, true, L"Z:\\"), kAddOk);
   std::vector<std::wstring> walked;
-  gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
+  filter_.file = [&walked](const std::wstring& path) {
     walked.push_back(path);
     return false;
   };
@@ -518,11 +520,11 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   }
   files_.fake.AddFile(folder + L"\\last.bin", 10);
   uint64_t readAtTheBottom = 0;
-  gRunFilters.fileExcluded = [&](const std::wstring& path) {
+  filter_.file = [&](const std::wstring& path) {
     if (path == folder + L"\\last.bin") readAtTheBottom = files_.fake.EntriesHandedOut();
     return true;
   };
-  WalkFolder(ui_, L"\\\\?\\Z:\\deep", WalkKind::Analysis);
+  WalkFolder(ui_, filter_, L"\\\\?\\Z:\\deep", WalkKind::Analysis);
 
   EXPECT_EQ(gRun.counters.leftOut, uint64_t{kDepth} * kFilesPerFolder + 1);
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
@@ -538,12 +540,12 @@ TEST_F(RunFixture, AFolderReachedAgainThroughALinkIsNotEnteredTwice) {
   files_.fake.AddLink(L"Z:\\data\\loop", L"Z:\\data");
   files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\data");
   std::vector<std::wstring> walked;
-  gRunFilters.fileExcluded = [&walked](const std::wstring& path) {
+  filter_.file = [&walked](const std::wstring& path) {
     walked.push_back(path);
     if (walked.size() > 10) RequestStop();
     return true;
   };
-  WalkFolder(ui_, L"\\\\?\\Z:\\data", WalkKind::Analysis);
+  WalkFolder(ui_, filter_, L"\\\\?\\Z:\\data", WalkKind::Analysis);
   EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\data\\a.bin"}));
 }
 
