@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "NtfsImages.h"
 #include "RecordingRunUi.h"
 #include "engine/FreeSpace.h"
@@ -22,11 +23,6 @@
 #include "engine/sim/SimVolume.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-double Seconds(Clock::time_point since) {
-  return std::chrono::duration<double>(Clock::now() - since).count();
-}
 
 struct Filler {
   ntfs_volume* volume;

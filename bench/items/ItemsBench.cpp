@@ -6,31 +6,24 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "FakeFileQueries.h"
 #include "items/ItemCells.h"
 #include "items/ItemList.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
-
-std::wstring PathOf(size_t i) {
-  return L"C:\\Bench\\Folder" + std::to_wstring(i % 100) + L"\\file" + std::to_wstring(i) + L".dat";
-}
-
 void Run(size_t count) {
   FakeFileQueries fake;
   fake.AddDrive(L'C', 4096);
-  for (size_t i = 0; i < count; ++i) fake.AddFile(PathOf(i), 1000 + i);
+  for (size_t i = 0; i < count; ++i) fake.AddFile(BenchPath(i), 1000 + i);
   SetFileQueries(&fake);
   PortableItemPlatform items;
   ClearItemList();
 
   auto start = Clock::now();
   for (size_t i = 0; i < count; ++i) {
-    if (AddItem(items, false, PathOf(i)) != kAddOk) {
+    if (AddItem(items, false, BenchPath(i)) != kAddOk) {
       std::fprintf(stderr, "AddItem failed at %zu\n", i);
       return;
     }
@@ -45,7 +38,7 @@ void Run(size_t count) {
   // Upper-cased paths: the lookups must ignore case.
   std::vector<std::wstring> queries;
   queries.reserve(count);
-  for (size_t i = 0; i < count; ++i) queries.push_back(PathOf((i * 7919) % count));
+  for (size_t i = 0; i < count; ++i) queries.push_back(BenchPath((i * 7919) % count));
   for (std::wstring& query : queries) {
     for (wchar_t& c : query) c = (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - 32) : c;
   }

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "FakeFileQueries.h"
 #include "RecordingRunUi.h"
 #include "runs/RunOptions.h"
@@ -18,10 +19,6 @@
 #include "util/SharedLock.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
 
 // 100 folders; every 10th file is in two pieces, the others in one.
 void Run(uint64_t count) {

@@ -6,14 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "FakeFileQueries.h"
 #include "selection/Filters.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
 
 std::wstring PathOf(size_t i) {
   return L"C:\\Users\\Utente\\Documenti\\Progetto" + std::to_wstring(i % 97) + L"\\sotto\\cartella" +

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "FakeFileQueries.h"
 #include "QuietImportUi.h"
 #include "items/ItemList.h"
@@ -13,21 +14,13 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
-
-std::wstring PathOf(size_t i) {
-  return L"C:\\Bench\\Folder" + std::to_wstring(i % 100) + L"\\file" + std::to_wstring(i) + L".dat";
-}
-
 void Run(size_t count) {
   FakeFileQueries fake;
   fake.AddDrive(L'C', 4096);
   std::vector<std::wstring> lines{kProfileMagic};
   for (size_t i = 0; i < count; ++i) {
-    fake.AddFile(PathOf(i), 1000 + i);
-    lines.push_back(PathOf(i));
+    fake.AddFile(BenchPath(i), 1000 + i);
+    lines.push_back(BenchPath(i));
   }
   SetFileQueries(&fake);
   PortableItemPlatform items;
