@@ -301,13 +301,19 @@ void ReadItemColours(const std::wstring& first, UnicodeTextReader& reader) {
 }
 
 // Recent profiles up to the closing line, or to the end of a file that lost it.
-void ReadProfiles(UnicodeTextReader& reader, SettingsHost& host) {
+// Those that no longer exist are dropped once the whole file is read, by the
+// option's last word wherever in the file it stands.
+void ReadProfiles(UnicodeTextReader& reader) {
   std::wstring line;
   while (reader.NextLine(line)) {
     if (line.find(kProfilesEnd) != std::wstring::npos) return;
-    if (gSettings.removeMissingRecentProfiles && !host.FileExists(line)) continue;
     gSettings.recentProfiles.push_back(line);
   }
+}
+
+void DropMissingProfiles(SettingsHost& host) {
+  if (!gSettings.removeMissingRecentProfiles) return;
+  std::erase_if(gSettings.recentProfiles, [&](const std::wstring& path) { return !host.FileExists(path); });
 }
 
 void SetSolidStateBit(uint32_t bit, bool on) {
@@ -397,7 +403,7 @@ void ReadLine(const KeyText& key, const std::wstring& line, UnicodeTextReader& r
     // Only exactly "1" keeps the status bars.
     case Key::ShowStatusBar: gSettings.showStatusBar = flag == 1; break;
     case Key::MaxRecentProfiles: gSettings.maxRecentProfiles = NumberValue(value); break;
-    case Key::ProfilesStart: ReadProfiles(reader, host); break;
+    case Key::ProfilesStart: ReadProfiles(reader); break;
     default: break;
   }
 }
@@ -457,6 +463,7 @@ void ReadSettingsFile(UnicodeTextReader& reader, SettingsHost& host) {
   while (reader.NextLine(line)) {
     if (const KeyText* key = FindKey(line)) ReadLine(*key, line, reader, host);
   }
+  DropMissingProfiles(host);
 }
 
 std::vector<std::wstring> SettingsFileLines(SettingsHost& host) {
