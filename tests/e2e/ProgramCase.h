@@ -17,7 +17,6 @@
 #include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace e2e {
@@ -117,6 +116,15 @@ inline void WaitGone(HWND window) {
     for (DWORD waited = 0; IsWindow(window) && waited < kWaitMs; waited += 50) TestDriver::PumpMessages(50);
 }
 
+// A window that shows up for the process before it ends, or null.
+inline HWND WindowBeforeTheEnd(TestDriver::RunningProgram& program) {
+    for (DWORD start = GetTickCount(); program.Running() && GetTickCount() - start < kWaitMs;) {
+        if (HWND window = TestDriver::FindTopWindow({nullptr, nullptr, program.ProcessId()})) return window;
+        TestDriver::PumpMessages(20);
+    }
+    return nullptr;
+}
+
 // The window with the keyboard focus in the window's thread.
 inline HWND FocusOf(HWND window) {
     GUITHREADINFO info{sizeof info};
@@ -136,9 +144,11 @@ inline std::vector<std::vector<std::wstring>> StatusTexts(HWND main) {
 // program once started.
 class ProgramCase : public ::testing::Test {
 protected:
+    // Also between the rows of a table of cases.
     void TearDown() override {
         if (program_ && program_->Running()) program_->Kill();
         for (const std::wstring& name : environment_) SetEnvironmentVariableW(name.c_str(), nullptr);
+        environment_.clear();
     }
 
     // `folder`: the case's folder name under the work folder; `settings`:
@@ -158,11 +168,11 @@ protected:
         }
         fs::remove_all(host_);
         fs::create_directories(host_ / "data");
-        TestDriver::ProgramUnderTest copy(TestDriver::HostPathToWindows((host_ / "program").string()),
-                                          TestDriver::HostPathToWindows(program),
-                                          withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"");
-        ASSERT_TRUE(copy.Ready()) << fs::path(copy.Error()).string();
-        exe_ = copy.ExePath();
+        std::wstring error;
+        exe_ = TestDriver::CopyProgram(TestDriver::HostPathToWindows((host_ / "program").string()),
+                                       TestDriver::HostPathToWindows(program),
+                                       withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"", error);
+        ASSERT_FALSE(exe_.empty()) << Narrow(error);
         if (!settings.empty()) {
             std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << Utf16FileLines({L"RX1.00", settings});
         }
@@ -189,13 +199,21 @@ protected:
     }
     void EnvPath(const std::wstring& name, const std::string& relative) { Env(name, Win(relative)); }
 
-    // "volume ..." first line, then one line per file given as relative path
-    // and attributes, then any further lines as they are.
-    void Describe(const std::string& volumeLine, const std::vector<std::pair<std::string, std::string>>& files,
-                  const std::string& more = "") {
+    // One file of the simulated volume: made under the case folder with its
+    // size, its clusters in the runs given.
+    struct SimFile {
+        std::string relative;
+        uintmax_t size;
+        std::string runs;
+    };
+    // "volume ..." first line, then one line per file, then any further
+    // lines as they are.
+    void Describe(const std::string& volumeLine, const std::vector<SimFile>& files, const std::string& more = "") {
         description_ = volumeLine + "\n";
-        for (const auto& [relative, attributes] : files) {
-            description_ += "file \"" + WinText(relative) + "\" " + attributes + "\n";
+        for (const SimFile& file : files) {
+            MakeFile(file.relative, file.size);
+            description_ += "file \"" + WinText(file.relative) + "\" size=" + std::to_string(file.size) +
+                            " runs=" + file.runs + "\n";
         }
         description_ += more;
         std::ofstream(host_ / "volume.txt", std::ios::binary) << description_;
@@ -219,16 +237,23 @@ protected:
     void Start(const std::wstring& arguments) {
         program_ = TestDriver::StartProgram(exe_, arguments);
         ASSERT_TRUE(program_);
-        main_ = TestDriver::WaitForWindow(kDialogClass, kMainTitle, program_->ProcessId(), kWaitMs);
+        main_ = TestDriver::WaitForWindow({kDialogClass, kMainTitle, program_->ProcessId()}, kWaitMs);
         ASSERT_NE(main_, nullptr) << "no main window";
         items_ = TestDriver::FindListViewByHeader(main_, L"Nome");
         if (!items_) items_ = TestDriver::FindListViewByHeader(main_, L"Name");
         ASSERT_NE(items_, nullptr);
     }
 
+    // Starts the program without looking for its window: for what comes
+    // before the window or instead of it.
+    bool StartOnly(const std::wstring& arguments) {
+        program_ = TestDriver::StartProgram(exe_, arguments);
+        return program_ != nullptr;
+    }
+
     HWND WaitForDialog() { return TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs); }
     HWND WaitForTitle(const wchar_t* title) {
-        return TestDriver::WaitForWindow(kDialogClass, title, program_->ProcessId(), kWaitMs);
+        return TestDriver::WaitForWindow({kDialogClass, title, program_->ProcessId()}, kWaitMs);
     }
 
     // Closes the window through its exit command; the exit code.

@@ -1,8 +1,8 @@
 // Runs of the simulating program: the files are real files under the case
 // folder, their clusters live on the described volume. The unattended runs
 // are compared by their whole console output, exit code and the volume's end
-// state; the steps before a defragmentation and the results are seen in the
-// real dialogs and the window.
+// state; the disk check and the cleanup are seen in their real dialogs, the
+// disk check through the checker library's own calls.
 #include "ProgramCase.h"
 
 #include <functional>
@@ -34,8 +34,7 @@ protected:
     // the case's own and one fragmented file "data\a.bin" on the volume.
     void PrepareOneFile(const std::string& caseName, const std::wstring& settings = L"") {
         Prepare("runs-" + caseName, ORDALIS_SIM_PROGRAM, settings);
-        MakeFile("data/a.bin", 16384);
-        Describe(kVolume, {{"data/a.bin", "size=16384 runs=100:2,110:2"}});
+        Describe(kVolume, {{"data/a.bin", 16384, "100:2,110:2"}});
         EnvPath(L"ORDALIS_FMIFS_LOG", "chkdsk.log");
         Env(L"ORDALIS_FMIFS_SCRIPT", L"Z:result=ok");
         fs::create_directories(host_ / "temp");
@@ -60,6 +59,14 @@ protected:
             TestDriver::PumpMessages(100);
         }
         return nullptr;
+    }
+    // A defragmentation started with the disk check to be asked and the
+    // checker scripted; the disk-check dialog, waiting.
+    HWND StartAtTheDiskCheck(const std::string& caseName, const std::wstring& settings, const wchar_t* script) {
+        PrepareOneFile(caseName, settings);
+        Env(L"ORDALIS_FMIFS_SCRIPT", script);
+        StartIt(L"/DEFRAG /QUICK /CHKDSK:2 " + Win("data"));
+        return main_ ? WaitForTitle(L"Controllo disco") : nullptr;
     }
     // Answers the summary that ends a defragmentation.
     void AcknowledgeSummary() {
@@ -88,16 +95,12 @@ TEST_F(RunsProgramTest, UnattendedRunsPrintTheirReportAndEndWithTheirCode) {
         {"both runs with failures",
          [this] {
              Prepare("runs-both", ORDALIS_SIM_PROGRAM);
-             for (auto [name, size] : {std::pair{"a", 16384}, {"b", 16000}, {"big", 3686400}, {"refused", 8000},
-                                       {"locked", 8192}}) {
-                 MakeFile(std::string("data/") + name + ".bin", size);
-             }
              Describe("volume letter=Z clusters=2000 clusterSize=4096",
-                      {{"data/a.bin", "size=16384 runs=100:2,110:2"},
-                       {"data/b.bin", "size=16000 runs=200:4"},
-                       {"data/big.bin", "size=3686400 runs=1000:500,1600:400"},
-                       {"data/refused.bin", "size=8000 runs=430:1,440:1"},
-                       {"data/locked.bin", "size=8192 runs=450:1,460:1"}},
+                      {{"data/a.bin", 16384, "100:2,110:2"},
+                       {"data/b.bin", 16000, "200:4"},
+                       {"data/big.bin", 3686400, "1000:500,1600:400"},
+                       {"data/refused.bin", 8000, "430:1,440:1"},
+                       {"data/locked.bin", 8192, "450:1,460:1"}},
                       "fault \"" + WinText("data/refused.bin") + "\" control=move call=1 status=0xC0000022\n" +
                           "fault \"" + WinText("data/locked.bin") + "\" control=open status=0xC0000043\n");
              return L"/ANALYZE /DEFRAG /QUICK " + Win("data");
@@ -133,18 +136,19 @@ TEST_F(RunsProgramTest, UnattendedRunsPrintTheirReportAndEndWithTheirCode) {
                  << ChkdskLog();
          }},
         // A clean check goes on; the cleanup empties the temporary folder,
-        // read-only files included, and keeps the folder.
-        {"clean disk check and cleanup",
+        // read-only files included, and keeps the folder; the machine is
+        // powered off after the run (into a log here).
+        {"clean disk check, cleanup and power-off",
          [this] {
              PrepareOneFile("chkdsk-clean");
+             EnvPath(L"ORDALIS_POWEROFF_LOG", "poweroff.log");
              fs::create_directories(host_ / "temp" / "sub" / "deeper");
-             std::ofstream(host_ / "temp" / "a.tmp") << "a";
              std::ofstream(host_ / "temp" / "sub" / "deeper" / "b.tmp") << "b";
              std::ofstream(host_ / "temp" / "ro.tmp") << "r";
              fs::permissions(host_ / "temp" / "ro.tmp",
                              fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
                              fs::perm_options::remove);
-             return L"/DEFRAG /QUICK /CHKDSK:1 /CLEAN:1 " + Win("data");
+             return L"/DEFRAG /QUICK /CHKDSK:1 /CLEAN:1 /SHUTDOWN " + Win("data");
          },
          [] { return Summary(1, 0, 0, 1, 0) + kNoneLeftOut; }, 0,
          [this] {
@@ -152,6 +156,7 @@ TEST_F(RunsProgramTest, UnattendedRunsPrintTheirReportAndEndWithTheirCode) {
              EXPECT_NE(ChkdskLog().find("Chkdsk root=Z:\\"), std::string::npos);
              EXPECT_TRUE(fs::exists(host_ / "temp"));
              EXPECT_TRUE(fs::is_empty(host_ / "temp"));
+             EXPECT_EQ(ReadWhole(host_ / "poweroff.log"), "power off 13 ffffffff\r\n");
          }},
         {"missing profile",
          [this] {
@@ -184,8 +189,7 @@ TEST_F(RunsProgramTest, UnattendedRunsPrintTheirReportAndEndWithTheirCode) {
          [this] {
              Prepare("runs-loop", ORDALIS_SIM_PROGRAM);
              host_ = fs::path(ORDALIS_E2E_WORK_DIR) / "link-fixture";
-             MakeFile("data/a.bin", 8192);
-             Describe(kVolume, {{"data/a.bin", "size=8192 runs=100:1,110:1"}});
+             Describe(kVolume, {{"data/a.bin", 8192, "100:1,110:1"}});
              return L"/ANALYZE " + Win("data");
          },
          [this] { return AnalysedFolder(WinText("data"), "Fragmented", 1) + kNoneLeftOut; }, 0,
@@ -199,150 +203,11 @@ TEST_F(RunsProgramTest, UnattendedRunsPrintTheirReportAndEndWithTheirCode) {
         EXPECT_EQ(run.output, kBanner + row.output()) << Printable(run.output);
         EXPECT_EQ(run.exitCode, row.code);
         row.check();
-        if (fs::exists(host_ / "end.txt")) EXPECT_EQ(Verdict(), "check ok\n");
-        TearDown();
-        environment_.clear();
-    }
-}
-
-// "/SHOWREPORT" shows the summary after the defragmentation and the program
-// ends when it is closed; "/SHUTDOWN" then powers off (into a log here).
-TEST_F(RunsProgramTest, TheSummaryAndThePowerOffFollowAFinishedUnattendedDefragmentation) {
-    PrepareOneFile("follow-ups");
-    MakeFile("data/b.bin", 4096);
-    Describe(kVolume, {{"data/a.bin", "size=16384 runs=100:2,110:2"}, {"data/b.bin", "size=4096 runs=200:1"}});
-    EnvPath(L"ORDALIS_POWEROFF_LOG", "poweroff.log");
-    program_ = TestDriver::StartProgram(exe_, L"/NOGUI /DEFRAG /SHOWREPORT /SHUTDOWN /LANG:IT " + Win("data"));
-    ASSERT_TRUE(program_);
-    HWND summary = WaitForTitle(L"Riepilogo");
-    ASSERT_NE(summary, nullptr);
-    EXPECT_FALSE(fs::exists(host_ / "poweroff.log"));  // nothing is powered off while the summary is open
-    EXPECT_EQ(TestDriver::ChildTexts(summary),
-              (std::vector<std::wstring>{L"File elaborati:", L"2", L"File frammentati:", L"0", L"File non frammentati:",
-                                         L"1", L"File deframmentati:", L"1", L"Errori:", L"0", L"OK"}));
-    TestDriver::PressButton(summary, IDOK);
-    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
-    EXPECT_EQ(program_->ExitCode(), 0u);
-    EXPECT_EQ(ReadWhole(host_ / "poweroff.log"), "power off 13 ffffffff\r\n");
-    EXPECT_EQ(Verdict(), "check ok\n");
-}
-
-// The files a defragmentation could not move, seen in the window: one with
-// no free run long enough and one whose move the volume refuses, beside one
-// that moves and one already in one piece. An analysis fills the
-// fragmented-file tab and the counters; the defragmentation then works on
-// the error tab, whose counters, summary and status panes agree.
-TEST_F(RunsProgramTest, TheErrorTabListsTheFilesThatCouldNotBeMoved) {
-    Prepare("runs-error-tab", ORDALIS_SIM_PROGRAM);
-    MakeFile("data/a.bin", 16384);
-    MakeFile("data/b.bin", 16000);
-    MakeFile("data/big.bin", 3686400);
-    MakeFile("data/refused.bin", 8000);
-    Describe("volume letter=Z clusters=2000 clusterSize=4096",
-             {{"data/a.bin", "size=16384 runs=100:2,110:2"},
-              {"data/b.bin", "size=16000 runs=200:4"},
-              {"data/big.bin", "size=3686400 runs=1000:500,1600:400"},
-              {"data/refused.bin", "size=8000 runs=430:1,440:1"}},
-             "fault \"" + WinText("data/refused.bin") + "\" control=move call=1 status=0xC0000022\n");
-    // Neither the disk check nor the cleanup is asked before a defragmentation.
-    StartIt(L"/QUICK /CHKDSK:0 /CLEAN:0 " + Win("data"));
-    // Room for both columns of the error list in the pictures.
-    SetWindowPos(main_, nullptr, 0, 0, Scaled(860), Scaled(540), SWP_NOZORDER | SWP_NOACTIVATE);
-    HWND errors = nullptr;
-    for (HWND list : TestDriver::ChildWindows(main_, WC_LISTVIEWW)) {
-        if (TestDriver::ListViewColumnHeader(list, 1) == L"Errore") errors = list;
-    }
-    ASSERT_NE(errors, nullptr);
-    HWND fragmented = TestDriver::FindListViewByHeader(main_, L"      Nome");
-    ASSERT_NE(fragmented, nullptr);
-    // The value beside each counter's label (the value's control follows the four labels).
-    auto counters = [this] {
-        std::vector<std::wstring> values;
-        for (const wchar_t* label : {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:"}) {
-            std::wstring value = L"<no label>";
-            for (HWND child : TestDriver::ChildWindows(main_)) {
-                if (TestDriver::WindowText(child) == label) {
-                    value = TestDriver::WindowText(GetDlgItem(GetParent(child), GetDlgCtrlID(child) + 4));
-                }
-            }
-            values.push_back(value);
+        if (fs::exists(host_ / "end.txt")) {
+            EXPECT_EQ(Verdict(), "check ok\n");
         }
-        return values;
-    };
-
-    TestDriver::SendCommand(main_, kCmdAnalyzeAll);
-    ASSERT_EQ(WaitForCell(items_, 0, kStateColumn, L"Frammentata"), L"Frammentata");
-    TestDriver::PumpMessages(300);
-    EXPECT_TRUE(IsWindowVisible(fragmented));
-    EXPECT_EQ(TestDriver::ListViewRowCount(fragmented), 3) << "a.bin, big.bin and refused.bin";
-    EXPECT_EQ(counters(), (std::vector<std::wstring>{L"3", L"1", L"0", L"0"}));
-    Picture(L"bottom-panel-analysis");
-
-    TestDriver::SendCommand(main_, kCmdDefragAll);
-    HWND summary = WaitForDialog();
-    ASSERT_NE(summary, nullptr) << "no summary after the defragmentation";
-    EXPECT_EQ(TestDriver::WindowText(summary), L"Riepilogo");
-    // Processed, fragmented, not fragmented, defragmented, errors.
-    const std::vector<std::wstring> dialog = TestDriver::ChildTexts(summary);
-    ASSERT_GE(dialog.size(), 10u);
-    EXPECT_EQ((std::vector<std::wstring>{dialog[3], dialog[5], dialog[7], dialog[9]}),
-              (std::vector<std::wstring>{L"0", L"1", L"1", L"2"}));
-    EXPECT_EQ(counters(), (std::vector<std::wstring>{dialog[3], dialog[5], dialog[7], dialog[9]}));
-    // The status panes say the run has ended while the summary is open.
-    EXPECT_EQ(StatusTexts(main_), (std::vector<std::vector<std::wstring>>{
-                                      {L"Oggetti totali in elenco: 1", L"Totale file elaborati: " + dialog[1]},
-                                      {L"In attesa"}}));
-    TestDriver::PressButton(summary, IDOK);
-    TestDriver::PumpMessages(300);
-    std::vector<std::wstring> rows;
-    for (int row = 0; row < TestDriver::ListViewRowCount(errors); ++row) {
-        rows.push_back(TestDriver::ListViewCellText(errors, row, 0) + L"|" +
-                       TestDriver::ListViewCellText(errors, row, 1));
+        TearDown();
     }
-    std::sort(rows.begin(), rows.end());
-    // The system's text for a refused move, without its line end.
-    wchar_t denied[512] = L"";
-    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                        ERROR_ACCESS_DENIED, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), denied, 512,
-                                        nullptr);
-    EXPECT_EQ(rows, (std::vector<std::wstring>{
-                        Win("data/big.bin") +
-                            L"|Non esistono cluster contigui sufficienti per deframmentare completamente il file.",
-                        Win("data/refused.bin") + L"|" + std::wstring(denied, length >= 2 ? length - 2 : length)}));
-    EXPECT_TRUE(IsWindowVisible(errors)) << "the error tab stays chosen after the run";
-    EXPECT_FALSE(IsWindowVisible(fragmented));
-    Picture(L"bottom-panel-errors");
-
-    // Back on the fragmented-file tab: the defragmentation emptied its list.
-    TestDriver::SendCommand(main_, kCmdTabFragmented);
-    TestDriver::PumpMessages(300);
-    EXPECT_FALSE(IsWindowVisible(errors));
-    EXPECT_EQ(TestDriver::WindowText(GetParent(fragmented)), L"Non sono presenti file frammentati.");
-
-    // A failed file goes to the exclusions from its row, as the error list's
-    // menu does it: the list clicked, then the command.
-    TestDriver::SendCommand(main_, kCmdTabErrors);
-    TestDriver::PumpMessages(300);
-    const std::wstring failed = TestDriver::ListViewCellText(errors, 0, 0);
-    RECT header{};
-    GetWindowRect(reinterpret_cast<HWND>(SendMessageW(errors, LVM_GETHEADER, 0, 0)), &header);
-    TestDriver::ClickAt(errors, POINT{40, static_cast<LONG>(header.bottom - header.top) + 6});
-    TestDriver::PumpMessages(300);
-    EXPECT_EQ(TestDriver::ListViewSelectedRows(errors), std::vector<int>{0});
-    TestDriver::SendCommand(main_, kCmdExcludeSelected);
-    HWND box = WaitForDialog();
-    ASSERT_NE(box, nullptr) << "no word about the exclusion";
-    EXPECT_EQ(TestDriver::MessageBoxMessage(box), L"Oggetto aggiunto all'elenco degli elementi da escludere.");
-    const std::vector<TestDriver::DialogButton> buttons = TestDriver::DialogButtons(box);
-    ASSERT_EQ(buttons.size(), 1u);
-    TestDriver::PressButton(box, buttons[0].id);
-    WaitGone(box);
-    std::string excluded = ReadUtf16(host_ / "program" / "Exclude.ini");
-    std::string wanted = Narrow(failed);
-    for (std::string* text : {&excluded, &wanted}) std::transform(text->begin(), text->end(), text->begin(), ::toupper);
-    EXPECT_NE(excluded.find(wanted), std::string::npos) << wanted;
-    EXPECT_EQ(Close(), 0u);
-    EXPECT_EQ(Verdict(), "check ok\n");
 }
 
 // Skipping off and the warning on: the warning about a solid-state drive,
@@ -370,10 +235,8 @@ TEST_F(RunsProgramTest, TheSolidStateWarningCanEndTheRun) {
 // Ask mode: the dialog waits; the check shows the checker's lines; errors
 // keep it open and the question that follows can stop the run.
 TEST_F(RunsProgramTest, TheDiskCheckDialogWaitsShowsTheCheckerAndItsErrorsStopTheRun) {
-    PrepareOneFile("chkdsk-ask", L"CLNUP=1");
-    Env(L"ORDALIS_FMIFS_SCRIPT", L"Z:progress=30,100;text=Phase one|Bad index found;result=fail");
-    StartIt(L"/DEFRAG /QUICK /CHKDSK:2 " + Win("data"));
-    HWND dialog = WaitForTitle(L"Controllo disco");
+    HWND dialog =
+        StartAtTheDiskCheck("chkdsk-ask", L"CLNUP=1", L"Z:progress=30,100;text=Phase one|Bad index found;result=fail");
     ASSERT_NE(dialog, nullptr);
     TestDriver::PumpMessages(1000);
     EXPECT_FALSE(fs::exists(host_ / "chkdsk.log"));  // waiting for the user
@@ -409,10 +272,7 @@ TEST_F(RunsProgramTest, TheDiskCheckDialogWaitsShowsTheCheckerAndItsErrorsStopTh
 // A checker that does not end holds nothing: "Annulla" stays available
 // while it works, ends the dialog at once and the run does not start.
 TEST_F(RunsProgramTest, ACheckThatDoesNotEndIsCancelledAndTheRunDoesNotStart) {
-    PrepareOneFile("chkdsk-cancel", L"CLNUP=0");
-    Env(L"ORDALIS_FMIFS_SCRIPT", L"Z:delay=60000;progress=10");
-    StartIt(L"/DEFRAG /QUICK /CHKDSK:2 " + Win("data"));
-    HWND dialog = WaitForTitle(L"Controllo disco");
+    HWND dialog = StartAtTheDiskCheck("chkdsk-cancel", L"CLNUP=0", L"Z:delay=60000;progress=10");
     ASSERT_NE(dialog, nullptr);
     TestDriver::PressButton(dialog, kDiskCheckStart);
     ASSERT_EQ(WaitForCell(GetDlgItem(dialog, kDiskCheckDrives), 0, 1, L"In analisi...", 10000), L"In analisi...");
@@ -444,7 +304,6 @@ TEST_F(RunsProgramTest, NeverCheckingAgainIsKeptOnlyWhenTheCheckIsSkipped) {
         EXPECT_NE(settings.find(button == IDCANCEL ? "SCANDISK=2" : "SCANDISK=1"), std::string::npos) << settings;
         EXPECT_EQ(Moved(), button == kDiskCheckSkip);
         TearDown();
-        environment_.clear();
     }
 }
 

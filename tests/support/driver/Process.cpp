@@ -9,26 +9,6 @@
 
 namespace TestDriver {
 
-UniqueHandle& UniqueHandle::operator=(UniqueHandle&& other) noexcept {
-    if (this != &other) {
-        Reset(other.Release());
-    }
-    return *this;
-}
-
-HANDLE UniqueHandle::Release() {
-    HANDLE handle = handle_;
-    handle_ = nullptr;
-    return handle;
-}
-
-void UniqueHandle::Reset(HANDLE handle) {
-    if (Valid()) {
-        CloseHandle(handle_);
-    }
-    handle_ = handle;
-}
-
 std::wstring HostPathToWindows(std::string_view path) {
     std::wstring wide;
     if (!path.empty()) {
@@ -49,40 +29,6 @@ std::wstring HostPathToWindows(std::string_view path) {
     return wide;
 }
 
-ProgramUnderTest::ProgramUnderTest(const std::wstring& folder, const std::wstring& programPath,
-                                   const std::wstring& fmifsPath)
-    : folder_(folder) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    fs::remove_all(folder_, error);
-    fs::create_directories(folder_, error);
-    if (error) {
-        error_ = L"cannot create " + folder_;
-        return;
-    }
-    fs::path program(programPath);
-    exePath_ = (fs::path(folder_) / program.filename()).wstring();
-    if (!fs::copy_file(program, exePath_, fs::copy_options::overwrite_existing, error)) {
-        error_ = L"cannot copy " + programPath;
-        return;
-    }
-    // The language files ship beside the program; without them a start in a
-    // locale other than the built-in language stops at a message box.
-    fs::path languages = program.parent_path() / L"lang";
-    if (fs::is_directory(languages, error) &&
-        (fs::copy(languages, fs::path(folder_) / L"lang", fs::copy_options::recursive, error), error)) {
-        error_ = L"cannot copy " + languages.wstring();
-        return;
-    }
-    error.clear();
-    if (!fmifsPath.empty() &&
-        (!fs::copy_file(fmifsPath, fs::path(folder_) / L"fmifs.dll",
-                        fs::copy_options::overwrite_existing, error) ||
-         !InstallSystemChecker(fmifsPath))) {
-        error_ = L"cannot copy " + fmifsPath;
-    }
-}
-
 namespace {
 
 std::filesystem::path SystemChecker() {
@@ -91,11 +37,9 @@ std::filesystem::path SystemChecker() {
     return std::filesystem::path(folder) / L"fmifs.dll";
 }
 
-}  // namespace
-
 // A program that has the checker loaded keeps its copy: the new one arrives
 // under another name and takes the place of the old in one step.
-bool ProgramUnderTest::InstallSystemChecker(const std::wstring& fmifsPath) {
+bool InstallSystemChecker(const std::wstring& fmifsPath) {
     namespace fs = std::filesystem;
     std::error_code error;
     const fs::path installed = SystemChecker();
@@ -106,6 +50,36 @@ bool ProgramUnderTest::InstallSystemChecker(const std::wstring& fmifsPath) {
     const fs::path incoming = installed.wstring() + L".new";
     return fs::copy_file(fmifsPath, incoming, fs::copy_options::overwrite_existing, error) &&
            MoveFileExW(incoming.c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+
+}  // namespace
+
+std::wstring CopyProgram(const std::wstring& folder, const std::wstring& programPath, const std::wstring& fmifsPath,
+                         std::wstring& error) {
+    namespace fs = std::filesystem;
+    std::error_code failed;
+    const fs::path program(programPath);
+    const fs::path exe = fs::path(folder) / program.filename();
+    fs::create_directories(folder, failed);
+    if (!fs::copy_file(program, exe, fs::copy_options::overwrite_existing, failed)) {
+        error = L"cannot copy " + programPath + L" into " + folder;
+        return {};
+    }
+    // The language files ship beside the program; without them a start in a
+    // locale other than the built-in language stops at a message box.
+    const fs::path languages = program.parent_path() / L"lang";
+    if (fs::is_directory(languages, failed) &&
+        (fs::copy(languages, fs::path(folder) / L"lang", fs::copy_options::recursive, failed), failed)) {
+        error = L"cannot copy " + languages.wstring();
+        return {};
+    }
+    if (!fmifsPath.empty() &&
+        (!fs::copy_file(fmifsPath, fs::path(folder) / L"fmifs.dll", fs::copy_options::overwrite_existing, failed) ||
+         !InstallSystemChecker(fmifsPath))) {
+        error = L"cannot copy " + fmifsPath;
+        return {};
+    }
+    return exe.wstring();
 }
 
 SystemCheckerHidden::SystemCheckerHidden() {
@@ -138,20 +112,20 @@ void RunningProgram::ReadOutput() {
     char buffer[4096];
     for (;;) {
         DWORD available = 0;
-        if (!PeekNamedPipe(outputRead_.Get(), nullptr, 0, nullptr, &available, nullptr)) {
+        if (!PeekNamedPipe(outputRead_.get(), nullptr, 0, nullptr, &available, nullptr)) {
             return;
         }
         if (available == 0) {
-            if (WaitForSingleObject(process_.Get(), 10) != WAIT_OBJECT_0) {
+            if (WaitForSingleObject(process_.get(), 10) != WAIT_OBJECT_0) {
                 continue;
             }
-            if (!PeekNamedPipe(outputRead_.Get(), nullptr, 0, nullptr, &available, nullptr) ||
+            if (!PeekNamedPipe(outputRead_.get(), nullptr, 0, nullptr, &available, nullptr) ||
                 available == 0) {
                 return;
             }
         }
         DWORD count = 0;
-        if (!ReadFile(outputRead_.Get(), buffer, std::min<DWORD>(available, sizeof buffer),
+        if (!ReadFile(outputRead_.get(), buffer, std::min<DWORD>(available, sizeof buffer),
                       &count, nullptr)) {
             return;
         }
@@ -161,11 +135,11 @@ void RunningProgram::ReadOutput() {
 }
 
 bool RunningProgram::Running() const {
-    return WaitForSingleObject(process_.Get(), 0) == WAIT_TIMEOUT;
+    return WaitForSingleObject(process_.get(), 0) == WAIT_TIMEOUT;
 }
 
 bool RunningProgram::WaitForExit(DWORD timeoutMs) {
-    if (WaitForSingleObject(process_.Get(), timeoutMs) != WAIT_OBJECT_0) {
+    if (WaitForSingleObject(process_.get(), timeoutMs) != WAIT_OBJECT_0) {
         return false;
     }
     if (reader_.joinable()) {
@@ -176,7 +150,7 @@ bool RunningProgram::WaitForExit(DWORD timeoutMs) {
 
 DWORD RunningProgram::ExitCode() const {
     DWORD code = STILL_ACTIVE;
-    GetExitCodeProcess(process_.Get(), &code);
+    GetExitCodeProcess(process_.get(), &code);
     return code;
 }
 
@@ -187,8 +161,8 @@ std::string RunningProgram::Output() const {
 
 void RunningProgram::Kill() {
     if (Running()) {
-        TerminateProcess(process_.Get(), 0xDEAD);
-        WaitForSingleObject(process_.Get(), 10000);
+        TerminateProcess(process_.get(), 0xDEAD);
+        WaitForSingleObject(process_.get(), 10000);
     }
 }
 
@@ -217,7 +191,7 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = input.Get();
+    startup.hStdInput = input.get();
     startup.hStdOutput = writeEnd;
     startup.hStdError = writeEnd;
 

@@ -1,5 +1,5 @@
-// Screenshots of what a test drives: the whole screen copied with BitBlt into a
-// 24-bit bitmap and saved as PNG through GDI+, or as BMP when GDI+ cannot.
+// Screenshots of what a test drives: the screen copied with BitBlt into a
+// 24-bit bitmap and saved as PNG through GDI+.
 
 #include "TestDriver.h"
 
@@ -10,21 +10,6 @@
 
 namespace TestDriver {
 namespace {
-
-// Owns a GDI object.
-class GdiObject {
-public:
-    explicit GdiObject(HGDIOBJ object) : object_(object) {}
-    ~GdiObject() {
-        if (object_) DeleteObject(object_);
-    }
-    GdiObject(const GdiObject&) = delete;
-    GdiObject& operator=(const GdiObject&) = delete;
-    HGDIOBJ Get() const { return object_; }
-
-private:
-    HGDIOBJ object_;
-};
 
 bool SavePng(HBITMAP bitmap, const std::wstring& path) {
     Gdiplus::GdiplusStartupInput input;
@@ -45,23 +30,6 @@ bool SavePng(HBITMAP bitmap, const std::wstring& path) {
     return saved;
 }
 
-bool SaveBmp(const BITMAPINFOHEADER& header, const void* bits, const std::wstring& path) {
-    UniqueHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.Valid()) {
-        return false;
-    }
-    BITMAPFILEHEADER fileHeader{};
-    fileHeader.bfType = 0x4D42;  // "BM"
-    fileHeader.bfOffBits = sizeof fileHeader + sizeof header;
-    fileHeader.bfSize = fileHeader.bfOffBits + header.biSizeImage;
-    DWORD written = 0;
-    return WriteFile(file.Get(), &fileHeader, sizeof fileHeader, &written, nullptr) &&
-           WriteFile(file.Get(), &header, sizeof header, &written, nullptr) &&
-           WriteFile(file.Get(), bits, header.biSizeImage, &written, nullptr) &&
-           written == header.biSizeImage;
-}
-
 std::wstring SaveScreenArea(int left, int top, int width, int height, const std::wstring& name) {
     std::wstring folder = HostPathToWindows(ORDALIS_SCREENSHOT_DIR);
     std::error_code error;
@@ -73,7 +41,7 @@ std::wstring SaveScreenArea(int left, int top, int width, int height, const std:
     BITMAPINFOHEADER header{};
     header.biSize = sizeof header;
     header.biWidth = width;
-    header.biHeight = height;  // bottom-up, as a BMP file stores its rows
+    header.biHeight = height;  // rows bottom-up
     header.biPlanes = 1;
     header.biBitCount = 24;
     header.biCompression = BI_RGB;
@@ -82,27 +50,21 @@ std::wstring SaveScreenArea(int left, int top, int width, int height, const std:
     HDC screen = GetDC(nullptr);
     HDC memory = CreateCompatibleDC(screen);
     void* bits = nullptr;
-    GdiObject bitmap(CreateDIBSection(screen, reinterpret_cast<BITMAPINFO*>(&header),
-                                      DIB_RGB_COLORS, &bits, nullptr, 0));
+    HBITMAP bitmap =
+        CreateDIBSection(screen, reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS, &bits, nullptr, 0);
     bool copied = false;
-    if (bitmap.Get()) {
-        HGDIOBJ previous = SelectObject(memory, bitmap.Get());
+    if (bitmap) {
+        HGDIOBJ previous = SelectObject(memory, bitmap);
         copied = BitBlt(memory, 0, 0, width, height, screen, left, top, SRCCOPY | CAPTUREBLT);
         SelectObject(memory, previous);
     }
     DeleteDC(memory);
     ReleaseDC(nullptr, screen);
-    if (!copied) {
-        return {};
-    }
     GdiFlush();
-
-    std::wstring path = folder + L"\\" + name + L".png";
-    if (SavePng(static_cast<HBITMAP>(bitmap.Get()), path)) {
-        return path;
-    }
-    path = folder + L"\\" + name + L".bmp";
-    return SaveBmp(header, bits, path) ? path : std::wstring{};
+    const std::wstring path = folder + L"\\" + name + L".png";
+    const bool saved = copied && SavePng(bitmap, path);
+    if (bitmap) DeleteObject(bitmap);
+    return saved ? path : std::wstring{};
 }
 
 }  // namespace

@@ -20,51 +20,25 @@
 namespace TestDriver {
 
 // Owns a kernel handle; "no handle" is both null and INVALID_HANDLE_VALUE.
-class UniqueHandle {
-public:
-    UniqueHandle() = default;
-    explicit UniqueHandle(HANDLE handle) : handle_(handle) {}
-    UniqueHandle(UniqueHandle&& other) noexcept : handle_(other.Release()) {}
-    UniqueHandle& operator=(UniqueHandle&& other) noexcept;
-    UniqueHandle(const UniqueHandle&) = delete;
-    UniqueHandle& operator=(const UniqueHandle&) = delete;
-    ~UniqueHandle() { Reset(); }
-
-    HANDLE Get() const { return handle_; }
-    bool Valid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE Release();
-    void Reset(HANDLE handle = nullptr);
-
-private:
-    HANDLE handle_ = nullptr;
+struct HandleCloser {
+    void operator()(HANDLE handle) const {
+        if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+    }
 };
+using UniqueHandle = std::unique_ptr<void, HandleCloser>;
 
 // The path a Wine program uses for a path of the Linux host: "/a/b" becomes
 // "Z:\a\b". Other paths are only widened from UTF-8.
 std::wstring HostPathToWindows(std::string_view path);
 
-// A fresh folder (emptied if it exists) holding a copy of the program with
-// the "lang" folder that lies beside it, if any, and, when fmifsPath is not
-// empty, of the fmifs.dll double. The double then also stands in for the
-// system's disk checker in Wine's system folder (Wine has none): the shipped
-// program takes fmifs.dll from there only, the simulating one from its own
-// folder only.
-class ProgramUnderTest {
-public:
-    ProgramUnderTest(const std::wstring& folder, const std::wstring& programPath,
-                     const std::wstring& fmifsPath);
-
-    bool Ready() const { return error_.empty(); }
-    const std::wstring& Error() const { return error_; }
-    const std::wstring& ExePath() const { return exePath_; }
-
-private:
-    static bool InstallSystemChecker(const std::wstring& fmifsPath);
-
-    std::wstring folder_;
-    std::wstring exePath_;
-    std::wstring error_;
-};
+// Copies the program into `folder` with the "lang" folder that lies beside
+// it, if any, and, when fmifsPath is not empty, the fmifs.dll double. The
+// double then also stands in for the system's disk checker in Wine's system
+// folder (Wine has none): the shipped program takes fmifs.dll from there
+// only, the simulating one from its own folder only. The copy's path, or
+// empty with the reason in `error`.
+std::wstring CopyProgram(const std::wstring& folder, const std::wstring& programPath, const std::wstring& fmifsPath,
+                         std::wstring& error);
 
 // While it lives, Wine's system folder holds no disk checker, as a system
 // without one would.
@@ -88,7 +62,6 @@ public:
     RunningProgram& operator=(const RunningProgram&) = delete;
 
     DWORD ProcessId() const { return processId_; }
-    HANDLE Process() const { return process_.Get(); }
     bool Running() const;
     // True when the program ended within the timeout; the output is then complete.
     bool WaitForExit(DWORD timeoutMs);
@@ -137,8 +110,6 @@ struct WindowQuery {
 HWND FindTopWindow(const WindowQuery& query);
 // Polls until the window exists, pumping this thread's messages meanwhile.
 HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs);
-HWND WaitForWindow(const wchar_t* className, const wchar_t* title, DWORD processId,
-                   DWORD timeoutMs);
 // A visible dialog ("#32770") of the process other than `except`: a message
 // box or a modal dialog over the main window.
 HWND WaitForDialogOf(DWORD processId, HWND except, DWORD timeoutMs);
@@ -204,11 +175,8 @@ bool PressKey(HWND window, UINT virtualKey);
 bool ClickAt(HWND window, POINT client);
 // Picture of one window (its screen area), as <name>.png under build/screenshots/.
 std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name);
-// The colour of one pixel of the screen.
-COLORREF ScreenPixel(POINT screen);
-
-// Saves the whole screen as <name>.png under build/screenshots/ (as <name>.bmp
-// when no PNG encoder is available). Returns the path written, or empty.
+// Saves the whole screen as <name>.png under build/screenshots/. Returns the
+// path written, or empty.
 std::wstring SaveScreenshot(const std::wstring& name);
 
 }  // namespace TestDriver

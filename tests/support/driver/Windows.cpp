@@ -26,17 +26,17 @@ bool SendWithTimeout(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
 class RemoteMemory {
 public:
     RemoteMemory(HWND owner, size_t size) : size_(size) {
-        process_.Reset(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE |
+        process_.reset(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE |
                                        PROCESS_QUERY_INFORMATION,
                                    FALSE, ProcessIdOf(owner)));
-        if (process_.Valid()) {
-            address_ = VirtualAllocEx(process_.Get(), nullptr, size, MEM_COMMIT | MEM_RESERVE,
+        if (process_) {
+            address_ = VirtualAllocEx(process_.get(), nullptr, size, MEM_COMMIT | MEM_RESERVE,
                                       PAGE_READWRITE);
         }
     }
     ~RemoteMemory() {
         if (address_) {
-            VirtualFreeEx(process_.Get(), address_, 0, MEM_RELEASE);
+            VirtualFreeEx(process_.get(), address_, 0, MEM_RELEASE);
         }
     }
     RemoteMemory(const RemoteMemory&) = delete;
@@ -47,17 +47,14 @@ public:
     bool Write(size_t offset, const void* data, size_t length) const {
         SIZE_T done = 0;
         return offset + length <= size_ &&
-               WriteProcessMemory(process_.Get(), At(offset), data, length, &done) &&
+               WriteProcessMemory(process_.get(), At(offset), data, length, &done) &&
                done == length;
     }
     bool Read(size_t offset, void* data, size_t length) const {
         SIZE_T done = 0;
         return offset + length <= size_ &&
-               ReadProcessMemory(process_.Get(), At(offset), data, length, &done) &&
+               ReadProcessMemory(process_.get(), At(offset), data, length, &done) &&
                done == length;
-    }
-    std::wstring ReadText(size_t offset, size_t maxCount) const {
-        return ReadTextAt(At(offset), maxCount);
     }
     // Text anywhere in that process, up to its terminating zero.
     std::wstring ReadTextAt(const void* address, size_t maxCount) const {
@@ -66,7 +63,7 @@ public:
         SIZE_T done = 0;
         auto* next = static_cast<const char*>(address);
         while (text.size() < maxCount &&
-               ReadProcessMemory(process_.Get(), next, chunk, sizeof chunk, &done) &&
+               ReadProcessMemory(process_.get(), next, chunk, sizeof chunk, &done) &&
                done == sizeof chunk) {
             size_t count = wcsnlen(chunk, 256);
             text.append(chunk, count);
@@ -87,35 +84,6 @@ private:
 constexpr size_t kTextCount = 4096;
 // Room for the message's record, then the text buffer it points to.
 constexpr size_t kRecordRoom = 256;
-
-struct EnumState {
-    const WindowQuery* query;
-    HWND found;
-};
-
-BOOL CALLBACK MatchTopWindow(HWND window, LPARAM context) {
-    auto* state = reinterpret_cast<EnumState*>(context);
-    const WindowQuery& query = *state->query;
-    if (window == query.except || (query.visibleOnly && !IsWindowVisible(window))) {
-        return TRUE;
-    }
-    if (query.processId != 0 && ProcessIdOf(window) != query.processId) {
-        return TRUE;
-    }
-    if (query.className && WindowClass(window) != query.className) {
-        return TRUE;
-    }
-    if (query.title) {
-        // A top-level caption is kept by the system: no message to the owner needed.
-        wchar_t title[512] = {};
-        GetWindowTextW(window, title, 512);
-        if (wcscmp(title, query.title) != 0) {
-            return TRUE;
-        }
-    }
-    state->found = window;
-    return FALSE;
-}
 
 struct ChildState {
     const wchar_t* className;
@@ -153,9 +121,16 @@ void PumpMessages(DWORD forMs) {
 }
 
 HWND FindTopWindow(const WindowQuery& query) {
-    EnumState state{&query, nullptr};
-    EnumWindows(MatchTopWindow, reinterpret_cast<LPARAM>(&state));
-    return state.found;
+    for (HWND window = nullptr; (window = FindWindowExW(nullptr, window, nullptr, nullptr));) {
+        if (window == query.except || (query.visibleOnly && !IsWindowVisible(window))) continue;
+        if (query.processId != 0 && ProcessIdOf(window) != query.processId) continue;
+        if (query.className && WindowClass(window) != query.className) continue;
+        // A top-level caption is kept by the system: no message to the owner needed.
+        wchar_t title[512] = {};
+        if (query.title && (GetWindowTextW(window, title, 512), wcscmp(title, query.title) != 0)) continue;
+        return window;
+    }
+    return nullptr;
 }
 
 HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs) {
@@ -171,21 +146,8 @@ HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs) {
     }
 }
 
-HWND WaitForWindow(const wchar_t* className, const wchar_t* title, DWORD processId,
-                   DWORD timeoutMs) {
-    WindowQuery query;
-    query.className = className;
-    query.title = title;
-    query.processId = processId;
-    return WaitForWindow(query, timeoutMs);
-}
-
 HWND WaitForDialogOf(DWORD processId, HWND except, DWORD timeoutMs) {
-    WindowQuery query;
-    query.className = L"#32770";
-    query.processId = processId;
-    query.except = except;
-    return WaitForWindow(query, timeoutMs);
+    return WaitForWindow({L"#32770", nullptr, processId, except}, timeoutMs);
 }
 
 std::wstring WindowText(HWND window) {
@@ -246,46 +208,38 @@ int ListViewRowCount(HWND listView) {
     return static_cast<int>(count);
 }
 
-std::wstring ListViewCellText(HWND listView, int row, int column) {
-    RemoteMemory memory(listView, kRecordRoom + kTextCount * sizeof(wchar_t));
-    if (!memory.Valid()) {
+namespace {
+
+// Sends `message` with a record whose text buffer lies in the window's
+// process, and reads the text the record then points to: a list may answer
+// with a pointer to its own copy instead of filling the buffer.
+template <typename Record>
+std::wstring RemoteRecordText(HWND window, UINT message, WPARAM wParam, Record record) {
+    RemoteMemory memory(window, kRecordRoom + kTextCount * sizeof(wchar_t));
+    if (!memory.Valid()) return {};
+    record.pszText = reinterpret_cast<wchar_t*>(memory.At(kRecordRoom));
+    record.cchTextMax = kTextCount;
+    DWORD_PTR answer = 0;
+    if (!memory.Write(0, &record, sizeof record) ||
+        !SendWithTimeout(window, message, wParam, reinterpret_cast<LPARAM>(memory.At(0)), &answer) ||
+        !memory.Read(0, &record, sizeof record) || record.pszText == nullptr) {
         return {};
     }
+    return memory.ReadTextAt(record.pszText, kTextCount);
+}
+
+}  // namespace
+
+std::wstring ListViewCellText(HWND listView, int row, int column) {
     LVITEMW item{};
     item.iSubItem = column;
-    item.pszText = reinterpret_cast<wchar_t*>(memory.At(kRecordRoom));
-    item.cchTextMax = kTextCount;
-    DWORD_PTR count = 0;
-    if (!memory.Write(0, &item, sizeof item) ||
-        !SendWithTimeout(listView, LVM_GETITEMTEXTW, row,
-                         reinterpret_cast<LPARAM>(memory.At(0)), &count)) {
-        return {};
-    }
-    // The list may answer with a pointer to its own copy instead of filling the buffer.
-    LVITEMW answered{};
-    if (!memory.Read(0, &answered, sizeof answered) || answered.pszText == nullptr) {
-        return {};
-    }
-    return memory.ReadTextAt(answered.pszText, kTextCount);
+    return RemoteRecordText(listView, LVM_GETITEMTEXTW, row, item);
 }
 
 std::wstring ListViewColumnHeader(HWND listView, int column) {
-    RemoteMemory memory(listView, kRecordRoom + kTextCount * sizeof(wchar_t));
-    if (!memory.Valid()) {
-        return {};
-    }
     LVCOLUMNW record{};
     record.mask = LVCF_TEXT;
-    record.pszText = reinterpret_cast<wchar_t*>(memory.At(kRecordRoom));
-    record.cchTextMax = kTextCount;
-    DWORD_PTR ok = 0;
-    if (!memory.Write(0, &record, sizeof record) ||
-        !SendWithTimeout(listView, LVM_GETCOLUMNW, column,
-                         reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
-        !ok) {
-        return {};
-    }
-    return memory.ReadText(kRecordRoom, kTextCount);
+    return RemoteRecordText(listView, LVM_GETCOLUMNW, column, record);
 }
 
 HWND FindListViewByHeader(HWND parent, std::wstring_view header) {
@@ -319,7 +273,7 @@ std::vector<std::wstring> StatusBarTexts(HWND statusBar) {
         DWORD_PTR answer = 0;
         SendWithTimeout(statusBar, SB_GETTEXTW, part, reinterpret_cast<LPARAM>(memory.At(0)),
                         &answer);
-        texts.push_back(memory.ReadText(0, kTextCount));
+        texts.push_back(memory.ReadTextAt(memory.At(0), kTextCount));
     }
     return texts;
 }
@@ -434,18 +388,14 @@ std::vector<std::wstring> ListViewColumnTexts(HWND listView, int column) {
 }
 
 int MenuItemEnabled(HWND window, int commandId) {
-    DWORD_PTR result = static_cast<DWORD_PTR>(-1);
-    if (!SendMessageTimeoutW(window, RegisterWindowMessageW(L"Ordalis.MenuItemState"), commandId, 0,
-                             SMTO_ABORTIFHUNG, 5000, &result)) {
-        return -1;
-    }
+    DWORD_PTR result = 0;
+    if (!SendWithTimeout(window, RegisterWindowMessageW(L"Ordalis.MenuItemState"), commandId, 0, &result)) return -1;
     return static_cast<int>(static_cast<LRESULT>(result));
 }
 
 bool SetControlText(HWND control, const std::wstring& text) {
     DWORD_PTR result = 0;
-    return SendMessageTimeoutW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()), SMTO_ABORTIFHUNG,
-                               5000, &result) != 0;
+    return SendWithTimeout(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()), &result);
 }
 
 bool DropFiles(HWND window, const std::vector<std::wstring>& paths) {
@@ -516,13 +466,6 @@ bool ClickAt(HWND window, POINT client) {
     return PostMessageW(window, WM_MOUSEMOVE, 0, point) &&
            PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, point) &&
            PostMessageW(window, WM_LBUTTONUP, 0, point);
-}
-
-COLORREF ScreenPixel(POINT screen) {
-    HDC dc = GetDC(nullptr);
-    COLORREF colour = GetPixel(dc, screen.x, screen.y);
-    ReleaseDC(nullptr, dc);
-    return colour;
 }
 
 }  // namespace TestDriver
