@@ -7,6 +7,7 @@
 #include "TestDriver.h"
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
+#include "options/ProgramVersion.h"
 
 #include <commctrl.h>
 #include <gtest/gtest.h>
@@ -35,9 +36,6 @@ inline constexpr int kDiskCheckDrives = 1003, kDiskCheckOutput = 1005, kDiskChec
                      kDiskCheckStart = 1010, kDiskCheckSkip = 1011;
 inline constexpr int kCleanupExternal = 1104, kCleanupPath = 1106, kCleanupNever = 1110, kCleanupStart = 1111,
                      kCleanupSkip = 1112;
-// The program's start banner on the console.
-inline constexpr char kBanner[] = "\r\n\r\nOrdalis v1.00\r\nCopyright (c) 2026 The Ordalis developers\r\n\r\n";
-
 inline std::string ReadWhole(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
@@ -48,6 +46,10 @@ inline std::string ReadWhole(const fs::path& path) {
 // For texts that are plain ASCII, as paths and messages in these cases are.
 inline std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 inline std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
+// The program's start banner on the console.
+inline const std::string kBanner =
+    "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" + Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n";
 
 // A UTF-16 file of ASCII text (the settings file) as narrow text.
 inline std::string ReadUtf16(const fs::path& path) {

@@ -3,7 +3,6 @@
 // file and the language, and the items that path and profile arguments put
 // into the list.
 #include "ProgramCase.h"
-#include "options/ProgramVersion.h"
 
 
 namespace {
@@ -61,9 +60,7 @@ TEST_F(UnattendedStart, AMissingPathIsReportedAndEndsWithFiveBesideAnOpenWindow)
     const HWND seen = WindowBeforeTheEnd(*unattended);
     EXPECT_EQ(seen, nullptr) << "window \"" << Narrow(TestDriver::WindowText(seen)) << "\"";
     ASSERT_TRUE(unattended->WaitForExit(kWaitMs)) << "still running after " << kWaitMs << " ms";
-    const std::string expected = "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" +
-                                 Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n" +
-                                 "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
+    const std::string expected = kBanner + "Cannot find the following item : Z:\\no\\such\\file.txt \r\n\r\n";
     EXPECT_EQ(unattended->Output(), expected) << Printable(unattended->Output());
     EXPECT_EQ(unattended->ExitCode(), 5u);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 0);

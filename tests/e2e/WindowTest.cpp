@@ -16,8 +16,32 @@ constexpr int kSizeColumn = 2;
 constexpr int kTypeColumn = 6;
 const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
 
+// The system's text for an error code, without its line end.
+std::wstring SystemText(DWORD code) {
+    wchar_t text[512] = L"";
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                                        MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, 512, nullptr);
+    return std::wstring(text, length >= 2 ? length - 2 : length);
+}
+
 class WindowTest : public ProgramCase {
 protected:
+    // The values of the last run's four counters beside the bottom tabs (each
+    // value's control follows the four labels).
+    std::vector<std::wstring> Counters() {
+        std::vector<std::wstring> values;
+        for (const wchar_t* label : {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:"}) {
+            std::wstring value = L"<no label>";
+            for (HWND child : TestDriver::ChildWindows(main_)) {
+                if (TestDriver::WindowText(child) == label) {
+                    value = TestDriver::WindowText(GetDlgItem(GetParent(child), GetDlgCtrlID(child) + 4));
+                }
+            }
+            values.push_back(value);
+        }
+        return values;
+    }
+
     // Analyses every item; the number of fragmented files listed once the
     // list has settled.
     int AnalyseAll(int expectedRows) {
@@ -258,15 +282,16 @@ TEST_F(WindowTest, ColumnsHeaderClicksAndStatusBarsFollowTheWindow) {
 
 // From an empty window: two files through the file dialog, a folder through
 // the folder dialog, a dropped file, one removed with Delete; an analysis;
-// two fragmented files marked with Space and defragmented alone (what the
-// run then shows on the items and lists is the runs' own).
+// two fragmented files marked with Space and defragmented alone, one of them
+// refused by the volume: the summary, the error tab and the counters.
 TEST_F(WindowTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFiles) {
     PrepareSim("person");
     Describe(kVolume, {{"data/one.bin", 16384, "100:2,110:2"},
                        {"data/gone.bin", 16384, "200:2,210:2"},
                        {"data/tree/a.bin", 16384, "300:2,310:2"},
                        {"data/tree/b.bin", 16384, "400:1,410:1,420:2"},
-                       {"data/drop.bin", 16384, "500:2,510:2"}});
+                       {"data/drop.bin", 16384, "500:2,510:2"}},
+             "fault \"" + WinText("data/tree/b.bin") + "\" control=move call=1 status=0xC0000022\n");
     StartSim(L"");
     if (HasFatalFailure()) return;
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 0);
@@ -329,17 +354,32 @@ TEST_F(WindowTest, APersonFillsTheListAnalysesAndDefragmentsTheMarkedFiles) {
     TestDriver::SendCommand(main_, kCmdDefragSelectedFiles);
     HWND summary = WaitForDialog();
     ASSERT_NE(summary, nullptr) << "no summary after the defragmentation";
+    // The two marked files: one moved, one whose move the volume refused.
+    EXPECT_EQ(TestDriver::ChildTexts(summary),
+              (std::vector<std::wstring>{L"File elaborati:", L"2", L"File frammentati:", L"0", L"File non frammentati:",
+                                         L"0", L"File deframmentati:", L"1", L"Errori:", L"1", L"OK"}));
     TestDriver::PressButton(summary, IDOK);
     WaitGone(summary);
+    TestDriver::PumpMessages(300);
+    // The refused file is on the error tab, shown after the run, with the
+    // system's reason; the counters beside the tabs are the summary's.
+    HWND errors = nullptr;
+    for (HWND list : TestDriver::ChildWindows(main_, WC_LISTVIEWW)) {
+        if (TestDriver::ListViewColumnHeader(list, 1) == L"Errore") errors = list;
+    }
+    ASSERT_NE(errors, nullptr);
+    EXPECT_TRUE(IsWindowVisible(errors));
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(errors, 0), std::vector<std::wstring>{Win("data/tree/b.bin")});
+    EXPECT_EQ(TestDriver::ListViewCellText(errors, 0, 1), SystemText(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(Counters(), (std::vector<std::wstring>{L"0", L"0", L"1", L"1"}));
+    Picture(L"commands-7-errors");
     EXPECT_EQ(Close(), 0u);
     EXPECT_EQ(Verdict(), "check ok\n");
-    for (const char* untouched : {"data/drop.bin", "data/tree/a.bin", "data/gone.bin"}) {
+    for (const char* untouched : {"data/drop.bin", "data/tree/a.bin", "data/tree/b.bin", "data/gone.bin"}) {
         EXPECT_EQ(FileLine(EndState(), Win(untouched)), FileLine(description_, Win(untouched))) << untouched;
     }
-    for (const char* moved : {"data/one.bin", "data/tree/b.bin"}) {
-        const std::string line = FileLine(EndState(), Win(moved));
-        EXPECT_EQ(std::count(line.begin(), line.end(), ':'), 2) << "one run: " << line;
-    }
+    const std::string one = FileLine(EndState(), Win("data/one.bin"));
+    EXPECT_EQ(std::count(one.begin(), one.end(), ':'), 2) << "one run: " << one;
 }
 
 // A long analysis of a folder of many files and a long defragmentation: the
