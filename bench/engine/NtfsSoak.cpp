@@ -1,8 +1,9 @@
 // Random volumes, random fragmentation, random sets of files to defragment,
 // some runs killed in the middle of a move; every check after each volume:
 // contents as before, every moved file one run where the engine chose, no
-// cluster owned twice or owned but free.
-// ORDALIS_NTFS_SOAK_VOLUMES sets how many volumes (200 by default).
+// cluster owned twice or owned but free. A long run, never part of the tests:
+//   ORDALIS_NTFS_SOAK_VOLUMES=200 build/native/bench/engine/ntfs_soak
+// (how many volumes, 200 by default).
 #include <signal.h>
 #include <sys/wait.h>
 
