@@ -11,6 +11,13 @@
 
 #include "engine/ntfs/NtfsLibrary.h"
 
+// The image held open by the classes below, never copied.
+struct ImageHandle {
+  ImageHandle() = default;
+  ImageHandle(const ImageHandle&) = delete;
+  ImageHandle& operator=(const ImageHandle&) = delete;
+};
+
 // A sparse image file of `bytes`, formatted with clusters of `cluster` bytes.
 bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error, int cluster = 4096);
 
@@ -19,12 +26,10 @@ std::vector<uint8_t> Packable(size_t bytes, uint8_t fill);
 
 // The image mounted through the on-disk format library for writing, with
 // compression on; paths are volume paths ("/a/b").
-class NtfsImageWriter {
+class NtfsImageWriter : ImageHandle {
  public:
   explicit NtfsImageWriter(const std::string& image);
   ~NtfsImageWriter();
-  NtfsImageWriter(const NtfsImageWriter&) = delete;
-  NtfsImageWriter& operator=(const NtfsImageWriter&) = delete;
   // Creates a file or folder under `parent` ("/" or "/a").
   bool Create(const std::string& parent, const std::string& name, bool folder);
   bool MarkCompressed(const std::string& path);
@@ -61,12 +66,10 @@ struct PhysicalRun {
 // The image read in-process through The Sleuth Kit's library: the physical
 // runs of a file's unnamed data (a folder's index allocation) and a hash of
 // its content.
-class TskView {
+class TskView : ImageHandle {
  public:
   explicit TskView(const std::string& image);
   ~TskView();
-  TskView(const TskView&) = delete;
-  TskView& operator=(const TskView&) = delete;
   bool Opened() const { return fs_ != nullptr; }
   // `packed` tells whether the data is compressed or sparse.
   bool Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed = nullptr);
