@@ -17,8 +17,7 @@ class FilterFilesTest : public FilterTest {
  protected:
   void SetUp() override {
     FilterTest::SetUp();
-    folder_ = fs::temp_directory_path() /
-              ("ordalis-filters-" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    folder_ = ScratchPath("ordalis-filters-");
     savedFolder_ = gProgramFolder;
     gProgramFolder = folder_.wstring();
     RemoveFiles();
@@ -47,7 +46,7 @@ class FilterFilesTest : public FilterTest {
   std::wstring savedFolder_;
 };
 
-TEST_F(FilterFilesTest, SavedListsHoldTheStoredLinesWithoutBuiltInMasks) {
+TEST_F(FilterFilesTest, SavedListsHoldTheStoredLinesWithoutBuiltInMasksAndEmptiedOnesDeleteTheirFiles) {
   LoadFilterLists();
   EXPECT_EQ(gExclusions.count, 17u) << "built-in masks only";
   EXPECT_EQ(gInclusions.count, 0u);
@@ -64,18 +63,8 @@ TEST_F(FilterFilesTest, SavedListsHoldTheStoredLinesWithoutBuiltInMasks) {
   LoadFilterLists();
   EXPECT_EQ(StoredLines(gExclusions), exclusions);
   EXPECT_EQ(StoredLines(gInclusions), (Lines{L"W*.exe"}));
-}
 
-TEST_F(FilterFilesTest, EmptiedListsDeleteTheirFilesAndTheBuiltInMasksComeBack) {
-  Write("Exclude.ini", EncodeUnicodeText({L"W*.tmp"}));
-  Write("Include.ini", EncodeUnicodeText({L"W*.exe"}));
-  LoadFilterLists();
-  for (const FilterEntry* entry = gExclusions.head; entry; entry = entry->next) {
-    if (entry->kind == FilterKind::UserMask) {
-      RemoveFilterEntry(gExclusions, entry);
-      break;
-    }
-  }
+  for (int i = 0; i < 3; ++i) RemoveFilterEntry(gExclusions, gExclusions.head);
   ClearFilterList(gInclusions);
   SaveExclusionList();
   SaveInclusionList();
