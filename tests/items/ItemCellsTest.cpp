@@ -51,25 +51,6 @@ TEST_F(ItemCellsTest, CountMarkersAndFolderBlanks) {
   EXPECT_EQ(ItemCellText(record, ItemColumn::State, numbers), L"Scartato");
 }
 
-TEST_F(ItemCellsTest, SortKeysPerColumn) {
-  ItemRecord file = File();
-  file.state = ItemState::Error;
-  file.fragments = -1;
-  file.clusters = 77;
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Name), L"FC:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::State), L"F00000001C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Size), L"F0000000000001536C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Fragments), L"F0000000000000000C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Clusters), L"F0000000000000077C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Modified), L"F2023020110:11C:\\dir\\f.bin");
-
-  ItemRecord root;
-  root.path = L"D:\\";
-  root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
-  EXPECT_EQ(ItemSortKey(root, ItemColumn::Type), L"DD:\\");
-  EXPECT_EQ(ItemSortKey(root, ItemColumn::Size), L"D0000000000000000D:\\");
-}
-
 }  // namespace
 
 #ifdef _WIN32
