@@ -19,10 +19,7 @@ TEST(WildcardMatchTest, StarsQuestionMarksAndBacktrackingOverTheWholePath) {
       // Without a leading star the mask must fit from the first character.
       {L"A:\\x.tmp", L"A*.TMP", true},
       {L"C:\\a.tmp", L"A*.TMP", false},
-      {L"D:\\x\\y\\memory.dmp", L"*\\MEMORY.DMP", true},
       {L"D:\\x\\y\\notmemory.dmp", L"*\\MEMORY.DMP", false},
-      {L"c:\\io.sys", L"*:\\IO.SYS", true},
-      {L"c:\\dos\\io.sys", L"*:\\IO.SYS", false},
       // '?' is exactly one character, before a star, after it and between.
       {L"C:\\BootAuth1.sys", L"*\\BOOTAUTH?.SYS", true},
       {L"C:\\BootAuth.sys", L"*\\BOOTAUTH?.SYS", false},
@@ -94,6 +91,7 @@ TEST_F(FilterTest, FileAndFolderRulesOverOneListOfEveryKind) {
       {false, L"C:\\a.tmp", 0},
       {false, L"C:\\temp\\x.txt", 0},
       {false, L"C:\\IO.SYS", 1},
+      {false, L"C:\\dos\\io.sys", 0},
       {false, L"D:\\dumps\\old\\memory.dmp", 1},
       {false, L"C:\\Boot\\bootstat.dat.old", 0},
       {true, L"C:\\temp", 1},
