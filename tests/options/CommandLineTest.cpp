@@ -34,7 +34,6 @@ TEST(CommandLineOptions, SwitchesTheirFlagsAndTheirValues) {
       {{L"/CHKDSK:0"}, kRunDiskCheckGiven, {9058, 0, L"", L""}},
       {{L"/CHKDSK:1"}, kRunDiskCheckGiven, {9057, 0, L"", L""}},
       {{L"/CHKDSK:7"}, kRunDiskCheckGiven, {}},
-      {{L"/CHKDSK:"}, kRunDiskCheckGiven, {}},
       {{L"/CLEAN:0"}, kRunCleanupGiven, {0, 9054, L"", L""}},
       {{L"/CLEAN:1"}, kRunCleanupGiven, {0, 9053, L"", L""}},
       {{L"/CLEAN:2"}, kRunCleanupGiven, {0, 9055, L"", L""}},

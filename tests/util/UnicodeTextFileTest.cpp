@@ -72,7 +72,6 @@ TEST(UnicodeTextReaderTest, LinesEndAtALineFeedAndTheFileAtTheFirstLongLine) {
       {"the first two bytes skipped whatever they are", Utf16Bytes(L"abc\r\ndef\r\n", false), false,
        kLineLimitProfile, {L"bc", L"def"}},
       {"nothing", {}, false, kLineLimitProfile, {}},
-      {"one byte", {0xFF}, false, kLineLimitProfile, {}},
       {"a last line without LF", Utf16Bytes(L"a\r\nb\r\nlast"), false, kLineLimitProfile, {L"a", L"b"}},
       {"an odd byte at the end", odd, false, kLineLimitProfile, {L"a"}},
       {"surrogates as code units", {0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE, 0xE8, 0x00, 0x0A, 0x00}, false,
