@@ -9,10 +9,6 @@
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-using Lines = std::vector<std::wstring>;
-namespace fs = std::filesystem;
-
 class FilterFilesTest : public FilterTest {
  protected:
   void SetUp() override {

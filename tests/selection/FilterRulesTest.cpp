@@ -5,8 +5,6 @@
 
 namespace {
 
-using Lines = std::vector<std::wstring>;
-
 // The path is matched whole against an upper-case mask; '*' crosses folders.
 TEST(WildcardMatchTest, StarsQuestionMarksAndBacktrackingOverTheWholePath) {
   const struct {

@@ -13,6 +13,10 @@
 #include "selection/Filters.h"
 #include "options/Settings.h"
 
+using Bytes = std::vector<uint8_t>;
+using Lines = std::vector<std::wstring>;
+namespace fs = std::filesystem;
+
 class FilterTest : public ::testing::Test {
  protected:
   void SetUp() override { Reset(); }

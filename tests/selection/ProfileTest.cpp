@@ -7,10 +7,6 @@
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-using Lines = std::vector<std::wstring>;
-namespace fs = std::filesystem;
-
 // Answers the question as told and records what the import reported; asks
 // to stop once it has seen `stopAfterSteps` progress steps (0: never).
 class RecordingImportUi : public ProfileImportUi {
