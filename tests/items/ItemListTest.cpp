@@ -43,37 +43,32 @@ TEST_F(AddItemTest, ResultCodesOfValidation) {
   }
 }
 
-TEST_F(AddItemTest, FileRecordComesFromItsDirectoryEntry) {
+// The path as given, its long form, and what the entry and the drive say; a
+// drive's root has no entry of its own: no type, date or attributes.
+TEST_F(AddItemTest, RecordsComeFromTheirDirectoryEntriesAndARootHasNone) {
   fs.fake.AddDrive(L'E', 4096);
   DirEntry& entry = fs.fake.AddFile(L"E:\\Docs\\report.final.doc", 10000,
                                     kAttrReadOnly | kAttrHidden | kAttrSystem | kAttrArchive);
   entry.lastWriteTime = 133536856790000000ull;  // 2024-02-29 13:07:59 UTC
-  ASSERT_EQ(AddItem(items, false, L"e:\\docs\\Report.final.doc"), kAddOk);
-  // The path as given, its long form, and what the entry and the drive say.
-  const ItemRecord* item = ItemAtRow(0);
-  ASSERT_NE(item, nullptr);
-  EXPECT_EQ(item->path, L"e:\\docs\\Report.final.doc");
-  EXPECT_EQ(item->longPath, L"\\\\?\\e:\\docs\\Report.final.doc");
-  EXPECT_EQ(item->sizeOnDisk, 12288u);
-  EXPECT_EQ(item->percentOnDisk, 12288u);
-  EXPECT_EQ(item->flags, 0x20000u);
-  EXPECT_EQ(item->attributes, L"RHSA");
-  EXPECT_EQ(item->typeName, L"DOC File");
-  EXPECT_EQ(item->modifiedText, L"29/02/2024 13:07");
-  EXPECT_EQ(item->modifiedKey, L"2024022913:07");
-  EXPECT_EQ(items.iconPaths, Paths{L"e:\\docs\\Report.final.doc"});
-}
-
-TEST_F(AddItemTest, FolderAndDriveRootRecords) {
   fs.fake.AddFolder(L"C:\\Work", kAttrDirectory | kAttrCompressed);
+  ASSERT_EQ(AddItem(items, false, L"e:\\docs\\Report.final.doc"), kAddOk);
   ASSERT_EQ(AddItem(items, true, L"C:\\Work"), kAddOk);
   ASSERT_EQ(AddItem(items, true, L"C:\\"), kAddOk);
-  ItemRecord* root = ItemAtRow(0);
-  ItemRecord* folder = ItemAtRow(1);
+  const ItemRecord* file = ItemAtRow(2);
+  EXPECT_EQ(file->path, L"e:\\docs\\Report.final.doc");
+  EXPECT_EQ(file->longPath, L"\\\\?\\e:\\docs\\Report.final.doc");
+  EXPECT_EQ(file->sizeOnDisk, 12288u);
+  EXPECT_EQ(file->percentOnDisk, 12288u);
+  EXPECT_EQ(file->flags, 0x20000u);
+  EXPECT_EQ(file->attributes, L"RHSA");
+  EXPECT_EQ(file->typeName, L"DOC File");
+  EXPECT_EQ(file->modifiedText, L"29/02/2024 13:07");
+  EXPECT_EQ(file->modifiedKey, L"2024022913:07");
+  const ItemRecord* folder = ItemAtRow(1);
   EXPECT_EQ(folder->flags, 0x20001u);
   EXPECT_EQ(folder->attributes, L"C");
   EXPECT_EQ(folder->typeName, L"File folder");
-  // A drive's root has no entry of its own: no type, date or attributes.
+  const ItemRecord* root = ItemAtRow(0);
   EXPECT_EQ(root->flags, 0x20041u);
   EXPECT_TRUE(root->modifiedKey.empty());
   EXPECT_TRUE(root->attributes.empty());
