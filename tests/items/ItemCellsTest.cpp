@@ -51,6 +51,23 @@ TEST_F(ItemCellsTest, CountMarkersAndFolderBlanks) {
   EXPECT_EQ(ItemCellText(record, ItemColumn::State, numbers), L"Scartato");
 }
 
+// Folders before files, then the column's value in a form that sorts as text
+// (numbers zero-padded, an unknown count as 0), then the path.
+TEST_F(ItemCellsTest, SortKeysPerColumn) {
+  ItemRecord file = File();
+  file.state = ItemState::Error;
+  file.fragments = -1;
+  file.clusters = 77;
+  const std::pair<ItemColumn, const wchar_t*> keys[] = {
+      {ItemColumn::State, L"F00000001C:\\dir\\f.bin"},
+      {ItemColumn::Size, L"F0000000000001536C:\\dir\\f.bin"},
+      {ItemColumn::Fragments, L"F0000000000000000C:\\dir\\f.bin"},
+      {ItemColumn::Clusters, L"F0000000000000077C:\\dir\\f.bin"},
+      {ItemColumn::Modified, L"F2023020110:11C:\\dir\\f.bin"},
+  };
+  for (auto [column, key] : keys) EXPECT_EQ(ItemSortKey(file, column), key) << static_cast<int>(column);
+}
+
 }  // namespace
 
 #ifdef _WIN32
