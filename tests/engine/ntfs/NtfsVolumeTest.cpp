@@ -47,52 +47,34 @@ TEST_F(NtfsVolumeTest, EveryFileAndFolderReadsAsTheSleuthKitReadsIt) {
   }
 }
 
-// What the filling makes of each kind of file, as the control shows it: a
-// start inside an extent is rounded down to it, holes are extents without
-// clusters, and a compressed file's holes end on a unit of sixteen clusters.
+// What the filling makes of each kind of file, as the control shows it:
+// holes are extents without clusters, and a compressed file's holes end on
+// a unit of sixteen clusters; a file kept inside its record has no extents.
 TEST_F(NtfsVolumeTest, RetrievalPointersShowEachKindOfFile) {
   Make(3, 1);
   std::string output;
   RunCommand("istat -f ntfs " + Quoted(image_) + " $(ifind -f ntfs -n /Users/ann/a.log " + Quoted(image_) + ")", output);
   EXPECT_NE(output.find("$ATTRIBUTE_LIST"), std::string::npos);
   OpenVolume(false);
-  alignas(8) uint8_t out[64];
-  auto read = [&](FsHandle file, int64_t vcn, RetrievalPointersHeader& header) {
-    IoStatusBlock block{};
-    const NtStatus status = Va().GetRetrievalPointers(file, block, &vcn, sizeof vcn, out, sizeof out);
-    std::memcpy(&header, out, sizeof header);
-    return status;
-  };
-  for (const wchar_t* path : {L"N:\\data\\sparse.img", L"N:\\packed\\notes.txt"}) {
-    SCOPED_TRACE(WideToUtf8(path));
-    const int64_t unit = std::wstring(path).find(L"packed") != std::wstring::npos ? 16 : 1;
-    const FsHandle file = Va().OpenFileForMoving(path);
+  const struct {
+    const char* path;
+    int64_t unit;
+  } cases[] = {{"/data/sparse.img", 1}, {"/packed/notes.txt", 16}, {"/Users/ann/a.log", 1}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    const FsHandle file = Va().OpenFileForMoving(EnginePath(c.path));
     ASSERT_NE(file, kInvalidHandle);
-    RetrievalPointersHeader header;
-    ASSERT_EQ(read(file, 0, header), kStatusBufferOverflow);
-    RetrievalExtent first;
-    std::memcpy(&first, out + 16, sizeof first);
-    ASSERT_EQ(read(file, first.nextVcn - 1, header), kStatusBufferOverflow);
-    EXPECT_EQ(header.startingVcn, 0);
+    std::vector<RetrievalExtent> extents;
+    ControlRuns(file, 64, &extents);
     int holes = 0;
-    NtStatus status;
-    int64_t at = 0;
-    do {
-      status = read(file, at, header);
-      for (uint32_t i = 0; i < header.extentCount; ++i) {
-        RetrievalExtent e;
-        std::memcpy(&e, out + 16 + 16 * i, sizeof e);
-        if (e.lcn == -1) {
-          ++holes;
-          EXPECT_EQ(e.nextVcn % unit, 0);
-        }
-        at = e.nextVcn;
-      }
-    } while (status == kStatusBufferOverflow);
+    for (const RetrievalExtent& e : extents) {
+      if (e.lcn != -1) continue;
+      ++holes;
+      EXPECT_EQ(e.nextVcn % c.unit, 0);
+    }
     EXPECT_GT(holes, 0);
     Va().Close(file);
   }
-  // A small file kept inside its record has no extents at all.
   const FsHandle small = Va().OpenFileForMoving(L"N:\\many\\small-0.txt");
   ASSERT_NE(small, kInvalidHandle);
   EXPECT_TRUE(ControlRuns(small).empty());
@@ -135,8 +117,7 @@ TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
   // Where the journal lands, learnt on a copy of the image.
   const std::string original = image_;
   image_ = original + ".copy";
-  std::string output;
-  ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(original) + " " + Quoted(image_), output), 0) << output;
+  Copy(original, image_);
   OpenVolume(true);
   std::vector<PhysicalRun> journal;
   for (size_t i = 0; i < filled_.files.size() && journal.empty(); ++i) {
@@ -637,13 +618,9 @@ class NtfsStopTest : public NtfsCommandTest {
     }
     hashes_ = Hashes();
     original_ = image_ + ".original";
-    Restore(image_, original_);
+    Copy(image_, original_);
   }
-  void Restore(const std::string& from, const std::string& to) {
-    std::string output;
-    ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(from) + " " + Quoted(to), output), 0) << output;
-  }
-  void Restore() { Restore(original_, image_); }
+  void Restore() { Copy(original_, image_); }
   // True when the next opening completed a switch left half-done.
   bool ExpectIntact(const std::string& what) {
     SCOPED_TRACE(what);
