@@ -6,6 +6,9 @@ namespace {
 
 thread_local uint32_t tLastError = 0;
 
+// 2020-01-01 00:00 UTC in 100-ns ticks since 1601.
+constexpr uint64_t kDefaultTime = 132223104000000000ull;
+
 std::wstring_view WithoutPrefix(std::wstring_view path) {
   if (path.size() >= 4 && path[2] == L'?') path.remove_prefix(4);
   return path;
@@ -33,27 +36,6 @@ std::vector<std::wstring_view> Components(std::wstring_view path) {
 bool HasWildcards(std::wstring_view name) { return name.find_first_of(L"*?") != std::wstring_view::npos; }
 
 }  // namespace
-
-bool FakeWildcardMatch(std::wstring_view pattern, std::wstring_view name) {
-  size_t p = 0, n = 0, starP = std::wstring_view::npos, starN = 0;
-  while (n < name.size()) {
-    if (p < pattern.size() && pattern[p] == L'*') {
-      starP = p++;
-      starN = n;
-    } else if (p < pattern.size() &&
-               (pattern[p] == L'?' || UpperCaseUnit(pattern[p]) == UpperCaseUnit(name[n]))) {
-      ++p;
-      ++n;
-    } else if (starP != std::wstring_view::npos) {
-      p = starP + 1;
-      n = ++starN;
-    } else {
-      return false;
-    }
-  }
-  while (p < pattern.size() && pattern[p] == L'*') ++p;
-  return p == pattern.size();
-}
 
 FakeFileQueries::FakeFileQueries() = default;
 FakeFileQueries::~FakeFileQueries() = default;
@@ -179,8 +161,6 @@ void FakeFileQueries::InjectError(FakeQuery query, const std::wstring& path, uin
 
 void FakeFileQueries::ClearErrors() { errors_.clear(); }
 
-void FakeFileQueries::SetErrorText(uint32_t error, std::wstring text) { errorTexts_[error] = std::move(text); }
-
 bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const {
   if (errors_.empty()) return false;
   auto found = errors_.find({static_cast<int>(query), UpperCase(WithoutPrefix(path))});
@@ -264,7 +244,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
   bool isRoot = Components(folderPath).empty();
   if (!isRoot) {
     for (const wchar_t* dots : {L".", L".."}) {
-      if (!FakeWildcardMatch(namePattern, dots)) continue;
+      if (!NameMatches(namePattern, dots)) continue;
       DirEntry entry = folder->entry;
       entry.name = dots;
       visited = true;
@@ -272,7 +252,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
     }
   }
   for (const std::unique_ptr<Node>& child : folder->children) {
-    if (!FakeWildcardMatch(namePattern, child->entry.name)) continue;
+    if (!NameMatches(namePattern, child->entry.name)) continue;
     visited = true;
     if (!visit(child->entry)) return 0;
   }
@@ -280,12 +260,6 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
 }
 
 uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
-  Count(FakeQuery::GetAttributes);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::GetAttributes, path, error)) {
-    tLastError = error;
-    return kInvalidAttributes;
-  }
   Node* node = Lookup(path);
   if (node == nullptr) {
     std::wstring_view view = WithoutPrefix(path);
@@ -298,12 +272,6 @@ uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
 }
 
 uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
-  Count(FakeQuery::GetCompressedSize);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::GetCompressedSize, path, error)) {
-    tLastError = error;
-    return kInvalidSize;
-  }
   Node* node = Lookup(path);
   if (node == nullptr) {
     tLastError = kErrFileNotFound;
@@ -328,23 +296,11 @@ uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {
 }
 
 DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {
-  Count(FakeQuery::GetDriveKind);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::GetDriveKind, root, error)) {
-    tLastError = error;
-    return DriveKind::Unknown;
-  }
   Drive* drive = DriveOf(root, false);
   return drive == nullptr ? DriveKind::NoRootDir : drive->kind;
 }
 
 std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
-  Count(FakeQuery::FullPath);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::FullPath, path, error)) {
-    tLastError = error;
-    return std::wstring();
-  }
   std::wstring full;
   if (path.size() >= 2 && path[0] == L'\\' && path[1] == L'\\') {
     full = path;  // network and prefixed paths are already full
@@ -378,8 +334,6 @@ std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount
 }
 
 std::wstring FakeFileQueries::ErrorText(uint32_t error) {
-  auto found = errorTexts_.find(error);
-  if (found != errorTexts_.end()) return found->second;
   switch (error) {
     case kErrFileNotFound: return L"The system cannot find the file specified.\r\n";
     case kErrPathNotFound: return L"The system cannot find the path specified.\r\n";
