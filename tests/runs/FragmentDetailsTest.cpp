@@ -5,6 +5,7 @@
 #include "engine/Analysis.h"
 #include "items/ItemCells.h"
 #include "runs/FragmentDetails.h"
+#include "util/WideString.h"
 
 namespace {
 
@@ -24,12 +25,10 @@ class FragmentDetailsTest : public RunFixture {
     RunFixture::SetUp();
     Volume(kVolume);
     for (const wchar_t* file : {L"Z:\\three.bin", L"Z:\\moved.bin", L"Z:\\empty.bin", L"Z:\\locked.bin", L"Z:\\gone.bin"}) {
-      ASSERT_EQ(AddItem(items_, false, file), kAddOk) << Narrow(file);
+      ASSERT_EQ(AddItem(items_, false, file), kAddOk) << WideToUtf8(file);
     }
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
   }
-
-  static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
   void Analyse() {
     options_.unattended = true;

@@ -439,24 +439,6 @@ TEST(RunOptionsTest, BuiltFromTheSettingsAndTheCommandLine) {
   }
 }
 
-// A drive root as the item: its files are joined to it with one backslash.
-TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
-  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
-         "file \"Z:\\a.bin\" size=8192 runs=10:1,20:1\n"
-         "file \"Z:\\b.bin\" size=8192 runs=30:2\n");
-  ASSERT_EQ(AddItem(items_, true, L"Z:\\"), kAddOk);
-  std::vector<std::wstring> walked;
-  filter_.file = [&walked](const std::wstring& path) {
-    walked.push_back(path);
-    return false;
-  };
-  options_.unattended = true;
-  Run(RunMode::AnalyseAll);
-
-  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\a.bin", L"Z:\\b.bin"}));
-  EXPECT_TRUE(gRun.errors.empty());
-}
-
 // A failure without a system text is shown with the program's own text,
 // which has no line end to lose. A read of the runs refused at once, end of
 // file aside, is an error with the status's text, never a contiguous file.
@@ -512,20 +494,22 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
 }
 
-// Two links back to their own folder: the walk meets each file once and
-// ends, where following them would never end.
+// Links back to folders already on the way: the walk meets each file once
+// and ends, where following them would never end. A drive root's files are
+// joined to it with one backslash.
 TEST_F(RunFixture, AFolderReachedAgainThroughALinkIsNotEnteredTwice) {
-  files_.fake.AddFile(L"Z:\\data\\a.bin", 10);
+  files_.fake.AddFile(L"Z:\\a.bin", 10);
+  files_.fake.AddFile(L"Z:\\data\\b.bin", 10);
   files_.fake.AddLink(L"Z:\\data\\loop", L"Z:\\data");
-  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\data");
+  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\");
   std::vector<std::wstring> walked;
   filter_.file = [&walked](const std::wstring& path) {
     walked.push_back(path);
     if (walked.size() > 10) RequestStop();
     return true;
   };
-  WalkFolder(ui_, filter_, L"\\\\?\\Z:\\data", WalkKind::Analysis);
-  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\data\\a.bin"}));
+  WalkFolder(ui_, filter_, L"\\\\?\\Z:\\", WalkKind::Analysis);
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\a.bin", L"Z:\\data\\b.bin"}));
 }
 
 // A file item shows afterwards what the relocation's own analysis found: a
@@ -630,53 +614,43 @@ class SolidStateRunTest : public RunsTest {
   std::unique_ptr<SimDriveRequests> drives_;
 };
 
+// The drive is asked once for both items. Skipping leaves every item out, so
+// the run ends unseen; "do not defragment" ends it too; with the warning off,
+// or no one to ask, the settings decide without a question.
 TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
-  const int& warnings = ui_.solidStateWarnings;
-  ui_.keepSolidStateOff = true;
-  // Skipping on: every item lies on the drive, so the run ends unseen; the
-  // drive was asked once for both items.
-  options_.solidStateFlags = kSolidStateSkip;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
-  EXPECT_EQ(warnings, 0);
-  EXPECT_EQ(Opened(), 1u);
-  EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), ItemFlags::kSkipped);
-  EXPECT_EQ(Check(), "check ok");
-  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
-
-  // Skipping off with the warning on: "do not defragment" ends the run, the
-  // other answer goes on and moves files.
-  options_.solidStateFlags = kSolidStateWarn;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(warnings, 1);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
-  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
-  ui_.keepSolidStateOff = false;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(warnings, 2);
-  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
-
-  // The warning off, or no one to ask: the settings decide, and the files
-  // are defragmented without a question.
-  ui_.keepSolidStateOff = true;
-  for (bool unattended : {false, true}) {
+  struct Case {
+    const char* name;
+    uint32_t flags;
+    bool unattended;
+    bool keepOff;  // the warning's answer
+    int warnings;
+    int opened;    // how often the drive was opened; -1: no matter
+    RunEnd end;
+    size_t fragments;  // single.bin's after the run
+  };
+  const Case cases[] = {
+      {"skipping", kSolidStateSkip, false, true, 0, 1, RunEnd::NotStarted, 2},
+      {"warning, kept off", kSolidStateWarn, false, true, 1, -1, RunEnd::NotStarted, 2},
+      {"warning, defragmenting", kSolidStateWarn, false, false, 1, -1, RunEnd::Completed, 1},
+      {"neither", 0, false, true, 0, -1, RunEnd::Completed, 1},
+      {"warning, no one to ask", kSolidStateWarn, true, true, 0, -1, RunEnd::Completed, 1},
+      {"detection off", kSolidStateSkip | kSolidStateNoDetection, false, true, 0, 0, RunEnd::Completed, 1},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.name);
     Volume(kRunTree);
-    options_.solidStateFlags = unattended ? kSolidStateWarn : 0;
-    options_.unattended = unattended;
-    Run(RunMode::DefragmentAll);
-    EXPECT_EQ(warnings, 2);
-    EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
-    EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
+    RecordingRunUi ui;
+    ui.keepSolidStateOff = test.keepOff;
+    options_.solidStateFlags = test.flags;
+    options_.unattended = test.unattended;
+    const uint64_t opened = Opened();
+    StartRun(RunMode::DefragmentAll, options_, ui);
+    EXPECT_EQ(ui.solidStateWarnings, test.warnings);
+    if (test.opened >= 0) EXPECT_EQ(Opened() - opened, uint64_t(test.opened));
+    EXPECT_EQ(gRunState.lastEnd, test.end);
+    EXPECT_EQ(Fragments(L"Z:\\single.bin"), test.fragments);
+    EXPECT_EQ(Check(), "check ok");
   }
-  options_.unattended = false;
-
-  // Detection off: no device is opened and nothing is asked.
-  options_.solidStateFlags = kSolidStateSkip | kSolidStateNoDetection;
-  const uint64_t before = Opened();
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(Opened(), before);
-  EXPECT_EQ(warnings, 2);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
 }
 
 // The run of the marked files weighs each file: with skipping on, the

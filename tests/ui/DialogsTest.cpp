@@ -33,8 +33,6 @@
 
 namespace {
 
-void LoadEnglish() { ASSERT_TRUE(LoadEnglishTexts()); }
-
 // ---- Frammenti ----
 
 const char* kVolume =
@@ -206,7 +204,7 @@ TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysEscapeCancelsAndAnAutom
 // none is left in the built-in Italian. The controls listed as data show the
 // item's own values.
 TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
-    LoadEnglish();
+    ASSERT_TRUE(LoadEnglishTexts());
     const std::set<std::wstring> english = LoadedTexts();
     struct Case {
         std::function<void()> show;
