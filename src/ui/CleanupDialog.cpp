@@ -314,14 +314,11 @@ INT_PTR CALLBACK CleanupProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 }  // namespace
 
 int RunCleanupDialog(HWND owner, bool automatic) {
-  gCleanupDialog = CleanupDialogState{};
-  gCleanupDialog.automatic = automatic;
-  gCleanupDialog.modeOnEntry = CleanupChoice();
+  // A stop left from an earlier run must not cancel this cleanup.
   gEngine.flags.fetch_and(~kStopRequested);
-  std::vector<WORD> dialogTemplate = EmptyDialogTemplate(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME);
-  const INT_PTR result = DialogBoxIndirectParamW(
-      GetModuleHandleW(nullptr), reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()), owner, CleanupProc, 0);
-  return result < 0 ? kCleanupResultCancelled : static_cast<int>(result);
+  gCleanupDialog = CleanupDialogState{.automatic = automatic, .modeOnEntry = CleanupChoice()};
+  return RunEmptyTemplateDialog(owner, WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME, CleanupProc, 0,
+                                kCleanupResultCancelled);
 }
 
 int RunCleanupUnattended() {

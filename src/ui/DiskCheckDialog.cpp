@@ -432,8 +432,6 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
           return TRUE;
       }
       break;
-    case WM_CTLCOLORSTATIC:
-      break;
     case WM_NCDESTROY:
       gDiskDialog.headingFont.Reset();
       return FALSE;
@@ -444,15 +442,9 @@ INT_PTR CALLBACK DiskCheckProc(HWND dialog, UINT message, WPARAM wParam, LPARAM 
 }  // namespace
 
 int RunDiskCheckDialog(HWND owner, bool automatic) {
-  gDiskDialog = DiskCheckDialogState{};
-  gDiskDialog.automatic = automatic;
-  gDiskDialog.modeOnEntry = DiskCheckChoice();
-  std::vector<WORD> dialogTemplate =
-      EmptyDialogTemplate(DS_SETFONT | WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | DS_MODALFRAME);
-  const INT_PTR result =
-      DialogBoxIndirectParamW(GetModuleHandleW(nullptr), reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()),
-                              owner, DiskCheckProc, 0);
-  return result < 0 ? kDiskCheckResultCancelled : static_cast<int>(result);
+  gDiskDialog = DiskCheckDialogState{.automatic = automatic, .modeOnEntry = DiskCheckChoice()};
+  return RunEmptyTemplateDialog(owner, WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | DS_MODALFRAME,
+                                DiskCheckProc, 0, kDiskCheckResultCancelled);
 }
 
 int RunDiskCheckUnattended() {

@@ -10,6 +10,7 @@
 #include "options/Settings.h"
 #include "ui/MenuTexts.h"
 #include "options/CommandIds.h"
+#include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Dpi.h"
 #include "ui/MainWindow.h"
 #include "ui/dialogs/MessageBox.h"
@@ -126,11 +127,8 @@ INT_PTR CALLBACK ViewerProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lPa
                  client.bottom - margin - buttonHeight, buttonWidth, buttonHeight, TRUE);
       return TRUE;
     }
-    case WM_COMMAND:
-      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) EndDialog(dialog, 0);
-      return TRUE;
   }
-  return FALSE;
+  return EndsOnClose(dialog, message, wParam);
 }
 
 std::wstring CurrentLanguageFilePath() {

@@ -8,11 +8,7 @@
 
 namespace {
 
-struct MenuText {
-  uint32_t command;
-  uint32_t textId;
-  const wchar_t* italian;
-};
+using MenuText = ControlText;  // the id is the command
 
 constexpr MenuText kMainMenuTexts[] = {
     {kMenuFile, kStrMenuFile, L"&File"},
@@ -116,7 +112,7 @@ constexpr MenuText kColumnTexts[] = {
 template <size_t N>
 const MenuText* Find(const MenuText (&table)[N], uint32_t command) {
   for (const MenuText& entry : table) {
-    if (entry.command == command) return &entry;
+    if (entry.id == command) return &entry;
   }
   return nullptr;
 }

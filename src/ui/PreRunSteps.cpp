@@ -65,17 +65,3 @@ void SetCleanupChoice(uint32_t command) {
   RefreshCommandStates();
 }
 
-std::vector<WORD> EmptyDialogTemplate(DWORD style) {
-  std::vector<WORD> words(sizeof(DLGTEMPLATE) / sizeof(WORD), 0);
-  auto* header = reinterpret_cast<DLGTEMPLATE*>(words.data());
-  header->style = style | DS_SETFONT;
-  header->cx = 300;
-  header->cy = 200;
-  words.push_back(0);  // no menu
-  words.push_back(0);  // the dialog class
-  words.push_back(0);  // no title yet
-  words.push_back(9);  // point size
-  for (const wchar_t* c = L"Segoe UI"; *c; ++c) words.push_back(*c);
-  words.push_back(0);
-  return words;
-}

@@ -24,7 +24,3 @@ uint32_t DiskCheckChoice();
 void SetDiskCheckChoice(uint32_t command);
 uint32_t CleanupChoice();
 void SetCleanupChoice(uint32_t command);
-
-// An empty dialog template in the program's font with the given style; the
-// dialogs of these steps make their controls at initialisation.
-std::vector<WORD> EmptyDialogTemplate(DWORD style);

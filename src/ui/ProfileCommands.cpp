@@ -15,6 +15,7 @@
 #include "res/ResourceIds.h"
 #include "options/Settings.h"
 #include "options/CommandIds.h"
+#include "ui/controls/DialogPlacement.h"
 #include "ui/controls/Dpi.h"
 #include "util/win32/FileDialogs.h"
 #include "ui/ItemCommands.h"
@@ -142,14 +143,8 @@ INT_PTR CALLBACK MissingProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lP
       lstrcpynW(info->item.pszText, text, info->item.cchTextMax);
       return TRUE;
     }
-    case WM_COMMAND:
-      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) {
-        EndDialog(dialog, IDOK);
-        return TRUE;
-      }
-      return FALSE;
   }
-  return FALSE;
+  return EndsOnClose(dialog, message, wParam);
 }
 
 struct RecentDialogState {

@@ -22,13 +22,12 @@
 #include "runs/RunReport.h"
 #include "runs/RunResults.h"
 #include "ui/Artwork.h"
-#include "options/CommandIds.h"
 #include "ui/Commands.h"
+#include "ui/controls/DialogPlacement.h"
 #include "ui/MainWindow.h"
 #include "util/win32/FileDialogs.h"
 #include "ui/dialogs/MessageBox.h"
 #include "ui/PreRunSteps.h"
-#include "ui/StatusBars.h"
 #include "ui/StatusBars.h"
 #include "ui/TaskbarProgress.h"
 #include "options/StringIds.h"
@@ -120,14 +119,8 @@ INT_PTR CALLBACK SummaryProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       SetDlgItemTextW(dialog, IDC_SUMMARY_ERRORS, GroupedCount(numbers, gRun.errors.size()).c_str());
       return TRUE;
     }
-    case WM_COMMAND:
-      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) {
-        EndDialog(dialog, LOWORD(wParam));
-        return TRUE;
-      }
-      break;
   }
-  return FALSE;
+  return EndsOnClose(dialog, message, wParam);
 }
 
 INT_PTR CALLBACK ShutdownProc(HWND dialog, UINT message, WPARAM wParam, LPARAM) {

@@ -1,18 +1,32 @@
 #include "util/DateText.h"
 
+#include <initializer_list>
+
 namespace {
 
 constexpr uint64_t kTicksPerSecond = 10000000;
 // Days from 1601-01-01 to 1970-01-01.
 constexpr int64_t kDays1601To1970 = 134774;
 
-void AppendDigits(std::wstring& text, int value, int digits) {
-  wchar_t buffer[8];
-  for (int i = digits - 1; i >= 0; --i) {
-    buffer[i] = static_cast<wchar_t>(L'0' + value % 10);
-    value /= 10;
+struct DigitField {
+  int value;
+  int digits;  // zero-padded to this width
+};
+
+// The fields, each zero-padded, with `separator` between them (none when 0).
+std::wstring JoinedDigits(std::initializer_list<DigitField> fields, wchar_t separator) {
+  std::wstring text;
+  for (const DigitField& field : fields) {
+    if (separator != 0 && !text.empty()) text += separator;
+    wchar_t buffer[8];
+    int value = field.value;
+    for (int i = field.digits - 1; i >= 0; --i) {
+      buffer[i] = static_cast<wchar_t>(L'0' + value % 10);
+      value /= 10;
+    }
+    text.append(buffer, field.digits);
   }
-  text.append(buffer, digits);
+  return text;
 }
 
 }  // namespace
@@ -39,27 +53,13 @@ CivilTime CivilFromTicks(uint64_t ticks) {
 }
 
 std::wstring FixedDateText(const CivilTime& time) {
-  std::wstring text;
-  AppendDigits(text, time.day, 2);
-  text += L'/';
-  AppendDigits(text, time.month, 2);
-  text += L'/';
-  AppendDigits(text, time.year, 4);
-  return text;
+  return JoinedDigits({{time.day, 2}, {time.month, 2}, {time.year, 4}}, L'/');
 }
 
 std::wstring FixedTimeText(const CivilTime& time) {
-  std::wstring text;
-  AppendDigits(text, time.hour, 2);
-  text += L':';
-  AppendDigits(text, time.minute, 2);
-  return text;
+  return JoinedDigits({{time.hour, 2}, {time.minute, 2}}, L':');
 }
 
 std::wstring SortableDateText(const CivilTime& time) {
-  std::wstring text;
-  AppendDigits(text, time.year, 4);
-  AppendDigits(text, time.month, 2);
-  AppendDigits(text, time.day, 2);
-  return text;
+  return JoinedDigits({{time.year, 4}, {time.month, 2}, {time.day, 2}}, 0);
 }

@@ -19,6 +19,14 @@ struct TextTable {
 };
 extern TextTable gTexts;
 
+// The text of a control or a command, for tables of them: `id` names the
+// control or command, the text is Text(textId, italian).
+struct ControlText {
+  uint32_t id;
+  uint32_t textId;
+  const wchar_t* italian;
+};
+
 // The text to show for (string id, Italian literal). The pointer stays valid
 // until the table entry is changed or the table is cleared.
 const wchar_t* Text(uint32_t id, const wchar_t* italianLiteral);

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
 
 #include "engine/sim/SimVolume.h"
@@ -183,38 +184,51 @@ bool ParseVolume(const std::vector<Token>& tokens, SimSettings& settings, std::s
   return true;
 }
 
-bool ParseFile(const std::vector<Token>& tokens, SimFile& file, std::string& error) {
+// One attribute of a file or fault line, as its reader takes it.
+enum class Attribute { Taken, BadValue, Unknown };
+using AttributeReader = std::function<Attribute(const std::string& key, const std::string& value, bool hasValue)>;
+
+// Reads the line's quoted path into `path` and its attributes through `read`;
+// `what` names the line in the errors.
+bool ParseAttributes(const std::vector<Token>& tokens, const char* what, std::wstring& path, std::string& error,
+                     const AttributeReader& read) {
   if (tokens.size() < 2 || !tokens[1].quoted) {
-    error = "file needs a quoted path";
+    error = std::string(what) + " needs a quoted path";
     return false;
   }
-  file.path = WideFromUtf8(tokens[1].text);
-  bool sized = false, shaped = false;
+  path = WideFromUtf8(tokens[1].text);
   for (size_t i = 2; i < tokens.size(); ++i) {
     std::string key, value;
     const bool hasValue = SplitKey(tokens[i].text, key, value);
-    bool ok = true;
-    if (key == "size" && hasValue) {
-      ok = sized = ParseNumber(value, file.size);
-    } else if (key == "runs" && hasValue) {
-      ok = shaped = ParseRuns(value, file.runs);
-    } else if (key == "unmovable" && hasValue) {
-      ok = ParseNumber(value, file.unmovable);
-    } else if (key == "resident" && !hasValue) {
-      file.resident = shaped = true;
-    } else if (key == "compressed" && !hasValue) {
-      file.compressed = true;
-    } else if (key == "directory" && !hasValue) {
-      file.directory = true;
-    } else {
-      error = "unknown file attribute " + tokens[i].text;
-      return false;
-    }
-    if (!ok) {
-      error = "bad value in " + tokens[i].text;
-      return false;
+    switch (read(key, value, hasValue)) {
+      case Attribute::Taken:
+        break;
+      case Attribute::BadValue:
+        error = "bad value in " + tokens[i].text;
+        return false;
+      case Attribute::Unknown:
+        error = "unknown " + std::string(what) + " attribute " + tokens[i].text;
+        return false;
     }
   }
+  return true;
+}
+
+Attribute Taken(bool ok) { return ok ? Attribute::Taken : Attribute::BadValue; }
+
+bool ParseFile(const std::vector<Token>& tokens, SimFile& file, std::string& error) {
+  bool sized = false, shaped = false;
+  const bool read = ParseAttributes(tokens, "file", file.path, error,
+                                    [&](const std::string& key, const std::string& value, bool hasValue) {
+    if (key == "size" && hasValue) return Taken(sized = ParseNumber(value, file.size));
+    if (key == "runs" && hasValue) return Taken(shaped = ParseRuns(value, file.runs));
+    if (key == "unmovable" && hasValue) return Taken(ParseNumber(value, file.unmovable));
+    if (key == "resident" && !hasValue) return Taken(file.resident = shaped = true);
+    if (key == "compressed" && !hasValue) return Taken(file.compressed = true);
+    if (key == "directory" && !hasValue) return Taken(file.directory = true);
+    return Attribute::Unknown;
+  });
+  if (!read) return false;
   if (!sized) {
     error = "file needs size=";
     return false;
@@ -228,38 +242,26 @@ bool ParseFile(const std::vector<Token>& tokens, SimFile& file, std::string& err
 }
 
 bool ParseFault(const std::vector<Token>& tokens, SimFault& fault, std::string& error) {
-  if (tokens.size() < 2 || !tokens[1].quoted) {
-    error = "fault needs a quoted path";
-    return false;
-  }
-  fault.path = WideFromUtf8(tokens[1].text);
   bool hasControl = false;
-  for (size_t i = 2; i < tokens.size(); ++i) {
-    std::string key, value;
-    const bool hasValue = SplitKey(tokens[i].text, key, value);
+  const bool read = ParseAttributes(tokens, "fault", fault.path, error,
+                                    [&](const std::string& key, const std::string& value, bool hasValue) {
     uint64_t number = 0;
-    bool ok = true;
-    if (key == "control" && hasValue) {
-      ok = hasControl = ParseControl(value, fault.control);
-    } else if (key == "call" && hasValue) {
-      ok = ParseNumber(value, number) && number > 0 && number <= 0xFFFFFFFF;
+    if (key == "control" && hasValue) return Taken(hasControl = ParseControl(value, fault.control));
+    if (key == "call" && hasValue) {
+      const bool ok = ParseNumber(value, number) && number > 0 && number <= 0xFFFFFFFF;
       fault.call = uint32_t(number);
-    } else if (key == "status" && hasValue) {
-      ok = ParseNumber(value, number) && number <= 0xFFFFFFFF;
+      return Taken(ok);
+    }
+    if (key == "status" && hasValue) {
+      const bool ok = ParseNumber(value, number) && number <= 0xFFFFFFFF;
       fault.status = NtStatus(uint32_t(number));
-    } else if (key == "partial" && hasValue) {
-      ok = ParseNumber(value, fault.partial) && fault.partial > 0;
-    } else if (key == "pending" && !hasValue) {
-      fault.pending = true;
-    } else {
-      error = "unknown fault attribute " + tokens[i].text;
-      return false;
+      return Taken(ok);
     }
-    if (!ok) {
-      error = "bad value in " + tokens[i].text;
-      return false;
-    }
-  }
+    if (key == "partial" && hasValue) return Taken(ParseNumber(value, fault.partial) && fault.partial > 0);
+    if (key == "pending" && !hasValue) return Taken(fault.pending = true);
+    return Attribute::Unknown;
+  });
+  if (!read) return false;
   if (!hasControl) {
     error = "fault needs control=";
     return false;

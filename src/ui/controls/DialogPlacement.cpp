@@ -1,5 +1,27 @@
 #include "ui/controls/DialogPlacement.h"
 
+#include <vector>
+
+int RunEmptyTemplateDialog(HWND owner, DWORD style, DLGPROC proc, LPARAM param, int whenNotMade,
+                           const wchar_t* title, DWORD extendedStyle) {
+  std::vector<WORD> words(sizeof(DLGTEMPLATE) / sizeof(WORD), 0);
+  auto* header = reinterpret_cast<DLGTEMPLATE*>(words.data());
+  header->style = style | DS_SETFONT;
+  header->dwExtendedStyle = extendedStyle;
+  header->cx = 300;
+  header->cy = 200;
+  words.push_back(0);  // no menu
+  words.push_back(0);  // the dialog class
+  for (const wchar_t* c = title; *c; ++c) words.push_back(*c);
+  words.push_back(0);
+  words.push_back(9);  // point size
+  for (const wchar_t* c = L"Segoe UI"; *c; ++c) words.push_back(*c);
+  words.push_back(0);
+  const INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr),
+                                                 reinterpret_cast<DLGTEMPLATE*>(words.data()), owner, proc, param);
+  return result < 0 ? whenNotMade : static_cast<int>(result);
+}
+
 void SizeAndCentreDialog(HWND dialog, int clientWidth, int clientHeight) {
   RECT frame{0, 0, clientWidth, clientHeight};
   AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongPtrW(dialog, GWL_STYLE)), FALSE,
@@ -12,6 +34,18 @@ void SizeAndCentreDialog(HWND dialog, int clientWidth, int clientHeight) {
   const int width = frame.right - frame.left, height = frame.bottom - frame.top;
   SetWindowPos(dialog, nullptr, over.left + (over.right - over.left - width) / 2,
                over.top + (over.bottom - over.top - height) / 2, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+bool EndsOnClose(HWND dialog, UINT message, WPARAM wParam) {
+  int command = 0;
+  if (message == WM_CLOSE) {
+    command = IDCANCEL;
+  } else if (message == WM_COMMAND && (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL)) {
+    command = LOWORD(wParam);
+  }
+  if (command == 0) return false;
+  EndDialog(dialog, command);
+  return true;
 }
 
 void SetDefaultButton(HWND dialog, int id) {

@@ -14,6 +14,7 @@
 #include "diag/CrashReport.h"
 #include "engine/EngineThread.h"
 #include "res/CrashReportIds.h"
+#include "ui/controls/DialogPlacement.h"
 #include "ui/dialogs/MessageBox.h"
 #include "options/StringIds.h"
 #include "util/Tag.h"
@@ -263,22 +264,16 @@ INT_PTR CALLBACK CrashDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARA
       return FALSE;
     }
     case WM_COMMAND:
-      switch (LOWORD(wParam)) {
-        case IDC_CRASH_CLOSE:
-        case IDOK:
-        case IDCANCEL:
-          EndDialog(dialog, LOWORD(wParam));
-          return TRUE;
+      if (LOWORD(wParam) == IDC_CRASH_CLOSE) {
+        EndDialog(dialog, IDC_CRASH_CLOSE);
+        return TRUE;
       }
-      return FALSE;
-    case WM_CLOSE:
-      EndDialog(dialog, IDCANCEL);
-      return TRUE;
+      break;
     case WM_DESTROY:
       if (data) data->headingFont.Reset();
       return FALSE;
   }
-  return FALSE;
+  return EndsOnClose(dialog, message, wParam);
 }
 
 // The window the report belongs over: the faulting thread's active window,

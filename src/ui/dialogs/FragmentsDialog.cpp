@@ -38,16 +38,10 @@ FragmentsState* StateOf(HWND dialog) {
   return reinterpret_cast<FragmentsState*>(GetWindowLongPtrW(dialog, DWLP_USER));
 }
 
-// The general data's labels are the lists' column titles with a colon, so
-// that both read alike in every language.
-struct Label {
-  int id;
-  uint32_t textId;
-  const wchar_t* italian;
-};
-// Labels have texts of their own: a language may put a space before the
-// colon, or word a label unlike the column of the same name.
-constexpr Label kLabels[] = {
+// The general data's labels read like the lists' column titles with a colon,
+// but have texts of their own: a language may put a space before the colon,
+// or word a label unlike the column of the same name.
+constexpr ControlText kLabels[] = {
     {IDC_FRAG_NAME_LABEL, kStrDetailsNameLabel, L"Nome:"},
     {IDC_FRAG_PATH_LABEL, kStrCleanupPathLabel, L"Percorso:"},
     {IDC_FRAG_TYPE_LABEL, kStrDetailsTypeLabel, L"Tipo:"},
@@ -81,10 +75,10 @@ int TextWidth(HWND window, const std::wstring& text) {
 void SetTexts(HWND dialog, FragmentsState& state) {
   SetWindowTextW(dialog, Text(kStrDetailsTitle, L"Frammenti"));
   state.labelWidth = 0;
-  for (const Label& label : kLabels) {
+  for (const ControlText& label : kLabels) {
     const std::wstring text = Text(label.textId, label.italian);
-    SetDlgItemTextW(dialog, label.id, text.c_str());
-    state.labelWidth = std::max(state.labelWidth, TextWidth(GetDlgItem(dialog, label.id), text));
+    SetDlgItemTextW(dialog, static_cast<int>(label.id), text.c_str());
+    state.labelWidth = std::max(state.labelWidth, TextWidth(GetDlgItem(dialog, static_cast<int>(label.id)), text));
   }
   SetDlgItemTextW(dialog, IDC_FRAG_TABLE_LABEL, Text(kStrDetailsFragmentsLabel, L"Dettaglio frammenti:"));
   SetDlgItemTextW(dialog, IDOK, Text(kStrDetailsClose, L"&Chiudi"));

@@ -1,6 +1,7 @@
 #include "ui/dialogs/HelpDialog.h"
 
 #include "res/ResourceIds.h"
+#include "ui/controls/DialogPlacement.h"
 #include "options/StringIds.h"
 #include "util/Text.h"
 
@@ -53,17 +54,8 @@ INT_PTR CALLBACK HelpDialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM
       SetFocus(GetDlgItem(dialog, IDOK));
       return FALSE;
     }
-    case WM_COMMAND:
-      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) {
-        EndDialog(dialog, LOWORD(wParam));
-        return TRUE;
-      }
-      return FALSE;
-    case WM_CLOSE:
-      EndDialog(dialog, IDCANCEL);
-      return TRUE;
   }
-  return FALSE;
+  return EndsOnClose(dialog, message, wParam);
 }
 
 }  // namespace

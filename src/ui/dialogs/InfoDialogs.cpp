@@ -92,14 +92,8 @@ INT_PTR CALLBACK InfoProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lPara
       SetFocus(GetDlgItem(dialog, IDOK));
       return FALSE;
     }
-    case WM_COMMAND:
-      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) {
-        EndDialog(dialog, LOWORD(wParam));
-        return TRUE;
-      }
-      return FALSE;
   }
-  return FALSE;
+  return EndsOnClose(dialog, message, wParam);
 }
 
 void ShowInfo(HWND owner, const InfoContent& content) {

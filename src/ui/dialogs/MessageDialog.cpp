@@ -277,48 +277,24 @@ INT_PTR CALLBACK MessageDialogProc(HWND dialog, UINT message, WPARAM wParam, LPA
   return FALSE;
 }
 
-// An empty modal dialog template in the program's font; the controls are
-// made at initialisation, sized for the message.
-std::vector<WORD> DialogTemplate() {
-  std::vector<WORD> words(sizeof(DLGTEMPLATE) / sizeof(WORD), 0);
-  auto* header = reinterpret_cast<DLGTEMPLATE*>(words.data());
-  header->style = DS_MODALFRAME | DS_SETFONT | WS_POPUP | WS_CAPTION | WS_SYSMENU;
-  header->dwExtendedStyle = WS_EX_DLGMODALFRAME;
-  header->cdit = 0;
-  header->cx = 200;
-  header->cy = 80;
-  words.push_back(0);  // no menu
-  words.push_back(0);  // the dialog class
-  for (const wchar_t* c = L"Ordalis"; *c; ++c) words.push_back(*c);
-  words.push_back(0);
-  words.push_back(9);  // point size
-  for (const wchar_t* c = L"Segoe UI"; *c; ++c) words.push_back(*c);
-  words.push_back(0);
-  return words;
+// The message dialog in an empty template: its controls are made at
+// initialisation, sized for the message.
+int RunWith(HWND owner, const DialogInput& input) {
+  static const bool richEditLoaded = LoadSystemLibrary(L"RICHED20.DLL") != nullptr;
+  (void)richEditLoaded;
+  return RunEmptyTemplateDialog(owner, DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_SYSMENU, MessageDialogProc,
+                                reinterpret_cast<LPARAM>(&input), 0, L"Ordalis", WS_EX_DLGMODALFRAME);
 }
 
 }  // namespace
 
 int RunMessageDialog(HWND owner, uint32_t flags, const std::wstring& text, int customIcon,
                      const std::wstring& title) {
-  static const bool richEditLoaded = LoadSystemLibrary(L"RICHED20.DLL") != nullptr;
-  (void)richEditLoaded;
-  DialogInput input{flags, text, IconFor(flags, customIcon), title.empty() ? L"Ordalis" : title};
-  std::vector<WORD> dialogTemplate = DialogTemplate();
-  INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr),
-                                           reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()), owner,
-                                           MessageDialogProc, reinterpret_cast<LPARAM>(&input));
-  return result < 0 ? 0 : static_cast<int>(result);
+  return RunWith(owner, DialogInput{flags, text, IconFor(flags, customIcon), title.empty() ? L"Ordalis" : title});
 }
 
 int RunMessageDialogWithButtons(HWND owner, uint32_t flags, const std::wstring& text, const std::wstring& title,
                                 const std::vector<MessageButton>& buttons, int width) {
-  static const bool richEditLoaded = LoadSystemLibrary(L"RICHED20.DLL") != nullptr;
-  (void)richEditLoaded;
-  DialogInput input{flags, text, IconFor(flags, 0), title.empty() ? L"Ordalis" : title, &buttons, width};
-  std::vector<WORD> dialogTemplate = DialogTemplate();
-  INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr),
-                                           reinterpret_cast<DLGTEMPLATE*>(dialogTemplate.data()), owner,
-                                           MessageDialogProc, reinterpret_cast<LPARAM>(&input));
-  return result < 0 ? 0 : static_cast<int>(result);
+  return RunWith(owner,
+                 DialogInput{flags, text, IconFor(flags, 0), title.empty() ? L"Ordalis" : title, &buttons, width});
 }
