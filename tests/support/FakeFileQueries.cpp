@@ -2,17 +2,14 @@
 
 #include <algorithm>
 
+#include "util/PathText.h"
+
 namespace {
 
 thread_local uint32_t tLastError = 0;
 
 // 2020-01-01 00:00 UTC in 100-ns ticks since 1601.
 constexpr uint64_t kDefaultTime = 132223104000000000ull;
-
-std::wstring_view WithoutPrefix(std::wstring_view path) {
-  if (path.size() >= 4 && path[2] == L'?') path.remove_prefix(4);
-  return path;
-}
 
 bool HasDriveLetter(std::wstring_view path) {
   return path.size() >= 2 && path[1] == L':' &&
@@ -41,7 +38,7 @@ FakeFileQueries::FakeFileQueries() = default;
 FakeFileQueries::~FakeFileQueries() = default;
 
 FakeFileQueries::Drive* FakeFileQueries::DriveOf(std::wstring_view path, bool create) {
-  path = WithoutPrefix(path);
+  path = DisplayPath(path);
   if (!HasDriveLetter(path)) return nullptr;
   wchar_t letter = UpperCaseUnit(path[0]);
   auto found = drives_.find(letter);
@@ -61,7 +58,7 @@ void FakeFileQueries::AddDrive(wchar_t letter, uint32_t bytesPerCluster, DriveKi
 }
 
 FakeFileQueries::Node* FakeFileQueries::Lookup(std::wstring_view path, bool followLast) const {
-  path = WithoutPrefix(path);
+  path = DisplayPath(path);
   if (!HasDriveLetter(path)) return nullptr;
   auto drive = drives_.find(UpperCaseUnit(path[0]));
   if (drive == drives_.end()) return nullptr;
@@ -85,7 +82,7 @@ void FakeFileQueries::AddLink(const std::wstring& path, const std::wstring& targ
 }
 
 FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
-  path = WithoutPrefix(path);
+  path = DisplayPath(path);
   Drive* drive = DriveOf(path, true);
   if (drive == nullptr) return nullptr;
   Node* node = &drive->root;
@@ -109,13 +106,13 @@ FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
 
 DirEntry& FakeFileQueries::AddFolder(const std::wstring& path, uint32_t attributes) {
   Node* node = MakeFolders(path);
-  if (!Components(WithoutPrefix(path)).empty()) node->entry.attributes = attributes | kAttrDirectory;
+  if (!Components(DisplayPath(path)).empty()) node->entry.attributes = attributes | kAttrDirectory;
   return node->entry;
 }
 
 DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint32_t attributes,
                                    uint64_t compressedSize) {
-  std::wstring_view view = WithoutPrefix(path);
+  std::wstring_view view = DisplayPath(path);
   size_t slash = view.find_last_of(L'\\');
   Node* folder = MakeFolders(view.substr(0, slash));
   std::wstring_view name = view.substr(slash + 1);
@@ -138,7 +135,7 @@ DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint
 }
 
 bool FakeFileQueries::Remove(const std::wstring& path) {
-  std::wstring_view view = WithoutPrefix(path);
+  std::wstring_view view = DisplayPath(path);
   while (view.size() > 3 && view.back() == L'\\') view.remove_suffix(1);
   size_t slash = view.find_last_of(L'\\');
   if (slash == std::wstring_view::npos || slash + 1 == view.size()) return false;
@@ -156,14 +153,14 @@ bool FakeFileQueries::Remove(const std::wstring& path) {
 bool FakeFileQueries::Exists(const std::wstring& path) const { return Lookup(path) != nullptr; }
 
 void FakeFileQueries::InjectError(FakeQuery query, const std::wstring& path, uint32_t error) {
-  errors_[{static_cast<int>(query), UpperCase(WithoutPrefix(path))}] = error;
+  errors_[{static_cast<int>(query), UpperCase(DisplayPath(path))}] = error;
 }
 
 void FakeFileQueries::ClearErrors() { errors_.clear(); }
 
 bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const {
   if (errors_.empty()) return false;
-  auto found = errors_.find({static_cast<int>(query), UpperCase(WithoutPrefix(path))});
+  auto found = errors_.find({static_cast<int>(query), UpperCase(DisplayPath(path))});
   if (found == errors_.end()) return false;
   error = found->second;
   return true;
@@ -215,7 +212,7 @@ uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
 
 uint32_t FakeFileQueries::Search(const std::wstring& pattern,
                                  const std::function<bool(const DirEntry&)>& visit) {
-  std::wstring_view view = WithoutPrefix(pattern);
+  std::wstring_view view = DisplayPath(pattern);
   size_t slash = view.find_last_of(L'\\');
   uint32_t error = 0;
   auto fail = [](uint32_t code) {
@@ -262,7 +259,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
 uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
   Node* node = Lookup(path);
   if (node == nullptr) {
-    std::wstring_view view = WithoutPrefix(path);
+    std::wstring_view view = DisplayPath(path);
     size_t slash = view.find_last_of(L'\\');
     bool folderExists = slash != std::wstring_view::npos && Lookup(view.substr(0, slash + 1)) != nullptr;
     tLastError = folderExists ? kErrFileNotFound : kErrPathNotFound;
@@ -381,7 +378,7 @@ std::unique_ptr<OpenedEntry> FakeFileQueries::OpenForRemoval(const std::wstring&
 bool FakeFileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& identity) {
   Node* node = Lookup(path);
   if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
-  identity.volume = UpperCaseUnit(WithoutPrefix(path)[0]);
+  identity.volume = UpperCaseUnit(DisplayPath(path)[0]);
   identity.folder = reinterpret_cast<uintptr_t>(node);
   return true;
 }
