@@ -75,11 +75,3 @@ void CloseCachedVolume() {
   gVolumeCache.letter = 0;
   gVolumeCache.failureText.clear();
 }
-
-std::wstring WithTrailingBackslash(const std::wstring& folder) {
-  if (!folder.empty() && folder.back() == L'\\') {
-    return folder;
-  }
-  return folder + L'\\';
-}
-

@@ -173,6 +173,3 @@ extern VolumeHandleCache gVolumeCache;
 // another drive comes along.
 FsHandle VolumeForPath(const std::wstring& path, std::wstring& message);
 void CloseCachedVolume();
-
-// Long paths: any path whose third character is "?" counts as prefixed.
-std::wstring WithTrailingBackslash(const std::wstring& folder);

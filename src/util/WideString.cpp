@@ -84,6 +84,26 @@ size_t HashNoCase(std::wstring_view text) {
   return static_cast<size_t>(hash);
 }
 
+bool NameMatches(std::wstring_view pattern, std::wstring_view name) {
+  size_t p = 0, n = 0, starP = std::wstring_view::npos, starN = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && (pattern[p] == L'?' || UpperCaseUnit(pattern[p]) == UpperCaseUnit(name[n]))) {
+      ++p;
+      ++n;
+    } else if (p < pattern.size() && pattern[p] == L'*') {
+      starP = p++;
+      starN = n;
+    } else if (starP != std::wstring_view::npos) {
+      p = starP + 1;
+      n = ++starN;
+    } else {
+      return false;
+    }
+  }
+  while (p < pattern.size() && pattern[p] == L'*') ++p;
+  return p == pattern.size();
+}
+
 std::wstring FormatWithStrings(std::wstring_view format, std::initializer_list<std::wstring_view> args) {
   std::wstring result;
   result.reserve(format.size() + 64);

@@ -1,5 +1,6 @@
 #include "engine/Analysis.h"
 
+#include <array>
 #include <vector>
 
 #include "EngineTestSupport.h"
@@ -120,19 +121,11 @@ TEST_F(AnalysisTest, ListNodesCarryTheAccumulatedClusters) {
       "volume letter=Z clusters=4000\n"
       "file \"Z:\\f\" size=81920 runs=100:4,104:2,300:3,50:1,*:16,51:7\n");
   FileAnalysis r;
-  auto nodes = ListOf(L"Z:\\f", r);
+  std::vector<std::array<int64_t, 3>> nodes;
+  for (const Extent& e : ListOf(L"Z:\\f", r)) nodes.push_back({e.vcn, e.lcn, int64_t(e.clusterCount)});
   EXPECT_EQ(r.fragments, 3u);
   EXPECT_EQ(r.clusters, 17u);
-  ASSERT_EQ(nodes.size(), 3u);
-  EXPECT_EQ(nodes[0].vcn, 0);
-  EXPECT_EQ(nodes[0].lcn, 100);
-  EXPECT_EQ(nodes[0].clusterCount, 4u);
-  EXPECT_EQ(nodes[1].vcn, 6);
-  EXPECT_EQ(nodes[1].lcn, 300);
-  EXPECT_EQ(nodes[1].clusterCount, 5u);
-  EXPECT_EQ(nodes[2].vcn, 9);
-  EXPECT_EQ(nodes[2].lcn, 50);
-  EXPECT_EQ(nodes[2].clusterCount, 1u);
+  EXPECT_EQ(nodes, (std::vector<std::array<int64_t, 3>>{{0, 100, 4}, {6, 300, 5}, {9, 50, 1}}));
 }
 
 TEST_F(AnalysisTest, NodeAllocationFailureGivesNR) {

@@ -1,12 +1,8 @@
 #include "engine/sim/SimVolume.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 #include "EngineTestSupport.h"
-#include "engine/sim/SimEnvironment.h"
 
 namespace {
 
@@ -136,42 +132,6 @@ TEST_F(SimVolumeTest, MovesCheckTheirRangeAndTarget) {
   EXPECT_TRUE(Clean());
 }
 
-TEST_F(SimVolumeTest, HeldClustersPartialMovesAndPendingAnswers) {
-  Volume(
-      "volume letter=Z clusters=1000 checkpoint=on partialMoves=on moveChunk=4 pending=on\n"
-      "file \"Z:\\a\" size=4096 runs=10:8\n"
-      "file \"Z:\\b\" size=4096 runs=100:16\n"
-      "file \"Z:\\c\" size=4096 runs=200:8\n");
-  FsHandle v = Va().OpenVolume("\\\\.\\Z:");
-  FsHandle a = Va().OpenFileForMoving(L"Z:\\a");
-  FsHandle b = Va().OpenFileForMoving(L"Z:\\b");
-  FsHandle c = Va().OpenFileForMoving(L"Z:\\c");
-  EXPECT_EQ(Move(v, a, 0, 20, 8), kStatusSuccess);
-  EXPECT_TRUE(volume().InUse(10));  // held until a checkpoint
-  // Into 12..27, whose first chunk is still held: the move ends there with
-  // success, having moved nothing.
-  EXPECT_EQ(Move(v, b, 0, 12, 16), kStatusSuccess);
-  EXPECT_EQ(volume().FindFile(L"Z:\\b")->runs, (std::vector<SimRun>{{100, 16}}));
-  // Into 300..315 with 308.. taken by data: two chunks moved, then refused.
-  std::string error;
-  ASSERT_TRUE(volume().Reserve(308, 1, error));
-  EXPECT_EQ(Move(v, b, 0, 300, 16), kStatusAlreadyCommitted);
-  EXPECT_EQ(volume().FindFile(L"Z:\\b")->runs, (std::vector<SimRun>{{300, 8}, {108, 8}}));
-  volume().Checkpoint();
-  EXPECT_FALSE(volume().InUse(10));
-  EXPECT_EQ(Move(v, c, 0, 10, 8), kStatusSuccess);
-  EXPECT_TRUE(Clean());
-  // A pending answer writes the status block only when waited on.
-  IoStatusBlock block{};
-  block.status = 77;
-  int64_t vcn = 0;
-  std::vector<uint8_t> out(kSharedBufferLength);
-  EXPECT_EQ(Va().GetRetrievalPointers(a, block, &vcn, 8, out.data(), kSharedBufferLength), kStatusPending);
-  EXPECT_EQ(block.status, 77);
-  Va().Wait(a);
-  EXPECT_EQ(block.status, kStatusSuccess);
-}
-
 // A synchronous file object: an error answered at once leaves the caller's
 // block as it was; success, warnings and completions after pending write it.
 TEST_F(SimVolumeTest, TheStatusBlockIsWrittenOnlyWhereTheSystemWritesIt) {
@@ -236,39 +196,6 @@ TEST_F(SimVolumeTest, TheCheckerNoticesLostAndStrayData) {
   EXPECT_FALSE(Clean());
 }
 
-const char* kDescription =
-    "; every statement once\n"
-    "volume letter=q clusters=5000 clusterSize=512 bitmapAlign=16 inUseStatus=0xC000000D "
-    "checkpoint=on partialMoves=on pending=off moveChunk=32\n"
-    "reserve 0 16 ; the boot area\n"
-    "held 100 4\n"
-    "file \"Q:\\dir\\n\xC3\xA4me; with semicolon.bin\" size=4000 runs=20:4,*:4,40:2\n"
-    "file \"Q:\\small\" size=10 resident\n"
-    "file \"Q:\\empty\" size=0\n"
-    "file \"Q:\\folder\" size=0 resident directory\n"
-    "file \"Q:\\packed\" size=8000 runs=200:9,*:7 compressed unmovable=16\n"
-    "fault \"Q:\\small\" control=open status=0xC0000043\n"
-    "fault \"Q:\\packed\" control=move call=2 pending status=0xC0000021\n"
-    "fault \"Q:\\packed\" control=move partial=3\n"
-    "fault \"Q:\" control=volume call=1 status=0xC0000022\n";
-
-TEST_F(SimVolumeTest, DescriptionsRoundTrip) {
-  SimVolume first;
-  std::string error;
-  ASSERT_TRUE(ParseSimDescription(kDescription, first, error)) << error;
-  const std::string written = WriteSimDescription(first);
-  SimVolume second;
-  ASSERT_TRUE(ParseSimDescription(written, second, error)) << error << "\n" << written;
-  EXPECT_EQ(WriteSimDescription(second), written);
-  EXPECT_EQ(first.Settings(), second.Settings());
-  EXPECT_EQ(first.Files(), second.Files());
-  EXPECT_EQ(first.Faults(), second.Faults());
-  EXPECT_EQ(second.Held(), (std::vector<SimRun>{{100, 4}}));
-  EXPECT_EQ(second.Settings().letter, L'Q');
-  ASSERT_NE(second.FindFile(L"q:\\DIR\\N\u00C4ME; WITH SEMICOLON.BIN"), nullptr);
-  EXPECT_TRUE(second.Check().empty());
-}
-
 TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
   const std::pair<std::string, const char*> kBad[] = {
       {"reserve 0 1\n", "line 1: the volume statement must come first"},
@@ -315,38 +242,6 @@ TEST_F(SimVolumeTest, FilesOnDiskButNotDescribedGetTheLowestFreeRun) {
   EXPECT_EQ(AnalyseFile(L"Z:\\absent", r), 0);
   EXPECT_EQ(AnalyseFile(L"C:\\elsewhere", r), 0);
   EXPECT_TRUE(Clean());
-}
-
-void SetVariable(const char* name, const std::string& value) {
-#ifdef _WIN32
-  _putenv_s(name, value.c_str());
-#else
-  setenv(name, value.c_str(), 1);
-#endif
-}
-
-TEST_F(SimVolumeTest, TheSimulatingVariantReadsAndWritesThroughTheEnvironment) {
-  const auto folder = std::filesystem::temp_directory_path() / "ordalis-simvolume-test";
-  std::filesystem::create_directories(folder);
-  const auto in = folder / "in.txt", out = folder / "out.txt";
-  std::ofstream(in, std::ios::binary) << "volume letter=Z clusters=100\n"
-                                         "file \"Z:\\f\" size=4096 runs=10:2,20:2\n";
-  SetVariable("ORDALIS_SIMVOLUME", in.string());
-  SetVariable("ORDALIS_SIMVOLUME_OUT", out.string());
-  ASSERT_TRUE(InstallSimVolumeFromEnvironment());
-  ASSERT_EQ(CurrentVolumeAccess(), static_cast<VolumeAccess*>(InstalledSimVolume()));
-  DefragmentFile(ui_, L"Z:\\f", nullptr);
-  EXPECT_EQ(gEngine.moveResultCode, L"");
-  WriteSimVolumeEndStateFromEnvironment();
-  std::string text;
-  {
-    std::ifstream result(out, std::ios::binary);
-    text.assign(std::istreambuf_iterator<char>(result), std::istreambuf_iterator<char>());
-  }
-  EXPECT_NE(text.find("file \"Z:\\f\" size=4096 runs=0:4\n"), std::string::npos) << text;
-  EXPECT_EQ(text.substr(text.size() - 9), "check ok\n");
-  ResetEngineState();
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 
 #include "engine/SolidState.h"
 #include "engine/SolidStateRecords.h"
-#include "engine/sim/SimDrives.h"
 
 namespace {
 
@@ -303,30 +302,6 @@ TEST_F(SolidStateTest, NonNtSystemsStopAfterThePassThrough) {
   drive.AnswerDescriptor("Samsung SSD", "");
   EXPECT_EQ(IsSolidStateVolume(L'C'), 0);
   EXPECT_TRUE(drive.requests.empty());
-}
-
-TEST(SimDrivesTest, DescribedDrivesAnswerThroughTheirProbe) {
-  std::string error;
-  std::unique_ptr<SimDriveRequests> sim =
-      ParseSimDrives("C:rotation; D:disk;E:smart=Samsung SSD 850;F:miniport=Rotating M3S X;"
-                     "G:property=KINGSTON SH100S3B;H:trim",
-                     error);
-  ASSERT_TRUE(sim) << error;
-  SetDeviceRequests(sim.get());
-  EXPECT_EQ(IsSolidStateVolume(L'C'), 1);
-  EXPECT_EQ(IsSolidStateVolume(L'D'), 0);
-  EXPECT_EQ(IsSolidStateVolume(L'E'), 1);
-  EXPECT_EQ(IsSolidStateVolume(L'F'), 0);
-  EXPECT_EQ(IsSolidStateVolume(L'G'), 1);
-  EXPECT_EQ(IsSolidStateVolume(L'H'), 1);
-  EXPECT_EQ(IsSolidStateVolume(L'Z'), 0);
-  EXPECT_EQ(sim->opened[2], 1u);
-  EXPECT_EQ(sim->opened[25], 5u);
-  SetDeviceRequests(nullptr);
-
-  EXPECT_FALSE(ParseSimDrives("C:flash", error));
-  EXPECT_FALSE(ParseSimDrives("C:smart", error));
-  EXPECT_FALSE(ParseSimDrives("1:disk", error));
 }
 
 }  // namespace

@@ -22,10 +22,6 @@ struct World {
   ScopedFakeFileQueries fs;
 };
 
-}  // namespace
-
-namespace {
-
 // Says nothing; every path handed on is a full drive-letter path.
 class PathsChecked final : public PathArgumentsUi {
  public:

@@ -14,21 +14,18 @@
 // Files of many fragments are analysed only (see kMaxMovedFragments).
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "FuzzSupport.h"
+#include "NtfsImages.h"
 #include "engine/Analysis.h"
 #include "engine/Relocation.h"
-#include "engine/ntfs/NtfsLibrary.h"
 #include "engine/ntfs/NtfsVolume.h"
 #include "runs/ConsoleRunUi.h"
 
@@ -56,81 +53,25 @@ std::vector<uint8_t> gBase;
 std::vector<Region> gRegions;
 std::string gImage;
 
-std::string Scratch(const char* suffix) {
-  static const bool inMemory = access("/dev/shm", W_OK) == 0;
-  return std::string(inMemory ? "/dev/shm" : "/tmp") + "/ordalis-fuzz-ntfs-" + std::to_string(getpid()) + suffix;
-}
-
-bool Run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
-
 // ---- Making the volume ----
 
-ntfs_inode* Create(ntfs_volume* volume, const char* parent, const char* name, bool folder) {
-  ntfs_inode* directory = ntfs_pathname_to_inode(volume, nullptr, parent);
-  if (directory == nullptr) return nullptr;
-  ntfschar* unicode = nullptr;
-  const int length = ntfs_mbstoucs(name, &unicode);
-  ntfs_inode* made = length > 0 ? ntfs_create(directory, 0, unicode, u8(length), folder ? S_IFDIR : S_IFREG) : nullptr;
-  free(unicode);
-  ntfs_inode_close(directory);
-  return made;
-}
-
-bool Append(ntfs_volume* volume, const char* path, int64_t offset, size_t bytes, uint8_t fill) {
-  ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, path);
-  if (inode == nullptr) return false;
-  ntfs_attr* data = ntfs_attr_open(inode, AT_DATA, AT_UNNAMED, 0);
-  bool ok = data != nullptr;
-  if (ok) {
-    std::vector<uint8_t> buffer(bytes);
-    for (size_t i = 0; i < bytes; ++i) buffer[i] = uint8_t(fill + i / 512);
-    ok = ntfs_attr_pwrite(data, offset < 0 ? data->data_size : offset, int64_t(bytes), buffer.data()) ==
-         int64_t(bytes);
-    ok = ntfs_attr_pclose(data) == 0 && ok;
-    ntfs_attr_close(data);
-  }
-  return ntfs_inode_close(inode) == 0 && ok;
-}
-
 bool Fill(const std::string& image) {
-  ntfs_volume* volume = ntfs_mount(image.c_str(), ntfs_mount_flags(0));
-  if (volume == nullptr) return false;
-  NVolSetCompression(volume);
-  bool ok = true;
-  auto make = [&](const char* parent, const char* name, bool folder) {
-    ntfs_inode* made = Create(volume, parent, name, folder);
-    ok = ok && made != nullptr;
-    if (made != nullptr) ntfs_inode_close(made);
-  };
-  make("/", "d", true);
-  make("/", "z", true);
-  for (int i = 0; i < 40; ++i) make("/d", ("entry-with-a-longer-name-" + std::to_string(i)).c_str(), false);
-  make("/", "a", false);
-  make("/", "b", false);
-  make("/", "many", false);
-  make("/", "holes", false);
-  make("/z", "packed", false);
-  if (!ok) {
-    ntfs_umount(volume, FALSE);
-    return false;
-  }
-  ntfs_inode* packed = ntfs_pathname_to_inode(volume, nullptr, "/z/packed");
-  if (packed != nullptr) {
-    packed->flags = FILE_ATTR_FLAGS(packed->flags | FILE_ATTR_COMPRESSED);
-    ntfs_inode_mark_dirty(packed);
-    ntfs_inode_close(packed);
-  }
+  NtfsImageWriter writer(image);
+  bool ok = writer.volume != nullptr && writer.Create("/", "d", true) && writer.Create("/", "z", true);
+  for (int i = 0; i < 40 && ok; ++i) ok = writer.Create("/d", "entry-with-a-longer-name-" + std::to_string(i), false);
+  for (const char* name : {"a", "b", "many", "holes"}) ok = ok && writer.Create("/", name, false);
+  ok = ok && writer.Create("/z", "packed", false) && writer.MarkCompressed("/z/packed");
   // Interleaved appends: two files of a few fragments, and one of enough
   // one-cluster fragments that its run list leaves its record.
   for (int round = 0; round < 6 && ok; ++round) {
-    ok = Append(volume, "/a", -1, 2048, uint8_t(round)) && Append(volume, "/b", -1, 1536, uint8_t(round + 7));
+    ok = writer.Write("/a", -1, Packable(2048, uint8_t(round))) && writer.Write("/b", -1, Packable(1536, uint8_t(round + 7)));
   }
   for (int round = 0; round < 180 && ok; ++round) {
-    ok = Append(volume, "/many", -1, 512, uint8_t(round)) && Append(volume, "/d/entry-with-a-longer-name-3", -1, 512, 1);
+    ok = writer.Write("/many", -1, Packable(512, uint8_t(round))) &&
+         writer.Write("/d/entry-with-a-longer-name-3", -1, Packable(512, 1));
   }
-  ok = ok && Append(volume, "/holes", 0, 4096, 3) && Append(volume, "/holes", 40960, 4096, 4);
-  ok = ok && Append(volume, "/z/packed", 0, 65536, 5);
-  return ntfs_umount(volume, FALSE) == 0 && ok;
+  ok = ok && writer.Write("/holes", 0, Packable(4096, 3)) && writer.Write("/holes", 40960, Packable(4096, 4));
+  return ok && writer.Write("/z/packed", 0, Packable(65536, 5));
 }
 
 void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) {
@@ -265,15 +206,11 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:libntfs-3g.s
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   // The library's complaints about broken images are expected by the thousand.
   ntfs_log_set_handler(ntfs_log_handler_null);
-  const std::string made = Scratch("-made.img");
-  gImage = Scratch(".img");
-  std::remove(made.c_str());
-  const int fd = open(made.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
-  const bool sized = fd >= 0 && ftruncate(fd, off_t(kImageBytes)) == 0;
-  if (fd >= 0) close(fd);
-  if (!sized || !Run("mkntfs -q -F -Q -c 512 '" + made + "'") || !Fill(made) || !FindRegions(made) ||
-      !ReadFile(made, gBase)) {
-    std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g)\n");
+  const std::string made = fuzz::ScratchPath("-ntfs-made.img");
+  gImage = fuzz::ScratchPath("-ntfs.img");
+  std::string error;
+  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made) || !FindRegions(made) || !ReadFile(made, gBase)) {
+    std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g): %s\n", error.c_str());
     std::abort();
   }
   std::remove(made.c_str());

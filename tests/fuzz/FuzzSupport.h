@@ -20,14 +20,19 @@ inline std::wstring WideText(const uint8_t* data, size_t size) {
   return text;
 }
 
-// A folder name of this process in the temporary folder: the program joins
-// it with a backslash, which on this system makes one flat file name beside it.
-// The shared-memory folder when there is one: every execution writes and
-// reads its files, and on a disk-backed folder opening and closing them cost
-// more than everything else the target does.
-inline std::wstring ScratchFolder() {
+// A name of this process in the temporary folder, `suffix` at its end: the
+// shared-memory folder when there is one. Every execution writes and reads
+// its files, and on a disk-backed folder opening and closing them cost more
+// than everything else the target does.
+inline std::string ScratchPath(const std::string& suffix) {
   static const bool inMemory = access("/dev/shm", W_OK) == 0;
-  std::string name = std::string(inMemory ? "/dev/shm" : "/tmp") + "/ordalis-fuzz-" + std::to_string(getpid());
+  return std::string(inMemory ? "/dev/shm" : "/tmp") + "/ordalis-fuzz-" + std::to_string(getpid()) + suffix;
+}
+
+// A folder name for the program, which joins it with a backslash: on this
+// system that makes one flat file name beside it.
+inline std::wstring ScratchFolder() {
+  const std::string name = ScratchPath("");
   return std::wstring(name.begin(), name.end());
 }
 

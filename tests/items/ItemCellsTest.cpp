@@ -51,23 +51,21 @@ TEST_F(ItemCellsTest, CountMarkersAndFolderBlanks) {
   EXPECT_EQ(ItemCellText(record, ItemColumn::State, numbers), L"Scartato");
 }
 
+// Folders before files, then the column's value in a form that sorts as text
+// (numbers zero-padded, an unknown count as 0), then the path.
 TEST_F(ItemCellsTest, SortKeysPerColumn) {
   ItemRecord file = File();
   file.state = ItemState::Error;
   file.fragments = -1;
   file.clusters = 77;
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Name), L"FC:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::State), L"F00000001C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Size), L"F0000000000001536C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Fragments), L"F0000000000000000C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Clusters), L"F0000000000000077C:\\dir\\f.bin");
-  EXPECT_EQ(ItemSortKey(file, ItemColumn::Modified), L"F2023020110:11C:\\dir\\f.bin");
-
-  ItemRecord root;
-  root.path = L"D:\\";
-  root.flags = ItemFlags::kFolder | ItemFlags::kDriveRoot;
-  EXPECT_EQ(ItemSortKey(root, ItemColumn::Type), L"DD:\\");
-  EXPECT_EQ(ItemSortKey(root, ItemColumn::Size), L"D0000000000000000D:\\");
+  const std::pair<ItemColumn, const wchar_t*> keys[] = {
+      {ItemColumn::State, L"F00000001C:\\dir\\f.bin"},
+      {ItemColumn::Size, L"F0000000000001536C:\\dir\\f.bin"},
+      {ItemColumn::Fragments, L"F0000000000000000C:\\dir\\f.bin"},
+      {ItemColumn::Clusters, L"F0000000000000077C:\\dir\\f.bin"},
+      {ItemColumn::Modified, L"F2023020110:11C:\\dir\\f.bin"},
+  };
+  for (auto [column, key] : keys) EXPECT_EQ(ItemSortKey(file, column), key) << static_cast<int>(column);
 }
 
 }  // namespace
@@ -91,9 +89,6 @@ TEST(PlatformTextsTest, ShellAndLocaleTexts) {
   EXPECT_EQ(text.substr(text.size() - time.size() - 1), L" " + time);
 
   const NumberFormat& numbers = LocaleNumbers();
-  std::wstring kb = numbers.KBSize(1025);
-  EXPECT_NE(kb.find(L'2'), std::wstring::npos);
-  EXPECT_NE(kb.find(L"KB"), std::wstring::npos);
   EXPECT_EQ(numbers.GroupDigits(7), L"7");
   std::wstring percent = numbers.Percent(26667);
   EXPECT_EQ(percent.substr(0, 3), L"266");

@@ -10,32 +10,30 @@ constexpr uint32_t kColours[kHighlightCategoryCount] = {0x0000FF, 0x00FF00, 0xFF
 
 // Order: fragmented 0x800, not fragmented 0x2000, defragmented 0x1000,
 // errors 0x10000, skipped 0x8; the first enabled category the row has wins.
-TEST(ItemColours, FirstEnabledCategoryInTheFixedOrderWins) {
-  bool enabled[kHighlightCategoryCount] = {true, true, true, true, true};
-  const HighlightChoice choice{kColours, enabled, false};
-  const std::pair<uint32_t, uint32_t> cases[] = {
-      {0x800 | 0x8, kColours[0]},    {0x2000 | 0x1000, kColours[1]}, {0x1000 | 0x10000, kColours[2]},
-      {0x10000 | 0x8, kColours[3]},  {0x8, kColours[4]},
-      {0x1 | 0x8000, kListDefaultColour},  // folder and processing bits are no category
-  };
-  for (auto [flags, colour] : cases) EXPECT_EQ(HighlightColour(flags, choice), colour) << std::hex << flags;
-
-  enabled[0] = false;
-  EXPECT_EQ(HighlightColour(0x800 | 0x8, choice), kColours[4]) << "a disabled category is passed over";
-  enabled[4] = false;
-  EXPECT_EQ(HighlightColour(0x800 | 0x8, choice), kListDefaultColour);
-}
-
 // The other columns take the name's colour only with full-row highlighting,
 // the default one included.
-TEST(ItemColours, DetailColumnsFollowTheNameOnlyWithFullRow) {
-  const bool enabled[kHighlightCategoryCount] = {true, true, true, true, true};
-  const RowColours nameOnly = ItemRowColours(0x800, {kColours, enabled, false}, kGrey);
-  EXPECT_EQ(std::make_pair(nameOnly.name, nameOnly.details), std::make_pair(kColours[0], kGrey));
-  const RowColours fullRow = ItemRowColours(0x800, {kColours, enabled, true}, kGrey);
-  EXPECT_EQ(std::make_pair(fullRow.name, fullRow.details), std::make_pair(kColours[0], kColours[0]));
-  const RowColours plain = ItemRowColours(0, {kColours, enabled, true}, kGrey);
-  EXPECT_EQ(std::make_pair(plain.name, plain.details), std::make_pair(kListDefaultColour, kListDefaultColour));
+TEST(ItemColours, FirstEnabledCategoryColoursTheNameAndWithFullRowTheDetails) {
+  const struct {
+    uint32_t flags;
+    int disabled;  // a category switched off, or -1
+    bool fullRow;
+    uint32_t name, details;
+  } cases[] = {
+      {0x800 | 0x8, -1, false, kColours[0], kGrey},
+      {0x2000 | 0x1000, -1, true, kColours[1], kColours[1]},
+      {0x1000 | 0x10000, -1, false, kColours[2], kGrey},
+      {0x10000 | 0x8, -1, false, kColours[3], kGrey},
+      {0x800 | 0x8, 0, true, kColours[4], kColours[4]},
+      {0x800, 0, false, kListDefaultColour, kGrey},
+      {0x1 | 0x8000, -1, true, kListDefaultColour, kListDefaultColour},  // folder and processing: no category
+  };
+  for (const auto& c : cases) {
+    bool enabled[kHighlightCategoryCount] = {true, true, true, true, true};
+    if (c.disabled >= 0) enabled[c.disabled] = false;
+    const RowColours colours = ItemRowColours(c.flags, {kColours, enabled, c.fullRow}, kGrey);
+    EXPECT_EQ(std::make_pair(colours.name, colours.details), std::make_pair(c.name, c.details))
+        << std::hex << c.flags << (c.fullRow ? ", full row" : "");
+  }
 }
 
 }  // namespace

@@ -10,6 +10,11 @@ TEST_F(AddItemTest, ResultCodesOfValidation) {
   fs.fake.AddFile(L"C:\\data\\a.txt", 10);
   fs.fake.AddFolder(L"C:\\locked");
   fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\locked", kErrAccessDenied);
+  // A file whose entry cannot be read passes the check but is not added.
+  fs.fake.AddFile(L"C:\\hidden.txt");
+  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\hidden.txt", kErrAccessDenied);
+  EXPECT_EQ(ValidateItemPath(items, false, L"C:\\hidden.txt"), kAddOk);
+  EXPECT_EQ(AddItem(items, false, L"C:\\hidden.txt"), kAddFileMissing);
 
   EXPECT_EQ(AddItem(items, false, L"\\\\server\\share\\a.txt"), kAddNotDriveLetter);
   EXPECT_EQ(AddItem(items, false, L"\\\\?\\C:\\data\\a.txt"), kAddNotDriveLetter);
@@ -29,54 +34,41 @@ TEST_F(AddItemTest, ResultCodesOfValidation) {
   EXPECT_EQ(ValidateItemPath(items, false, L"C:\\Data\\a.Txt"), kAddDuplicate);
   EXPECT_EQ(AddItem(items, true, L"C:\\data"), kAddOk);
   EXPECT_EQ(ItemCount(), 2u);
+  EXPECT_EQ(items.iconPaths, (Paths{L"C:\\data\\a.txt", L"C:\\data"}));
   // Every call, refused or not, is bracketed by the busy states.
-  ASSERT_EQ(items.busyStates.size(), 2u * 10);
+  ASSERT_EQ(items.busyStates.size(), 2u * 11);
   for (size_t i = 0; i < items.busyStates.size(); i += 2) {
     EXPECT_EQ(items.busyStates[i], kBusyAdding);
     EXPECT_EQ(items.busyStates[i + 1], kBusyIdle);
   }
 }
 
-TEST_F(AddItemTest, FileWhoseEntryCannotBeReadIsMissing) {
-  fs.fake.AddFile(L"C:\\a.txt");
-  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\a.txt", kErrAccessDenied);
-  EXPECT_EQ(ValidateItemPath(items, false, L"C:\\a.txt"), kAddOk);
-  EXPECT_EQ(AddItem(items, false, L"C:\\a.txt"), kAddFileMissing);
-  EXPECT_EQ(ItemCount(), 0u);
-  EXPECT_TRUE(items.iconPaths.empty());
-}
-
-TEST_F(AddItemTest, FileRecordComesFromItsDirectoryEntry) {
+// The path as given, its long form, and what the entry and the drive say; a
+// drive's root has no entry of its own: no type, date or attributes.
+TEST_F(AddItemTest, RecordsComeFromTheirDirectoryEntriesAndARootHasNone) {
   fs.fake.AddDrive(L'E', 4096);
   DirEntry& entry = fs.fake.AddFile(L"E:\\Docs\\report.final.doc", 10000,
                                     kAttrReadOnly | kAttrHidden | kAttrSystem | kAttrArchive);
   entry.lastWriteTime = 133536856790000000ull;  // 2024-02-29 13:07:59 UTC
-  ASSERT_EQ(AddItem(items, false, L"e:\\docs\\Report.final.doc"), kAddOk);
-  // The path as given, its long form, and what the entry and the drive say.
-  const ItemRecord* item = ItemAtRow(0);
-  ASSERT_NE(item, nullptr);
-  EXPECT_EQ(item->path, L"e:\\docs\\Report.final.doc");
-  EXPECT_EQ(item->longPath, L"\\\\?\\e:\\docs\\Report.final.doc");
-  EXPECT_EQ(item->sizeOnDisk, 12288u);
-  EXPECT_EQ(item->percentOnDisk, 12288u);
-  EXPECT_EQ(item->flags, 0x20000u);
-  EXPECT_EQ(item->attributes, L"RHSA");
-  EXPECT_EQ(item->typeName, L"DOC File");
-  EXPECT_EQ(item->modifiedText, L"29/02/2024 13:07");
-  EXPECT_EQ(item->modifiedKey, L"2024022913:07");
-  EXPECT_EQ(items.iconPaths, Paths{L"e:\\docs\\Report.final.doc"});
-}
-
-TEST_F(AddItemTest, FolderAndDriveRootRecords) {
   fs.fake.AddFolder(L"C:\\Work", kAttrDirectory | kAttrCompressed);
+  ASSERT_EQ(AddItem(items, false, L"e:\\docs\\Report.final.doc"), kAddOk);
   ASSERT_EQ(AddItem(items, true, L"C:\\Work"), kAddOk);
   ASSERT_EQ(AddItem(items, true, L"C:\\"), kAddOk);
-  ItemRecord* root = ItemAtRow(0);
-  ItemRecord* folder = ItemAtRow(1);
+  const ItemRecord* file = ItemAtRow(2);
+  EXPECT_EQ(file->path, L"e:\\docs\\Report.final.doc");
+  EXPECT_EQ(file->longPath, L"\\\\?\\e:\\docs\\Report.final.doc");
+  EXPECT_EQ(file->sizeOnDisk, 12288u);
+  EXPECT_EQ(file->percentOnDisk, 12288u);
+  EXPECT_EQ(file->flags, 0x20000u);
+  EXPECT_EQ(file->attributes, L"RHSA");
+  EXPECT_EQ(file->typeName, L"DOC File");
+  EXPECT_EQ(file->modifiedText, L"29/02/2024 13:07");
+  EXPECT_EQ(file->modifiedKey, L"2024022913:07");
+  const ItemRecord* folder = ItemAtRow(1);
   EXPECT_EQ(folder->flags, 0x20001u);
   EXPECT_EQ(folder->attributes, L"C");
   EXPECT_EQ(folder->typeName, L"File folder");
-  // A drive's root has no entry of its own: no type, date or attributes.
+  const ItemRecord* root = ItemAtRow(0);
   EXPECT_EQ(root->flags, 0x20041u);
   EXPECT_TRUE(root->modifiedKey.empty());
   EXPECT_TRUE(root->attributes.empty());
@@ -138,10 +130,7 @@ TEST_F(ItemListOrderTest, RemoveKeepsLinksRowsAndPathIndexInStep) {
   EXPECT_FALSE(FindItemByPath(L"C:\\b"));
 
   ClearItemList();
-  EXPECT_EQ(ItemCount(), 0u);
-  EXPECT_EQ(ItemListHead(), nullptr);
   EXPECT_FALSE(FindItemByPath(L"C:\\d"));
-  EXPECT_EQ(ItemAtRow(0), nullptr);
 
   // Enough paths for the index to grow and its probe runs to meet: every
   // other one removed, one at a time and then in one pass, the rest still

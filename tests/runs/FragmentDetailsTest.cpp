@@ -5,12 +5,13 @@
 #include "engine/Analysis.h"
 #include "items/ItemCells.h"
 #include "runs/FragmentDetails.h"
+#include "util/WideString.h"
 
 namespace {
 
 const char* kVolume =
     "volume letter=Z clusters=1000 clusterSize=4096\n"
-    "file \"Z:\\three.bin\" size=32768 runs=100:2,200:1,300:5\n"
+    "file \"Z:\\three.bin\" size=36864 runs=100:2,200:1,300:6\n"
     "file \"Z:\\moved.bin\" size=8192 runs=400:1,410:1\n"
     "file \"Z:\\empty.bin\" size=0\n"
     "file \"Z:\\locked.bin\" size=8192 runs=500:1,510:1\n"
@@ -24,12 +25,10 @@ class FragmentDetailsTest : public RunFixture {
     RunFixture::SetUp();
     Volume(kVolume);
     for (const wchar_t* file : {L"Z:\\three.bin", L"Z:\\moved.bin", L"Z:\\empty.bin", L"Z:\\locked.bin", L"Z:\\gone.bin"}) {
-      ASSERT_EQ(AddItem(items_, false, file), kAddOk) << Narrow(file);
+      ASSERT_EQ(AddItem(items_, false, file), kAddOk) << WideToUtf8(file);
     }
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
   }
-
-  static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
   void Analyse() {
     options_.unattended = true;
@@ -51,14 +50,14 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
   FragmentDetails details = ReadFragmentDetails(items_, L"Z:\\three.bin");
   EXPECT_EQ(details.notice, FragmentNotice::None);
   EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
-                                {L"1", L"2", L"100", L"101", L"8,192", L"25.00 %"},
-                                {L"2", L"1", L"200", L"200", L"4,096", L"12.50 %"},
-                                {L"3", L"5", L"300", L"304", L"20,480", L"62.50 %"},
+                                {L"1", L"2", L"100", L"101", L"8,192", L"22.22 %"},
+                                {L"2", L"1", L"200", L"200", L"4,096", L"11.11 %"},
+                                {L"3", L"6", L"300", L"305", L"24,576", L"66.67 %"},
                             }));
   // The general data are the listed record's; the long prefix is not shown.
   EXPECT_EQ(DetailsName(details.record), L"three.bin");
   EXPECT_EQ(DetailsFolder(details.record), L"Z:\\");
-  EXPECT_EQ(DetailsSize(details.record, details.record.size, numbers_), L"32 KB (32,768 byte)");
+  EXPECT_EQ(DetailsSize(details.record, details.record.size, numbers_), L"36 KB (36,864 byte)");
   EXPECT_EQ(ReadFragmentDetails(items_, L"\\\\?\\Z:\\three.bin").rows.size(), 3u);
 
   ApplyFileAnalysis(*ItemByPath(L"Z:\\moved.bin"), true, 7, 12);

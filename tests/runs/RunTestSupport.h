@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-
 #include <memory>
 #include <string>
 
@@ -40,8 +39,6 @@ class RunFixture : public ::testing::Test {
     ClearItemList();
     ResetClusterSizeCache();
     filter_ = ProbeFilter{};
-    // No window: the waits for workers block on the workers alone.
-    ui_ = RecordingRunUi();
     options_ = RunOptions{};
     options_.solidStateFlags = Settings{}.solidStateFlags;
     options_.filter = &filter_;

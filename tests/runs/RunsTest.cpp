@@ -228,9 +228,10 @@ TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
   EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Scartato");
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
   // The filtered item is the run's one outcome.
-  ASSERT_EQ(ui_.outcomes.size(), 1u);
-  EXPECT_EQ(ui_.outcomes[0].fate, FileFate::LeftOut);
-  EXPECT_EQ(ui_.outcomes[0].path, L"Z:\\data");
+  const std::vector<FileOutcome> outcomes = ui_.Outcomes();
+  ASSERT_EQ(outcomes.size(), 1u);
+  EXPECT_EQ(outcomes[0].fate, FileFate::LeftOut);
+  EXPECT_EQ(outcomes[0].path, L"Z:\\data");
 
   // An unticked item stays out of every run, selected or not.
   ItemAtRow(1)->checked = false;
@@ -307,102 +308,77 @@ TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
 }
 
-// Interactive runs close the program or show the summary only as the
-// gating rule says.
-TEST_F(RunsTest, FollowUpsAndStepsFollowTheirRules) {
-  const int& summaries = ui_.summaries;
-  const int& shutdowns = ui_.shutdowns;
-  const std::vector<uint32_t>& exits = ui_.exits;
-  // Close and shut down after defragmenting are both on.
-  followUps_.closeAfterDefrag = true;
-  followUps_.shutdownAfterDefrag = true;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(summaries, 0);  // closing is on: no summary, and nothing follows a finished run
-  EXPECT_EQ(shutdowns, 0);
-  EXPECT_TRUE(exits.empty());
-
-  Volume(kRunTree);
-  filter_.file = [](const std::wstring& path) {
-    if (path == L"Z:\\data\\refused.bin") RequestStop();
-    return false;
-  };
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(exits, std::vector<uint32_t>{3});  // stopped, with the locked file's error
-  EXPECT_EQ(shutdowns, 1);
-
-  Volume(kRunTree);
-  options_.allowAbort = true;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(exits.size(), 1u);  // a stop is allowed to end a run and nothing else
-  EXPECT_EQ(shutdowns, 1);
-  options_.allowAbort = false;
-
-  followUps_.closeAfterDefrag = false;
-  followUps_.shutdownAfterDefrag = false;
-  filter_.file = {};
-  Volume(kRunTree);
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(summaries, 1);
-
-  // Attended, the user may go on despite the disk check's errors.
-  ui_.diskCheckResult = kDiskCheckErrorsFound;
-  options_.diskCheck = kDiskCheckAuto;
-  options_.cleanup = kCleanupAuto;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(ui_.diskChecks, std::vector<bool>{true});
-  EXPECT_EQ(ui_.cleanups, std::vector<bool>{true});
-  EXPECT_FALSE(gRunState.diskErrors);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
-  EXPECT_EQ(Check(), "check ok");
-}
-
-// The command line's runs: what follows them and the exit code they leave.
-struct UnattendedCase {
+// Every run of the table defragments the tree: what follows it and the exit
+// code it leaves, on the command line and in the window.
+struct FollowUpCase {
   const char* name;
   RunOptions options;
-  bool clean;         // the files that fail are left out
-  bool stop;          // the user stops the defragmentation part way
-  bool diskErrors;    // the disk check is asked for and finds errors
+  RunFollowUps followUps;
+  bool clean;       // the files that fail are left out
+  bool stop;        // the user stops the defragmentation part way
+  int disk;         // 0: no disk check; 1: it finds errors and the user closes; 2: the user goes on
   uint32_t code;
-  int summaries;      // the summary dialog
-  int powerOffs;
+  int summaries;    // the summary dialog
+  int powerOffs;    // the command line's power-off
+  int shutdowns;    // the window's power-off countdown
+  std::vector<uint32_t> exits;          // the window closing itself, with its code
   std::vector<bool> consoleSummaries;
 };
 
-TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
+TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
   const RunOptions both = Unattended(true, true);
   const RunOptions defragment = Unattended(false, true);
-  const UnattendedCase cases[] = {
-      {"clean analysis", Unattended(true, false), true, false, false, 0, 0, 0, {false}},
-      {"analysis with errors", Unattended(true, false), false, false, false, 4, 0, 0, {false}},
-      {"both, errors", both, false, false, false, 4, 0, 0, {false, true}},
-      {"both, clean", both, true, false, false, 0, 0, 0, {false, true}},
-      {"stopped with errors, closing", defragment, false, true, false, 3, 0, 0, {true}},
-      {"stopped, a stop allowed", With(defragment, &RunOptions::allowAbort), false, true, false, 4, 0, 0, {true}},
-      {"stopped, not closing", With(defragment, &RunOptions::close, false), false, true, false, 4, 0, 0, {true}},
-      {"stopped, nothing follows", With(With(defragment, &RunOptions::shutdown), &RunOptions::showReport), true,
-       true, false, 0, 0, 0, {true}},
-      {"disk errors", defragment, true, false, true, 2, 0, 0, {true}},
-      {"report and power-off", With(With(defragment, &RunOptions::showReport), &RunOptions::shutdown), false, false,
-       false, 4, 1, 1, {true}},
+  const RunOptions attended = With(defragment, &RunOptions::unattended, false);
+  const RunFollowUps none = kNoFollowUps;
+  RunFollowUps closeAndPowerOff = kNoFollowUps;
+  closeAndPowerOff.closeAfterDefrag = true;
+  closeAndPowerOff.shutdownAfterDefrag = true;
+  const FollowUpCase cases[] = {
+      {"clean analysis", Unattended(true, false), none, true, false, 0, 0, 0, 0, 0, {}, {false}},
+      {"analysis with errors", Unattended(true, false), none, false, false, 0, 4, 0, 0, 0, {}, {false}},
+      {"both, errors", both, none, false, false, 0, 4, 0, 0, 0, {}, {false, true}},
+      {"both, clean", both, none, true, false, 0, 0, 0, 0, 0, {}, {false, true}},
+      {"stopped with errors, closing", defragment, none, false, true, 0, 3, 0, 0, 0, {}, {true}},
+      {"stopped, a stop allowed", With(defragment, &RunOptions::allowAbort), none, false, true, 0, 4, 0, 0, 0, {},
+       {true}},
+      {"stopped, not closing", With(defragment, &RunOptions::close, false), none, false, true, 0, 4, 0, 0, 0, {},
+       {true}},
+      {"stopped, nothing follows", With(With(defragment, &RunOptions::shutdown), &RunOptions::showReport), none,
+       true, true, 0, 0, 0, 0, 0, {}, {true}},
+      {"disk errors", defragment, none, true, false, 1, 2, 0, 0, 0, {}, {true}},
+      {"report and power-off", With(With(defragment, &RunOptions::showReport), &RunOptions::shutdown), none, false,
+       false, 0, 4, 1, 1, 0, {}, {true}},
       {"close if it went well, errors", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
-       false, false, false, 4, 1, 0, {true}},
+       none, false, false, 0, 4, 1, 0, 0, {}, {true}},
       {"close if it went well, clean", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
-       true, false, false, 0, 0, 0, {true}},
-      {"attended, disk errors", With(defragment, &RunOptions::unattended, false), true, false, true, 2, 0, 0, {}},
-      {"attended, errors", With(both, &RunOptions::unattended, false), false, false, false, 4, 0, 0, {}},
+       none, true, false, 0, 0, 0, 0, 0, {}, {true}},
+      {"attended, disk errors", attended, none, true, false, 1, 2, 0, 0, 0, {}, {}},
+      {"attended, disk errors, going on", attended, none, true, false, 2, 0, 0, 0, 0, {}, {}},
+      {"attended, errors", With(both, &RunOptions::unattended, false), none, false, false, 0, 4, 0, 0, 0, {}, {}},
+      // Closing is on: no summary, and closing and power-off follow only a
+      // stop, closing with the code of a stop with errors.
+      {"attended, finished, closing", With(attended, &RunOptions::close, false), closeAndPowerOff, false, false, 0,
+       4, 0, 0, 0, {}, {}},
+      {"attended, stopped, closing", With(attended, &RunOptions::close, false), closeAndPowerOff, false, true, 0, 4,
+       0, 0, 1, {3}, {}},
+      {"attended, stopped, a stop allowed", With(With(attended, &RunOptions::close, false), &RunOptions::allowAbort),
+       closeAndPowerOff, false, true, 0, 4, 0, 0, 0, {}, {}},
+      {"attended, finished, not closing", With(attended, &RunOptions::close, false), none, false, false, 0, 4, 1, 0,
+       0, {}, {}},
   };
-  for (const UnattendedCase& test : cases) {
+  for (const FollowUpCase& test : cases) {
     SCOPED_TRACE(test.name);
     Volume(kRunTree);
-    ui_ = RecordingRunUi();
+    RecordingRunUi ui;
     options_ = test.options;
     options_.filter = &filter_;
     options_.solidStateFlags = kSolidStateNoDetection;
-    if (test.diskErrors) {
+    followUps_ = test.followUps;
+    options_.followUps = &followUps_;
+    if (test.disk != 0) {
       options_.diskCheck = kDiskCheckAuto;
-      ui_.diskCheckResult = kDiskCheckErrorsFound;
-      ui_.closeForDiskErrors = true;  // attended, the user chooses to close
+      ui.diskCheckResult = kDiskCheckErrorsFound;
+      ui.closeForDiskErrors = test.disk == 1;
     }
     const bool clean = test.clean;
     const bool stop = test.stop;
@@ -412,10 +388,13 @@ TEST_F(RunsTest, TheCommandLinesRunsEndWithTheirExitCodes) {
                          path == L"Z:\\data\\big.bin";
       return (clean && fails) || (path.size() > 4 && path.substr(path.size() - 4) == L".tmp");
     };
-    EXPECT_EQ(RunUnattended(options_, ui_), test.code);
-    EXPECT_EQ(ui_.summaries, test.summaries);
-    EXPECT_EQ(ui_.powerOffs, test.powerOffs);
-    EXPECT_EQ(ui_.consoleSummaries, test.consoleSummaries);
+    EXPECT_EQ(RunUnattended(options_, ui), test.code);
+    EXPECT_EQ(ui.summaries, test.summaries);
+    EXPECT_EQ(ui.powerOffs, test.powerOffs);
+    EXPECT_EQ(ui.shutdowns, test.shutdowns);
+    EXPECT_EQ(ui.exits, test.exits);
+    EXPECT_EQ(ui.consoleSummaries, test.consoleSummaries);
+    EXPECT_EQ(ui.diskChecks, test.disk != 0 ? std::vector<bool>{true} : std::vector<bool>{});
     EXPECT_EQ(Check(), "check ok");
   }
 }
@@ -458,24 +437,6 @@ TEST(RunOptionsTest, BuiltFromTheSettingsAndTheCommandLine) {
     EXPECT_EQ(described(options), test.expected);
     ASSERT_EQ(options.followUps, &settings.followUps);
   }
-}
-
-// A drive root as the item: its files are joined to it with one backslash.
-TEST_F(RunFixture, ADriveRootIsWalkedWithSingleBackslashes) {
-  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
-         "file \"Z:\\a.bin\" size=8192 runs=10:1,20:1\n"
-         "file \"Z:\\b.bin\" size=8192 runs=30:2\n");
-  ASSERT_EQ(AddItem(items_, true, L"Z:\\"), kAddOk);
-  std::vector<std::wstring> walked;
-  filter_.file = [&walked](const std::wstring& path) {
-    walked.push_back(path);
-    return false;
-  };
-  options_.unattended = true;
-  Run(RunMode::AnalyseAll);
-
-  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\a.bin", L"Z:\\b.bin"}));
-  EXPECT_TRUE(gRun.errors.empty());
 }
 
 // A failure without a system text is shown with the program's own text,
@@ -533,20 +494,22 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGot) {
   EXPECT_EQ(readAtTheBottom, uint64_t{kDepth} * 3 + 3);
 }
 
-// Two links back to their own folder: the walk meets each file once and
-// ends, where following them would never end.
+// Links back to folders already on the way: the walk meets each file once
+// and ends, where following them would never end. A drive root's files are
+// joined to it with one backslash.
 TEST_F(RunFixture, AFolderReachedAgainThroughALinkIsNotEnteredTwice) {
-  files_.fake.AddFile(L"Z:\\data\\a.bin", 10);
+  files_.fake.AddFile(L"Z:\\a.bin", 10);
+  files_.fake.AddFile(L"Z:\\data\\b.bin", 10);
   files_.fake.AddLink(L"Z:\\data\\loop", L"Z:\\data");
-  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\data");
+  files_.fake.AddLink(L"Z:\\data\\back", L"Z:\\");
   std::vector<std::wstring> walked;
   filter_.file = [&walked](const std::wstring& path) {
     walked.push_back(path);
     if (walked.size() > 10) RequestStop();
     return true;
   };
-  WalkFolder(ui_, filter_, L"\\\\?\\Z:\\data", WalkKind::Analysis);
-  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\data\\a.bin"}));
+  WalkFolder(ui_, filter_, L"\\\\?\\Z:\\", WalkKind::Analysis);
+  EXPECT_EQ(walked, (std::vector<std::wstring>{L"Z:\\a.bin", L"Z:\\data\\b.bin"}));
 }
 
 // A file item shows afterwards what the relocation's own analysis found: a
@@ -604,23 +567,6 @@ TEST_F(RunFixture, OnlyTheMarkedFilesAreDefragmented) {
   EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
 }
 
-TEST(RunResultsTest, ResultListsAreSortedWithoutDuplicatePaths) {
-  gRun = RunResults{};
-  for (const wchar_t* path : {L"Z:\\b", L"Z:\\A", L"z:\\a", L"Z:\\c"}) {
-    FragmentedFileRecord record;
-    record.path = path;
-    record.fragments = gRun.fragmented.size();
-    gRun.fragmented.push_back(record);
-    gRun.errors.push_back(ErrorEntry{path, path, L"x"});
-  }
-  SortAndDeduplicateResults();
-  ASSERT_EQ(gRun.fragmented.size(), 3u);
-  EXPECT_EQ(gRun.fragmented[0].path, L"Z:\\A");  // the first of equal paths stays
-  EXPECT_EQ(gRun.fragmented[1].path, L"Z:\\b");
-  EXPECT_EQ(gRun.errors.size(), 3u);
-  gRun = RunResults{};
-}
-
 // Removing an item takes what the run found in it out of the result lists:
 // its fragmented files and its errors. A sibling that only shares the start
 // of its name is not inside it. With no item left the counters start again.
@@ -649,10 +595,6 @@ TEST_F(RunsTest, RemovedItemsTakeTheirResultsWithThem) {
   EXPECT_FALSE(PathWithinItem(L"Z:\\data", true, L"Z:\\data2\\x.bin"));
 }
 
-}  // namespace
-
-namespace {
-
 // Items on a drive that the solid-state probes recognise.
 class SolidStateRunTest : public RunsTest {
  protected:
@@ -672,53 +614,43 @@ class SolidStateRunTest : public RunsTest {
   std::unique_ptr<SimDriveRequests> drives_;
 };
 
+// The drive is asked once for both items. Skipping leaves every item out, so
+// the run ends unseen; "do not defragment" ends it too; with the warning off,
+// or no one to ask, the settings decide without a question.
 TEST_F(SolidStateRunTest, ItemsOnASolidStateDriveAreSkippedOrWarnedAbout) {
-  const int& warnings = ui_.solidStateWarnings;
-  ui_.keepSolidStateOff = true;
-  // Skipping on: every item lies on the drive, so the run ends unseen; the
-  // drive was asked once for both items.
-  options_.solidStateFlags = kSolidStateSkip;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
-  EXPECT_EQ(warnings, 0);
-  EXPECT_EQ(Opened(), 1u);
-  EXPECT_EQ(ItemAtRow(0)->flags & (ItemFlags::kSkipped | ItemFlags::kToProcess), ItemFlags::kSkipped);
-  EXPECT_EQ(Check(), "check ok");
-  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
-
-  // Skipping off with the warning on: "do not defragment" ends the run, the
-  // other answer goes on and moves files.
-  options_.solidStateFlags = kSolidStateWarn;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(warnings, 1);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::NotStarted);
-  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
-  ui_.keepSolidStateOff = false;
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(warnings, 2);
-  EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
-
-  // The warning off, or no one to ask: the settings decide, and the files
-  // are defragmented without a question.
-  ui_.keepSolidStateOff = true;
-  for (bool unattended : {false, true}) {
+  struct Case {
+    const char* name;
+    uint32_t flags;
+    bool unattended;
+    bool keepOff;  // the warning's answer
+    int warnings;
+    int opened;    // how often the drive was opened; -1: no matter
+    RunEnd end;
+    size_t fragments;  // single.bin's after the run
+  };
+  const Case cases[] = {
+      {"skipping", kSolidStateSkip, false, true, 0, 1, RunEnd::NotStarted, 2},
+      {"warning, kept off", kSolidStateWarn, false, true, 1, -1, RunEnd::NotStarted, 2},
+      {"warning, defragmenting", kSolidStateWarn, false, false, 1, -1, RunEnd::Completed, 1},
+      {"neither", 0, false, true, 0, -1, RunEnd::Completed, 1},
+      {"warning, no one to ask", kSolidStateWarn, true, true, 0, -1, RunEnd::Completed, 1},
+      {"detection off", kSolidStateSkip | kSolidStateNoDetection, false, true, 0, 0, RunEnd::Completed, 1},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.name);
     Volume(kRunTree);
-    options_.solidStateFlags = unattended ? kSolidStateWarn : 0;
-    options_.unattended = unattended;
-    Run(RunMode::DefragmentAll);
-    EXPECT_EQ(warnings, 2);
-    EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
-    EXPECT_EQ(Fragments(L"Z:\\single.bin"), 1u);
+    RecordingRunUi ui;
+    ui.keepSolidStateOff = test.keepOff;
+    options_.solidStateFlags = test.flags;
+    options_.unattended = test.unattended;
+    const uint64_t opened = Opened();
+    StartRun(RunMode::DefragmentAll, options_, ui);
+    EXPECT_EQ(ui.solidStateWarnings, test.warnings);
+    if (test.opened >= 0) EXPECT_EQ(Opened() - opened, uint64_t(test.opened));
+    EXPECT_EQ(gRunState.lastEnd, test.end);
+    EXPECT_EQ(Fragments(L"Z:\\single.bin"), test.fragments);
+    EXPECT_EQ(Check(), "check ok");
   }
-  options_.unattended = false;
-
-  // Detection off: no device is opened and nothing is asked.
-  options_.solidStateFlags = kSolidStateSkip | kSolidStateNoDetection;
-  const uint64_t before = Opened();
-  Run(RunMode::DefragmentAll);
-  EXPECT_EQ(Opened(), before);
-  EXPECT_EQ(warnings, 2);
-  EXPECT_EQ(gRunState.lastEnd, RunEnd::Completed);
 }
 
 // The run of the marked files weighs each file: with skipping on, the

@@ -1,6 +1,7 @@
 #pragma once
 // Helpers of the filter and profile tests: a clean pair of lists and settings
-// for every test, the stored lines of a list in its order, and whole files.
+// for every test, the stored lines of a list in its order, and whole files
+// in the temporary folder.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -11,6 +12,10 @@
 
 #include "selection/Filters.h"
 #include "options/Settings.h"
+
+using Bytes = std::vector<uint8_t>;
+using Lines = std::vector<std::wstring>;
+namespace fs = std::filesystem;
 
 class FilterTest : public ::testing::Test {
  protected:
@@ -28,6 +33,12 @@ inline std::vector<std::wstring> StoredLines(const FilterList& list) {
   std::vector<std::wstring> lines;
   for (const FilterEntry* entry = list.head; entry; entry = entry->next) lines.push_back(entry->storedLine);
   return lines;
+}
+
+// A path in the temporary folder named after the running test.
+inline std::filesystem::path ScratchPath(const std::string& prefix, const std::string& suffix = "") {
+  return std::filesystem::temp_directory_path() /
+         (prefix + testing::UnitTest::GetInstance()->current_test_info()->name() + suffix);
 }
 
 inline std::vector<uint8_t> ReadBytes(const std::filesystem::path& path) {

@@ -12,8 +12,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST_F(FilterTest, SizeRuleReadsRealFilesEvenWhenTheyAreOpenElsewhere) {
   Win32FileQueries queries;
   SetFileQueries(&queries);

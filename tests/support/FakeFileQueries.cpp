@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
+#include "util/PathText.h"
+
 namespace {
 
 thread_local uint32_t tLastError = 0;
 
-std::wstring_view WithoutPrefix(std::wstring_view path) {
-  if (path.size() >= 4 && path[2] == L'?') path.remove_prefix(4);
-  return path;
-}
+// 2020-01-01 00:00 UTC in 100-ns ticks since 1601.
+constexpr uint64_t kDefaultTime = 132223104000000000ull;
 
 bool HasDriveLetter(std::wstring_view path) {
   return path.size() >= 2 && path[1] == L':' &&
@@ -34,32 +34,11 @@ bool HasWildcards(std::wstring_view name) { return name.find_first_of(L"*?") != 
 
 }  // namespace
 
-bool FakeWildcardMatch(std::wstring_view pattern, std::wstring_view name) {
-  size_t p = 0, n = 0, starP = std::wstring_view::npos, starN = 0;
-  while (n < name.size()) {
-    if (p < pattern.size() && pattern[p] == L'*') {
-      starP = p++;
-      starN = n;
-    } else if (p < pattern.size() &&
-               (pattern[p] == L'?' || UpperCaseUnit(pattern[p]) == UpperCaseUnit(name[n]))) {
-      ++p;
-      ++n;
-    } else if (starP != std::wstring_view::npos) {
-      p = starP + 1;
-      n = ++starN;
-    } else {
-      return false;
-    }
-  }
-  while (p < pattern.size() && pattern[p] == L'*') ++p;
-  return p == pattern.size();
-}
-
 FakeFileQueries::FakeFileQueries() = default;
 FakeFileQueries::~FakeFileQueries() = default;
 
 FakeFileQueries::Drive* FakeFileQueries::DriveOf(std::wstring_view path, bool create) {
-  path = WithoutPrefix(path);
+  path = DisplayPath(path);
   if (!HasDriveLetter(path)) return nullptr;
   wchar_t letter = UpperCaseUnit(path[0]);
   auto found = drives_.find(letter);
@@ -79,7 +58,7 @@ void FakeFileQueries::AddDrive(wchar_t letter, uint32_t bytesPerCluster, DriveKi
 }
 
 FakeFileQueries::Node* FakeFileQueries::Lookup(std::wstring_view path, bool followLast) const {
-  path = WithoutPrefix(path);
+  path = DisplayPath(path);
   if (!HasDriveLetter(path)) return nullptr;
   auto drive = drives_.find(UpperCaseUnit(path[0]));
   if (drive == drives_.end()) return nullptr;
@@ -103,7 +82,7 @@ void FakeFileQueries::AddLink(const std::wstring& path, const std::wstring& targ
 }
 
 FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
-  path = WithoutPrefix(path);
+  path = DisplayPath(path);
   Drive* drive = DriveOf(path, true);
   if (drive == nullptr) return nullptr;
   Node* node = &drive->root;
@@ -127,13 +106,13 @@ FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
 
 DirEntry& FakeFileQueries::AddFolder(const std::wstring& path, uint32_t attributes) {
   Node* node = MakeFolders(path);
-  if (!Components(WithoutPrefix(path)).empty()) node->entry.attributes = attributes | kAttrDirectory;
+  if (!Components(DisplayPath(path)).empty()) node->entry.attributes = attributes | kAttrDirectory;
   return node->entry;
 }
 
 DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint32_t attributes,
                                    uint64_t compressedSize) {
-  std::wstring_view view = WithoutPrefix(path);
+  std::wstring_view view = DisplayPath(path);
   size_t slash = view.find_last_of(L'\\');
   Node* folder = MakeFolders(view.substr(0, slash));
   std::wstring_view name = view.substr(slash + 1);
@@ -156,7 +135,7 @@ DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint
 }
 
 bool FakeFileQueries::Remove(const std::wstring& path) {
-  std::wstring_view view = WithoutPrefix(path);
+  std::wstring_view view = DisplayPath(path);
   while (view.size() > 3 && view.back() == L'\\') view.remove_suffix(1);
   size_t slash = view.find_last_of(L'\\');
   if (slash == std::wstring_view::npos || slash + 1 == view.size()) return false;
@@ -174,16 +153,14 @@ bool FakeFileQueries::Remove(const std::wstring& path) {
 bool FakeFileQueries::Exists(const std::wstring& path) const { return Lookup(path) != nullptr; }
 
 void FakeFileQueries::InjectError(FakeQuery query, const std::wstring& path, uint32_t error) {
-  errors_[{static_cast<int>(query), UpperCase(WithoutPrefix(path))}] = error;
+  errors_[{static_cast<int>(query), UpperCase(DisplayPath(path))}] = error;
 }
 
 void FakeFileQueries::ClearErrors() { errors_.clear(); }
 
-void FakeFileQueries::SetErrorText(uint32_t error, std::wstring text) { errorTexts_[error] = std::move(text); }
-
 bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const {
   if (errors_.empty()) return false;
-  auto found = errors_.find({static_cast<int>(query), UpperCase(WithoutPrefix(path))});
+  auto found = errors_.find({static_cast<int>(query), UpperCase(DisplayPath(path))});
   if (found == errors_.end()) return false;
   error = found->second;
   return true;
@@ -235,7 +212,7 @@ uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
 
 uint32_t FakeFileQueries::Search(const std::wstring& pattern,
                                  const std::function<bool(const DirEntry&)>& visit) {
-  std::wstring_view view = WithoutPrefix(pattern);
+  std::wstring_view view = DisplayPath(pattern);
   size_t slash = view.find_last_of(L'\\');
   uint32_t error = 0;
   auto fail = [](uint32_t code) {
@@ -264,7 +241,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
   bool isRoot = Components(folderPath).empty();
   if (!isRoot) {
     for (const wchar_t* dots : {L".", L".."}) {
-      if (!FakeWildcardMatch(namePattern, dots)) continue;
+      if (!NameMatches(namePattern, dots)) continue;
       DirEntry entry = folder->entry;
       entry.name = dots;
       visited = true;
@@ -272,7 +249,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
     }
   }
   for (const std::unique_ptr<Node>& child : folder->children) {
-    if (!FakeWildcardMatch(namePattern, child->entry.name)) continue;
+    if (!NameMatches(namePattern, child->entry.name)) continue;
     visited = true;
     if (!visit(child->entry)) return 0;
   }
@@ -280,15 +257,9 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
 }
 
 uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
-  Count(FakeQuery::GetAttributes);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::GetAttributes, path, error)) {
-    tLastError = error;
-    return kInvalidAttributes;
-  }
   Node* node = Lookup(path);
   if (node == nullptr) {
-    std::wstring_view view = WithoutPrefix(path);
+    std::wstring_view view = DisplayPath(path);
     size_t slash = view.find_last_of(L'\\');
     bool folderExists = slash != std::wstring_view::npos && Lookup(view.substr(0, slash + 1)) != nullptr;
     tLastError = folderExists ? kErrFileNotFound : kErrPathNotFound;
@@ -298,12 +269,6 @@ uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
 }
 
 uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
-  Count(FakeQuery::GetCompressedSize);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::GetCompressedSize, path, error)) {
-    tLastError = error;
-    return kInvalidSize;
-  }
   Node* node = Lookup(path);
   if (node == nullptr) {
     tLastError = kErrFileNotFound;
@@ -328,23 +293,11 @@ uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {
 }
 
 DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {
-  Count(FakeQuery::GetDriveKind);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::GetDriveKind, root, error)) {
-    tLastError = error;
-    return DriveKind::Unknown;
-  }
   Drive* drive = DriveOf(root, false);
   return drive == nullptr ? DriveKind::NoRootDir : drive->kind;
 }
 
 std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
-  Count(FakeQuery::FullPath);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::FullPath, path, error)) {
-    tLastError = error;
-    return std::wstring();
-  }
   std::wstring full;
   if (path.size() >= 2 && path[0] == L'\\' && path[1] == L'\\') {
     full = path;  // network and prefixed paths are already full
@@ -378,8 +331,6 @@ std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount
 }
 
 std::wstring FakeFileQueries::ErrorText(uint32_t error) {
-  auto found = errorTexts_.find(error);
-  if (found != errorTexts_.end()) return found->second;
   switch (error) {
     case kErrFileNotFound: return L"The system cannot find the file specified.\r\n";
     case kErrPathNotFound: return L"The system cannot find the path specified.\r\n";
@@ -427,7 +378,7 @@ std::unique_ptr<OpenedEntry> FakeFileQueries::OpenForRemoval(const std::wstring&
 bool FakeFileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& identity) {
   Node* node = Lookup(path);
   if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
-  identity.volume = UpperCaseUnit(WithoutPrefix(path)[0]);
+  identity.volume = UpperCaseUnit(DisplayPath(path)[0]);
   identity.folder = reinterpret_cast<uintptr_t>(node);
   return true;
 }

@@ -17,20 +17,14 @@
 #include "engine/FileQueries.h"
 #include "util/WideString.h"
 
+// The queries a test may count or make fail.
 enum class FakeQuery {
   FindEntries,
-  GetAttributes,
-  GetCompressedSize,
   BytesPerCluster,
-  GetDriveKind,
-  FullPath,
 };
 
 class FakeFileQueries : public FileQueries {
  public:
-  // 2020-01-01 00:00 UTC in 100-ns ticks since 1601.
-  static constexpr uint64_t kDefaultTime = 132223104000000000ull;
-
   FakeFileQueries();
   ~FakeFileQueries() override;
 
@@ -57,7 +51,6 @@ class FakeFileQueries : public FileQueries {
   // is either the whole pattern or the folder that is searched.
   void InjectError(FakeQuery query, const std::wstring& path, uint32_t error);
   void ClearErrors();
-  void SetErrorText(uint32_t error, std::wstring text);
   void SetCurrentFolder(const std::wstring& path) { currentFolder_ = path; }
 
   // How often a query was asked, for tests of caching.
@@ -116,9 +109,8 @@ class FakeFileQueries : public FileQueries {
 
   std::map<wchar_t, Drive> drives_;
   std::map<std::pair<int, std::wstring>, uint32_t> errors_;  // (query, upper-cased path)
-  std::map<uint32_t, std::wstring> errorTexts_;
   std::wstring currentFolder_ = L"C:\\";
-  uint64_t counts_[6] = {};
+  uint64_t counts_[2] = {};
   uint64_t entriesHandedOut_ = 0;
 };
 
@@ -131,6 +123,3 @@ class ScopedFakeFileQueries {
   ScopedFakeFileQueries& operator=(const ScopedFakeFileQueries&) = delete;
   FakeFileQueries fake;
 };
-
-// Windows-style wildcard match ("*" any run, "?" one character), case-insensitive.
-bool FakeWildcardMatch(std::wstring_view pattern, std::wstring_view name);

@@ -4,14 +4,11 @@
 // read only after the move, when that thread has ended.
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "engine/EngineThread.h"
-#include "runs/RunResults.h"
-#include "runs/RunUi.h"
-#include "util/DateText.h"
+#include "runs/ConsoleRunUi.h"
 
 // The engine's part, over either interface.
 template <typename Base>
@@ -44,7 +41,9 @@ class RecordingEngineUiOf : public Base {
 };
 using RecordingEngineUi = RecordingEngineUiOf<EngineUi>;
 
-class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
+// A run with no window that records what it showed and answers as the test
+// sets it; the rest is the console run's.
+class RecordingRunUi : public RecordingEngineUiOf<ConsoleRunUi> {
  public:
   // Answers the test may set.
   std::function<bool(uint64_t row)> rowSelected = [](uint64_t) { return false; };
@@ -64,7 +63,6 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
   std::wstring consoleText;            // every summary written, one after another
   // The status bars' last update when the summary dialog opened.
   uint32_t statusAtSummary = 0;
-  std::vector<::FileOutcome> outcomes;  // read after the run
   int powerOffs = 0;
   int solidStateWarnings = 0;
   std::vector<uint64_t> solidStateLeftOut;
@@ -73,24 +71,12 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
   bool laidOut = false;
 
   bool RowSelected(uint64_t row) override { return rowSelected(row); }
-  void ScrollToRow(uint64_t) override {}
-  void RedrawRow(uint64_t) override {}
-  void RedrawItems() override {}
-  void RefreshCounters() override {}
-  void RefreshErrors() override {}
-  void CacheIcon(const std::wstring&) override {}
   void UpdateStatus(uint32_t flags) override {
     statusUpdates.push_back(flags);
     onStatus(flags);
   }
   void RunLayout(bool running, bool) override { laidOut = laidOut || running; }
-  void EnableResultTabs() override {}
-  void EnableRunMenus(bool) override {}
-  void EnableSaveReport(bool) override {}
-  void ClipChildren(bool) override {}
-  void TaskbarProgress(bool) override {}
   void SetBusyState(uint32_t state) override { busyStates.push_back(state); }
-  void BringToFront() override {}
 
   bool SolidStateWarning() override {
     ++solidStateWarnings;
@@ -113,18 +99,6 @@ class RecordingRunUi : public RecordingEngineUiOf<RunUi> {
   }
   void ShutdownCountdown() override { ++shutdowns; }
   void RequestExit(uint32_t code) override { exits.push_back(code); }
-  void ApplyPriority(uint32_t) override {}
-  void DateTexts(uint64_t ticks, std::wstring& date, std::wstring& time) override {
-    const CivilTime civil = CivilFromTicks(ticks);
-    date = FixedDateText(civil);
-    time = FixedTimeText(civil);
-  }
-  // From the folder worker's thread during an analysis.
-  void FileOutcome(const ::FileOutcome& outcome) override {
-    static std::mutex outcomesLock;  // a member would make the double unassignable
-    std::lock_guard lock(outcomesLock);
-    outcomes.push_back(outcome);
-  }
   void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override {
     consoleSummaries.push_back(defragmentation);
     for (const std::wstring& text : section) consoleText += text;

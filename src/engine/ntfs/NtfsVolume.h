@@ -167,6 +167,3 @@ class NtfsFileQueries : public FileQueries {
  private:
   NtfsVolume& volume_;
 };
-
-// "*" and "?" against one name, case-insensitive as the file system compares.
-bool NameMatches(std::wstring_view pattern, std::wstring_view name);

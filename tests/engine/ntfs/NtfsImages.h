@@ -3,14 +3,44 @@
 // the on-disk format library (interleaved appends, deletions, sparse and
 // compressed files, a file whose run list needs an attribute list, a folder
 // with an index allocation), and judged by The Sleuth Kit, which shares no
-// code with the volume under test.
+// code with the volume under test, and by ntfsresize's cluster accounting.
 #include <cstdint>
-#include <map>
+#include <random>
 #include <string>
 #include <vector>
 
-// A sparse image file of `bytes`, formatted with 4 KiB clusters.
-bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error);
+#include "engine/ntfs/NtfsLibrary.h"
+
+// The image held open by the classes below, never copied.
+struct ImageHandle {
+  ImageHandle() = default;
+  ImageHandle(const ImageHandle&) = delete;
+  ImageHandle& operator=(const ImageHandle&) = delete;
+};
+
+// A sparse image file of `bytes`, formatted with clusters of `cluster` bytes.
+bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error, int cluster = 4096);
+
+// `bytes` bytes that compress: `fill`, one more every 512 bytes.
+std::vector<uint8_t> Packable(size_t bytes, uint8_t fill);
+
+// The image mounted through the on-disk format library for writing, with
+// compression on; paths are volume paths ("/a/b").
+class NtfsImageWriter : ImageHandle {
+ public:
+  explicit NtfsImageWriter(const std::string& image);
+  ~NtfsImageWriter();
+  // Creates a file or folder under `parent` ("/" or "/a").
+  bool Create(const std::string& parent, const std::string& name, bool folder);
+  bool MarkCompressed(const std::string& path);
+  // Writes at `offset` (-1: at the end).
+  bool Write(const std::string& path, int64_t offset, const std::vector<uint8_t>& bytes);
+  // `bytes` random bytes, or packable ones that compress.
+  bool Write(const std::string& path, int64_t offset, size_t bytes, std::mt19937& random, bool packable);
+  bool Truncate(const std::string& path);
+
+  ntfs_volume* volume = nullptr;
+};
 
 // What a random filling made: the user files (volume paths) and folders.
 struct FilledImage {
@@ -22,6 +52,10 @@ struct FilledImage {
 bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImage& filled,
                   std::string& error);
 
+// Adds `/name`, a file of `fragments` one-cluster pieces with a free
+// cluster between each two (an attribute list from about 200 pieces on).
+bool AddFragmentedFile(const std::string& image, const std::string& name, int fragments, std::string& error);
+
 // A physical run of a file as The Sleuth Kit reads it:
 // consecutive cluster numbers joined, holes left out.
 struct PhysicalRun {
@@ -32,12 +66,10 @@ struct PhysicalRun {
 // The image read in-process through The Sleuth Kit's library: the physical
 // runs of a file's unnamed data (a folder's index allocation) and a hash of
 // its content.
-class TskView {
+class TskView : ImageHandle {
  public:
   explicit TskView(const std::string& image);
   ~TskView();
-  TskView(const TskView&) = delete;
-  TskView& operator=(const TskView&) = delete;
   bool Opened() const { return fs_ != nullptr; }
   // `packed` tells whether the data is compressed or sparse.
   bool Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed = nullptr);
@@ -48,21 +80,11 @@ class TskView {
   void* fs_ = nullptr;
 };
 
-// The checker: every allocated record's non-resident attributes read
-// through The Sleuth Kit; a cluster owned twice, a cluster owned but free
-// in $Bitmap, or a cluster in use that nobody owns is a violation.
-std::vector<std::string> CheckBitmapAgainstOwners(const std::string& image);
-
-// Adds `/name`, a file of `fragments` one-cluster pieces with a free
-// cluster between each two (an attribute list from about 200 pieces on).
-bool AddFragmentedFile(const std::string& image, const std::string& name, int fragments, std::string& error);
-
-// Adds `files` files under /bulk of mixed sizes (most 1 to 16 MiB, one in
-// ten 16 to 200 MiB), each then scattered in pieces of 16 to 512 KiB that
-// alternate with the other files' pieces, as files grown together lie.
-// Their volume paths in `made`.
-bool AddInterleavedFiles(const std::string& image, uint32_t seed, int files, std::vector<std::string>& made,
-                         std::string& error);
+// ntfsresize's accounting of every record's clusters against $Bitmap: the
+// lines of a cluster owned twice or owned but free, empty when there are
+// none. Clusters in use that nobody owns count too, unless `killed`: a run
+// killed mid-move may leave clusters claimed for a copy no file took over.
+std::string ClusterAccountingFaults(const std::string& image, bool killed);
 
 // Marks the volume for a disk check, as its own system does after a crash.
 // MarkedDirty: whether it carries the mark.
