@@ -30,12 +30,8 @@ inline constexpr wchar_t kDialogClass[] = L"#32770";
 inline constexpr wchar_t kMainTitle[] = L"Ordalis";
 inline constexpr int kStateColumn = 1;
 inline constexpr wchar_t kWorking[] = L"In elaborazione...";
-// Controls of the disk-check and cleanup dialogs, which keep their numbers
-// to themselves.
-inline constexpr int kDiskCheckDrives = 1003, kDiskCheckOutput = 1005, kDiskCheckNever = 1009,
-                     kDiskCheckStart = 1010, kDiskCheckSkip = 1011;
-inline constexpr int kCleanupExternal = 1104, kCleanupPath = 1106, kCleanupNever = 1110, kCleanupStart = 1111,
-                     kCleanupSkip = 1112;
+// Controls of the disk-check dialog, which keeps their numbers to itself.
+inline constexpr int kDiskCheckDrives = 1003, kDiskCheckStart = 1010;
 inline std::string ReadWhole(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;

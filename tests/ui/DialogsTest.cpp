@@ -1,6 +1,7 @@
 // The program's dialogs and message box as the user meets them: the fragment
-// details, the highlight dialog, Enter and Escape in the steps before a
-// defragmentation, every dialog in English, and the message box's buttons,
+// details, the highlight dialog, the steps before a defragmentation (disk
+// check, cleanup, solid-state warning) with their keys, choices and results,
+// the filter dialog, every dialog in English, and the message box's buttons,
 // keys and rich text. Pictures of each go to build/screenshots/ with the
 // screen's dots per inch in their names.
 
@@ -13,6 +14,11 @@
 #include "options/Settings.h"
 #include "ui/dialogs/FilterDialog.h"
 #include "ui/ProfileCommands.h"
+#include "ui/PreRunSteps.h"
+#include "engine/diskcheck/DiskCheck.h"
+#include "runs/RunSteps.h"
+#include "selection/Filters.h"
+#include "util/ProgramFolder.h"
 #include "ui/CleanupDialog.h"
 #include "ui/DiskCheckDialog.h"
 #include "ui/dialogs/FragmentsDialog.h"
@@ -151,8 +157,46 @@ HWND FocusOf(HWND dialog) {
     return info.hwndFocus;
 }
 
-TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysEscapeCancelsAndAnAutomaticCheckGoesOn) {
-    constexpr int kCheckButton = 1010, kStartCleanup = 1111;
+// The controls of the disk-check and cleanup dialogs.
+constexpr int kDiskDrives = 1003, kDiskOutput = 1005, kDiskNever = 1009, kCheckButton = 1010, kDiskSkip = 1011;
+constexpr int kCleanupExternal = 1104, kCleanupPath = 1106, kCleanupNever = 1110, kStartCleanup = 1111,
+              kCleanupSkip = 1112;
+
+// The cleanup walks this fixture's own file system, where the temporary
+// folder holds one file; on the disk that folder only has to exist. The
+// checker is the scripted stand-in, its calls logged.
+class PreRunStepsTest : public ItemDialogsTest {
+protected:
+    void SetUp() override {
+        ItemDialogsTest::SetUp();
+        std::filesystem::create_directories(temp_);
+        files_.fake.AddFile((temp_ / "a.tmp").wstring(), 1);
+        std::filesystem::remove(log_);
+        SetEnvironmentVariableW(L"TMP", temp_.wstring().c_str());
+        SetEnvironmentVariableW(L"TEMP", temp_.wstring().c_str());
+        SetEnvironmentVariableW(L"ORDALIS_FMIFS_LOG", log_.wstring().c_str());
+        ASSERT_TRUE(ResolveChkdsk(TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL).c_str()));
+    }
+    void TearDown() override {
+        for (const wchar_t* name : {L"TMP", L"TEMP", L"ORDALIS_FMIFS_LOG", L"ORDALIS_FMIFS_SCRIPT"}) {
+            SetEnvironmentVariableW(name, nullptr);
+        }
+        ItemDialogsTest::TearDown();
+    }
+    static void Script(const wchar_t* script) { SetEnvironmentVariableW(L"ORDALIS_FMIFS_SCRIPT", script); }
+    // A click on a check box, which a command alone would not tick.
+    static void Tick(OpenDialog& open, int id) {
+        PostMessageW(open.Item(id), BM_CLICK, 0, 0);
+        TestDriver::PumpMessages(200);
+    }
+    bool Checked() const { return std::filesystem::exists(log_); }
+    bool Cleaned() const { return !files_.fake.Exists((temp_ / "a.tmp").wstring()); }
+
+    const std::filesystem::path temp_ = std::filesystem::current_path() / "dialogs-cleanup-temp";
+    const std::filesystem::path log_ = std::filesystem::current_path() / "dialogs-chkdsk.log";
+};
+
+TEST_F(PreRunStepsTest, EnterDoesWhatTheDefaultButtonSaysEscapeCancelsAndAnAutomaticCheckGoesOn) {
     struct Case {
         const char* what;
         std::function<int()> show;
@@ -161,12 +205,6 @@ TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysEscapeCancelsAndAnAutom
         UINT key;
         int result;
     };
-    // The cleanup walks this fixture's own file system; the temporary folder
-    // only has to exist.
-    const std::filesystem::path temp = std::filesystem::current_path() / "dialogs-cleanup-temp";
-    std::filesystem::create_directories(temp);
-    SetEnvironmentVariableW(L"TMP", temp.wstring().c_str());
-    SetEnvironmentVariableW(L"TEMP", temp.wstring().c_str());
     const Case cases[] = {
         // Enter checks the disk (nothing found, so the run goes on by itself),
         // it never cancels the defragmentation.
@@ -190,14 +228,130 @@ TEST_F(ItemDialogsTest, EnterDoesWhatTheDefaultButtonSaysEscapeCancelsAndAnAutom
         ASSERT_TRUE(open.Closed());
         EXPECT_EQ(result, c.result);
     }
+    EXPECT_TRUE(Cleaned()) << "Enter started no cleanup";
     // Automatic, the check starts at once and, finding nothing, the dialog
     // closes by itself with the run going on.
     int automatic = -1;
     OpenDialog open([&] { automatic = RunDiskCheckDialog(nullptr, true); }, L"Controllo disco", 0);
     ASSERT_TRUE(open.Closed());
     EXPECT_EQ(automatic, 9);
-    SetEnvironmentVariableW(L"TMP", nullptr);
-    SetEnvironmentVariableW(L"TEMP", nullptr);
+}
+
+// Asked for, each dialog waits: nothing is checked or cleaned before a
+// button. "Never again" moves the stored choice at once; Cancel puts it back
+// and ends the run, skipping keeps it and lets the run go on unchecked.
+TEST_F(PreRunStepsTest, NeverAgainIsKeptOnlyWhenTheStepIsSkipped) {
+    struct Case {
+        const char* what;
+        bool disk;
+        int button;
+        int result;
+        uint32_t kept;
+    };
+    const Case cases[] = {
+        {"disk check, cancelled", true, IDCANCEL, kDiskCheckResultCancelled, kDiskCheckAsk},
+        {"disk check, skipped", true, kDiskSkip, kDiskCheckResultSkipped, kDiskCheckOff},
+        {"cleanup, cancelled", false, IDCANCEL, kCleanupResultCancelled, kCleanupAsk},
+        {"cleanup, skipped", false, kCleanupSkip, kCleanupResultSkipped, kCleanupOff},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        gSettings.diskCheck = kDiskCheckAsk;
+        gSettings.cleanup = kCleanupAsk;
+        const uint32_t& choice = c.disk ? gSettings.diskCheck : gSettings.cleanup;
+        int result = -1;
+        OpenDialog open([&] { result = c.disk ? RunDiskCheckDialog(nullptr, false) : RunCleanupDialog(nullptr, false); },
+                        c.disk ? L"Controllo disco" : L"Eliminazione file temporanei");
+        ASSERT_NE(open.Dialog(), nullptr);
+        Tick(open, c.disk ? kDiskNever : kCleanupNever);
+        EXPECT_EQ(choice, c.disk ? kDiskCheckOff : kCleanupOff) << "not moved at once";
+        open.Press(c.button);
+        ASSERT_TRUE(open.Closed());
+        EXPECT_EQ(result, c.result);
+        EXPECT_EQ(choice, c.kept);
+        EXPECT_FALSE(Checked());
+        EXPECT_FALSE(Cleaned());
+    }
+}
+
+// A check shows the drive, streams the checker's report and, finding errors,
+// stays open relabelled; closed, it hands the errors on, and the question
+// that follows lets the user quit. A checker that does not end holds
+// nothing: Cancel stays usable and ends the dialog at once.
+TEST_F(PreRunStepsTest, TheDiskCheckShowsTheCheckersReportAndItsErrorsLeadToTheQuestion) {
+    Script(L"Z:progress=30,100;text=Phase one|Bad index found;result=fail");
+    int result = -1;
+    {
+        OpenDialog open([&] { result = RunDiskCheckDialog(nullptr, false); }, L"Controllo disco");
+        ASSERT_NE(open.Dialog(), nullptr);
+        HWND list = open.Item(kDiskDrives);
+        ASSERT_EQ(TestDriver::ListViewRowCount(list), 1);
+        EXPECT_EQ(TestDriver::ListViewColumnHeader(list, 5), L"% spazio libero");
+        EXPECT_NE(TestDriver::ListViewCellText(list, 0, 0).find(L"(Z:)"), std::wstring::npos);
+        EXPECT_EQ(open.ItemText(kDiskOutput), L"Il disco non \u00E8 stato ancora analizzato.");
+        open.Press(kCheckButton);
+        for (int i = 0; i < 100 && open.ItemText(IDCANCEL) != L"C&hiudi"; ++i) TestDriver::PumpMessages(100);
+        EXPECT_EQ(open.ItemText(IDCANCEL), L"C&hiudi");
+        EXPECT_EQ(open.ItemText(1001), L"Errore disco");
+        EXPECT_EQ(open.ItemText(kDiskOutput), L"Phase one\r\nBad index found\r\n");
+        EXPECT_EQ(TestDriver::ListViewCellText(list, 0, 1), L"Completato");
+        EXPECT_TRUE(Checked());
+        TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-diskcheck-errors-" + DpiText());
+        open.Press(IDCANCEL);
+        ASSERT_TRUE(open.Closed());
+    }
+    EXPECT_EQ(result & kDiskCheckErrorsFound, kDiskCheckErrorsFound);
+    constexpr int kContinue = 10, kQuit = 11;
+    for (int answer : {kContinue, kQuit}) {
+        bool quits = false;
+        OpenDialog question([&] { quits = CloseForDiskErrorsQuestion(nullptr); }, L"Ordalis");
+        ASSERT_NE(question.Dialog(), nullptr);
+        EXPECT_NE(TestDriver::MessageBoxMessage(question.Dialog()).find(L"controllo di coerenza"), std::wstring::npos);
+        question.Press(answer);
+        ASSERT_TRUE(question.Closed());
+        EXPECT_EQ(quits, answer == kQuit);
+    }
+
+    Script(L"Z:delay=60000;progress=10");
+    gSettings.diskCheck = kDiskCheckAsk;
+    OpenDialog open([&] { result = RunDiskCheckDialog(nullptr, false); }, L"Controllo disco");
+    ASSERT_NE(open.Dialog(), nullptr);
+    Tick(open, kDiskNever);
+    open.Press(kCheckButton);
+    HWND list = open.Item(kDiskDrives);
+    for (int i = 0; i < 100 && TestDriver::ListViewCellText(list, 0, 1) != L"In analisi..."; ++i) {
+        TestDriver::PumpMessages(100);
+    }
+    EXPECT_EQ(TestDriver::ListViewCellText(list, 0, 1), L"In analisi...");
+    EXPECT_TRUE(IsWindowEnabled(open.Item(IDCANCEL)));
+    open.Press(IDCANCEL);
+    ASSERT_TRUE(open.Closed(3000)) << "the dialog still waits for the checker";
+    EXPECT_EQ(result, kDiskCheckResultCancelled);
+    EXPECT_EQ(gSettings.diskCheck, kDiskCheckAsk);
+}
+
+// The external program's fields open up only when it is chosen; starting it
+// unnamed complains and keeps the dialog, with nothing cleaned.
+TEST_F(PreRunStepsTest, TheCleanupRefusesAnUnnamedExternalProgramAndStaysOpen) {
+    gSettings.cleanupProgramPath.clear();
+    int result = -1;
+    OpenDialog open([&] { result = RunCleanupDialog(nullptr, false); }, L"Eliminazione file temporanei");
+    ASSERT_NE(open.Dialog(), nullptr);
+    EXPECT_FALSE(IsWindowEnabled(open.Item(kCleanupPath)));
+    open.Press(kCleanupExternal);
+    EXPECT_TRUE(IsWindowEnabled(open.Item(kCleanupPath)));
+    PostMessageW(open.Item(kStartCleanup), BM_CLICK, 0, 0);
+    HWND complaint = TestDriver::WaitForWindow({L"#32770", L"Ordalis", GetCurrentProcessId(), open.Dialog()}, kWaitMs);
+    ASSERT_NE(complaint, nullptr);
+    EXPECT_EQ(TestDriver::MessageBoxMessage(complaint), L"Nessun programma esterno specificato.");
+    TestDriver::PressButton(complaint, IDOK);
+    for (int i = 0; i < 100 && !IsWindowEnabled(open.Item(kCleanupSkip)); ++i) TestDriver::PumpMessages(50);
+    EXPECT_TRUE(IsWindowEnabled(open.Item(kCleanupSkip))) << "the dialog is not usable again";
+    EXPECT_FALSE(open.Closed(0));
+    open.Press(kCleanupSkip);
+    ASSERT_TRUE(open.Closed());
+    EXPECT_EQ(result, kCleanupResultSkipped);
+    EXPECT_FALSE(Cleaned());
 }
 
 // Every text of every dialog, in English, is a text of the English file:
@@ -337,6 +491,139 @@ TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
     EXPECT_TRUE(gSettings.itemTextColourFullRow);
 }
 
+// ---- Filtro ----
+
+// The filter lists of a program folder of the test's own, loaded as at
+// start-up, with nothing saved yet.
+class FilterDialogTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES | ICC_TAB_CLASSES};
+        InitCommonControlsEx(&controls);
+        ResetTexts();
+        saved_ = gSettings;
+        savedFolder_ = gProgramFolder;
+        std::filesystem::remove_all(folder_);
+        std::filesystem::create_directories(folder_);
+        gProgramFolder = folder_.wstring();
+        gSettings.excludeBySize = false;
+        gSettings.maxFileSizeKiB = 100;
+        LoadFilterLists();
+    }
+    void TearDown() override {
+        gProgramFolder = savedFolder_;
+        LoadFilterLists();
+        gSettings = saved_;
+    }
+    // The stored lines of one filter file; "<none>" when there is none.
+    std::vector<std::wstring> Stored(const wchar_t* name) const {
+        UnicodeTextReader reader;
+        if (!reader.Open((folder_ / name).wstring(), true, kLineLimitFilters)) return {L"<none>"};
+        std::vector<std::wstring> lines;
+        for (std::wstring line; reader.NextLine(line);) lines.push_back(line);
+        return lines;
+    }
+    static void SetText(HWND control, const std::wstring& text) {
+        SendMessageW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
+        TestDriver::PumpMessages(100);
+    }
+    // The program's message or choice over `dialog`, titled `title`.
+    static HWND WaitForBoxOver(HWND dialog, const wchar_t* title) {
+        return TestDriver::WaitForWindow({L"#32770", title, GetCurrentProcessId(), dialog}, kWaitMs);
+    }
+
+    const std::filesystem::path folder_ = std::filesystem::current_path() / "filter-dialog-folder";
+    Settings saved_;
+    std::wstring savedFolder_;
+};
+
+// Cancel after a change writes nothing and leaves the lists and the size
+// limit as they were. Masks are split at ";" and trimmed, a backslash or a
+// colon typed is refused, a mask too long for the filter file stays in the
+// box with the reason, the size box keeps 1 to 999999999, and OK warns about
+// a mask both included and excluded before it saves.
+TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
+    {
+        OpenDialog open([] { ShowFilterDialog(nullptr); }, L"Filtro");
+        ASSERT_NE(open.Dialog(), nullptr);
+        SetText(open.Item(IDC_FILTER_MASK), L"*.dll");
+        open.Press(IDC_FILTER_ADD_INCLUDED);
+        PostMessageW(open.Item(IDC_FILTER_SIZE_CHECK), BM_CLICK, 0, 0);
+        SetText(open.Item(IDC_FILTER_SIZE), L"2048");
+        open.Press(IDCANCEL);
+        ASSERT_TRUE(open.Closed());
+    }
+    EXPECT_EQ(gInclusions.head, nullptr);
+    EXPECT_FALSE(gSettings.excludeBySize);
+    EXPECT_EQ(gSettings.maxFileSizeKiB, 100);
+    EXPECT_EQ(Stored(L"Include.ini"), std::vector<std::wstring>{L"<none>"});
+    EXPECT_EQ(Stored(L"Exclude.ini"), std::vector<std::wstring>{L"<none>"});
+
+    OpenDialog open([] { ShowFilterDialog(nullptr); }, L"Filtro");
+    ASSERT_NE(open.Dialog(), nullptr);
+    HWND maskBox = open.Item(IDC_FILTER_MASK);
+    SetText(maskBox, L" *.dll ; *.exe;;");
+    PostMessageW(maskBox, WM_CHAR, L'\\', 1);
+    TestDriver::PumpMessages(200);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), L" *.dll ; *.exe;;");
+    PostMessageW(maskBox, WM_LBUTTONDOWN, 0, 0);  // a click takes the balloon away
+    PostMessageW(maskBox, WM_LBUTTONUP, 0, 0);
+    open.Press(IDC_FILTER_ADD_INCLUDED);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), L"");
+
+    // The long mask stays in the box to be shortened; the one beside it is added.
+    const std::wstring refusedText = L"*.ok;*" + std::wstring(2044, L'a');
+    SetText(maskBox, refusedText);
+    open.Press(IDC_FILTER_ADD_INCLUDED);
+    HWND refusal = WaitForBoxOver(open.Dialog(), L"Ordalis");
+    ASSERT_NE(refusal, nullptr) << "the long mask was not refused";
+    EXPECT_EQ(TestDriver::MessageBoxMessage(refusal),
+              L"Una maschera pu\u00F2 contenere al massimo 2.044 caratteri: le maschere pi\u00F9 lunghe non sono "
+              L"state aggiunte.");
+    TestDriver::PressButton(refusal, IDOK);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::WindowText(maskBox), refusedText);
+    SetText(maskBox, L"");
+
+    PostMessageW(open.Item(IDC_FILTER_SIZE_CHECK), BM_CLICK, 0, 0);
+    TestDriver::PumpMessages(200);
+    for (auto [typed, kept] : {std::pair{L"0", L"1"}, {L"12345678901", L"999999999"}, {L"2048", L"2048"}}) {
+        SetText(open.Item(IDC_FILTER_SIZE), typed);
+        EXPECT_EQ(open.ItemText(IDC_FILTER_SIZE), kept);
+    }
+
+    // An exclusion mask through the small input dialog, the same as an
+    // inclusion mask.
+    PostMessageW(open.Item(IDC_FILTER_ADD_MASKS), BM_CLICK, 0, 0);
+    HWND input = WaitForBoxOver(open.Dialog(), L"Aggiungi maschera");
+    ASSERT_NE(input, nullptr);
+    PostMessageW(GetDlgItem(input, IDC_MASK_INPUT), WM_CHAR, L':', 1);
+    TestDriver::PumpMessages(300);
+    EXPECT_EQ(TestDriver::WindowText(GetDlgItem(input, IDC_MASK_INPUT)), L"");
+    SetText(GetDlgItem(input, IDC_MASK_INPUT), L"*.tmp;*.DLL");
+    TestDriver::PressButton(input, IDOK);
+    TestDriver::PumpMessages(300);
+    TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-filter-edited-" + DpiText());
+
+    // OK warns about the duplicate mask; "edit" keeps the dialog open.
+    open.Press(IDOK);
+    HWND warning = WaitForBoxOver(open.Dialog(), L"Maschere duplicate");
+    ASSERT_NE(warning, nullptr);
+    TestDriver::PressButton(warning, IDC_CHOICE_THIRD);
+    TestDriver::PumpMessages(300);
+    EXPECT_FALSE(open.Closed(0));
+    EXPECT_EQ(Stored(L"Include.ini"), std::vector<std::wstring>{L"<none>"});
+    open.Press(IDOK);
+    warning = WaitForBoxOver(open.Dialog(), L"Maschere duplicate");
+    ASSERT_NE(warning, nullptr);
+    TestDriver::PressButton(warning, IDC_CHOICE_SECOND);
+    ASSERT_TRUE(open.Closed());
+    EXPECT_EQ(Stored(L"Include.ini"), (std::vector<std::wstring>{L"W*.dll", L"W*.exe", L"W*.ok"}));
+    EXPECT_EQ(Stored(L"Exclude.ini"), (std::vector<std::wstring>{L"W*.DLL", L"W*.tmp"}));
+    EXPECT_TRUE(gSettings.excludeBySize);
+    EXPECT_EQ(gSettings.maxFileSizeKiB, 2048);
+}
+
 // ---- The message box ----
 
 // The program's message box, titled with the program's name.
@@ -417,6 +704,28 @@ TEST_F(MessageBoxTest, EscapeAndTheCloseButtonCancelWhereTheSetAllowsIt) {
             TestDriver::PressButton(box.Dialog(), 10);
             EXPECT_EQ(box.Result(), 10);
         }
+    }
+}
+
+// The warning before files on a solid-state drive are defragmented: its
+// heading, its two buttons and which of them leaves the files alone.
+TEST_F(MessageBoxTest, TheSolidStateWarningLeavesTheFilesAloneOnlyWhenAskedTo) {
+    constexpr int kKeepOff = 100, kGoOn = 200;
+    for (int answer : {kKeepOff, kGoOn}) {
+        SCOPED_TRACE(answer);
+        bool keepOff = answer != kKeepOff;
+        OpenDialog warning([&] { keepOff = SolidStateWarningDialog(nullptr); }, L"Disco SSD");
+        ASSERT_NE(warning.Dialog(), nullptr);
+        EXPECT_EQ(warning.ItemText(kKeepOff), L"&Non deframmentare");
+        EXPECT_EQ(warning.ItemText(kGoOn), L"&Deframmenta comunque");
+        EXPECT_NE(TestDriver::MessageBoxMessage(warning.Dialog()).find(L"Rilevato disco SSD"), std::wstring::npos);
+        RECT client{};
+        GetClientRect(warning.Dialog(), &client);
+        EXPECT_EQ(client.right, ScaleForDpi(480, WindowDpi(warning.Dialog())));
+        if (answer == kKeepOff) TestDriver::SaveWindowScreenshot(warning.Dialog(), L"dialog-ssd-warning-" + DpiText());
+        warning.Press(answer);
+        ASSERT_TRUE(warning.Closed());
+        EXPECT_EQ(keepOff, answer == kKeepOff);
     }
 }
 
