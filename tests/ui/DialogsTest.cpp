@@ -181,6 +181,8 @@ protected:
         for (const wchar_t* name : {L"TMP", L"TEMP", L"ORDALIS_FMIFS_LOG", L"ORDALIS_FMIFS_SCRIPT"}) {
             SetEnvironmentVariableW(name, nullptr);
         }
+        std::filesystem::remove_all(temp_);
+        std::filesystem::remove(log_);
         ItemDialogsTest::TearDown();
     }
     static void Script(const wchar_t* script) { SetEnvironmentVariableW(L"ORDALIS_FMIFS_SCRIPT", script); }
@@ -502,6 +504,7 @@ protected:
         gProgramFolder = savedFolder_;
         LoadFilterLists();
         gSettings = saved_;
+        std::filesystem::remove_all(folder_);
     }
     // The stored lines of one filter file; "<none>" when there is none.
     std::vector<std::wstring> Stored(const wchar_t* name) const {
