@@ -377,6 +377,8 @@ NtfsOpenFailure NtfsVolume::Open(const std::string& device, bool writable, wchar
   }
   // Looked at read-only first: a volume that is refused is never written.
   ntfs_volume* probe = MountDevice(device, true);
+  // Unless a stopped run left the master file table's mirror behind it.
+  if (probe == nullptr && writable && RestoreMirror(fd)) probe = MountDevice(device, true);
   if (probe == nullptr) {
     return refuse(NtfsOpenFailure::CannotOpen, "cannot be opened as an NTFS volume: " + std::string(std::strerror(errno)));
   }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -51,6 +52,28 @@ int64_t TableBytes(uint64_t sectors) {
 
 using ntfsdevice::Sectors;
 
+// The sectors of `held` that lie in the bytes [from, to) of `attr`'s data,
+// moved into `into`; false when its run list cannot be read.
+bool TakeRange(ntfs_attr* attr, int bits, int64_t from, int64_t to, Sectors& held, Sectors& into) {
+  if (attr == nullptr) return false;
+  // Resident: inside its record, written with the other records.
+  if (!NAttrNonResident(attr)) return true;
+  if (ntfs_attr_map_whole_runlist(attr) != 0) return false;
+  for (const runlist_element* run = attr->rl; run->length != 0; ++run) {
+    if (run->lcn < 0) continue;
+    const int64_t start = run->vcn << bits;
+    const int64_t first = std::max(start, from);
+    const int64_t last = std::min((run->vcn + run->length) << bits, to);
+    if (first >= last) continue;
+    const int64_t disk = (run->lcn << bits) + (first - start);
+    for (auto it = held.lower_bound(disk / kSector * kSector); it != held.end() && it->first < disk + (last - first);) {
+      into.insert(*it);
+      it = held.erase(it);
+    }
+  }
+  return true;
+}
+
 ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
   inode = ntfs_pathname_to_inode(volume, nullptr, (std::string("/") + kJournalName).c_str());
   if (inode == nullptr) return nullptr;
@@ -69,6 +92,42 @@ void SwitchJournal::FailWrite(uint64_t n, bool silently) { ntfsdevice::FailWrite
 bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
   device_ = volume->dev;
   extents_.clear();
+  message.clear();
+  // Whatever came before reaches the disk before the journal's making.
+  if (!ntfsdevice::SyncThrough(device_)) {
+    message = "the journal file cannot be written";
+    return false;
+  }
+  // The library writes while it makes the journal are held, then written in
+  // an order where a stop after any write leaves a volume that opens: see
+  // WriteMade.
+  ntfsdevice::Hold(device_);
+  const bool made = Make(volume, message);
+  const bool written = WriteMade(volume);
+  if (!made || !written) {
+    extents_.clear();
+    if (message.empty()) message = "the journal file cannot be written";
+    return false;
+  }
+  capacity_ = 0;
+  for (const Extent& e : extents_) capacity_ += e.bytes;
+  capacity_ = std::min(capacity_, kJournalBytes);
+  if (capacity_ < 4 * kSector) {
+    extents_.clear();
+    message = "the journal file cannot be written";
+    return false;
+  }
+  // Cleared, so that nothing older is ever taken for a complete journal.
+  std::array<uint8_t, kSector> empty{};
+  if (!WriteJournal(0, empty.data(), kSector) || ntfs_device_sync(device_) != 0) {
+    extents_.clear();
+    message = "the journal file cannot be written";
+    return false;
+  }
+  return true;
+}
+
+bool SwitchJournal::Make(ntfs_volume* volume, std::string& message) {
   ntfs_inode* inode = nullptr;
   ntfs_attr* data = OpenJournal(volume, inode);
   if (data == nullptr) {
@@ -111,23 +170,43 @@ bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
   }
   record_ = inode->mft_no;
   if (data != nullptr) ntfs_attr_close(data);
-  ok = ntfs_inode_close(inode) == 0 && ok && ntfs_device_sync(device_) == 0;
-  capacity_ = 0;
-  for (const Extent& e : extents_) capacity_ += e.bytes;
-  capacity_ = std::min(capacity_, kJournalBytes);
-  if (!ok || capacity_ < 4 * kSector) {
-    extents_.clear();
-    message = "the journal file cannot be written";
-    return false;
+  return ntfs_inode_close(inode) == 0 && ok;
+}
+
+bool SwitchJournal::WriteMade(ntfs_volume* volume) {
+  // Where the root folder's index lies, read while the writes are still
+  // held, as the library now sees it.
+  const int bits = volume->cluster_size_bits;
+  const int64_t record = int64_t(FILE_root) << volume->mft_record_size_bits;
+  ntfs_inode* root = ntfs_inode_open(volume, FILE_root);
+  ntfs_attr* allocation = root != nullptr ? ntfs_attr_open(root, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4) : nullptr;
+  bool ok = root != nullptr;
+  for (ntfs_attr* attr : {volume->lcnbmp_na, volume->mftbmp_na, volume->mft_na, volume->mftmirr_na, allocation}) {
+    if (attr != nullptr && NAttrNonResident(attr)) ok = ntfs_attr_map_whole_runlist(attr) == 0 && ok;
   }
-  // Cleared, so that nothing older is ever taken for a complete journal.
-  std::array<uint8_t, kSector> empty{};
-  if (!WriteJournal(0, empty.data(), kSector) || ntfs_device_sync(device_) != 0) {
-    extents_.clear();
-    message = "the journal file cannot be written";
-    return false;
-  }
-  return true;
+  Sectors held = ntfsdevice::TakeHeld();
+  Sectors bitmaps, head, mirror, index, rootRecord;
+  const int64_t mirrored = int64_t(volume->mftmirr_size) << volume->mft_record_size_bits;
+  ok = ok && TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, held, bitmaps) &&
+            TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, held, bitmaps) &&
+            TakeRange(volume->mft_na, bits, 0, mirrored, held, head) &&
+            TakeRange(volume->mftmirr_na, bits, 0, mirrored, held, mirror) &&
+            TakeRange(volume->mft_na, bits, record, record + volume->mft_record_size, held, rootRecord) &&
+            (allocation == nullptr || TakeRange(allocation, bits, 0, INT64_MAX, held, index));
+  if (allocation != nullptr) ntfs_attr_close(allocation);
+  if (root != nullptr) ntfs_inode_close(root);
+  // First what marks clusters and records in use: a stop after it leaves
+  // them in use with no owner. Then the journal's record and its data, and
+  // after them the master file table's own first records (grown to hold the
+  // new record) and their mirror: a stop after it leaves a record no folder
+  // names. Last the root folder naming it, its index blocks before the
+  // record that leads to them.
+  return ntfsdevice::WriteThrough(device_, bitmaps) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, held) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, head) && ntfsdevice::WriteThrough(device_, mirror) &&
+         ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, index) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, rootRecord) && ntfsdevice::SyncThrough(device_) && ok;
 }
 
 bool SwitchJournal::Remove(ntfs_volume* volume) {
@@ -159,17 +238,7 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
   extents_.clear();
   Sectors bitmap;
   Sectors others = ntfsdevice::TakeHeld();
-  ntfs_attr* bits = volume->lcnbmp_na;
-  ok = ok && ntfs_attr_map_whole_runlist(bits) == 0;
-  for (const runlist_element* run = ok ? bits->rl : nullptr; run != nullptr && run->length != 0; ++run) {
-    if (run->lcn < 0) continue;
-    const int64_t from = run->lcn << volume->cluster_size_bits;
-    const int64_t to = from + (run->length << volume->cluster_size_bits);
-    for (auto it = others.lower_bound(from); it != others.end() && it->first < to;) {
-      bitmap.insert(*it);
-      it = others.erase(it);
-    }
-  }
+  ok = ok && TakeRange(volume->lcnbmp_na, volume->cluster_size_bits, 0, INT64_MAX, others, bitmap);
   return ok && ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
          ntfsdevice::WriteThrough(device_, bitmap) && ntfsdevice::SyncThrough(device_);
 }
@@ -304,4 +373,77 @@ InterruptedSwitch FinishInterruptedSwitch(ntfs_volume* probe, bool apply) {
   ok = ok && pwrite(fd, empty.data(), kSector, headerLcn << probe->cluster_size_bits) == kSector &&
        fsync(fd) == 0;
   return ok ? InterruptedSwitch::Applied : InterruptedSwitch::Failed;
+}
+
+namespace {
+
+template <typename T>
+T At(const std::vector<uint8_t>& bytes, size_t offset) {
+  T value{};
+  if (offset + sizeof value <= bytes.size()) std::memcpy(&value, bytes.data() + offset, sizeof value);
+  return value;
+}
+
+// A record as the library reads it: its signature, and every sector ending
+// in the update sequence number, which is then put back. False when torn.
+bool Fixed(std::vector<uint8_t>& record) {
+  if (record.size() < 48 || std::memcmp(record.data(), "FILE", 4) != 0) return false;
+  const auto offset = At<uint16_t>(record, 4);
+  const auto count = At<uint16_t>(record, 6);
+  if (count < 2 || size_t(count - 1) * kSector != record.size() || offset + size_t(count) * 2 > record.size()) {
+    return false;
+  }
+  const auto number = At<uint16_t>(record, offset);
+  for (size_t i = 1; i < count; ++i) {
+    const size_t end = i * kSector - 2;
+    if (At<uint16_t>(record, end) != number) return false;
+    std::memcpy(record.data() + end, record.data() + offset + i * 2, 2);
+  }
+  return true;
+}
+
+// Whether the volume record's information carries the disk-check mark.
+bool RecordMarked(const std::vector<uint8_t>& record) {
+  constexpr uint32_t kVolumeInformation = 0x70, kEnd = 0xFFFFFFFF;
+  for (size_t at = At<uint16_t>(record, 0x14); at + 24 <= record.size();) {
+    const auto type = At<uint32_t>(record, at);
+    const auto length = At<uint32_t>(record, at + 4);
+    if (type == kEnd || length < 24) return false;
+    if (type == kVolumeInformation) {
+      if (record[at + 8] != 0) return false;  // always resident
+      return (At<uint16_t>(record, at + At<uint16_t>(record, at + 0x14) + 0x0A) & VOLUME_IS_DIRTY) != 0;
+    }
+    at += length;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool RestoreMirror(int fd) {
+  std::vector<uint8_t> boot(kSector);
+  if (pread(fd, boot.data(), kSector, 0) != kSector || std::memcmp(boot.data() + 3, "NTFS    ", 8) != 0) return false;
+  const int64_t sector = At<uint16_t>(boot, 0x0B);
+  const uint8_t perCluster = boot[0x0D];
+  const int64_t cluster = sector * (perCluster > 0x80 ? int64_t(1) << (256 - perCluster) : perCluster);
+  const auto perRecord = int8_t(boot[0x40]);
+  const int64_t recordBytes = perRecord > 0 ? perRecord * cluster : perRecord > -31 ? int64_t(1) << -perRecord : 0;
+  const auto table = At<int64_t>(boot, 0x30);
+  const auto mirrorAt = At<int64_t>(boot, 0x38);
+  if (sector != kSector || cluster <= 0 || recordBytes < 1024 || recordBytes > (1 << 16) || table <= 0 ||
+      mirrorAt <= 0) {
+    return false;
+  }
+  const int64_t records = cluster <= 4 * recordBytes ? 4 : cluster / recordBytes;
+  const int64_t bytes = records * recordBytes;
+  std::vector<uint8_t> first(static_cast<size_t>(bytes)), mirror(static_cast<size_t>(bytes));
+  if (pread(fd, first.data(), size_t(bytes), table * cluster) != bytes ||
+      pread(fd, mirror.data(), size_t(bytes), mirrorAt * cluster) != bytes || first == mirror) {
+    return false;
+  }
+  for (int64_t i = 0; i < records; ++i) {
+    std::vector<uint8_t> record(first.begin() + i * recordBytes, first.begin() + (i + 1) * recordBytes);
+    if (!Fixed(record) || (i == FILE_Volume && !RecordMarked(record))) return false;
+  }
+  return pwrite(fd, first.data(), size_t(bytes), mirrorAt * cluster) == bytes && fsync(fd) == 0;
 }

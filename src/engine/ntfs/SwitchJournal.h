@@ -55,6 +55,10 @@ class SwitchJournal {
     int64_t offset, bytes;
   };
   bool WriteJournal(int64_t at, const uint8_t* data, int64_t bytes);
+  // The journal file opened or made, written in full, its clusters noted.
+  bool Make(_ntfs_volume* volume, std::string& message);
+  // What the library wrote while making it, from the holding onto the volume.
+  bool WriteMade(_ntfs_volume* volume);
   ntfs_device* device_ = nullptr;
   uint64_t record_ = 0;
   std::vector<Extent> extents_;
@@ -69,3 +73,10 @@ enum class InterruptedSwitch { None, Applied, Pending, Failed };
 // layer; when `apply` (its descriptor open for writing), a complete journal
 // is written to the device and cleared (the probe must be remounted after).
 InterruptedSwitch FinishInterruptedSwitch(_ntfs_volume* probe, bool apply);
+
+// At opening for writing, when the library refuses the volume: a run stopped
+// between the master file table's first records and their mirror copy left
+// the two unequal. On a volume that carries the disk-check mark, with every
+// record of the table whole, the table's records are copied over the
+// mirror, as a disk check would. True when it did (the volume may open now).
+bool RestoreMirror(int fd);

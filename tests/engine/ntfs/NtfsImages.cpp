@@ -309,10 +309,18 @@ bool MarkedDirty(const std::string& image) {
   return dirty;
 }
 
-bool MarkDirty(const std::string& image) {
+namespace {
+bool WriteDirty(const std::string& image, bool dirty) {
   NtfsImageWriter writer(image);
-  return writer.volume != nullptr &&
-         ntfs_volume_write_flags(writer.volume, le16(writer.volume->flags | VOLUME_IS_DIRTY)) == 0;
+  if (writer.volume == nullptr) return false;
+  const le16 flags = dirty ? le16(writer.volume->flags | VOLUME_IS_DIRTY) : le16(writer.volume->flags & ~VOLUME_IS_DIRTY);
+  return ntfs_volume_write_flags(writer.volume, flags) == 0;
+}
+}  // namespace
+
+bool MarkDirty(const std::string& image) { return WriteDirty(image, true); }
+
+bool ClearDirty(const std::string& image) { return WriteDirty(image, false);
 }
 
 bool MarkHibernated(const std::string& image) {

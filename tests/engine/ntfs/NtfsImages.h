@@ -86,10 +86,12 @@ class TskView : ImageHandle {
 // killed mid-move may leave clusters claimed for a copy no file took over.
 std::string ClusterAccountingFaults(const std::string& image, bool killed);
 
-// Marks the volume for a disk check, as its own system does after a crash.
+// Marks the volume for a disk check, as its own system does after a crash;
+// ClearDirty clears the mark, as its check does when it finds nothing.
 // MarkedDirty: whether it carries the mark.
 bool MarkedDirty(const std::string& image);
 bool MarkDirty(const std::string& image);
+bool ClearDirty(const std::string& image);
 // Writes the hibernation file a hibernated or fast-started system leaves.
 bool MarkHibernated(const std::string& image);
 // Points the last run of a file's data past the end of the volume, as a
