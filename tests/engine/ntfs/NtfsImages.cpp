@@ -323,6 +323,21 @@ bool MarkDirty(const std::string& image) { return WriteDirty(image, true); }
 bool ClearDirty(const std::string& image) { return WriteDirty(image, false);
 }
 
+bool UnequalMirror(const std::string& image) {
+  ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
+  if (volume == nullptr) return false;
+  // The record's sequence number, inside the bytes the two are compared on.
+  const off_t at = (off_t(volume->mftmirr_lcn) << volume->cluster_size_bits) + volume->mft_record_size + 0x10;
+  ntfs_umount(volume, BOOL(false));
+  const int fd = open(image.c_str(), O_RDWR);
+  uint8_t byte = 0;
+  bool ok = fd >= 0 && pread(fd, &byte, 1, at) == 1;
+  byte ^= 0x5A;
+  ok = ok && pwrite(fd, &byte, 1, at) == 1;
+  if (fd >= 0) close(fd);
+  return ok;
+}
+
 bool MarkHibernated(const std::string& image) {
   // The header a hibernated or fast-started system leaves in its
   // hibernation file, at the root of the volume.

@@ -92,6 +92,9 @@ std::string ClusterAccountingFaults(const std::string& image, bool killed);
 bool MarkedDirty(const std::string& image);
 bool MarkDirty(const std::string& image);
 bool ClearDirty(const std::string& image);
+// Changes a byte of the second record's copy in the master file table's
+// mirror, so that the two differ.
+bool UnequalMirror(const std::string& image);
 // Writes the hibernation file a hibernated or fast-started system leaves.
 bool MarkHibernated(const std::string& image);
 // Points the last run of a file's data past the end of the volume, as a

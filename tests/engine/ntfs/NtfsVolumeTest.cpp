@@ -438,6 +438,8 @@ TEST_F(NtfsCommandTest, RefusesMarkedAndHeldVolumesAndWritesNothing) {
   } cases[] = {
       {"dirty", MarkDirty, NtfsOpenFailure::Dirty, "disk check"},
       {"hibernated", MarkHibernated, NtfsOpenFailure::Hibernated, "hibernated"},
+      // Brought in line only on a volume a stopped run left marked.
+      {"mirror unequal", UnequalMirror, NtfsOpenFailure::CannotOpen, "cannot be opened as an NTFS volume"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
