@@ -423,15 +423,20 @@ bool RecordMarked(const std::vector<uint8_t>& record) {
 bool RestoreMirror(int fd) {
   std::vector<uint8_t> boot(kSector);
   if (pread(fd, boot.data(), kSector, 0) != kSector || std::memcmp(boot.data() + 3, "NTFS    ", 8) != 0) return false;
+  // The boot sector is outside input: every field is checked against what
+  // a volume can hold before it sizes a read or an offset.
+  constexpr int64_t kLargestCluster = 2 << 20;
   const int64_t sector = At<uint16_t>(boot, 0x0B);
   const uint8_t perCluster = boot[0x0D];
-  const int64_t cluster = sector * (perCluster > 0x80 ? int64_t(1) << (256 - perCluster) : perCluster);
+  const int shift = perCluster > 0x80 ? 256 - perCluster : 0;
+  if (sector != kSector || perCluster == 0 || shift > 12) return false;
+  const int64_t cluster = sector * (shift > 0 ? int64_t(1) << shift : perCluster);
   const auto perRecord = int8_t(boot[0x40]);
   const int64_t recordBytes = perRecord > 0 ? perRecord * cluster : perRecord > -31 ? int64_t(1) << -perRecord : 0;
   const auto table = At<int64_t>(boot, 0x30);
   const auto mirrorAt = At<int64_t>(boot, 0x38);
-  if (sector != kSector || cluster <= 0 || recordBytes < 1024 || recordBytes > (1 << 16) || table <= 0 ||
-      mirrorAt <= 0) {
+  if (cluster > kLargestCluster || recordBytes < 1024 || recordBytes > (1 << 16) || table <= 0 || mirrorAt <= 0 ||
+      table > INT64_MAX / cluster - 1 || mirrorAt > INT64_MAX / cluster - 1) {
     return false;
   }
   const int64_t records = cluster <= 4 * recordBytes ? 4 : cluster / recordBytes;
