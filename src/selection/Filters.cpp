@@ -73,49 +73,6 @@ std::wstring_view UpperCaseInto(std::wstring& buffer, std::wstring_view path) {
 
 thread_local std::wstring tUpperPath;
 
-// Both texts already upper case.
-bool MatchUpper(std::wstring_view path, std::wstring_view mask) {
-  size_t p = 0, m = 0;
-  // Up to the first star every character must fit.
-  while (p < path.size() && m < mask.size() && mask[m] != L'*') {
-    if (mask[m] != L'?' && mask[m] != path[p]) return false;
-    ++p;
-    ++m;
-  }
-  if (m < mask.size() || p < path.size()) {
-    if (m == mask.size()) return false;  // mask used up, path left, no star
-    // Quick rejection: whatever the stars take, the mask's text behind its
-    // last star has to fit the end of the path. Most masks ("*.tmp",
-    // "*\memory.dmp") fail here without any backtracking.
-    size_t lastStar = mask.find_last_of(L'*');
-    if (lastStar != std::wstring_view::npos && lastStar >= m) {
-      size_t tail = mask.size() - lastStar - 1;
-      if (tail > path.size() - p) return false;
-      for (size_t i = 1; i <= tail; ++i) {
-        wchar_t unit = mask[mask.size() - i];
-        if (unit != L'?' && unit != path[path.size() - i]) return false;
-      }
-    }
-    size_t starMask = std::wstring_view::npos, starPath = 0;
-    while (p < path.size()) {
-      if (m < mask.size() && mask[m] == L'*') {
-        if (++m == mask.size()) return true;
-        starMask = m;
-        starPath = p + 1;
-      } else if (m < mask.size() && (mask[m] == L'?' || mask[m] == path[p])) {
-        ++m;
-        ++p;
-      } else {
-        if (starMask == std::wstring_view::npos) return false;
-        m = starMask;
-        p = starPath++;
-      }
-    }
-  }
-  while (m < mask.size() && mask[m] == L'*') ++m;
-  return m == mask.size();
-}
-
 bool IsMask(FilterKind kind) { return kind == FilterKind::UserMask || kind == FilterKind::BuiltInMask; }
 
 }  // namespace

@@ -84,24 +84,55 @@ size_t HashNoCase(std::wstring_view text) {
   return static_cast<size_t>(hash);
 }
 
-bool NameMatches(std::wstring_view pattern, std::wstring_view name) {
-  size_t p = 0, n = 0, starP = std::wstring_view::npos, starN = 0;
-  while (n < name.size()) {
-    if (p < pattern.size() && (pattern[p] == L'?' || UpperCaseUnit(pattern[p]) == UpperCaseUnit(name[n]))) {
-      ++p;
-      ++n;
-    } else if (p < pattern.size() && pattern[p] == L'*') {
-      starP = p++;
-      starN = n;
-    } else if (starP != std::wstring_view::npos) {
-      p = starP + 1;
-      n = ++starN;
-    } else {
-      return false;
+bool MatchUpper(std::wstring_view path, std::wstring_view mask) {
+  size_t p = 0, m = 0;
+  // Up to the first star every character must fit.
+  while (p < path.size() && m < mask.size() && mask[m] != L'*') {
+    if (mask[m] != L'?' && mask[m] != path[p]) return false;
+    ++p;
+    ++m;
+  }
+  if (m < mask.size() || p < path.size()) {
+    if (m == mask.size()) return false;  // mask used up, path left, no star
+    // Quick rejection: whatever the stars take, the mask's text behind its
+    // last star has to fit the end of the path. Most masks ("*.tmp",
+    // "*\memory.dmp") fail here without any backtracking.
+    size_t lastStar = mask.find_last_of(L'*');
+    if (lastStar != std::wstring_view::npos && lastStar >= m) {
+      size_t tail = mask.size() - lastStar - 1;
+      if (tail > path.size() - p) return false;
+      for (size_t i = 1; i <= tail; ++i) {
+        wchar_t unit = mask[mask.size() - i];
+        if (unit != L'?' && unit != path[path.size() - i]) return false;
+      }
+    }
+    size_t starMask = std::wstring_view::npos, starPath = 0;
+    while (p < path.size()) {
+      if (m < mask.size() && mask[m] == L'*') {
+        if (++m == mask.size()) return true;
+        starMask = m;
+        starPath = p + 1;
+      } else if (m < mask.size() && (mask[m] == L'?' || mask[m] == path[p])) {
+        ++m;
+        ++p;
+      } else {
+        if (starMask == std::wstring_view::npos) return false;
+        m = starMask;
+        p = starPath++;
+      }
     }
   }
-  while (p < pattern.size() && pattern[p] == L'*') ++p;
-  return p == pattern.size();
+  while (m < mask.size() && mask[m] == L'*') ++m;
+  return m == mask.size();
+}
+
+bool NameMatches(std::wstring_view pattern, std::wstring_view name) {
+  thread_local std::wstring upperPattern, upperName;
+  upperPattern.resize(pattern.size());
+  for (size_t i = 0; i < pattern.size(); ++i) upperPattern[i] = UpperCaseUnit(pattern[i]);
+  upperName.resize(name.size());
+  for (size_t i = 0; i < name.size(); ++i) upperName[i] = UpperCaseUnit(name[i]);
+  return MatchUpper(upperName, upperPattern);
 }
 
 std::wstring FormatWithStrings(std::wstring_view format, std::initializer_list<std::wstring_view> args) {

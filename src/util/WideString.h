@@ -30,6 +30,10 @@ int CompareNoCase(std::wstring_view a, std::wstring_view b);
 bool EqualNoCase(std::wstring_view a, std::wstring_view b);
 // A hash of the upper-cased text: equal under EqualNoCase gives equal hashes.
 size_t HashNoCase(std::wstring_view text);
+// A text against a mask, both already upper case: "*" any run, "?" one
+// character. Used for every file of a walk, so it rejects most masks by
+// their end before it backtracks.
+bool MatchUpper(std::wstring_view text, std::wstring_view mask);
 // A file name against a search pattern as the file system matches it: "*"
 // any run, "?" one character, case-insensitive (see above).
 bool NameMatches(std::wstring_view pattern, std::wstring_view name);
