@@ -1,3 +1,6 @@
+// The analysis counts fragments as they lie on the volume, in both of its
+// forms, and ends a reading normally only at the end of the runs or on the
+// end-of-file answer: any other refusal is an error of the file.
 #include "engine/Analysis.h"
 
 #include <array>
@@ -9,12 +12,7 @@ namespace {
 
 class AnalysisTest : public SimTest {
  protected:
-  FileAnalysis Analyse(const std::wstring& path, int expectedReturn = 1) {
-    FileAnalysis result;
-    EXPECT_EQ(AnalyseFile(path, result), expectedReturn);
-    return result;
-  }
-
+  // The list-building form on a handle opened for moving; the list's nodes.
   std::vector<Extent> ListOf(const std::wstring& path, FileAnalysis& result, bool expectOk = true) {
     FsHandle file = Va().OpenFileForMoving(path);
     EXPECT_NE(file, kInvalidHandle);
@@ -26,74 +24,88 @@ class AnalysisTest : public SimTest {
   }
 };
 
-TEST_F(AnalysisTest, CountsFragmentsAsTheyLieOnTheVolume) {
-  Volume(
-      "volume letter=Z clusters=4000\n"
-      "file \"Z:\\contiguous\" size=40960 runs=100:10\n"
-      "file \"Z:\\atzero\" size=4096 runs=0:5\n"
-      "file \"Z:\\three\" size=40960 runs=200:2,500:3,300:5\n"
-      "file \"Z:\\empty\" size=0\n"
-      "file \"Z:\\small\" size=300 resident\n"
-      "; physically adjacent runs around holes count once\n"
-      "file \"Z:\\sparse\" size=65536 runs=600:4,*:8,604:4\n"
-      "; a run continuing its predecessor, reported apart, is the same fragment\n"
-      "file \"Z:\\split\" size=40960 runs=700:4,704:6,900:1\n");
-  FileAnalysis r = Analyse(L"Z:\\contiguous");
-  EXPECT_EQ(r.fragments, 1u);
-  EXPECT_EQ(r.clusters, 10u);
-  EXPECT_TRUE(r.outcome.empty());
-  r = Analyse(L"z:\\ATZERO");  // names compare without case
-  EXPECT_EQ(r.fragments, 0u);  // the first run is compared with cluster 0
-  EXPECT_EQ(r.clusters, 5u);
-  r = Analyse(L"\\\\?\\Z:\\three");
-  EXPECT_EQ(r.fragments, 3u);
-  EXPECT_EQ(r.clusters, 10u);
-  for (const wchar_t* path : {L"Z:\\empty", L"Z:\\small"}) {
-    r = Analyse(path);
-    EXPECT_EQ(r.fragments, 0u);
-    EXPECT_EQ(r.clusters, 0u);
-    EXPECT_TRUE(r.outcome.empty());
-  }
-  r = Analyse(L"Z:\\sparse");
-  EXPECT_EQ(r.fragments, 1u);
-  EXPECT_EQ(r.clusters, 8u);
-  r = Analyse(L"Z:\\split");
-  EXPECT_EQ(r.fragments, 2u);
-  EXPECT_EQ(r.clusters, 11u);
-  EXPECT_EQ(volume().OpenHandleCount(), 0u);
-}
-
-TEST_F(AnalysisTest, ManyChunksCountLikeOneAndPendingReadsGiveTheSameAnswer) {
-  // 600 runs: three reads of at most 256. Every run but those starting at a
-  // multiple of 5 continues its predecessor, including runs 256 and 512, the
-  // first of their chunks.
-  std::string runs;
-  int64_t lcn = 10;
-  uint64_t fragments = 0;
-  for (int i = 0; i < 600; ++i) {
-    if (i % 5 == 0) {
-      lcn += 3;
-      ++fragments;
+TEST_F(AnalysisTest, BothFormsCountFragmentsAsTheyLieAndFailOnlyWhenTheFileDoes) {
+  const struct {
+    const wchar_t* name;
+    // Empty: 300 one-cluster runs, two reads of at most 256; the first of the
+    // second read continues the last of the first: 299 fragments.
+    std::string shape = {};
+    const char* fault = "";
+    int returned = 1;
+    uint64_t fragments = 0;
+    uint64_t clusters = 0;
+    const char* outcome = "";
+    bool movable = true;  // opens for moving: the list-building form reads it too
+  } kFiles[] = {
+      {.name = L"contiguous", .shape = "size=40960 runs=100:10", .fragments = 1, .clusters = 10},
+      // The first run is compared with cluster 0.
+      {.name = L"atzero", .shape = "size=4096 runs=0:5", .fragments = 0, .clusters = 5},
+      {.name = L"three", .shape = "size=40960 runs=200:2,500:3,300:5", .fragments = 3, .clusters = 10},
+      {.name = L"empty", .shape = "size=0"},
+      {.name = L"small", .shape = "size=300 resident"},
+      // Physically adjacent runs around a hole count once.
+      {.name = L"sparse", .shape = "size=65536 runs=600:4,*:8,604:4", .fragments = 1, .clusters = 8},
+      // A run continuing its predecessor, reported apart, is the same fragment.
+      {.name = L"split", .shape = "size=40960 runs=700:4,704:6,900:1", .fragments = 2, .clusters = 11},
+      // A directory opens on the second attempt, with backup semantics.
+      {.name = L"dir", .shape = "size=0 resident directory", .movable = false},
+      // Both attempts fail: the text of the last one.
+      {.name = L"locked", .shape = "size=8192 runs=10:2", .fault = "control=open status=0xC0000043", .returned = 0,
+       .outcome = "The process cannot access the file because it is being used by another process.\r\n",
+       .movable = false},
+      // A refusal answered at once leaves the status block as the caller set
+      // it (zeroed: success), so only the returned status can tell.
+      {.name = L"end2", .fault = "control=pointers call=2 status=0xC0000011", .fragments = 256, .clusters = 256},
+      {.name = L"end1", .fault = "control=pointers call=1 status=0xC0000011"},
+      {.name = L"waited", .fault = "control=pointers call=2 pending", .fragments = 299, .clusters = 300},
+      {.name = L"denied1", .fault = "control=pointers call=1 status=0xC0000022", .returned = 0,
+       .outcome = "Access is denied.\r\n"},
+      {.name = L"denied2", .fault = "control=pointers call=2 status=0xC0000022", .returned = 0, .fragments = 256,
+       .clusters = 256, .outcome = "Access is denied.\r\n"},
+      {.name = L"unsupported", .fault = "control=pointers call=1 status=0xC0000010", .returned = 0,
+       .outcome = "Incorrect function.\r\n"},
+      {.name = L"unknown", .fault = "control=pointers call=1 status=0xC0000999", .returned = 0,
+       .outcome = "Error 0xC0000999"},
+      // A pending read that fails: its status's text, and the file stays
+      // open, the read may still be using it.
+      {.name = L"pending", .fault = "control=pointers call=1 pending status=0xC0000022", .returned = 0,
+       .outcome = "Access is denied.\r\n"},
+  };
+  std::string description = "volume letter=Z clusters=20000\n";
+  int64_t free = 1000;
+  for (const auto& f : kFiles) {
+    std::string shape = f.shape;
+    if (shape.empty()) {
+      shape = "size=4096 runs=";
+      for (int i = 0; i < 300; ++i) shape += (i ? "," : "") + std::to_string(free + 3 * i - (i < 256 ? 0 : 2)) + ":1";
+      free += 1000;
     }
-    runs += (i ? "," : "") + std::to_string(lcn) + ":1";
-    lcn += 1;
+    const std::string path = "\"Z:\\" + WideToUtf8(f.name) + "\" ";
+    description += "file " + path + shape + "\n";
+    if (*f.fault) description += "fault " + path + f.fault + "\n";
   }
-  for (const char* pending : {"off", "on"}) {
-    SCOPED_TRACE(pending);
-    Volume(std::string("volume letter=Z clusters=4000 pending=") + pending +
-           "\nfile \"Z:\\many\" size=2457600 runs=" + runs + "\n");
-    FileAnalysis r = Analyse(L"Z:\\many");
-    EXPECT_EQ(r.fragments, fragments);
-    EXPECT_EQ(r.clusters, 600u);
-    FileAnalysis listed;
-    auto nodes = ListOf(L"Z:\\many", listed);
-    EXPECT_EQ(listed.fragments, fragments);
-    ASSERT_EQ(nodes.size(), fragments);
-    // The fragment of runs 255 to 259 spans the first chunk boundary.
-    EXPECT_EQ(nodes[51].vcn, 255);
-    EXPECT_EQ(nodes[52].vcn, 260);
-    EXPECT_EQ(volume().OpenHandleCount(), 0u);
-    EXPECT_TRUE(Clean());
+  // Faults count their calls: each form reads a volume of its own.
+  Volume(description);
+  for (const auto& f : kFiles) {
+    SCOPED_TRACE(WideToUtf8(f.name));
+    FileAnalysis r;
+    EXPECT_EQ(AnalyseFile(std::wstring(L"Z:\\") + f.name, r), f.returned);
+    EXPECT_EQ(r.fragments, f.fragments);
+    EXPECT_EQ(r.clusters, f.clusters);
+    EXPECT_EQ(Narrow(r.outcome), f.outcome);
+  }
+  EXPECT_EQ(volume().OpenHandleCount(), 1u);  // the pending one's
+  Volume(description);
+  for (const auto& f : kFiles) {
+    if (!f.movable) continue;
+    SCOPED_TRACE(WideToUtf8(f.name) + ", listed");
+    FileAnalysis r;
+    const std::vector<Extent> nodes = ListOf(std::wstring(L"Z:\\") + f.name, r, f.returned == 1);
+    EXPECT_EQ(r.fragments, f.fragments);
+    EXPECT_EQ(Narrow(r.outcome), f.outcome);
+    if (f.returned == 1) {
+      EXPECT_EQ(nodes.size(), f.fragments);
+    }
   }
 }
 
@@ -103,17 +115,16 @@ TEST_F(AnalysisTest, CountingStopsAtTheChunkBoundButTheListDoesNot) {
   std::string runs;
   for (int i = 0; i < kRuns; ++i) runs += (i ? "," : "") + std::to_string(2 * i + 1) + ":1";
   Volume("volume letter=Z clusters=1100000\nfile \"Z:\\huge\" size=4096 runs=" + runs + "\n");
-  FileAnalysis r = Analyse(L"Z:\\huge");
+  FileAnalysis r;
+  EXPECT_EQ(AnalyseFile(L"Z:\\huge", r), 1);
   EXPECT_EQ(r.fragments, uint64_t(kMaxCountedChunks - 1) * 256);
-  EXPECT_EQ(r.clusters, uint64_t(kMaxCountedChunks - 1) * 256);
-  EXPECT_EQ(volume().OpenHandleCount(), 0u);
   FileAnalysis listed;
   ListOf(L"Z:\\huge", listed);
   EXPECT_EQ(listed.fragments, uint64_t(kRuns));
   EXPECT_EQ(gExtentList.Count(), uint64_t(kRuns));
 }
 
-TEST_F(AnalysisTest, ListNodesCarryTheAccumulatedClusters) {
+TEST_F(AnalysisTest, ListNodesCarryTheAccumulatedClustersAndAFailedNodeGivesNR) {
   // Run 2 continues run 1, so its two clusters go into the node of the next
   // fragment; run 5 continues run 4 after the last new fragment and is in no
   // node.
@@ -123,84 +134,15 @@ TEST_F(AnalysisTest, ListNodesCarryTheAccumulatedClusters) {
   FileAnalysis r;
   std::vector<std::array<int64_t, 3>> nodes;
   for (const Extent& e : ListOf(L"Z:\\f", r)) nodes.push_back({e.vcn, e.lcn, int64_t(e.clusterCount)});
-  EXPECT_EQ(r.fragments, 3u);
   EXPECT_EQ(r.clusters, 17u);
   EXPECT_EQ(nodes, (std::vector<std::array<int64_t, 3>>{{0, 100, 4}, {6, 300, 5}, {9, 50, 1}}));
-}
-
-TEST_F(AnalysisTest, NodeAllocationFailureGivesNR) {
-  Volume("volume letter=Z clusters=4000\nfile \"Z:\\f\" size=4096 runs=10:1,20:1,30:1\n");
   static int allocations;
   allocations = 0;
   gExtentAllocator.allocate = [](size_t length) -> void* {
     return ++allocations == 2 ? nullptr : std::malloc(length);
   };
-  FileAnalysis r;
-  auto nodes = ListOf(L"Z:\\f", r, false);
+  EXPECT_EQ(ListOf(L"Z:\\f", r, false).size(), 2u);
   EXPECT_EQ(r.outcome, L"NR");
-  EXPECT_EQ(r.fragments, 3u);
-  EXPECT_EQ(nodes.size(), 2u);
-}
-
-TEST_F(AnalysisTest, FailuresAndRefusals) {
-  Volume(
-      "volume letter=Z clusters=4000\n"
-      "file \"Z:\\dir\" size=0 resident directory\n"
-      "file \"Z:\\locked\" size=8192 runs=10:2\n"
-      "file \"Z:\\pending\" size=4096 runs=30:1,40:1\n"
-      "fault \"Z:\\locked\" control=open status=0xC0000043\n"
-      "fault \"Z:\\pending\" control=pointers call=1 pending status=0xC0000022\n");
-  // A directory opens on the second attempt, with backup semantics.
-  FileAnalysis r = Analyse(L"Z:\\dir");
-  EXPECT_TRUE(r.outcome.empty());
-  // Both attempts fail: the text of the last one.
-  r = Analyse(L"Z:\\locked", 0);
-  EXPECT_EQ(Narrow(r.outcome),
-            "The process cannot access the file because it is being used by another process.\r\n");
-  r = Analyse(L"Z:\\missing", 0);
-  EXPECT_EQ(Narrow(r.outcome), "The system cannot find the file specified.\r\n");
-  // A pending read that fails: the text of its status, which has no text of
-  // its own, and the file stays open.
-  r = Analyse(L"Z:\\pending", 0);
-  EXPECT_EQ(Narrow(r.outcome), "Access is denied.\r\n");
-  EXPECT_EQ(volume().OpenHandleCount(), 1u);
-}
-
-TEST_F(AnalysisTest, OnlyEndOfFileEndsAReadingNormallyAnyOtherRefusalIsAnErrorOfTheFile) {
-  // 300 one-cluster fragments: two reads. A refusal answered at once leaves
-  // the status block as the caller set it (zeroed: success), so only the
-  // returned status can tell.
-  std::string runs;
-  for (int i = 0; i < 300; ++i) runs += (i ? "," : "") + std::to_string(3 * i + 1) + ":1";
-  struct Case {
-    const char* fault;
-    const char* outcome;  // empty: a normal end with the counts so far
-    uint64_t fragments;
-  } cases[] = {
-      {"call=2 status=0xC0000011", "", 256},
-      {"call=1 status=0xC0000011", "", 0},
-      {"call=1 status=0xC0000022", "Access is denied.\r\n", 0},
-      {"call=2 status=0xC0000022", "Access is denied.\r\n", 256},
-      {"call=1 status=0xC0000010", "Incorrect function.\r\n", 0},
-      {"call=1 status=0xC000000D", "The parameter is incorrect.\r\n", 0},
-      {"call=1 status=0xC0000999", "Error 0xC0000999", 0},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.fault);
-    const std::string description = "volume letter=Z clusters=4000\nfile \"Z:\\f\" size=4096 runs=" + runs +
-                                    "\nfault \"Z:\\f\" control=pointers " + c.fault + "\n";
-    Volume(description);
-    const bool normal = std::string(c.outcome).empty();
-    FileAnalysis r = Analyse(L"Z:\\f", normal ? 1 : 0);
-    EXPECT_EQ(Narrow(r.outcome), c.outcome);
-    EXPECT_EQ(r.fragments, c.fragments);
-    EXPECT_EQ(volume().OpenHandleCount(), 0u);
-    // The list-building form before a move: no list, the same text.
-    Volume(description);
-    FileAnalysis listed;
-    ListOf(L"Z:\\f", listed, normal);
-    EXPECT_EQ(Narrow(listed.outcome), c.outcome);
-  }
 }
 
 }  // namespace

@@ -50,6 +50,20 @@ class SimTest : public ::testing::Test {
     return Va().OpenVolume("\\\\.\\Z:");
   }
 
+  // The volume's maximal free runs, cluster by cluster.
+  std::vector<FreeRunSearch::Run> FreeRuns() {
+    std::vector<FreeRunSearch::Run> runs;
+    for (uint64_t c = 0; c < volume_->Settings().clusters; ++c) {
+      if (volume_->InUse(int64_t(c))) continue;
+      if (!runs.empty() && runs.back().start + int64_t(runs.back().length) == int64_t(c)) {
+        ++runs.back().length;
+      } else {
+        runs.push_back({int64_t(c), 1});
+      }
+    }
+    return runs;
+  }
+
   ::testing::AssertionResult Clean() {
     auto violations = volume_->Check();
     if (violations.empty()) return ::testing::AssertionSuccess();

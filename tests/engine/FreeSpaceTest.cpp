@@ -62,13 +62,9 @@ class FreeSpaceTest : public SimTest {
                                          << " after " << bits.pumps << ", map " << mapped;
   }
 
-  // The longest free run, cluster by cluster.
-  uint64_t Largest(uint64_t clusters) {
-    uint64_t largest = 0, current = 0;
-    for (uint64_t c = 0; c < clusters; ++c) {
-      current = volume().InUse(int64_t(c)) ? 0 : current + 1;
-      largest = std::max(largest, current);
-    }
+  uint64_t Largest() {
+    uint64_t largest = 0;
+    for (const auto& run : FreeRuns()) largest = std::max(largest, run.length);
     return largest;
   }
 
@@ -211,7 +207,7 @@ TEST_F(FreeSpaceTest, TheWordWalkTheBitWalkAndTheMapAgreeOnEveryInput) {
   for (size_t i = 0; i < layouts.size(); ++i) {
     SCOPED_TRACE("layout " + std::to_string(i) + " of " + std::to_string(layouts[i].clusters) + " clusters");
     Build(layouts[i]);
-    const uint64_t largest = Largest(layouts[i].clusters);
+    const uint64_t largest = Largest();
     for (uint64_t needed : {uint64_t(1), uint64_t(2), uint64_t(3), uint64_t(5), uint64_t(8), largest, largest + 1,
                             std::max<uint64_t>(1, largest / 2), uint64_t(1 + random() % 500)}) {
       if (needed == 0) continue;
@@ -219,55 +215,6 @@ TEST_F(FreeSpaceTest, TheWordWalkTheBitWalkAndTheMapAgreeOnEveryInput) {
       ASSERT_TRUE(Agree(needed, true));
     }
   }
-}
-
-// Clusters taken and given back, read into the map each time, in the quirky
-// start of the volume as anywhere else.
-TEST_F(FreeSpaceTest, TheMapAgreesAfterChangesAreReadBack) {
-  std::mt19937_64 random(11);
-#ifdef _WIN32
-  constexpr int kLayouts = 40;
-#else
-  constexpr int kLayouts = 300;
-#endif
-  for (int layout = 0; layout < kLayouts; ++layout) {
-    Layout drawn = RandomLayout(random);
-    SCOPED_TRACE("layout " + std::to_string(layout) + ", " + std::to_string(drawn.clusters) + " clusters");
-    Build(drawn);
-    for (int change = 0; change < 6; ++change) {
-      // Take a few free ranges (held: given back by the checkpoint).
-      std::vector<ClusterRun> taken;
-      const auto runs = map_.Runs();
-      for (int i = 0; i < 3 && !runs.empty(); ++i) {
-        const auto& run = runs[random() % runs.size()];
-        const uint64_t offset = random() % run.length;
-        const uint64_t count = 1 + random() % (run.length - offset);
-        std::string error;
-        if (volume().Hold(run.start + int64_t(offset), count, error)) {
-          taken.push_back({run.start + int64_t(offset), count});
-        }
-      }
-      for (bool givenBack : {false, true}) {
-        if (givenBack) volume().Checkpoint();
-        std::wstring message;
-        ASSERT_EQ(map_.Refresh(ui_, handle_, taken, message), 1);
-        const uint64_t largest = Largest(drawn.clusters);
-        for (uint64_t needed : {uint64_t(1), uint64_t(3), largest, largest + 1, uint64_t(1 + random() % 300)}) {
-          if (needed == 0) continue;
-          ASSERT_TRUE(Agree(needed, random() % 2 == 0)) << (givenBack ? "given back" : "taken");
-        }
-      }
-    }
-  }
-}
-
-TEST_F(FreeSpaceTest, AVolumeThatRoundsReadsOddlyIsLeftToTheScan) {
-  Build({70000, {{0, 100}}}, 3);
-  EXPECT_FALSE(map_.Regular());
-  int64_t lcn = 0;
-  std::wstring message;
-  EXPECT_EQ(SearchFreeRun(ui_, handle_, 10, false, lcn, message), 1);
-  EXPECT_EQ(lcn, 100);
 }
 
 }  // namespace
