@@ -2,6 +2,12 @@
 
 #include <array>
 #include <future>
+#include <new>
+#include <thread>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 #include "EngineTestSupport.h"
 
@@ -10,7 +16,7 @@ namespace {
 class RelocationTest : public SimTest {
  protected:
   std::wstring Defragment(const std::wstring& path, FileAnalysis* counts = nullptr) {
-    tried_ = DefragmentFile(ui_, path, counts);
+    DefragmentFile(ui_, path, counts);
     EXPECT_TRUE(Clean());
     // Every file handle closed exactly once; only the volume stays open.
     EXPECT_EQ(volume().FailedCloses(), 0u);
@@ -18,7 +24,6 @@ class RelocationTest : public SimTest {
     return gEngine.moveResultCode;
   }
   std::vector<SimRun> RunsOf(const std::wstring& path) { return volume().FindFile(path)->runs; }
-  bool tried_ = false;
 };
 
 // Free space: 1000..1099, and three gaps of fewer than 10 clusters among the
@@ -42,12 +47,7 @@ TEST_F(RelocationTest, AFragmentedFileEndsUpInOneRunAtTheFoundTarget) {
   EXPECT_EQ(counts.fragments, 4u);
   EXPECT_EQ(counts.clusters, 10u);
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 10}}));
-  EXPECT_EQ(ui_.progressShown, 4u);
   EXPECT_EQ(ui_.progress, (std::vector<uint64_t>{1, 2, 3, 4}));
-  EXPECT_TRUE(tried_);
-  ASSERT_GE(ui_.statusTexts.size(), 2u);
-  EXPECT_EQ(ui_.statusTexts.front(), L"Z:\\four");
-  EXPECT_EQ(ui_.statusTexts.back(), L"Analisi in corso...");
   // The volume stays cached.
   EXPECT_EQ(volume().OpenHandleCount(), 1u);
 }
@@ -62,12 +62,10 @@ TEST_F(RelocationTest, AQuitMessageEndsTheWaitWhileTheThreadStillMoves) {
   ui_.waitStep = [&](WorkerThread&) { return ++waitSteps < 3; };
   DefragmentFile(ui_, L"Z:\\four", nullptr);
   EXPECT_EQ(waitSteps, 3);
-  EXPECT_EQ(gEngine.doneFlags[kDoneMoveThread].load(), 0u);
   EXPECT_TRUE(gEngine.moveThread.Running());
   EXPECT_EQ(gEngine.moveResultCode, L"ST");  // never read as moved
   release.set_value();
   WaitForMoveThread();
-  EXPECT_FALSE(gEngine.moveThread.Running());
   // The file stays the thread's: it finishes its moves and closes it, once.
   EXPECT_TRUE(Clean());
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 10}}));
@@ -81,23 +79,61 @@ TEST_F(RelocationTest, TheVolumeHandleIsCachedPerDriveAndAFailedOpenIsNotRetried
   EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
   // Same drive, lower case: the failed handle is kept, with the first text.
   EXPECT_EQ(Narrow(Defragment(L"z:\\five")), "Access is denied.\r\n");
-  EXPECT_EQ(gVolumeCache.letter, uint32_t(L'Z'));
-  // Another drive closes nothing (nothing was open) and fails its own way.
-  EXPECT_EQ(Narrow(Defragment(L"Y:\\x")), "The system cannot find the file specified.\r\n");
+  // Another drive fails its own way; back on Z: the open is tried again and
+  // now succeeds, then is reused.
   std::wstring message;
   EXPECT_EQ(VolumeForPath(L"Y:\\x", message), kInvalidHandle);
-  EXPECT_EQ(gVolumeCache.letter, uint32_t(L'Y'));
-  // Back on Z: the open is tried again and now succeeds, then is reused.
+  EXPECT_EQ(Narrow(message), "The system cannot find the file specified.\r\n");
   EXPECT_EQ(Defragment(L"Z:\\four"), L"");
   const FsHandle first = gVolumeCache.handle;
   EXPECT_EQ(Defragment(L"z:\\five"), L"");
   EXPECT_EQ(gVolumeCache.handle, first);
-  EXPECT_EQ(volume().OpenHandleCount(), 1u);
+}
+
+// What the crash report is handed when an exception escapes the move
+// thread: the exception still being handled, on the thread it escaped from.
+std::thread::id gTestThread;
+std::atomic<bool> gOutOfMemoryOnMover{false};
+
+void RecordEscaped() {
+  try {
+    std::rethrow_exception(std::current_exception());
+  } catch (const std::bad_alloc&) {
+    gOutOfMemoryOnMover = std::this_thread::get_id() != gTestThread;
+  } catch (...) {
+  }
+}
+
+// A move thread that dies, by an exception or ended without unwinding (the
+// way a lost or killed thread ends), ends the wait with an error: what it
+// moved stays moved, and the file it never closed is closed once, here.
+TEST_F(RelocationTest, AMoveThreadThatDiesNeverReadsAsMoved) {
+  std::vector<void (*)()> deaths = {[] { throw std::bad_alloc(); }};
+#ifdef _WIN32
+  deaths.push_back([] { ExitThread(7); });
+#endif
+  gTestThread = std::this_thread::get_id();
+  SetEscapedExceptionHandler(RecordEscaped);
+  for (auto die : deaths) {
+    ResetAll();
+    Volume(kVolume);
+    ui_.onProgress = [die](uint64_t position) {
+      if (position == 2) die();
+    };
+    EXPECT_EQ(Narrow(Defragment(L"Z:\\four")),
+              "The I/O operation has been aborted because of either a thread exit or an application request.\r\n");
+    EXPECT_FALSE(gEngine.moveThread.Running());
+    EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
+  }
+  SetEscapedExceptionHandler(nullptr);
+  EXPECT_TRUE(gOutOfMemoryOnMover);
 }
 
 // Every way a relocation can end short of moved leaves a text that is not
 // empty (an empty code would tell the user the file was moved), and the
-// extents moved before the failure or a stop stay moved.
+// extents moved before the failure or a stop stay moved. A refusal answered
+// at once leaves the status block untouched, as on the system: the returned
+// status decides, whatever the volume writes into the block.
 TEST_F(RelocationTest, NoFailureReadsAsMoved) {
   const std::vector<SimRun> untouched = {{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}};
   const struct {
@@ -106,19 +142,20 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
     uint64_t stopAt;  // the extent during whose move a stop is asked for, 0 for none
     const char* says;
     std::vector<SimRun> runs;
+    const char* setting = "";
   } kCases[] = {
       {L"Z:\\one", "", 0, "AC", {{1300, 5}}},
       {L"Z:\\big", "", 0, "NF", {{1400, 60}, {1500, 60}}},
       {L"Z:\\four", "", 2, "ST", {{1000, 5}, {1220, 4}, {1230, 1}}},
       {L"Z:\\four", "fault \"Z:\\four\" control=open status=0xC0000043", 0, "being used by another process", untouched},
-      {L"Z:\\four", "fault \"Z:\\four\" control=pointers call=1 pending status=0xC0000022", 0, "Access is denied",
-       untouched},
-      {L"Z:\\four", "fault \"Z:\\four\" control=pointers call=1 pending status=0xC0000999", 0, "Error 0xC0000999",
-       untouched},
-      {L"Z:\\four", "fault \"Z:\" control=volume status=0xC0000022", 0, "Access is denied", untouched},
       {L"Z:\\four", "fault \"Z:\" control=bitmap status=0xC00000BB", 0, "not supported", untouched},
       {L"Z:\\four", "fault \"Z:\" control=bitmap call=1 pending status=0xC0000777", 0, "Error 0xC0000777", untouched},
+      // A target refused is tried once more, and refused again.
       {L"Z:\\four", "fault \"Z:\\four\" control=move status=0xC0000021", 0, "Access is denied", untouched},
+      {L"Z:\\four", "fault \"Z:\\four\" control=move status=0xC000000D", 0, "parameter is incorrect", untouched,
+       " blockOnFailure=on"},
+      {L"Z:\\four", "fault \"Z:\\four\" control=move pending status=0xC0000021", 0, "Access is denied", untouched,
+       " pending=on"},
       {L"Z:\\four", "fault \"Z:\\four\" control=move call=3 status=0xC0000022", 0, "Access is denied",
        {{1000, 5}, {1220, 4}, {1230, 1}}},
       {L"Z:\\four", "fault \"Z:\\four\" control=move call=2 status=0xC0000888", 0, "Error 0xC0000888",
@@ -131,9 +168,11 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
        0, "Access is denied", {{1000, 9}, {1230, 1}}},
   };
   for (const auto& c : kCases) {
-    SCOPED_TRACE(std::string(c.fault) + " " + Narrow(c.path));
+    SCOPED_TRACE(std::string(c.fault) + c.setting + " " + Narrow(c.path));
     ResetAll();
-    Volume(std::string(kVolume) + c.fault + "\n");
+    std::string described = kVolume;
+    described.insert(described.find('\n'), c.setting);
+    Volume(described + c.fault + "\n");
     ui_.onProgress = [&c](uint64_t position) {
       if (position == c.stopAt) gEngine.flags |= kStopRequested;
     };
@@ -147,34 +186,17 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
   }
 }
 
-// A refusal answered at once leaves the status block untouched, as on the
-// system; the outcome is the refusal all the same, whatever the volume writes
-// into the block and whether the answer comes at once or after a wait.
-TEST_F(RelocationTest, ARefusedMoveIsNeverReadAsMoved) {
-  const std::pair<const char*, const char*> kWays[] = {
-      {"", ""}, {" blockOnFailure=on", ""}, {" pending=on", " pending"}};
-  for (const auto& [setting, faultExtra] : kWays) {
-    for (const char* status : {"0xC0000021", "0xC000000D", "0xC0000022"}) {
-      SCOPED_TRACE(std::string(setting) + faultExtra + " " + status);
-      std::string described = kVolume;
-      described.insert(described.find('\n'), setting);
-      Volume(described + "fault \"Z:\\four\" control=move" + faultExtra + " status=" + status + "\n");
-      const std::wstring code = Defragment(L"Z:\\four");
-      EXPECT_FALSE(code.empty());
-      EXPECT_EQ(code, FailureText(uint32_t(std::stoul(status, nullptr, 16))));
-      EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
-    }
-  }
-}
+// Free space: 1000..1099 only; "a" fills it, "b" fits where "a" was.
+const char* kHoldingVolume =
+    "volume letter=Z clusters=2000 checkpoint=on\n"
+    "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
+    "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
+    "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n";
 
-TEST_F(RelocationTest, PartialMovesAndHeldClustersStayConsistent) {
-  // Clusters freed by a move are held until a checkpoint: a second file
-  // cannot be moved into them, and the checker counts them as in use.
-  Volume(
-      "volume letter=Z clusters=2000 checkpoint=on\n"
-      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
-      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
-      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
+TEST_F(RelocationTest, ClustersAMoveFreedAreHeldUntilACheckpoint) {
+  // A second file cannot be moved into them, and the checker counts them as
+  // in use.
+  Volume(kHoldingVolume);
   EXPECT_EQ(Defragment(L"Z:\\a"), L"");
   EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 100}}));
   EXPECT_EQ(Defragment(L"Z:\\b"), L"NF");
@@ -191,15 +213,12 @@ TEST_F(RelocationTest, AMoveThatMovedOnlyPartIsFoundOut) {
   EXPECT_EQ(Defragment(L"Z:\\four", &counts), kMovePartlyMoved);
   EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 7}, {1222, 2}, {1009, 1}}));
   EXPECT_EQ(counts.fragments, 3u);  // as it is now, not as it was
-  EXPECT_EQ(volume().OpenHandleCount(), 1u);  // only the cached volume
   // A chunked move whose target became partly held for a checkpoint after
   // the search stops early with success: the file ends split between the
   // target and where it was.
-  Volume(
-      "volume letter=Z clusters=2000 checkpoint=on partialMoves=on moveChunk=4\n"
-      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
-      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
-      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
+  std::string chunked = kHoldingVolume;
+  chunked.insert(chunked.find('\n'), " partialMoves=on moveChunk=4");
+  Volume(chunked);
   ui_.onProgress = [this](uint64_t position) {
     std::string error;
     if (position == 1) {
@@ -252,7 +271,6 @@ TEST(UnitMovesTest, RequestsStartAndEndOnUnitsAndCarryEveryClusterOnce) {
   // A range longer than a 32-bit count is cut on a unit boundary.
   EXPECT_EQ(plan({{0, 7, (uint64_t{1} << 32) + 100}}),
             (Plan{{0, 0xFFFFFFF0, 0xFFFFFFF0}, {0xFFFFFFF0, 116, 116}}));
-  EXPECT_TRUE(plan({}).empty());
   EXPECT_TRUE(RunsHaveHoles({{16, 100, 4}}));
   EXPECT_FALSE(RunsHaveHoles({{0, 100, 4}, {4, 50, 4}}));
 }

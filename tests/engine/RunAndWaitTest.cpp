@@ -34,10 +34,7 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
 
   // The switches arrive as one argument, which the stand-in understands.
   RecordingEngineUi ui;
-  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_list_tests", SW_HIDE, true), 1);
-  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_list_tests", SW_HIDE, false), 0);
-
-  // With the window's messages handled, the wait also ends with the program.
+  // With the window's messages handled, the wait ends with the program.
   int pumps = 0;
   ui.pump = [&pumps] {
     ++pumps;
@@ -48,8 +45,6 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
   PostThreadMessageW(GetCurrentThreadId(), WM_USER, 0, 0);
   EXPECT_EQ(RunAndWait(ui, program, L"--gtest_list_tests", SW_HIDE, true), 1);
   EXPECT_GE(pumps, 1);
-
-  EXPECT_EQ(RunAndWait(ui, (root / L"missing.exe").wstring(), L"", SW_HIDE, true), 0);
 
   // A cleaner that does not end: "Annulla", pressed among the window's
   // messages, ends the wait at once, and the cleaner goes on by itself.
@@ -63,7 +58,8 @@ TEST(RunAndWaitTest, APathWithBlanksStartsThatProgramAndIsWaitedFor) {
   SetEnvironmentVariableW(L"GTEST_ALSO_RUN_DISABLED_TESTS", L"1");
   const UINT_PTR timer = SetTimer(nullptr, 0, 500, nullptr);
   const DWORD start = GetTickCount();
-  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_filter=RunAndWaitTest.DISABLED_ACleanerThatTakesItsTime", SW_HIDE, true), 0);
+  EXPECT_EQ(RunAndWait(ui, program, L"--gtest_filter=RunAndWaitTest.DISABLED_ACleanerThatTakesItsTime", SW_HIDE, true),
+            0);
   EXPECT_LT(GetTickCount() - start, 10000u);
   KillTimer(nullptr, timer);
   SetEnvironmentVariableW(L"GTEST_ALSO_RUN_DISABLED_TESTS", nullptr);
