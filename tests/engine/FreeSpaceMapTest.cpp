@@ -263,7 +263,8 @@ TEST_F(FreeSpaceMapRunTest, ManyMovesOnAVolumeThatNeverFreesWhatTheyLeave) {
     uint64_t vcns = 0;
     const std::string runs = RandomRuns(random, used, 2 + int(random() % 3), 12, false, vcns);
     if (runs.empty()) continue;
-    s.description += "file \"" + WideToUtf8(step.path) + "\" size=" + std::to_string(vcns * 4096) + " runs=" + runs + "\n";
+    s.description +=
+        "file \"" + WideToUtf8(step.path) + "\" size=" + std::to_string(vcns * 4096) + " runs=" + runs + "\n";
     s.steps.push_back(step);
   }
   checkRuns_ = false;

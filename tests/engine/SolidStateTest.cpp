@@ -11,6 +11,7 @@
 
 #include "engine/SolidState.h"
 #include "engine/SolidStateRecords.h"
+#include "engine/sim/SimDrives.h"
 
 namespace {
 
@@ -25,28 +26,9 @@ constexpr uint16_t kAta8 = 0x01F0;  // versions 4 to 8
 constexpr uint32_t kMapOffset = offsetof(SmartVersionRecord, ideDeviceMap);
 
 using Bytes = std::vector<uint8_t>;
-
-// Identification data as a drive returns it.
-Bytes Identify(uint16_t word80, uint16_t word169, uint16_t word217, const std::string& serial,
-               const std::string& model) {
-  Bytes data(kIdentifyBytes);
-  auto word = [&](int w, uint16_t value) {
-    data[2 * w] = uint8_t(value);
-    data[2 * w + 1] = uint8_t(value >> 8);
-  };
-  auto text = [&](int first, int last, const std::string& t) {
-    for (int w = first; w <= last; ++w) {
-      size_t i = 2 * size_t(w - first);
-      word(w, uint16_t((uint8_t(i < t.size() ? t[i] : ' ') << 8) | uint8_t(i + 1 < t.size() ? t[i + 1] : ' ')));
-    }
-  };
-  word(80, word80);
-  word(169, word169);
-  word(217, word217);
-  text(10, 19, serial);
-  text(27, 46, model);
-  return data;
-}
+// Identification data as a drive returns it: versions, words 169 and 217,
+// serial and model.
+constexpr auto Identify = &SimIdentifyData;
 
 Bytes Descriptor(const std::string& product, const std::string& serial) {
   StorageDeviceDescriptor descriptor{};

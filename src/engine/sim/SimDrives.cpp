@@ -7,11 +7,8 @@
 
 #include "engine/SolidStateRecords.h"
 
-namespace {
-
-// Identification data of a drive: ATA version 8, the given rotation and
-// data-set-management words, a serial and a model.
-std::vector<uint8_t> IdentifyData(uint16_t rotation, uint16_t dataSetManagement, const std::string& model) {
+std::vector<uint8_t> SimIdentifyData(uint16_t versions, uint16_t dataSetManagement, uint16_t rotation,
+                                     const std::string& serial, const std::string& model) {
   std::vector<uint8_t> data(kIdentifyBytes);
   auto setWord = [&](int word, uint16_t value) {
     data[2 * word] = static_cast<uint8_t>(value & 0xFF);
@@ -25,12 +22,20 @@ std::vector<uint8_t> IdentifyData(uint16_t rotation, uint16_t dataSetManagement,
       setWord(w, static_cast<uint16_t>((static_cast<uint8_t>(high) << 8) | static_cast<uint8_t>(low)));
     }
   };
-  setWord(80, 0x01F0);  // ATA versions 4 to 8
+  setWord(80, versions);
   setWord(169, dataSetManagement);
   setWord(217, rotation);
-  setText(10, 19, "SIM0000000000000001");
+  setText(10, 19, serial);
   setText(27, 46, model);
   return data;
+}
+
+namespace {
+
+// A simulated drive's identification data: ATA version 8, the given rotation
+// and data-set-management words, the simulator's serial and the model.
+std::vector<uint8_t> IdentifyData(uint16_t rotation, uint16_t dataSetManagement, const std::string& model) {
+  return SimIdentifyData(0x01F0, dataSetManagement, rotation, "SIM0000000000000001", model);
 }
 
 class SimDeviceHandle final : public DeviceHandle {

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "engine/SolidState.h"
 
@@ -33,6 +34,11 @@ class SimDriveRequests : public DeviceRequests {
   SystemVersion Version() override;
   std::unique_ptr<DeviceHandle> OpenVolume(wchar_t letter) override;
 };
+
+// Identification data as a drive returns it: the ATA versions word (80), the
+// data-set-management (169) and rotation (217) words, the serial and the model.
+std::vector<uint8_t> SimIdentifyData(uint16_t versions, uint16_t dataSetManagement, uint16_t rotation,
+                                     const std::string& serial, const std::string& model);
 
 // Null with `error` set when the description cannot be read.
 std::unique_ptr<SimDriveRequests> ParseSimDrives(const std::string& description, std::string& error);
