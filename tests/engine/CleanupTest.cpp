@@ -18,9 +18,6 @@ class CleanupTest : public ::testing::Test {
     gEngine.flags = 0;
     gCleanupCount = 0;
   }
-  void TearDown() override {
-    gEngine.flags = 0;
-  }
   bool Changed(const std::wstring& change) const {
     const auto& changes = files_.fake.changes;
     return std::find(changes.begin(), changes.end(), change) != changes.end();

@@ -192,17 +192,14 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
   }
 }
 
-// Free space: 1000..1099 only; "a" fills it, "b" fits where "a" was.
-const char* kHoldingVolume =
-    "volume letter=Z clusters=2000 checkpoint=on\n"
-    "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
-    "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
-    "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n";
-
 TEST_F(RelocationTest, ClustersAMoveFreedAreHeldUntilACheckpoint) {
   // A second file cannot be moved into them, and the checker counts them as
   // in use.
-  Volume(kHoldingVolume);
+  Volume(
+      "volume letter=Z clusters=2000 checkpoint=on\n"
+      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
+      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
+      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
   EXPECT_EQ(Defragment(L"Z:\\a"), L"");
   EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 100}}));
   EXPECT_EQ(Defragment(L"Z:\\b"), L"NF");
