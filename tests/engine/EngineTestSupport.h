@@ -41,15 +41,6 @@ class SimTest : public ::testing::Test {
 
   SimVolume& volume() { return *volume_; }
 
-  // A volume of `clusters` with only `used` in use, opened as the engine
-  // opens it.
-  FsHandle BuildVolume(uint64_t clusters, const std::vector<SimRun>& used, const std::string& settings = "") {
-    Volume("volume letter=Z clusters=" + std::to_string(clusters) + " " + settings + "\n");
-    std::string error;
-    for (const SimRun& run : used) EXPECT_TRUE(volume_->Reserve(run.lcn, run.count, error)) << error;
-    return Va().OpenVolume("\\\\.\\Z:");
-  }
-
   // The volume's maximal free runs, cluster by cluster.
   std::vector<FreeRunSearch::Run> FreeRuns() {
     std::vector<FreeRunSearch::Run> runs;

@@ -39,8 +39,12 @@ class FreeSpaceTest : public SimTest {
     };
   }
 
-  void Build(const Layout& layout, uint32_t align = 8) {
-    handle_ = BuildVolume(layout.clusters, layout.used, "bitmapAlign=" + std::to_string(align));
+  // The volume opened as the engine opens it, and the map read from it.
+  void Build(const Layout& layout) {
+    Volume("volume letter=Z clusters=" + std::to_string(layout.clusters) + "\n");
+    std::string error;
+    for (const SimRun& run : layout.used) EXPECT_TRUE(volume().Reserve(run.lcn, run.count, error)) << error;
+    handle_ = Va().OpenVolume("\\\\.\\Z:");
     std::wstring message;
     EXPECT_EQ(map_.Read(ui_, handle_, 1, message), 1);
   }

@@ -192,22 +192,6 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
   }
 }
 
-TEST_F(RelocationTest, ClustersAMoveFreedAreHeldUntilACheckpoint) {
-  // A second file cannot be moved into them, and the checker counts them as
-  // in use.
-  Volume(
-      "volume letter=Z clusters=2000 checkpoint=on\n"
-      "reserve 0 1000\nreserve 1100 100\nreserve 1300 100\nreserve 1440 60\nreserve 1540 460\n"
-      "file \"Z:\\a\" size=4096 runs=1250:50,1200:50\n"
-      "file \"Z:\\b\" size=4096 runs=1400:40,1500:40\n");
-  EXPECT_EQ(Defragment(L"Z:\\a"), L"");
-  EXPECT_EQ(RunsOf(L"Z:\\a"), (std::vector<SimRun>{{1000, 100}}));
-  EXPECT_EQ(Defragment(L"Z:\\b"), L"NF");
-  volume().Checkpoint();
-  EXPECT_EQ(Defragment(L"Z:\\b"), L"");
-  EXPECT_EQ(RunsOf(L"Z:\\b"), (std::vector<SimRun>{{1200, 80}}));
-}
-
 // Compressed and sparse files move in whole 16-cluster units: a request for
 // one fragment carries the rest of its units along, so fragments that share
 // a unit, or a unit split between two runs, must not be asked for twice.
