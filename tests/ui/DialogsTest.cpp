@@ -119,7 +119,7 @@ TEST_F(ItemDialogsTest, TheFragmentsDialogShowsTheWholeTableAndStepsThroughTheSe
     EXPECT_EQ(gSettings.fragmentDetailsHeight, bounds.bottom - bounds.top + 30);
 }
 
-// ---- The item list's colours ----
+// ---- Evidenziazione oggetti ----
 
 // The text colour of one cell of the item list, asked in the list view's
 // order as it paints: the paint, the row, the cell. CLR_INVALID when a stage
@@ -141,32 +141,50 @@ COLORREF CellColour(int row, int column) {
     return draw.clrText;
 }
 
-// Which colour a row gets is the items' own rule; here, that each cell of
-// the list receives the colour meant for it: the fragmented item's highlight
-// on its name only, and across the row with full-row highlighting.
-TEST_F(ItemDialogsTest, HighlightColoursTheNameOnlyUnlessFullRow) {
-    constexpr COLORREF kRed = RGB(230, 0, 0);
-    constexpr int kName = 0, kSize = 2;
-    std::fill(gSettings.itemTextColourEnabled, gSettings.itemTextColourEnabled + kItemColourCount, false);
-    gSettings.itemTextColour[0] = kRed;
-    gSettings.itemTextColourEnabled[0] = true;
+// The highlight dialog's choices, once cancelled and once confirmed, as the
+// item list paints them: errors on with a new colour, skipped off, the whole
+// row. Which colour a row gets is the items' own rule; here, that the dialog
+// stores the choices and each cell of the list receives the colour meant for
+// it. A colour is chosen only for a category that is on.
+TEST_F(ItemDialogsTest, TheHighlightDialogsChoicesReachTheListOnlyOnOk) {
+    const COLORREF colours[] = {RGB(200, 30, 30), RGB(30, 140, 60), RGB(20, 80, 200), RGB(200, 120, 0),
+                                RGB(120, 120, 120)};
+    for (int i = 0; i < kItemColourCount; ++i) {
+        gSettings.itemTextColour[i] = colours[i];
+        gSettings.itemTextColourEnabled[i] = i != 3;
+    }
     gSettings.itemTextColourFullRow = false;
-    // The newest item first: relazione.doc, fragmented, then foto.jpg.
-    EXPECT_EQ(CellColour(0, kName), kRed);
-    EXPECT_NE(CellColour(0, kSize), kRed) << "its size keeps the detail colour";
-    EXPECT_NE(CellColour(1, kName), kRed) << "an item not fragmented has no highlight";
-    gSettings.itemTextColourFullRow = true;
-    EXPECT_EQ(CellColour(0, kSize), kRed) << "full row: the size in the highlight colour too";
-    EXPECT_NE(CellColour(1, kSize), kRed);
+    constexpr int kName = 0, kSize = 2;
+    for (int button : {IDCANCEL, IDOK}) {
+        SCOPED_TRACE(button == IDOK ? "OK" : "Cancel");
+        OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Evidenziazione oggetti");
+        ASSERT_NE(open.Dialog(), nullptr);
+        for (int i = 0; i < kItemColourCount; ++i) {
+            HWND colour = open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + i);
+            EXPECT_EQ(static_cast<COLORREF>(SendMessageW(colour, kColourGet, 0, 0)), colours[i]);
+            EXPECT_EQ(IsWindowEnabled(colour) != FALSE, i != 3) << i;
+        }
+        if (button == IDOK) TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-" + DpiText());
+        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 3), BM_CLICK, 0, 0);
+        EXPECT_TRUE(IsWindowEnabled(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3)));
+        SendMessageW(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3), kColourSet, RGB(1, 2, 3), 0);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 4), BM_CLICK, 0, 0);
+        SendMessageW(open.Item(IDC_HIGHLIGHT_FULL_ROW), BM_CLICK, 0, 0);
+        PostMessageW(open.Dialog(), WM_COMMAND, button, 0);
+        ASSERT_TRUE(open.Closed());
+        const bool kept = button == IDCANCEL;
+        EXPECT_EQ((std::vector<bool>(gSettings.itemTextColourEnabled, gSettings.itemTextColourEnabled + 5)),
+                  (std::vector<bool>{true, true, true, !kept, kept}));
+        EXPECT_EQ(gSettings.itemTextColour[3], kept ? colours[3] : RGB(1, 2, 3));
+        // The newest item first: relazione.doc, fragmented, then foto.jpg, not.
+        EXPECT_EQ(CellColour(0, kName), colours[0]);
+        EXPECT_EQ(CellColour(0, kSize) == colours[0], !kept) << "the size in the highlight colour with the whole row";
+        EXPECT_EQ(CellColour(1, kName), colours[1]);
+        EXPECT_EQ(CellColour(1, kSize) == colours[1], !kept);
+    }
 }
 
 // ---- The status bars ----
-
-std::wstring PartText(HWND bar, int part) {
-    wchar_t text[256] = {};
-    SendMessageW(bar, SB_GETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text));
-    return text;
-}
 
 // A status text changed with the bar's drawing held back (as a run changes
 // them, painted with the window's next paint) reaches the part it was meant
@@ -188,8 +206,8 @@ TEST(StatusBarsTest, TextReachesItsPartAndAHiddenBarStaysHidden) {
         SetTextPaintedLater(bar, SB_SETTEXTW, 0, L"Deframmentazione in corso...", first);
         SetTextPaintedLater(bar, SB_SETTEXTW, 1, L"Z:\\dati\\f1.bin", second);
         SetTextPaintedLater(bar, SB_SETTEXTW, 1, L"Z:\\dati\\f2.bin", second);
-        EXPECT_EQ(PartText(bar, 0), L"Deframmentazione in corso...");
-        EXPECT_EQ(PartText(bar, 1), L"Z:\\dati\\f2.bin");
+        EXPECT_EQ(TestDriver::StatusBarTexts(bar),
+                  (std::vector<std::wstring>{L"Deframmentazione in corso...", L"Z:\\dati\\f2.bin"}));
         EXPECT_EQ((GetWindowLongW(bar, GWL_STYLE) & WS_VISIBLE) != 0, shown);
         DestroyWindow(bar);
     }
@@ -445,53 +463,6 @@ protected:
     }
     Settings saved_;
 };
-
-// ---- Evidenziazione oggetti ----
-
-class HighlightDialogTest : public DialogTest {
-protected:
-    void SetUp() override {
-        DialogTest::SetUp();
-        const COLORREF colours[] = {RGB(200, 30, 30), RGB(30, 140, 60), RGB(20, 80, 200), RGB(200, 120, 0),
-                                    RGB(120, 120, 120)};
-        for (int i = 0; i < kItemColourCount; ++i) {
-            gSettings.itemTextColour[i] = colours[i];
-            gSettings.itemTextColourEnabled[i] = i != 3;
-        }
-        gSettings.itemTextColourFullRow = false;
-    }
-};
-
-// The same changes, once confirmed and once cancelled: errors on with a new
-// colour, skipped off, the whole row. A colour is chosen only for a category
-// that is on.
-TEST_F(HighlightDialogTest, OkStoresTheChoicesAndCancelKeepsThem) {
-    const Settings before = gSettings;
-    for (int button : {IDCANCEL, IDOK}) {
-        SCOPED_TRACE(button == IDOK ? "OK" : "Cancel");
-        OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Evidenziazione oggetti");
-        ASSERT_NE(open.Dialog(), nullptr);
-        for (int i = 0; i < 5; ++i) {
-            HWND colour = open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + i);
-            EXPECT_EQ(static_cast<COLORREF>(SendMessageW(colour, kColourGet, 0, 0)), before.itemTextColour[i]);
-            EXPECT_EQ(IsWindowEnabled(colour) != FALSE, i != 3) << i;
-        }
-        if (button == IDOK) TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-" + DpiText());
-        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 3), BM_CLICK, 0, 0);
-        EXPECT_TRUE(IsWindowEnabled(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3)));
-        SendMessageW(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3), kColourSet, RGB(1, 2, 3), 0);
-        SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 4), BM_CLICK, 0, 0);
-        SendMessageW(open.Item(IDC_HIGHLIGHT_FULL_ROW), BM_CLICK, 0, 0);
-        PostMessageW(open.Dialog(), WM_COMMAND, button, 0);
-        ASSERT_TRUE(open.Closed());
-        const bool kept = button == IDCANCEL;
-        EXPECT_EQ((std::vector<bool>(gSettings.itemTextColourEnabled, gSettings.itemTextColourEnabled + 5)),
-                  (std::vector<bool>{true, true, true, kept ? false : true, kept ? true : false}));
-        EXPECT_EQ(gSettings.itemTextColour[3], kept ? before.itemTextColour[3] : RGB(1, 2, 3));
-        EXPECT_EQ(gSettings.itemTextColour[0], before.itemTextColour[0]);
-        EXPECT_EQ(gSettings.itemTextColourFullRow, !kept);
-    }
-}
 
 // ---- Filtro ----
 

@@ -205,14 +205,13 @@ TEST(CommandTableTest, TheMainMenusMarksComeFromTheSettings) {
 // lock everything that changes the items, the filters, the language or the
 // settings a run reads; Stop is the one command that needs the work.
 TEST(CommandTableTest, WhileBusyOnlyWhatLeavesTheListsAloneIsAllowed) {
-  CommandContext idle;
-  idle.items = 3;
-  idle.itemSelection = 1;
-  idle.focusList = 1;
-  idle.focusSelection = 1;
-  idle.fragmented = 2;
-  idle.marked = 1;
-  idle.reportReady = true;
+  const CommandContext idle{.items = 3,
+                            .itemSelection = 1,
+                            .focusList = 1,
+                            .focusSelection = 1,
+                            .fragmented = 2,
+                            .marked = 1,
+                            .reportReady = true};
   CommandContext busy = idle;
   busy.busy = true;
   for (uint32_t command :
