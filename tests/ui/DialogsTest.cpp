@@ -623,11 +623,9 @@ TEST_F(MessageBoxTest, EveryButtonEndsTheBoxWithItsResultAndEscapeCancelsWhereIt
 TEST_F(MessageBoxTest, MessageShowsBoldRunsAndParagraphsAndTheLanguageText) {
     OpenBox box(0x4, 0, L"Il file <b>Z:\\a.txt</b> non esiste.\r\nSecondo paragrafo.");
     ASSERT_NE(box.Dialog(), nullptr);
-    HWND rich = nullptr;
-    for (HWND child : TestDriver::ChildWindows(box.Dialog())) {
-        if (_wcsicmp(TestDriver::WindowClass(child).c_str(), L"RichEdit20W") == 0) rich = child;
-    }
-    ASSERT_NE(rich, nullptr) << "the message is shown through the rich-edit control";
+    const std::vector<HWND> riches = TestDriver::ChildWindows(box.Dialog(), L"RichEdit20W");
+    ASSERT_EQ(riches.size(), 1u) << "the message is shown through the rich-edit control";
+    HWND rich = riches[0];
     // The tags are gone (the bold run starts where the path does) and the
     // paragraphs are lines of their own.
     EXPECT_EQ(SendMessageW(rich, EM_GETLINECOUNT, 0, 0), 2);
