@@ -169,9 +169,7 @@ protected:
     // The path as the program sees it, for a path below the case folder
     // (the folder itself for an empty one).
     std::wstring Win(const std::string& relative) const {
-        std::wstring path = TestDriver::HostPathToWindows((relative.empty() ? host_ : host_ / relative).string());
-        std::replace(path.begin(), path.end(), L'/', L'\\');
-        return path;
+        return TestDriver::HostPathToWindows((relative.empty() ? host_ : host_ / relative).string());
     }
     std::string WinText(const std::string& relative) const { return Narrow(Win(relative)); }
 

@@ -1,7 +1,7 @@
 // Ordalis.exe as a user starts it: the unattended console text, the help
 // dialog, the single instance, what start-up checks and says, the settings
-// file and the language, and the items that path and profile arguments put
-// into the list.
+// file and the language, and the items that a profile argument puts into the
+// list.
 #include "ProgramCase.h"
 
 
@@ -13,7 +13,6 @@ using TestDriver::RunningProgram;
 using HelpOption = ProgramCase;
 using SingleInstance = ProgramCase;
 using StartupChecks = ProgramCase;
-using PathArguments = ProgramCase;
 using ShippedProgram = ProgramCase;
 using SettingsAndLanguage = ProgramCase;
 
@@ -162,30 +161,6 @@ TEST_F(StartupChecks, WithoutItsPanelsTheWindowSaysSoAndEndsWithSix) {
     EXPECT_EQ(ReadWhole(host_ / "program" / "ordalis.ini"), written);
 }
 
-// A profile's items fill the list and those that are gone are listed in
-// their own dialog first.
-TEST_F(PathArguments, AProfileFillsTheListAndListsWhatIsMissing) {
-    Prepare("profile", ORDALIS_PROGRAM);
-    fs::create_directories(host_ / "data" / "cartella");
-    MakeFile("data/uno.txt", 3);
-    std::ofstream(host_ / "lavoro.olp", std::ios::binary)
-        << Utf16FileLines({L"kv70rx", Win("data/uno.txt"), L">" + Win("data/cartella"), L">" + Win("data/sparita"),
-                           Win("data/perso.txt")});
-    Start(L"/LANG:IT /PROF:" + Win("lavoro.olp"));
-    HWND missing = WaitForTitle(L"Elementi non trovati");
-    ASSERT_NE(missing, nullptr) << "the missing items were not listed";
-    TestDriver::SaveScreenshot(L"e2e_profile_missing_items");
-    // Their kinds are the import's own.
-    EXPECT_EQ(TestDriver::ListViewColumnTexts(TestDriver::FindListViewByHeader(missing, L"Tipo"), 1),
-              (std::vector<std::wstring>{Win("data/sparita"), Win("data/perso.txt")}));
-    TestDriver::PressButton(missing, IDOK);
-    TestDriver::PumpMessages(300);
-    std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/cartella"), Win("data/uno.txt")}));
-    EXPECT_EQ(Close(), 0u);
-}
-
 // Anything that can set the environment of the elevated program must not be
 // able to change what it does: the names the simulating variant reads from
 // its environment (the fault switch among them) are not even in the
@@ -225,9 +200,10 @@ TEST_F(ShippedProgram, LoadsNoDllFromItsOwnFolder) {
 
 // A language given on the command line reaches the window's texts, those
 // written before it was applied included (that it is not kept is the
-// settings file's own). "/NOINI" never writes the file, however the options
-// change.
-TEST_F(SettingsAndLanguage, TheCommandLineLanguageShowsAndNoIniWritesNothing) {
+// settings file's own). A profile's items fill the list, those that are gone
+// listed in their own dialog first. "/NOINI" never writes the file, however
+// the options change.
+TEST_F(SettingsAndLanguage, TheCommandLinesLanguageAndProfileReachTheWindowAndNoIniWritesNothing) {
     Prepare("settings", ORDALIS_PROGRAM, L"LANGUAGE=IT");
     const fs::path file = host_ / "program" / "ordalis.ini";
     Start(L"/LANG:EN");
@@ -239,7 +215,23 @@ TEST_F(SettingsAndLanguage, TheCommandLineLanguageShowsAndNoIniWritesNothing) {
     const std::string written = ReadWhole(file);
     EXPECT_NE(written.find(Utf16FileLines({L"", L"LANGUAGE=IT"}).substr(2)), std::string::npos) << "not kept";
 
-    Start(L"/NOINI");
+    fs::create_directories(host_ / "data" / "cartella");
+    MakeFile("data/uno.txt", 3);
+    std::ofstream(host_ / "lavoro.olp", std::ios::binary)
+        << Utf16FileLines({L"kv70rx", Win("data/uno.txt"), L">" + Win("data/cartella"), L">" + Win("data/sparita"),
+                           Win("data/perso.txt")});
+    Start(L"/NOINI /LANG:IT /PROF:" + Win("lavoro.olp"));
+    HWND missing = WaitForTitle(L"Elementi non trovati");
+    ASSERT_NE(missing, nullptr) << "the missing items were not listed";
+    TestDriver::SaveScreenshot(L"e2e_profile_missing_items");
+    // Their kinds are the import's own.
+    EXPECT_EQ(TestDriver::ListViewColumnTexts(TestDriver::FindListViewByHeader(missing, L"Tipo"), 1),
+              (std::vector<std::wstring>{Win("data/sparita"), Win("data/perso.txt")}));
+    TestDriver::PressButton(missing, IDOK);
+    TestDriver::PumpMessages(300);
+    std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::wstring>{Win("data/cartella"), Win("data/uno.txt")}));
     // A changed option would be saved by a normal exit.
     TestDriver::SendCommand(main_, kCmdOnTop);
     TestDriver::PumpMessages(200);

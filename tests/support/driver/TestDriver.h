@@ -110,7 +110,6 @@ struct WindowQuery {
 HWND FindTopWindow(const WindowQuery& query);
 // Polls until the window exists, pumping this thread's messages meanwhile.
 HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs);
-DWORD ProcessIdOf(HWND window);
 void PumpMessages(DWORD forMs);
 
 // Texts, through WM_GETTEXT, so they work for controls of other processes.

@@ -21,6 +21,12 @@ bool SendWithTimeout(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                                kAnswerTimeoutMs, answer) != 0;
 }
 
+DWORD ProcessIdOf(HWND window) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return processId;
+}
+
 // A block of memory inside the process that owns a window, so that messages
 // whose parameters point to memory (list-view items, status-bar texts) can be
 // sent to a window of another process.
@@ -89,12 +95,6 @@ constexpr size_t kTextCount = 4096;
 constexpr size_t kRecordRoom = 256;
 
 }  // namespace
-
-DWORD ProcessIdOf(HWND window) {
-    DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
-    return processId;
-}
 
 void PumpMessages(DWORD forMs) {
     DWORD start = GetTickCount();
