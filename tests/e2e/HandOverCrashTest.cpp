@@ -114,11 +114,7 @@ protected:
         return report;
     }
     HWND WaitForItalianReport(const std::wstring& picture) {
-        return WaitForReport(L"Eccezione di Ordalis",
-                             {L"Ordalis ha smesso di funzionare",
-                              L"Si \u00E8 verificato un errore dell'applicazione non gestito. Si prega di copiare i "
-                              L"dettagli dell'eccezione negli Appunti di Windows e di inviarli all'autore:",
-                              L"Dettagli problema", L"&Chiudi il programma"},
+        return WaitForReport(L"Eccezione di Ordalis", {L"Ordalis ha smesso di funzionare", L"&Chiudi il programma"},
                              picture);
     }
 
