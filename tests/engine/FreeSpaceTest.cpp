@@ -217,20 +217,6 @@ struct Scenario {
   std::vector<Step> steps;
 };
 
-// Up to `count` reserved stretches of 1..`longest` clusters at random free
-// spots of `used`.
-std::string RandomReserves(std::mt19937_64& random, std::vector<bool>& used, int count, uint64_t longest) {
-  std::string lines;
-  for (int r = 0; r < count; ++r) {
-    int64_t lcn;
-    const uint64_t length = 1 + random() % longest;
-    if (PlaceRandomRun(random, used, length, lcn)) {
-      lines += "reserve " + std::to_string(lcn) + " " + std::to_string(length) + "\n";
-    }
-  }
-  return lines;
-}
-
 // Up to `pieces` runs of 1..`longest` clusters at random free spots of
 // `used`, as a file's runs are described, with a hole after some when
 // `holes`; `vcns` receives the clusters they span, holes included.
@@ -253,6 +239,14 @@ std::string RandomRuns(std::mt19937_64& random, std::vector<bool>& used, int pie
   return runs;
 }
 
+// Crumbled free space: a file in up to `pieces` pieces of 1..`longest`
+// clusters that no step moves.
+std::string Crumbs(std::mt19937_64& random, std::vector<bool>& used, int pieces, uint64_t longest) {
+  uint64_t vcns = 0;
+  const std::string runs = RandomRuns(random, used, pieces, longest, false, vcns);
+  return runs.empty() ? "" : "file \"Z:\\crumbs\" size=" + std::to_string(vcns * 4096) + " runs=" + runs + "\n";
+}
+
 // Whatever the strategy, the volume's ways (checkpoints, partial moves,
 // pending answers, bitmap rounding), compressed files, faults, refused
 // targets and clusters taken under the run's feet.
@@ -272,8 +266,7 @@ Scenario RandomScenario(std::mt19937_64& random) {
                 chance(30) ? "on" : "off", 1u << (random() % 6), chance(10) ? "on" : "off",
                 chance(85) ? 8u : aligns[random() % 3], chance(50) ? "0xC0000021" : "0xC000000D");
   s.description = line;
-  // Crumbled free space: many small reserved stretches.
-  s.description += RandomReserves(random, used, int(random() % 200), 40);
+  s.description += Crumbs(random, used, int(random() % 200), 40);
   const int files = 2 + int(random() % 8);
   for (int f = 0; f < files; ++f) {
     Step step;
@@ -432,7 +425,7 @@ TEST_F(FreeSpaceMapRunTest, ManyMovesOnAVolumeThatNeverFreesWhatTheyLeave) {
   std::vector<bool> used(clusters, false);
   Scenario s;
   s.description = "volume letter=Z clusters=" + std::to_string(clusters) + " checkpoint=on\n";
-  s.description += RandomReserves(random, used, 3000, 60);
+  s.description += Crumbs(random, used, 3000, 60);
   for (int f = 0; f < kManyMoves; ++f) {
     Step step;
     step.path = L"Z:\\m" + std::to_wstring(f);
