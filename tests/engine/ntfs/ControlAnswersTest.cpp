@@ -206,26 +206,6 @@ TEST_P(ControlAnswersTest, CallsTheVolumeCannotAnswerAreRefused) {
   EXPECT_EQ(Va().OpenVolume("\\\\.\\C:"), kInvalidHandle);
 }
 
-// A move over two runs of a file lands them, one run, where it was aimed;
-// its success is written into the status block.
-TEST_P(ControlAnswersTest, AMoveAcrossRunsLandsWhereItWasAimed) {
-  const FsHandle pieces = Open(pieces_);
-  std::vector<RetrievalExtent> extents;
-  ControlRuns(pieces, kSharedBufferLength, &extents);
-  ASSERT_GE(extents.size(), 3u);
-  const int64_t count = extents[1].nextVcn;
-  const int64_t target = FreeRun(count);
-  MoveFileRecord record{uint64_t(pieces), 0, target, uint32_t(count), 0};
-  IoStatusBlock block{};
-  block.status = 77;
-  ASSERT_EQ(Va().MoveClusters(volume_handle_, block, &record, sizeof record), kStatusSuccess);
-  EXPECT_EQ(block.status, kStatusSuccess);
-  const std::vector<PhysicalRun> runs = ControlRuns(pieces);
-  ASSERT_FALSE(runs.empty());
-  EXPECT_EQ(runs[0].lcn, target);
-  EXPECT_GE(runs[0].count, count);
-}
-
 INSTANTIATE_TEST_SUITE_P(Volumes, ControlAnswersTest, ::testing::Bool(),
                          [](const ::testing::TestParamInfo<bool>& info) { return info.param ? "Ntfs" : "Simulated"; });
 
