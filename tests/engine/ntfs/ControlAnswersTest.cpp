@@ -51,8 +51,10 @@ class ControlAnswersTest : public NtfsVolumeTest, public ::testing::WithParamInt
     for (int64_t c = 0; c < clusters_; ++c) used_.push_back((gSharedBuffer.bytes[16 + c / 8] >> (c % 8) & 1) != 0);
   }
   void TearDown() override {
-    for (FsHandle handle : opened_) Va().Close(handle);
-    Va().Close(volume_handle_);
+    if (CurrentVolumeAccess() != nullptr) {
+      for (FsHandle handle : opened_) Va().Close(handle);
+      Va().Close(volume_handle_);
+    }
     NtfsVolumeTest::TearDown();
   }
   FsHandle Open(const std::wstring& path) {
