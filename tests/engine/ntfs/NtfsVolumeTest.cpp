@@ -432,8 +432,9 @@ TEST_F(NtfsStopTest, KilledAtAnyWriteOfAMoveLosesNothingAndLeavesTheMark) {
   std::string output;
   int points = 0, completed = 0;
   for (const auto& c : cases) {
-    Prepare(c.manyPieces);
+    if (&c == cases || c.manyPieces != (&c)[-1].manyPieces) Prepare(c.manyPieces);
     const std::string run = std::string(ORDALIS_NTFS_PROGRAM) + " --defrag " + Quoted(image_) + " " + Quoted(c.path);
+    Restore();
     const std::string trace = image_ + ".trace";
     ASSERT_EQ(RunCommand("strace -f -q -o " + Quoted(trace) + " -e trace=pwrite64 " + run, output), 0) << output;
     // The most writes of one thread.
