@@ -1,4 +1,5 @@
 #include "ItemTestSupport.h"
+#include "items/ItemColours.h"
 #ifdef _WIN32
 #include "items/win32/ShellItemTexts.h"
 #endif
@@ -22,7 +23,9 @@ class ItemCellsTest : public ItemListFixture {
   }
 };
 
-TEST_F(ItemCellsTest, FileCells) {
+// A file's row as shown; its counts may be markers (none yet, no clusters
+// at all, unknown), and a folder has no sizes of its own.
+TEST_F(ItemCellsTest, CellsOfAFileAndAFolder) {
   ItemRecord record = File();
   record.state = ItemState::FragmentedFile;
   record.fragments = 12345;
@@ -32,22 +35,17 @@ TEST_F(ItemCellsTest, FileCells) {
   for (int column = 0; column < kItemColumnCount; ++column) {
     EXPECT_EQ(ItemCellText(record, static_cast<ItemColumn>(column), numbers), expected[column]) << "column " << column;
   }
-}
-
-TEST_F(ItemCellsTest, CountMarkersAndFolderBlanks) {
-  ItemRecord record = File();
-  const std::pair<int64_t, const wchar_t*> counts[] = {{0, L""}, {-3, L"0"}, {-1, L"-"}, {-2, L"-"}, {1, L"1"}};
-  for (auto [count, text] : counts) {
+  for (auto [count, text] : {std::pair{int64_t{0}, L""}, {int64_t{-3}, L"0"}, {int64_t{-2}, L"-"}}) {
     record.fragments = count;
     record.clusters = count;
     EXPECT_EQ(ItemCellText(record, ItemColumn::Fragments, numbers), text);
     EXPECT_EQ(ItemCellText(record, ItemColumn::Clusters, numbers), text);
   }
-  record.flags |= ItemFlags::kFolder;
-  EXPECT_EQ(ItemCellText(record, ItemColumn::Size, numbers), L"");
-  EXPECT_EQ(ItemCellText(record, ItemColumn::SizeOnDisk, numbers), L"");
-  EXPECT_EQ(ItemCellText(record, ItemColumn::PercentOnDisk, numbers), L"");
-  record.flags |= ItemFlags::kSkipped;
+  record.state = ItemState::None;
+  record.flags |= ItemFlags::kFolder | ItemFlags::kSkipped;
+  for (ItemColumn column : {ItemColumn::Size, ItemColumn::SizeOnDisk, ItemColumn::PercentOnDisk}) {
+    EXPECT_EQ(ItemCellText(record, column, numbers), L"");
+  }
   EXPECT_EQ(ItemCellText(record, ItemColumn::State, numbers), L"Scartato");
 }
 
@@ -66,6 +64,31 @@ TEST_F(ItemCellsTest, SortKeysPerColumn) {
       {ItemColumn::Modified, L"F2023020110:11C:\\dir\\f.bin"},
   };
   for (auto [column, key] : keys) EXPECT_EQ(ItemSortKey(file, column), key) << static_cast<int>(column);
+  file.flags |= ItemFlags::kFolder;
+  EXPECT_EQ(ItemSortKey(file, ItemColumn::Size), L"D0000000000001536C:\\dir\\f.bin");
+}
+
+// The first enabled highlight category the row has colours its name (order:
+// fragmented, not fragmented, defragmented, errors, skipped); the other
+// columns take that colour only with full-row highlighting.
+TEST(ItemColours, FirstEnabledCategoryColoursTheNameAndWithFullRowTheDetails) {
+  constexpr uint32_t kGrey = 0x6E6E6E;
+  const uint32_t colours[kHighlightCategoryCount] = {0x0000FF, 0x00FF00, 0xFF0000, 0x00FFFF, 0xFF00FF};
+  const struct {
+    uint32_t flags;
+    bool fragmentedEnabled;
+    bool fullRow;
+    uint32_t name, details;
+  } cases[] = {
+      {0x800 | 0x8, true, false, colours[0], kGrey},
+      {0x2000 | 0x1000, true, true, colours[1], colours[1]},
+      {0x800 | 0x8, false, true, colours[4], colours[4]},
+  };
+  for (const auto& c : cases) {
+    const bool enabled[kHighlightCategoryCount] = {c.fragmentedEnabled, true, true, true, true};
+    const RowColours row = ItemRowColours(c.flags, {colours, enabled, c.fullRow}, kGrey);
+    EXPECT_EQ(std::make_pair(row.name, row.details), std::make_pair(c.name, c.details)) << std::hex << c.flags;
+  }
 }
 
 }  // namespace
