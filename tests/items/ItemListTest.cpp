@@ -98,6 +98,19 @@ TEST(ItemSizesTest, SizeOnDiskAndItsShareKeepTheirShownRounding) {
   EXPECT_EQ(PercentOnDisk(4096, 3), 13653334u);  // double precision: 13653333
 }
 
+// Two fragments is the least that counts as fragmented; the next run starts
+// the item afresh, with no outcome left to colour its row.
+TEST(ItemOutcomesTest, TwoFragmentsCountAsFragmentedUntilTheNextRun) {
+  ItemRecord record;
+  ApplyFileAnalysis(record, true, 2, 40);
+  EXPECT_EQ(record.state, ItemState::FragmentedFile);
+  ResetItemForRun(record);
+  EXPECT_EQ(record.state, ItemState::None);
+  EXPECT_EQ(record.flags, 0u);
+  ApplyFileAnalysis(record, true, 1, 40);
+  EXPECT_EQ(record.state, ItemState::NotFragmentedFile);
+}
+
 TEST_F(AddItemTest, ClusterSizeIsCachedForOneDrive) {
   fs.fake.AddDrive(L'C', 4096);
   fs.fake.AddDrive(L'D', 65536);

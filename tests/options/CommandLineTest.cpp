@@ -55,7 +55,6 @@ TEST(CommandLineOptions, InteractionsApplyInTheirOrder) {
       {kRunClose | kRunCloseIfOk, kRunClose},
       {kRunClose | kRunShutdown, kRunShutdown},
       {kRunCloseIfOk | kRunShutdown, kRunShutdown},
-      {kRunClose | kRunCloseIfOk | kRunShutdown, kRunShutdown},
       {kRunNoGui, kRunNoGui | kRunClose},
       {kRunNoGui | kRunCloseIfOk, kRunNoGui | kRunCloseIfOk},
       {kRunNoGui | kRunShutdown, kRunNoGui | kRunShutdown | kRunClose},

@@ -47,19 +47,14 @@ TEST_F(LanguageFileTest, EntriesCommentsEndEscapesAndLayoutPadding) {
 
   // The display name is searched from the 256th character (the mark is the
   // first) within the first 4,096 bytes, and cut at 255 characters.
-  const struct {
-    std::vector<std::wstring> lines;
-    std::wstring name;
-  } names[] = {
-      {{std::wstring(253, L'x'), L"lng=English (UK)"}, L"English (UK)"},
-      {{L"LNG=Early", std::wstring(300, L'x'), L"LNG=Later"}, L"Later"},
-      {{std::wstring(2100, L'x'), L"LNG=Far"}, L""},
-      {{std::wstring(300, L'x'), L"LNG=" + std::wstring(400, L'n')}, std::wstring(255, L'n')},
+  auto name = [](const std::vector<std::wstring>& lines) {
+    std::vector<uint8_t> start = EncodeUnicodeText(lines);
+    return LanguageDisplayName(start.data(), start.size());
   };
-  for (const auto& c : names) {
-    std::vector<uint8_t> start = EncodeUnicodeText(c.lines);
-    EXPECT_EQ(LanguageDisplayName(start.data(), start.size()), c.name);
-  }
+  EXPECT_EQ(name({std::wstring(253, L'x'), L"lng=English (UK)"}), L"English (UK)");
+  EXPECT_EQ(name({L"LNG=Early", std::wstring(300, L'x'), L"LNG=Later"}), L"Later");
+  EXPECT_EQ(name({std::wstring(2100, L'x'), L"LNG=Far"}), L"");
+  EXPECT_EQ(name({std::wstring(300, L'x'), L"LNG=" + std::wstring(400, L'n')}), std::wstring(255, L'n'));
 
   // The program's own language first, the rest by name; commands by file order.
   std::vector<std::pair<std::wstring, uint32_t>> listed;

@@ -7,10 +7,11 @@
 
 namespace {
 
-// Answers the question as told and records what the import reported; asks
-// to stop once it has seen `stopAfterSteps` progress steps (0: never).
-class RecordingImportUi : public ProfileImportUi {
- public:
+// Imports into a fresh item list from a file in the temporary folder; answers
+// the question as told and records what the import reported; asks to stop
+// once it has seen `stopAfterSteps` progress steps (0: never).
+class ProfileTest : public ItemListFixture, public ProfileImportUi {
+ protected:
   ImportChoice AskAddOrReplace() override {
     ++questions;
     return answer;
@@ -20,18 +21,13 @@ class RecordingImportUi : public ProfileImportUi {
   void Progress(uint64_t done) override { progress.push_back(done); }
   bool StopRequested() override { return stopAfterSteps != 0 && progress.size() == stopAfterSteps; }
   void End() override {}
+  std::wstring Path() const { return file_.path.wstring(); }
+  ImportResult Import() { return ReadProfile(Path(), items, *this, missing); }
 
   ImportChoice answer = ImportChoice::Add;
   int questions = 0;
   std::vector<uint64_t> totals, progress;
   size_t stopAfterSteps = 0;
-};
-
-class ProfileTest : public ItemListFixture, public RecordingImportUi {
- protected:
-  std::wstring Path() const { return file_.path.wstring(); }
-  ImportResult Import() { return ReadProfile(Path(), items, *this, missing); }
-
   ScratchFile file_{"ordalis-profile-", ".olp"};
   std::vector<MissingItem> missing;
 };
@@ -57,11 +53,9 @@ TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
   answer = ImportChoice::Replace;
   EXPECT_EQ(Import(), ImportResult::Imported);
   EXPECT_EQ(questions, 1);
-  // New items go to the front, so a re-import reverses the rows; what
-  // matters is the set and the kinds.
+  // New items go to the front, so a re-import reverses the rows; a folder
+  // read as a file would be missing.
   EXPECT_EQ(WalkPaths(), Lines(before.rbegin(), before.rend()));
-  EXPECT_TRUE(ItemByPath(L"C:\\foto")->flags & ItemFlags::kFolder);
-  EXPECT_FALSE(ItemByPath(L"D:\\b.txt")->flags & ItemFlags::kFolder);
   EXPECT_TRUE(missing.empty());
   EXPECT_EQ(totals, (std::vector<uint64_t>{0, 3}));
 }

@@ -96,27 +96,17 @@ TEST(UnicodeTextReaderTest, LinesStraddleBlocksAndUnitsStraddleReads) {
   for (size_t i = skipReads; i < requests.size(); ++i) EXPECT_EQ(requests[i], UnicodeTextReader::kBlockLength);
 }
 
-class UnicodeTextFileTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() /
-              ("ordalis-text-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  // A wide path inside the test's folder, built without the narrow locale.
-  std::wstring In(const std::wstring& name) const {
-    return folder_.wstring() + static_cast<wchar_t>(std::filesystem::path::preferred_separator) + name;
-  }
-  std::filesystem::path folder_;
-};
+// A file in the temporary folder, by a wide name that the narrow locale
+// could not spell.
+std::wstring TemporaryFile(const std::wstring& name) {
+  return std::filesystem::temp_directory_path().wstring() + L"/ordalis-text-" + name;
+}
 
 // The mark, then each line and CR LF; what the writer wrote reads back, and
 // creating the file again starts it afresh.
-TEST_F(UnicodeTextFileTest, WrittenLinesReadBackAndAFileCreatedAgainIsTruncated) {
+TEST(UnicodeTextFileTest, WrittenLinesReadBackAndAFileCreatedAgainIsTruncated) {
   EXPECT_EQ(EncodeUnicodeText({L"a"}), (std::vector<uint8_t>{0xFF, 0xFE, 'a', 0, '\r', 0, '\n', 0}));
-  std::wstring path = In(L"Profilo \u00E8.olp");
+  const std::wstring path = TemporaryFile(L"Profilo \u00E8.olp");
   for (const Lines& lines : {Lines{L"KV70RX", L"", L"C:\\Cartella\\perch\u00E9.txt", std::wstring(30000, L'z')},
                              Lines{L"only"}}) {
     UnicodeTextWriter writer;
@@ -127,17 +117,13 @@ TEST_F(UnicodeTextFileTest, WrittenLinesReadBackAndAFileCreatedAgainIsTruncated)
     ASSERT_TRUE(reader.Open(path, false, kLineLimitSettings));
     EXPECT_TRUE(ReadAll(reader) == lines);
   }
+  EXPECT_TRUE(DeleteTextFile(path));
 }
 
-TEST_F(UnicodeTextFileTest, OpenAndCreateReportFailures) {
-  UnicodeTextReader reader;
-  EXPECT_FALSE(reader.Open((folder_ / L"missing.ini").wstring(), true, kLineLimitSettings));
-  EXPECT_EQ(reader.Error(), 2u);
-  std::wstring line;
-  EXPECT_FALSE(reader.NextLine(line));
-
+// A file that cannot be made is told, and so is every line after it.
+TEST(UnicodeTextFileTest, CreateReportsItsFailure) {
   UnicodeTextWriter writer;
-  EXPECT_FALSE(writer.Create((folder_ / L"no folder" / L"x.ini").wstring()));
+  EXPECT_FALSE(writer.Create(TemporaryFile(L"no folder/x.ini")));
   EXPECT_NE(writer.Error(), 0u);
   EXPECT_FALSE(writer.WriteLine(L"x"));
 }
