@@ -184,17 +184,6 @@ TEST_F(SettingsFileTest, ColumnOrdersAreWholeAndHiddenColumnsHaveNoWidth) {
   EXPECT_EQ(Written(L"VCL"), L"VCL=1;1;1;1;1;1;1;1;1;1;");
 }
 
-// The nine lines after the first colour are taken in turn, whatever their
-// keys: "6" has no "=", not a digit, so true.
-TEST_F(SettingsFileTest, TheLinesAfterTheFirstColourAreTakenInTurn) {
-  Load({L"RX1.00", L"ItemTextColor0=1", L"x=2", L"y=3", L"z=4", L"ItemTextColorEnabled2=5", L"6", L"=7",
-        L"ItemTextColor4=8", L"9=1"});
-  EXPECT_EQ(std::vector<uint32_t>(std::begin(gSettings.itemTextColour), std::end(gSettings.itemTextColour)),
-            (std::vector<uint32_t>{1, 3, 5, 7, 1}));
-  EXPECT_EQ(std::vector<bool>(gSettings.itemTextColourEnabled, gSettings.itemTextColourEnabled + 4),
-            (std::vector<bool>{true, true, true, true}));
-}
-
 TEST_F(SettingsFileTest, ProfilesSectionWithoutClosingLineEndsAtTheEnd) {
   host.existing = {L"C:\\kept.prf"};
   Load({L"RX1.00", L"RemoveMissingMRUProfiles=1", L"[Profiles]", L"C:\\kept.prf", L"C:\\missing.prf",

@@ -95,44 +95,39 @@ TEST_F(FilterTest, FileAndFolderRulesOverOneListOfEveryKind) {
   }
 }
 
-TEST_F(FilterTest, InclusionRestrictsFilesAndExclusionWins) {
-  ScopedFakeFileQueries fs;
-  EXPECT_EQ(IsFileExcluded(L"C:\\x.exe"), 0) << "no inclusion mask: every file passes";
-  AddInclusion(L"*.dll");
-  EXPECT_EQ(IsFileExcluded(L"C:\\x.exe"), 1);
-  EXPECT_EQ(IsFileExcluded(L"C:\\sys\\y.DLL"), 0);
-  EXPECT_EQ(IsFolderExcluded(L"C:\\bin"), 0) << "inclusion masks play no part for folders";
-  AddInclusion(L"*.exe");
-  EXPECT_EQ(IsFileExcluded(L"C:\\x.exe"), 0);
-  AddExclusion(L'W', L"*.dll");
-  EXPECT_EQ(IsFileExcluded(L"C:\\sys\\y.dll"), 1);
-}
-
-TEST_F(FilterTest, SizeRuleSkipsFilesAboveTheLimitAndFilesWithoutASize) {
+// With the size rule on, a file above the limit or without a size is left
+// out. Inclusion masks, when there are any, restrict files but never
+// folders, and an exclusion wins over them.
+TEST_F(FilterTest, SizeAndInclusionRulesForFiles) {
   ScopedFakeFileQueries fs;
   fs.fake.AddFile(L"C:\\d\\exact.bin", 1024);
   fs.fake.AddFile(L"C:\\d\\over.bin", 1025);
   fs.fake.AddFile(L"C:\\d\\huge.bin", 5'000'000'000ull);
   gSettings.maxFileSizeKiB = 1;
-  EXPECT_EQ(IsFileExcluded(L"C:\\d\\over.bin"), 0) << "the rule is off";
-
+  EXPECT_EQ(IsFileExcluded(L"C:\\d\\over.bin"), 0) << "no size rule and no inclusion mask: every file passes";
   gSettings.excludeBySize = true;
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\exact.bin"), 0);
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\over.bin"), 1);
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\gone.bin"), 1);
   fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\d\\exact.bin", kErrAccessDenied);
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\exact.bin"), 1);
-
+  fs.fake.ClearErrors();
   gSettings.maxFileSizeKiB = 999999999;  // the largest limit, beyond 32 bits in bytes
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\huge.bin"), 0);
   gSettings.maxFileSizeKiB = 4'882'812;  // 4,999,999,488 bytes
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\huge.bin"), 1);
 
-  // A file within the limit still has to pass the inclusion masks.
-  AddInclusion(L"*.txt");
+  // Within the limit, a file still has to pass the inclusion masks.
   gSettings.maxFileSizeKiB = 1;
-  fs.fake.ClearErrors();
+  AddInclusion(L"*.dll");
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\exact.bin"), 1);
+  gSettings.excludeBySize = false;
+  EXPECT_EQ(IsFileExcluded(L"C:\\sys\\y.DLL"), 0);
+  EXPECT_EQ(IsFolderExcluded(L"C:\\bin"), 0);
+  AddInclusion(L"*.bin");
+  EXPECT_EQ(IsFileExcluded(L"C:\\d\\exact.bin"), 0);
+  AddExclusion(L'W', L"*.dll");
+  EXPECT_EQ(IsFileExcluded(L"C:\\sys\\y.dll"), 1);
 }
 
 }  // namespace
