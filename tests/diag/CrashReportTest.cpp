@@ -80,10 +80,10 @@ TEST(CrashReport, EnglishLabelsAndNoArchitectureLineOnOlderSystems) {
   const std::string report = BuildCrashReport(system, {"1.00", "b"}, fault, true);
   EXPECT_EQ(report.find("Architettura"), std::string::npos);
   EXPECT_EQ(report.find("architecture"), std::string::npos);
-  for (const char* line : {"{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par ",
-                           "\\par   Address: 0x00001234\\par   TAG: 0x00002329\\par Exception C0000005 at address 00001234\r\n"}) {
-    EXPECT_NE(report.find(line), std::string::npos) << line;
-  }
+  EXPECT_NE(report.find("{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par "), std::string::npos);
+  EXPECT_NE(
+      report.find("\\par   Address: 0x00001234\\par   TAG: 0x00002329\\par Exception C0000005 at address 00001234"),
+      std::string::npos);
 }
 
 // The names of the codes, the systems and the editions are tables; what is

@@ -51,12 +51,14 @@ TEST_F(AddItemTest, ResultCodesOfValidation) {
 // unknown). A folder has no sizes of its own and a drive's root no entry: no
 // type, date or attributes. Far more on disk than the size means the file may
 // live inside its directory record, which only the analysis can tell: adding
-// asks with the long path. Sort keys put folders first and pad numbers.
+// asks with the long path. Each drive has its own cluster size. Sort keys put
+// folders first and pad numbers.
 TEST_F(AddItemTest, RowsShowWhatTheEntriesSayAndARootHasNone) {
   fs.fake.AddDrive(L'E', 4096);
   DirEntry& entry = fs.fake.AddFile(L"E:\\Docs\\report.final.doc", 10000,
                                     kAttrReadOnly | kAttrHidden | kAttrSystem | kAttrArchive);
   entry.lastWriteTime = 133536856790000000ull;  // 2024-02-29 13:07:59 UTC
+  fs.fake.AddDrive(L'C', 65536);
   fs.fake.AddFolder(L"C:\\Work", kAttrDirectory | kAttrCompressed);
   fs.fake.AddFile(L"C:\\tiny.ini", 20);
   items.noClusters = true;
@@ -92,7 +94,7 @@ TEST_F(AddItemTest, RowsShowWhatTheEntriesSayAndARootHasNone) {
             (Paths{L"C:\\Work", L"Scartato", L"", L"", L"", L"", L"File folder", L"", L"01/01/2020 00:00", L"C"}));
   EXPECT_EQ(ItemByPath(L"C:\\")->flags, 0x20041u);
   EXPECT_EQ(cells(L"C:\\"), (Paths{L"C:\\", L"", L"", L"", L"", L"", L"Cartella principale", L"", L"", L""}));
-  EXPECT_EQ(cells(L"C:\\tiny.ini")[3], L"4 KB");
+  EXPECT_EQ(cells(L"C:\\tiny.ini")[3], L"64 KB");
   EXPECT_EQ(cells(L"C:\\tiny.ini")[7], L"0.00 %");
   EXPECT_EQ(items.askedForClusters, Paths{L"\\\\?\\C:\\tiny.ini"});
 }
@@ -122,21 +124,6 @@ TEST(ItemOutcomesTest, TwoFragmentsCountAsFragmentedUntilTheNextRun) {
   EXPECT_EQ(record.flags, 0u);
   ApplyFileAnalysis(record, true, 1, 40);
   EXPECT_EQ(record.state, ItemState::NotFragmentedFile);
-}
-
-TEST_F(AddItemTest, ClusterSizeIsCachedForOneDrive) {
-  fs.fake.AddDrive(L'C', 4096);
-  fs.fake.AddDrive(L'D', 65536);
-  for (const wchar_t* path : {L"C:\\1", L"c:\\2", L"D:\\3", L"D:\\4", L"C:\\5"}) fs.fake.AddFile(path, 1);
-  AddItem(items, false, L"C:\\1");
-  AddItem(items, false, L"c:\\2");
-  EXPECT_EQ(fs.fake.QueryCount(FakeQuery::BytesPerCluster), 1u);
-  AddItem(items, false, L"D:\\3");
-  AddItem(items, false, L"D:\\4");
-  AddItem(items, false, L"C:\\5");
-  EXPECT_EQ(fs.fake.QueryCount(FakeQuery::BytesPerCluster), 3u);
-  EXPECT_EQ(ItemByPath(L"D:\\4")->sizeOnDisk, 65536u);
-  EXPECT_EQ(ItemByPath(L"C:\\5")->sizeOnDisk, 4096u);
 }
 
 class ItemListOrderTest : public ItemListFixture {

@@ -75,8 +75,7 @@ std::string ReadWhole(const fs::path& path) {
 
 // Every id the sources use, with where: the names of string-id constants
 // (kStr..., and kText... that a module numbers for itself) wherever they
-// appear outside their own header, and numbers written directly as the first
-// argument of the text calls.
+// appear outside the header of string ids.
 std::map<uint32_t, std::string> UsedIds() {
   std::map<std::string, uint32_t> names;
   std::regex constant(R"(constexpr\s+uint32_t\s+(kStr\w+|kText\w+)\s*=\s*(\d+)\s*;)");
@@ -89,8 +88,7 @@ std::map<uint32_t, std::string> UsedIds() {
   }
   EXPECT_GT(names.size(), 50u) << "the header of string ids was not read";
   std::map<uint32_t, std::string> used;
-  std::regex name(R"(\bkStr\w+)");
-  std::regex number(R"(\b(?:Text|CopyText|SetControlText|SetDlgItemText\w*)\(\s*(?:[\w:]+,\s*)?(\d+)\s*,)");
+  std::regex name(R"(\bk(?:Str|Text)\w+)");
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ORDALIS_SOURCE_DIR)) {
     std::string extension = entry.path().extension().string();
     if ((extension != ".cpp" && extension != ".h") || entry.path().filename() == "StringIds.h") continue;
@@ -99,9 +97,6 @@ std::map<uint32_t, std::string> UsedIds() {
     for (std::sregex_iterator it(source.begin(), source.end(), name), end; it != end; ++it) {
       auto found = names.find(it->str());
       if (found != names.end()) used.emplace(found->second, it->str() + " in " + where);
-    }
-    for (std::sregex_iterator it(source.begin(), source.end(), number), end; it != end; ++it) {
-      used.emplace(static_cast<uint32_t>(std::stoul((*it)[1])), "number in " + where);
     }
   }
   return used;

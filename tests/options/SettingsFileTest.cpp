@@ -19,8 +19,8 @@ class SettingsFileTest : public ::testing::Test {
     ResetSettingsFileState();
   }
 
-  void Load(const std::vector<std::wstring>& lines) { LoadBytes(EncodeUnicodeText(lines)); }
-  void LoadBytes(const std::vector<uint8_t>& bytes) {
+  void Load(const std::vector<std::wstring>& lines) {
+    const std::vector<uint8_t> bytes = EncodeUnicodeText(lines);
     UnicodeTextReader reader;
     reader.OpenBuffer(bytes.data(), bytes.size(), false, kLineLimitSettings);
     ReadSettingsFile(reader, host);
@@ -206,7 +206,7 @@ TEST_F(SettingsFileTest, AnotherVersionIsNeverPartlyReadAndACommandLineLanguageN
   lines[0] = L"RX1.01";
   Load(lines);
   EXPECT_EQ(Saved(), kDefaultFile);
-  LoadBytes({});
+  Load({});
   EXPECT_EQ(Saved(), kDefaultFile);
   Load(kDefaultFile);
   gSettings.language = L"FR";

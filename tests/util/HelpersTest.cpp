@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "util/Numbers.h"
 #include "util/PathText.h"
+#include "util/Tag.h"
+#include "util/Text.h"
 #include "util/WideString.h"
 
 namespace {
@@ -55,6 +59,49 @@ TEST(PathTextTest, LongPrefixRootsAndJoins) {
   EXPECT_EQ(JoinPath(L"C:\\", L"*"), L"C:\\*");
   EXPECT_EQ(JoinPath(L"C:\\a", L"*"), L"C:\\a\\*");
   EXPECT_EQ(JoinPath(L"C:\\a\\", L"\\b"), L"C:\\a\\b");
+}
+
+// Until a language is loaded the built-in text shows even where the table has
+// an entry; once loaded, the table only. A copy is cut to its buffer and
+// always ended there.
+TEST(TextTest, BuiltInTextsUntilALanguageIsLoadedAndCopiesFitTheirBuffers) {
+  ResetTexts();
+  ASSERT_TRUE(SetText(5, L"Fragmented"));
+  EXPECT_STREQ(Text(5, L"Frammentato"), L"Frammentato");
+  wchar_t buffer[6];
+  EXPECT_EQ(CopyText(7, L"Errore", buffer, 6), 5u);
+  EXPECT_STREQ(buffer, L"Error");
+
+  SetBuiltInTexts(false);
+  EXPECT_STREQ(Text(5, L"Frammentato"), L"Fragmented");
+  buffer[0] = L'x';
+  EXPECT_EQ(CopyText(7, L"Errore", buffer, 6), 0u);
+  EXPECT_STREQ(buffer, L"");
+  EXPECT_EQ(CopyText(7, L"Errore", buffer, 0), 0u);
+  ResetTexts();
+}
+
+// The crash report's checkpoint code.
+std::vector<uint32_t> gSeen;
+
+TEST(Tag, ScopesSetTheirValueAndLeaveTheNeutralOneWhateverCameBefore) {
+  SetTag(kTagStarting);
+  gSeen.clear();
+  SetTagObserver([](uint32_t tag) { gSeen.push_back(tag); });
+  {
+    TagScope reading(kTagReadingFiles);
+    EXPECT_EQ(CurrentTag(), kTagReadingFiles);
+    {
+      TagScope adding(kTagAddingItems);
+      EXPECT_EQ(CurrentTag(), kTagAddingItems);
+    }
+    // Back to neutral, not to the outer value: the first checkpoint ends the
+    // time before it for good.
+    EXPECT_EQ(CurrentTag(), kTagNeutral);
+  }
+  SetTagObserver(nullptr);
+  EXPECT_EQ(CurrentTag(), kTagNeutral);
+  EXPECT_EQ(gSeen, (std::vector<uint32_t>{kTagReadingFiles, kTagAddingItems, kTagNeutral, kTagNeutral}));
 }
 
 }  // namespace
