@@ -243,12 +243,14 @@ std::string RandomRuns(std::mt19937_64& random, std::vector<bool>& used, int pie
   return runs;
 }
 
-// Crumbled free space: a file in up to `pieces` pieces of 1..`longest`
-// clusters that no step moves.
-std::string Crumbs(std::mt19937_64& random, std::vector<bool>& used, int pieces, uint64_t longest) {
+// A file in up to `pieces` pieces of 1..`longest` clusters; none when no
+// piece found room.
+std::string FileOfRuns(std::mt19937_64& random, std::vector<bool>& used, const std::wstring& path, int pieces,
+                       uint64_t longest) {
   uint64_t vcns = 0;
   const std::string runs = RandomRuns(random, used, pieces, longest, false, vcns);
-  return runs.empty() ? "" : "file \"Z:\\crumbs\" size=" + std::to_string(vcns * 4096) + " runs=" + runs + "\n";
+  if (runs.empty()) return "";
+  return "file \"" + WideToUtf8(path) + "\" size=" + std::to_string(vcns * 4096) + " runs=" + runs + "\n";
 }
 
 // Whatever the strategy, the volume's ways (checkpoints, partial moves,
@@ -270,7 +272,8 @@ Scenario RandomScenario(std::mt19937_64& random) {
                 chance(30) ? "on" : "off", 1u << (random() % 6), chance(10) ? "on" : "off",
                 chance(85) ? 8u : aligns[random() % 3], chance(50) ? "0xC0000021" : "0xC000000D");
   s.description = line;
-  s.description += Crumbs(random, used, int(random() % 200), 40);
+  // Crumbled free space: a file in many pieces that no step moves.
+  s.description += FileOfRuns(random, used, L"Z:\\crumbs", int(random() % 200), 40);
   const int files = 2 + int(random() % 8);
   for (int f = 0; f < files; ++f) {
     Step step;
@@ -424,17 +427,13 @@ TEST_F(FreeSpaceMapRunTest, ManyMovesOnAVolumeThatNeverFreesWhatTheyLeave) {
   std::vector<bool> used(clusters, false);
   Scenario s;
   s.description = "volume letter=Z clusters=" + std::to_string(clusters) + " checkpoint=on\n";
-  s.description += Crumbs(random, used, 3000, 60);
+  s.description += FileOfRuns(random, used, L"Z:\\crumbs", 3000, 60);
   for (int f = 0; f < kManyMoves; ++f) {
-    Step step;
-    step.path = L"Z:\\m" + std::to_wstring(f);
-    step.smart = f % 2 == 0;
-    uint64_t vcns = 0;
-    const std::string runs = RandomRuns(random, used, 2 + int(random() % 3), 12, false, vcns);
-    if (runs.empty()) continue;
-    s.description +=
-        "file \"" + WideToUtf8(step.path) + "\" size=" + std::to_string(vcns * 4096) + " runs=" + runs + "\n";
-    s.steps.push_back(step);
+    const std::wstring path = L"Z:\\m" + std::to_wstring(f);
+    const std::string file = FileOfRuns(random, used, path, 2 + int(random() % 3), 12);
+    if (file.empty()) continue;
+    s.description += file;
+    s.steps.push_back({.path = path, .smart = f % 2 == 0});
   }
   checkRuns_ = false;
   const int moved = PlayBothWays(s);
