@@ -128,8 +128,20 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
   }
   Volume(tree);
   ASSERT_EQ(AddItem(items_, true, L"Z:\\many"), kAddOk);
-  // The worker holds still at its 300th file until the window side has shown
-  // a count of at least 256: only a wake by the worker itself can show it.
+  // The worker starts only once the window side waits, and holds still at
+  // its 300th file until that side has shown a count of at least 256: only a
+  // wake by the worker itself can show it.
+  std::promise<void> waiting;
+  bool waitingOnce = false;
+  ui_.waitStep = [&](WorkerThread& worker) {
+    if (!waitingOnce) {
+      waitingOnce = true;
+      waiting.set_value();
+    }
+    worker.WaitEndedOrNudged();
+    return true;
+  };
+  std::future<void> waitingFuture = waiting.get_future();
   std::promise<void> shown;
   bool shownOnce = false;
   ui_.onStatus = [&](uint32_t what) {
@@ -144,7 +156,8 @@ TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
   int asked = 0;
   bool sawCountMidWalk = false;
   filter_.file = [&](const std::wstring&) {
-    if (++asked == 300) sawCountMidWalk = shownFuture.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    if (++asked == 1) waitingFuture.wait_for(std::chrono::seconds(20));
+    if (asked == 300) sawCountMidWalk = shownFuture.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
     return false;
   };
   // A wake an earlier walk left unanswered would show the count without one.
