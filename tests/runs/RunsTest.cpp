@@ -198,35 +198,12 @@ TEST_F(RunsTest, SelectedUntickedAndFilteredItemsAreLeftAlone) {
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
 }
 
-// A stop inside the walk ends every level and aborts the folder. It leaves
-// listed every file still in pieces, those it never reached included; the
-// counters add up to the files processed; the window has shown the run's
-// end before the summary, which follows a stop too.
-TEST_F(RunsTest, AStoppedDefragmentationKeepsWhatIsTrue) {
-  Run(RunMode::AnalyseAll);
-  ASSERT_EQ(gRun.fragmented.size(), 5u);
-  filter_.file = [](const std::wstring& path) {
-    if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
-    return IsTemporary(path);
-  };
-  Run(RunMode::DefragmentAll);
-
-  ASSERT_EQ(gRunState.lastEnd, RunEnd::Stopped);
-  EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Interrotto");
-  // c.bin's move was stopped before its first fragment; big.bin and
-  // refused.bin were never reached.
-  EXPECT_EQ(FragmentedPaths(), (std::vector<std::wstring>{L"Z:\\data\\big.bin", L"Z:\\data\\refused.bin",
-                                                          L"Z:\\data\\sub\\c.bin"}));
-  const RunCounters& counts = gRun.counters;
-  EXPECT_EQ(counts.filesSeen, counts.notFragmented + counts.fragmented + counts.filesMoved + gRun.errors.size());
-  EXPECT_EQ(counts.filesMoved, 2u);
-  EXPECT_EQ(ui_.events, std::vector<std::string>{"summary"});
-  EXPECT_EQ(ui_.statusAtSummary, kStatusItemCount | kStatusWaiting | kStatusProcessedCount);
-}
-
 // A question before a defragmentation that ends it leaves the last run's
-// results on the items.
-TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
+// results on the items. A stop inside the walk ends every level and aborts
+// the folder. It leaves listed every file still in pieces, those it never
+// reached included; the counters add up to the files processed; the window
+// has shown the run's end before the summary, which follows a stop too.
+TEST_F(RunsTest, AnEndedOrStoppedDefragmentationKeepsWhatIsTrue) {
   Run(RunMode::AnalyseAll);
   auto shown = [this] {
     std::wstring all;
@@ -247,8 +224,27 @@ TEST_F(RunsTest, AnEndedStepLeavesTheAnalysisShown) {
   ui_.cleanupGoesOn = false;
   Run(RunMode::DefragmentAll);
   EXPECT_EQ(shown(), analysed);
-  EXPECT_EQ(gRun.fragmented.size(), 5u);
+  ASSERT_EQ(gRun.fragmented.size(), 5u);
   EXPECT_EQ(Fragments(L"Z:\\single.bin"), 2u);
+
+  options_.cleanup = kCleanupOff;
+  ui_.events.clear();
+  filter_.file = [](const std::wstring& path) {
+    if (path == L"Z:\\data\\sub\\c.bin") RequestStop();
+    return IsTemporary(path);
+  };
+  Run(RunMode::DefragmentAll);
+  ASSERT_EQ(gRunState.lastEnd, RunEnd::Stopped);
+  EXPECT_EQ(ItemStateText(ItemAtRow(1)->state, ItemAtRow(1)->flags), L"Interrotto");
+  // c.bin's move was stopped before its first fragment; big.bin and
+  // refused.bin were never reached.
+  EXPECT_EQ(FragmentedPaths(), (std::vector<std::wstring>{L"Z:\\data\\big.bin", L"Z:\\data\\refused.bin",
+                                                          L"Z:\\data\\sub\\c.bin"}));
+  const RunCounters& counts = gRun.counters;
+  EXPECT_EQ(counts.filesSeen, counts.notFragmented + counts.fragmented + counts.filesMoved + gRun.errors.size());
+  EXPECT_EQ(counts.filesMoved, 2u);
+  EXPECT_EQ(ui_.events, std::vector<std::string>{"summary"});
+  EXPECT_EQ(ui_.statusAtSummary, kStatusItemCount | kStatusWaiting | kStatusProcessedCount);
 }
 
 // Every run of the table defragments the tree: what follows it and the exit
