@@ -17,22 +17,12 @@ namespace {
 
 using namespace e2e;
 
-class HandOverTest : public ProgramCase {
-protected:
-    void SetUp() override {
-        Prepare("handover-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()),
-                ORDALIS_PROGRAM);
-    }
-    std::wstring MakeDataFile(const std::string& name) {
-        MakeFile("data/" + name, 9);
-        return Win("data/" + name);
-    }
-};
+using HandOverTest = ProgramCase;
 
-TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndTheSecondEndsWithZero) {
-    const std::wstring before = MakeDataFile("prima.txt");
-    Start(L"/LANG:IT \"" + before + L"\"");
-    ASSERT_EQ(TestDriver::ListViewColumnTexts(items_, 0), std::vector<std::wstring>{before});
+TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndDuringARunSaysWhyItDoesNot) {
+    Prepare("handover", ORDALIS_PROGRAM);
+    const std::wstring many = TestDriver::HostPathToWindows(ORDALIS_E2E_MANY_FILES);
+    Start(L"/LANG:IT \"" + many + L"\"");
 
     // The second start runs in another current folder and names a path
     // relative to it: the first instance, whose folder differs, must receive
@@ -41,50 +31,44 @@ TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndTheSecondEndsWithZero) {
     TestDriver::RunResult second = TestDriver::RunProgram(exe_, L"consegnato.txt /ANALYZE", kWaitMs, Win("second"));
     ASSERT_TRUE(second.finished) << "the second start did not end";
     EXPECT_EQ(second.exitCode, 0u);
-    std::vector<std::wstring> names;
-    for (int i = 0; i < 100 && names.size() < 2; ++i) {
-        TestDriver::PumpMessages(50);
-        names = TestDriver::ListViewColumnTexts(items_, 0);
-    }
-    std::sort(names.begin(), names.end());
-    std::vector<std::wstring> expected{before, Win("second/consegnato.txt")};
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(names, expected);
+    auto sortedNames = [this] {
+        std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
+        std::sort(names.begin(), names.end());
+        return names;
+    };
+    std::vector<std::wstring> both{many, Win("second/consegnato.txt")};
+    std::sort(both.begin(), both.end());
+    for (int i = 0; i < 100 && sortedNames() != both; ++i) TestDriver::PumpMessages(50);
+    EXPECT_EQ(sortedNames(), both);
     // Only the path was handed over: the option started no run, and both
     // items are still as they were added.
     EXPECT_EQ(TestDriver::ListViewCellText(items_, 0, kStateColumn), TestDriver::ListViewCellText(items_, 1, kStateColumn));
     HWND message = TestDriver::FindTopWindow({kDialogClass, nullptr, program_->ProcessId(), main_});
     EXPECT_EQ(message, nullptr) << "unexpected message: " << Narrow(TestDriver::MessageBoxMessage(message));
     Picture(L"e2e_handover_idle");
-    EXPECT_EQ(Close(), 0u);
-}
 
-TEST_F(HandOverTest, DuringARunNothingIsAddedAndTheFirstSaysWhy) {
-    const std::wstring handed = MakeDataFile("durante.txt");
-    const std::wstring many = TestDriver::HostPathToWindows(ORDALIS_E2E_MANY_FILES);
-    Start(L"/LANG:IT \"" + many + L"\"");
+    const int folder = RowOf(items_, many);
     TestDriver::SendCommand(main_, kCmdAnalyzeAll);
-    ASSERT_EQ(WaitForCell(items_, 0, kStateColumn, kWorking), kWorking);
-
-    TestDriver::RunResult second = TestDriver::RunProgram(exe_, L"\"" + handed + L"\"", kWaitMs);
+    ASSERT_EQ(WaitForCell(items_, folder, kStateColumn, kWorking), kWorking);
+    MakeFile("data/durante.txt", 9);
+    second = TestDriver::RunProgram(exe_, L"\"" + Win("data/durante.txt") + L"\"", kWaitMs);
     ASSERT_TRUE(second.finished) << "the second start waited for the first one's message";
     EXPECT_EQ(second.exitCode, 0u);
     HWND box = WaitForDialog();
     ASSERT_NE(box, nullptr) << "the first instance did not say why";
-    const std::wstring message = TestDriver::MessageBoxMessage(box);
-    EXPECT_NE(message.find(L"È in corso un'analisi o una deframmentazione"), std::wstring::npos) << Narrow(message);
-    EXPECT_NE(message.find(handed), std::wstring::npos) << Narrow(message);
+    const std::wstring said = TestDriver::MessageBoxMessage(box);
+    EXPECT_NE(said.find(L"È in corso un'analisi o una deframmentazione"), std::wstring::npos) << Narrow(said);
+    EXPECT_NE(said.find(Win("data/durante.txt")), std::wstring::npos) << Narrow(said);
     Picture(L"e2e_handover_during_run", box);
     TestDriver::PressButton(box, IDOK);
     TestDriver::PumpMessages(300);
-    EXPECT_EQ(TestDriver::ListViewColumnTexts(items_, 0), std::vector<std::wstring>{many});
     // The analysis may have ended by itself meanwhile: what matters is that
     // the run is over.
     TestDriver::SendCommand(main_, kCmdStop);
-    for (int i = 0; i < 500 && TestDriver::ListViewCellText(items_, 0, kStateColumn) == kWorking; ++i) {
+    for (int i = 0; i < 500 && TestDriver::ListViewCellText(items_, folder, kStateColumn) == kWorking; ++i) {
         TestDriver::PumpMessages(20);
     }
-    EXPECT_EQ(TestDriver::ListViewColumnTexts(items_, 0), std::vector<std::wstring>{many});
+    EXPECT_EQ(sortedNames(), both);
     EXPECT_EQ(Close(), 0u);
 }
 
@@ -130,11 +114,7 @@ protected:
         return report;
     }
     HWND WaitForItalianReport(const std::wstring& picture) {
-        return WaitForReport(L"Eccezione di Ordalis",
-                             {L"Ordalis ha smesso di funzionare",
-                              L"Si \u00E8 verificato un errore dell'applicazione non gestito. Si prega di copiare i "
-                              L"dettagli dell'eccezione negli Appunti di Windows e di inviarli all'autore:",
-                              L"Dettagli problema", L"&Chiudi il programma"},
+        return WaitForReport(L"Eccezione di Ordalis", {L"Ordalis ha smesso di funzionare", L"&Chiudi il programma"},
                              picture);
     }
 
@@ -223,10 +203,7 @@ TEST_F(CrashReportTest, AFaultWhileDrivesAreIdentifiedIsFollowedByTheSolidStateW
         TestDriver::PumpMessages(300);
         TestDriver::SaveScreenshot(std::wstring(L"e2e_crash_report_9001_warning_") + kind);
         EXPECT_EQ(TestDriver::WindowText(warning), kMainTitle);
-        EXPECT_EQ(TestDriver::MessageBoxMessage(warning),
-                  L"L'identificazione automatica delle unit\u00E0 a stato solido potrebbe non essere compatibile "
-                  L"con alcune combinazioni hardware. In tal caso, selezionare \"Disabilita identificazione unit"
-                  L"\u00E0 a stato solido\" dal menu \"Opzioni\".");
+        EXPECT_NE(TestDriver::MessageBoxMessage(warning).find(L"stato solido"), std::wstring::npos);
         EXPECT_TRUE(program_->Running());
         TestDriver::PressButton(warning, IDOK);
         ASSERT_TRUE(program_->WaitForExit(kWaitMs));
@@ -235,28 +212,20 @@ TEST_F(CrashReportTest, AFaultWhileDrivesAreIdentifiedIsFollowedByTheSolidStateW
     }
 }
 
-TEST_F(CrashReportTest, AMoveThreadThatRunsOutOfMemoryReachesTheReport) {
+// With a language file loaded the report and its dialog speak English.
+TEST_F(CrashReportTest, AMoveThreadThatRunsOutOfMemoryReachesTheReportInTheLoadedLanguage) {
     PrepareFault("worker", "9004", L"memory");
-    ASSERT_TRUE(StartOnly(L"/DEFRAG /QUICK /CHKDSK:0 /CLEAN:0 /LANG:IT " + Win("data")));
-    HWND report = WaitForItalianReport(L"e2e_crash_report_worker");
+    ASSERT_TRUE(StartOnly(L"/DEFRAG /QUICK /CHKDSK:0 /CLEAN:0 /LANG:EN " + Win("data")));
+    HWND report = WaitForReport(L"Ordalis exception",
+                                {L"Ordalis has stopped working", L"Problem details", L"&Close the program"},
+                                L"e2e_crash_report_worker");
     ASSERT_NE(report, nullptr) << "no report";
-    ExpectLines({"Codice eccezione: c0000017", "Descrizione: Unknown (0xc0000017)", "TAG: 0x0000232c"});
+    ExpectLines({"Version: 1.00 (64-bit)", "Exception code: c0000017", "Description: Unknown (0xc0000017)",
+                 "TAG: 0x0000232c"});
     CloseReport(report, 9004);
     // The thread died before its first move: the volume is as described.
     EXPECT_EQ(FileLine(EndState(), Win("data/a.bin")), FileLine(description_, Win("data/a.bin")));
     EXPECT_EQ(Verdict(), "check ok\n");
-}
-
-// With a language file loaded the report and its dialog speak English.
-TEST_F(CrashReportTest, WithALanguageFileTheReportHasItsEnglishLabels) {
-    PrepareFault("english", "9002");
-    ASSERT_TRUE(StartOnly(L"/LANG:EN " + Win("data")));
-    HWND report = WaitForReport(L"Ordalis exception",
-                                {L"Ordalis has stopped working", L"Problem details", L"&Close the program"},
-                                L"e2e_crash_report_english");
-    ASSERT_NE(report, nullptr) << "no report";
-    ExpectLines({"Version: 1.00 (64-bit)", "Exception code: c0000005", "TAG: 0x0000232a"});
-    CloseReport(report, 9002);
 }
 
 }  // namespace

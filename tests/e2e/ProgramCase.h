@@ -30,8 +30,6 @@ inline constexpr wchar_t kDialogClass[] = L"#32770";
 inline constexpr wchar_t kMainTitle[] = L"Ordalis";
 inline constexpr int kStateColumn = 1;
 inline constexpr wchar_t kWorking[] = L"In elaborazione...";
-// Controls of the disk-check dialog, which keeps their numbers to itself.
-inline constexpr int kDiskCheckDrives = 1003, kDiskCheckStart = 1010;
 inline std::string ReadWhole(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
@@ -46,14 +44,6 @@ inline std::wstring Widen(const std::string& text) { return std::wstring(text.be
 // The program's start banner on the console.
 inline const std::string kBanner =
     "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" + Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n";
-
-// A UTF-16 file of ASCII text (the settings file) as narrow text.
-inline std::string ReadUtf16(const fs::path& path) {
-    const std::string bytes = ReadWhole(path);
-    std::string text;
-    for (size_t i = 2; i < bytes.size(); i += 2) text += bytes[i];
-    return text;
-}
 
 // Line ends made visible, for output that failed a comparison.
 inline std::string Printable(const std::string& text) {
@@ -130,10 +120,10 @@ inline HWND FocusOf(HWND window) {
     return info.hwndFocus;
 }
 
-// The main window's two status bars, top one first.
-inline std::vector<std::vector<std::wstring>> StatusTexts(HWND main) {
-    std::vector<std::vector<std::wstring>> texts;
-    for (HWND bar : TestDriver::ChildWindows(main, STATUSCLASSNAMEW)) texts.push_back(TestDriver::StatusBarTexts(bar));
+// The first part of each of the main window's two status bars, top one first.
+inline std::vector<std::wstring> StatusTexts(HWND main) {
+    std::vector<std::wstring> texts;
+    for (HWND bar : TestDriver::ChildWindows(main, STATUSCLASSNAMEW)) texts.push_back(TestDriver::WindowText(bar));
     return texts;
 }
 
@@ -179,9 +169,7 @@ protected:
     // The path as the program sees it, for a path below the case folder
     // (the folder itself for an empty one).
     std::wstring Win(const std::string& relative) const {
-        std::wstring path = TestDriver::HostPathToWindows((relative.empty() ? host_ : host_ / relative).string());
-        std::replace(path.begin(), path.end(), L'/', L'\\');
-        return path;
+        return TestDriver::HostPathToWindows((relative.empty() ? host_ : host_ / relative).string());
     }
     std::string WinText(const std::string& relative) const { return Narrow(Win(relative)); }
 
@@ -249,7 +237,8 @@ protected:
         return program_ != nullptr;
     }
 
-    HWND WaitForDialog() { return TestDriver::WaitForDialogOf(program_->ProcessId(), main_, kWaitMs); }
+    // A message box or a modal dialog over the main window.
+    HWND WaitForDialog() { return TestDriver::WaitForWindow({kDialogClass, nullptr, program_->ProcessId(), main_}, kWaitMs); }
     HWND WaitForTitle(const wchar_t* title) {
         return TestDriver::WaitForWindow({kDialogClass, title, program_->ProcessId()}, kWaitMs);
     }

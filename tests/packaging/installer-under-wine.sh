@@ -38,7 +38,7 @@ cpack --config "$cpack_config" -G NSIS -D CPACK_PACKAGE_VERSION=0.99 -B "$work/o
 older="$work/older/Ordalis-0.99-setup.exe"
 
 export WINEPREFIX="$work/wineprefix" WINEARCH=win64 WINEDEBUG=-all
-export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d;winedbg.exe=d"
 wine=/usr/lib/wine/wine64
 server=/usr/lib/wine/wineserver
 

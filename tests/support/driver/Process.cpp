@@ -10,20 +10,9 @@
 namespace TestDriver {
 
 std::wstring HostPathToWindows(std::string_view path) {
-    std::wstring wide;
-    if (!path.empty()) {
-        int count = MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()),
-                                        nullptr, 0);
-        wide.resize(count);
-        MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), wide.data(),
-                            count);
-    }
+    std::wstring wide = std::filesystem::path(std::u8string(path.begin(), path.end())).wstring();
     if (wide.starts_with(L'/')) {
-        for (wchar_t& c : wide) {
-            if (c == L'/') {
-                c = L'\\';
-            }
-        }
+        std::replace(wide.begin(), wide.end(), L'/', L'\\');
         wide.insert(0, L"Z:");
     }
     return wide;

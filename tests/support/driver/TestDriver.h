@@ -110,10 +110,6 @@ struct WindowQuery {
 HWND FindTopWindow(const WindowQuery& query);
 // Polls until the window exists, pumping this thread's messages meanwhile.
 HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs);
-// A visible dialog ("#32770") of the process other than `except`: a message
-// box or a modal dialog over the main window.
-HWND WaitForDialogOf(DWORD processId, HWND except, DWORD timeoutMs);
-DWORD ProcessIdOf(HWND window);
 void PumpMessages(DWORD forMs);
 
 // Texts, through WM_GETTEXT, so they work for controls of other processes.
@@ -128,22 +124,21 @@ bool RequestClose(HWND window);                // WM_CLOSE, as the caption's clo
 bool PressButton(HWND dialog, int controlId);  // BN_CLICKED from that control
 bool SendCommand(HWND window, int commandId);  // as a menu command
 
-// List views and status bars of another process.
+// List views of another process.
 int ListViewRowCount(HWND listView);  // -1 when the window does not answer
 std::wstring ListViewCellText(HWND listView, int row, int column);
 std::wstring ListViewColumnHeader(HWND listView, int column);
 // The list view among the descendants whose first column header reads `header`.
 HWND FindListViewByHeader(HWND parent, std::wstring_view header);
-std::vector<std::wstring> StatusBarTexts(HWND statusBar);
 
 // Columns of a list view: widths and the header's sort arrow (+1 up, -1 down, 0 none).
 int ListViewColumnWidth(HWND listView, int column);
 int ListViewSortArrow(HWND listView, int column);
 // Clicks a column's header as the mouse would (button down and up in its middle).
 bool ClickListViewHeader(HWND listView, int column);
-std::vector<int> ListViewSelectedRows(HWND listView);
-// A row's check box: 1 ticked, 0 not, -1 no box or no answer.
-int ListViewCheckState(HWND listView, int row);
+// A row's state bits under `mask` (LVIS_SELECTED, LVIS_STATEIMAGEMASK for
+// its check box), -1 when the list does not answer.
+int ListViewRowState(HWND listView, int row, UINT mask);
 // Selects exactly these rows.
 bool SelectListViewRows(HWND listView, const std::vector<int>& rows);
 // The column texts of every row, top to bottom.

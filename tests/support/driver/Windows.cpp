@@ -8,6 +8,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace TestDriver {
 namespace {
@@ -18,6 +19,12 @@ bool SendWithTimeout(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                      DWORD_PTR* answer) {
     return SendMessageTimeoutW(window, message, wParam, lParam, SMTO_ABORTIFHUNG,
                                kAnswerTimeoutMs, answer) != 0;
+}
+
+DWORD ProcessIdOf(HWND window) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return processId;
 }
 
 // A block of memory inside the process that owns a window, so that messages
@@ -43,6 +50,8 @@ public:
     RemoteMemory& operator=(const RemoteMemory&) = delete;
 
     bool Valid() const { return address_ != nullptr; }
+    // Leaves the block to its process.
+    void* Release() { return std::exchange(address_, nullptr); }
     char* At(size_t offset) const { return static_cast<char*>(address_) + offset; }
     bool Write(size_t offset, const void* data, size_t length) const {
         SIZE_T done = 0;
@@ -85,26 +94,7 @@ constexpr size_t kTextCount = 4096;
 // Room for the message's record, then the text buffer it points to.
 constexpr size_t kRecordRoom = 256;
 
-struct ChildState {
-    const wchar_t* className;
-    std::vector<HWND>* found;
-};
-
-BOOL CALLBACK CollectChild(HWND window, LPARAM context) {
-    auto* state = reinterpret_cast<ChildState*>(context);
-    if (!state->className || WindowClass(window) == state->className) {
-        state->found->push_back(window);
-    }
-    return TRUE;
-}
-
 }  // namespace
-
-DWORD ProcessIdOf(HWND window) {
-    DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
-    return processId;
-}
 
 void PumpMessages(DWORD forMs) {
     DWORD start = GetTickCount();
@@ -146,10 +136,6 @@ HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs) {
     }
 }
 
-HWND WaitForDialogOf(DWORD processId, HWND except, DWORD timeoutMs) {
-    return WaitForWindow({L"#32770", nullptr, processId, except}, timeoutMs);
-}
-
 std::wstring WindowText(HWND window) {
     DWORD_PTR count = 0;
     if (!SendWithTimeout(window, WM_GETTEXTLENGTH, 0, 0, &count)) {
@@ -172,9 +158,18 @@ std::wstring WindowClass(HWND window) {
 }
 
 std::vector<HWND> ChildWindows(HWND parent, const wchar_t* className) {
+    std::vector<HWND> all;
+    EnumChildWindows(
+        parent,
+        [](HWND window, LPARAM found) {
+            reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&all));
     std::vector<HWND> found;
-    ChildState state{className, &found};
-    EnumChildWindows(parent, CollectChild, reinterpret_cast<LPARAM>(&state));
+    for (HWND window : all) {
+        if (!className || WindowClass(window) == className) found.push_back(window);
+    }
     return found;
 }
 
@@ -251,33 +246,6 @@ HWND FindListViewByHeader(HWND parent, std::wstring_view header) {
     return nullptr;
 }
 
-std::vector<std::wstring> StatusBarTexts(HWND statusBar) {
-    std::vector<std::wstring> texts;
-    DWORD_PTR parts = 0;
-    if (!SendWithTimeout(statusBar, SB_GETPARTS, 0, 0, &parts)) {
-        return texts;
-    }
-    RemoteMemory memory(statusBar, kTextCount * sizeof(wchar_t));
-    if (!memory.Valid()) {
-        return texts;
-    }
-    for (DWORD_PTR part = 0; part < parts; ++part) {
-        DWORD_PTR lengthAndType = 0;
-        SendWithTimeout(statusBar, SB_GETTEXTLENGTHW, part, 0, &lengthAndType);
-        if (LOWORD(lengthAndType) >= kTextCount) {
-            texts.emplace_back();
-            continue;
-        }
-        wchar_t nothing = 0;
-        memory.Write(0, &nothing, sizeof nothing);
-        DWORD_PTR answer = 0;
-        SendWithTimeout(statusBar, SB_GETTEXTW, part, reinterpret_cast<LPARAM>(memory.At(0)),
-                        &answer);
-        texts.push_back(memory.ReadTextAt(memory.At(0), kTextCount));
-    }
-    return texts;
-}
-
 int ListViewColumnWidth(HWND listView, int column) {
     DWORD_PTR width = 0;
     return SendWithTimeout(listView, LVM_GETCOLUMNWIDTH, column, 0, &width) ? static_cast<int>(width)
@@ -316,43 +284,20 @@ bool ClickListViewHeader(HWND listView, int column) {
         !ok || !memory.Read(0, &bounds, sizeof bounds)) {
         return false;
     }
-    // A user clicks the part of the header that shows; a column reaching past
-    // the list's right edge is scrolled into view first.
     RECT client{};
     GetClientRect(header, &client);
-    DWORD_PTR ignored = 0;
-    if (bounds.left + 4 >= client.right) {
-        int shift = bounds.left - client.right / 2;
-        SendWithTimeout(listView, LVM_SCROLL, shift, 0, &ignored);
-        if (!SendWithTimeout(header, HDM_GETITEMRECT, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
-            !ok || !memory.Read(0, &bounds, sizeof bounds)) {
-            return false;
-        }
-        GetClientRect(header, &client);
-    }
     const LONG right = bounds.right < client.right ? bounds.right : client.right;
     LPARAM point = MAKELPARAM((bounds.left + right) / 2, (bounds.top + bounds.bottom) / 2);
+    DWORD_PTR ignored = 0;
     SendWithTimeout(header, WM_MOUSEMOVE, 0, point, &ignored);
     SendWithTimeout(header, WM_LBUTTONDOWN, MK_LBUTTON, point, &ignored);
     return SendWithTimeout(header, WM_LBUTTONUP, 0, point, &ignored);
 }
 
-int ListViewCheckState(HWND listView, int row) {
+int ListViewRowState(HWND listView, int row, UINT mask) {
     DWORD_PTR state = 0;
-    if (!SendWithTimeout(listView, LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_STATEIMAGEMASK, &state)) return -1;
-    return static_cast<int>((state & LVIS_STATEIMAGEMASK) >> 12) - 1;
-}
-
-std::vector<int> ListViewSelectedRows(HWND listView) {
-    std::vector<int> rows;
-    DWORD_PTR row = static_cast<DWORD_PTR>(-1);
-    for (;;) {
-        if (!SendWithTimeout(listView, LVM_GETNEXTITEM, row, LVNI_SELECTED, &row) ||
-            static_cast<int>(row) < 0) {
-            return rows;
-        }
-        rows.push_back(static_cast<int>(row));
-    }
+    if (!SendWithTimeout(listView, LVM_GETITEMSTATE, static_cast<WPARAM>(row), mask, &state)) return -1;
+    return static_cast<int>(state);
 }
 
 bool SelectListViewRows(HWND listView, const std::vector<int>& rows) {
@@ -410,17 +355,11 @@ bool DropFiles(HWND window, const std::vector<std::wstring>& paths) {
         block.insert(block.end(), bytes, bytes + (path.size() + 1) * sizeof(wchar_t));
     }
     block.insert(block.end(), sizeof(wchar_t), 0);
-    DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
-    HANDLE process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_WRITE, FALSE, processId);
-    if (!process) return false;
-    // Memory of the window's process that is not a movable handle: the
-    // global-memory calls take such a block as it is, as they take a fixed one.
-    void* remote = VirtualAllocEx(process, nullptr, block.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-    const bool written =
-        remote && WriteProcessMemory(process, remote, block.data(), block.size(), nullptr);
-    CloseHandle(process);
-    return written && PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(remote), 0);
+    // Memory of the window's process that is not a movable handle, left to it:
+    // the global-memory calls take such a block as they take a fixed one.
+    RemoteMemory memory(window, block.size());
+    return memory.Write(0, block.data(), block.size()) &&
+           PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(memory.Release()), 0);
 }
 
 std::vector<DialogButton> DialogButtons(HWND dialog) {
