@@ -12,7 +12,6 @@ SystemFacts Windows7() {
   system.osEdition = "Ultimate Edition";
   system.major = 6;
   system.minor = 1;
-  system.servicePack = "Service Pack 1";
   system.hasArchitecture = true;
   system.architecture = "64-bit";
   system.totalPhysical = "8,00 GB";
@@ -36,15 +35,19 @@ FaultFacts WriteFault() {
   return fault;
 }
 
+// A value cannot break out of the rich text: its braces and backslashes are
+// escaped, bytes above 127 written as hexadecimal escapes.
 TEST(CrashReport, ItalianReportIsTheWholeRichText) {
-  const std::string report = BuildCrashReport(Windows7(), {"1.00", "Nov 23 2026"}, WriteFault(), false);
+  SystemFacts system = Windows7();
+  system.servicePack = "{\\evil} caf\xE8";
+  const std::string report = BuildCrashReport(system, {"1.00", "Nov 23 2026"}, WriteFault(), false);
   EXPECT_EQ(report,
             "{\\rtf1\\ansi{\\colortbl;\\red0\\green51\\blue153;}"
             "{\\b \\f1\\cf1 Informazioni sul sistema}\\par "
             "  Nome sistema operativo: Windows 7\\par "
             "  Edizione sistema operativo: Ultimate Edition\\par "
             "  Versione sistema operativo: 6.1\\par "
-            "  Service pack: Service Pack 1\\par "
+            "  Service pack: \\{\\\\evil\\} caf\\'e8\\par "
             "  Architettura sistema operativo: 64-bit\\par "
             "  Memoria fisica totale: 8,00 GB\\par "
             "  Memoria fisica disponibile: 5,12 GB\\par "
@@ -77,17 +80,10 @@ TEST(CrashReport, EnglishLabelsAndNoArchitectureLineOnOlderSystems) {
   const std::string report = BuildCrashReport(system, {"1.00", "b"}, fault, true);
   EXPECT_EQ(report.find("Architettura"), std::string::npos);
   EXPECT_EQ(report.find("architecture"), std::string::npos);
-  for (const char* line : {"{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par ",
-                           "\\par   Address: 0x00001234\\par   TAG: 0x00002329\\par Exception C0000005 at address 00001234\r\n"}) {
-    EXPECT_NE(report.find(line), std::string::npos) << line;
-  }
-}
-
-TEST(CrashReport, ValuesCannotBreakTheRichText) {
-  SystemFacts system = Windows7();
-  system.servicePack = "{\\evil} caf\xE8";
-  const std::string report = BuildCrashReport(system, {"1.00", "b"}, WriteFault(), false);
-  EXPECT_NE(report.find("  Service pack: \\{\\\\evil\\} caf\\'e8\\par "), std::string::npos);
+  EXPECT_NE(report.find("{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par "), std::string::npos);
+  EXPECT_NE(
+      report.find("\\par   Address: 0x00001234\\par   TAG: 0x00002329\\par Exception C0000005 at address 00001234"),
+      std::string::npos);
 }
 
 // The names of the codes, the systems and the editions are tables; what is
@@ -100,9 +96,7 @@ TEST(CrashReport, DescriptionsAndNamesBeyondTheirTables) {
   EXPECT_EQ(DescribeException(0xC0000005, reading, 2), "Access violation reading 0x7ff612345678");
   EXPECT_EQ(DescribeException(0xC0000017, nullptr, 0), "Unknown (0xc0000017)");
   EXPECT_EQ(OperatingSystemName(6, 1, 7601, true), "Windows Server 2008 R2");
-  EXPECT_EQ(OperatingSystemName(10, 0, 19045, false), "Windows 10");
   EXPECT_EQ(OperatingSystemName(10, 0, 22000, false), "Windows 11");
-  EXPECT_EQ(OperatingSystemName(10, 0, 17763, true), "Windows Server 2019");
   EXPECT_EQ(OperatingSystemName(10, 0, 26100, true), "Windows Server 2025");
   EXPECT_EQ(OperatingSystemName(6, 4, 9841, false), "Windows NT 6.4");
   EXPECT_EQ(EditionName(0xABCDABCD), "(none)");

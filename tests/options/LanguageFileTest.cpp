@@ -1,5 +1,12 @@
-// Language files read from byte buffers into the display-text table.
+// Language files: the reader's rules on files made here, and the shipped
+// English file, which must cover every text the program shows.
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
 
 #include "options/LanguageFile.h"
 #include "util/Text.h"
@@ -7,93 +14,113 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 class LanguageFileTest : public ::testing::Test {
  protected:
   void SetUp() override { ResetTexts(); }
   void TearDown() override { ResetTexts(); }
-
-  void Read(const std::vector<std::wstring>& lines) {
-    std::vector<uint8_t> bytes = EncodeUnicodeText(lines);
-    UnicodeTextReader reader;
-    reader.OpenBuffer(bytes.data(), bytes.size(), true, kLineLimitFilters);
-    ReadLanguageFile(reader);
-    SetBuiltInTexts(false);
-  }
 };
 
-TEST_F(LanguageFileTest, EntriesCommentsEndAndEscapes) {
+// Comments, the name line and lines without "=" are skipped, an id is the
+// line's leading digits, "$" ends the file, "\t" and "\n" are the only
+// escapes; the table is emptied first. Entry 127, the profile dialogs' file
+// filter, keeps its text when the layout pads others: a blank after its last
+// "|" would end the dialogs' filter list in a description without a pattern.
+TEST_F(LanguageFileTest, EntriesCommentsEndEscapesAndLayoutPadding) {
   SetText(200, L"left from before");
-  Read({
-      L"' a comment=with an equals sign",
-      L"LNG=English",
-      L"123=Col\\tumn\\nnext \\x\\",
-      L"5=Fragmented",
-      L"no equals sign",
-      L"abc=read as entry 0",
-      L"511=last entry",
-      L"512=beyond the table",
-      L"99999999999999999999=far beyond",
-      L"6=",
-      L"$",
-      L"7=after the end",
-  });
-  EXPECT_EQ(std::wstring(Text(123, L"")), L"Col\t umn\r\nnext \\x\\");
-  EXPECT_EQ(std::wstring(Text(5, L"")), L"Fragmented");
-  EXPECT_EQ(std::wstring(Text(0, L"")), L"read as entry 0");
-  EXPECT_EQ(std::wstring(Text(511, L"")), L"last entry");
-  EXPECT_EQ(std::wstring(Text(6, L"")), L"");
-  EXPECT_EQ(std::wstring(Text(7, L"Errore")), L"");
-  EXPECT_EQ(std::wstring(Text(200, L"")), L"");  // the table was cleared first
-  EXPECT_EQ(TextCapacity(), kDefaultTextCapacity);
-}
-
-// Entry 127, the profile dialogs' file filter, stays as the file has it: a
-// blank after its last "|" would make the open and save dialogs' filter list
-// end in a description without a pattern. Other texts get their layout's
-// blanks.
-TEST_F(LanguageFileTest, LayoutPaddingLeavesTheFileFilterAlone) {
   const std::wstring filter = L"Ordalis profile (*.olp)|*.olp|All files (*.*)|*.*|";
-  Read({L"11=Name", L"127=" + filter, L"149=E"});
+  std::vector<uint8_t> bytes = EncodeUnicodeText({
+      L"' a comment=with an equals sign", L"LNG=English", L"123=Col\\tumn\\nnext \\x\\", L"11=Name",
+      L"no equals sign", L"abc=read as entry 0", L"511=last entry", L"512=beyond the table",
+      L"99999999999999999999=far beyond", L"127=" + filter, L"6=", L"$", L"7=after the end"});
+  UnicodeTextReader reader;
+  reader.OpenBuffer(bytes.data(), bytes.size(), true, kLineLimitFilters);
+  ReadLanguageFile(reader);
+  SetBuiltInTexts(false);
   PadLanguageTextsForLayout();
-  EXPECT_EQ(std::wstring(Text(127, L"")), filter);
-  EXPECT_EQ(std::wstring(Text(11, L"")), L"      Name");
-  EXPECT_EQ(std::wstring(Text(149, L"")), L"E  ");
-}
+  const std::pair<uint32_t, std::wstring> texts[] = {
+      {123, L"Col\t umn\r\nnext \\x\\"}, {0, L"read as entry 0"}, {511, L"last entry"}, {6, L""},
+      {7, L""}, {200, L""}, {127, filter}, {11, L"      Name"}};
+  for (const auto& [id, text] : texts) EXPECT_EQ(std::wstring(Text(id, L"Errore")), text) << id;
+  EXPECT_EQ(TextCapacity(), kDefaultTextCapacity);
 
-std::vector<uint8_t> FileStart(const std::wstring& header, const std::wstring& rest) {
-  return EncodeUnicodeText({header, rest});
-}
+  // The display name is searched from the 256th character (the mark is the
+  // first) within the first 4,096 bytes, and cut at 255 characters.
+  auto name = [](const std::vector<std::wstring>& lines) {
+    std::vector<uint8_t> start = EncodeUnicodeText(lines);
+    return LanguageDisplayName(start.data(), start.size());
+  };
+  EXPECT_EQ(name({std::wstring(253, L'x'), L"lng=English (UK)"}), L"English (UK)");
+  EXPECT_EQ(name({L"LNG=Early", std::wstring(300, L'x'), L"LNG=Later"}), L"Later");
+  EXPECT_EQ(name({std::wstring(2100, L'x'), L"LNG=Far"}), L"");
+  EXPECT_EQ(name({std::wstring(300, L'x'), L"LNG=" + std::wstring(400, L'n')}), std::wstring(255, L'n'));
 
-TEST_F(LanguageFileTest, DisplayNameIsSearchedFromThe256thCharacter) {
-  // BOM + 253 characters + CR LF: "LNG=" starts at character 257.
-  std::vector<uint8_t> late = FileStart(std::wstring(253, L'x'), L"lng=English (UK)");
-  EXPECT_EQ(LanguageDisplayName(late.data(), late.size()), L"English (UK)");
-
-  // A name line in the header itself is too early; a later one is found.
-  std::vector<uint8_t> early =
-      EncodeUnicodeText({L"LNG=Early", std::wstring(300, L'x'), L"LNG=Later", L"1=x"});
-  EXPECT_EQ(LanguageDisplayName(early.data(), early.size()), L"Later");
-
-  // Beyond the first 4,096 bytes nothing is searched; names are cut at 255.
-  std::vector<uint8_t> beyond = FileStart(std::wstring(2100, L'x'), L"LNG=Far");
-  EXPECT_EQ(LanguageDisplayName(beyond.data(), beyond.size()), L"");
-  std::vector<uint8_t> longName = FileStart(std::wstring(300, L'x'), L"LNG=" + std::wstring(400, L'n'));
-  EXPECT_EQ(LanguageDisplayName(longName.data(), longName.size()), std::wstring(255, L'n'));
-}
-
-TEST_F(LanguageFileTest, LanguageListAndLocales) {
-  std::vector<LanguageEntry> list = MakeLanguageList(
-      {{L"FR", L"Français"}, {L"it", L"Italiano (file)"}, {L"DE", L"Deutsch"}, {L"EN", L"english"}});
-  std::vector<std::pair<std::wstring, uint32_t>> listed;
-  for (const LanguageEntry& entry : list) listed.emplace_back(entry.code, entry.command);
   // The program's own language first, the rest by name; commands by file order.
+  std::vector<std::pair<std::wstring, uint32_t>> listed;
+  for (const LanguageEntry& entry : MakeLanguageList(
+           {{L"FR", L"Français"}, {L"it", L"Italiano (file)"}, {L"DE", L"Deutsch"}, {L"EN", L"english"}})) {
+    listed.emplace_back(entry.code, entry.command);
+  }
   EXPECT_EQ(listed, (std::vector<std::pair<std::wstring, uint32_t>>{
                         {L"IT", 4000}, {L"DE", 4002}, {L"EN", 4003}, {L"FR", 4001}}));
+}
 
-  EXPECT_EQ(LanguageCodeOfFile(L"ordalis_de.LNG"), L"de");
-  EXPECT_EQ(LanguageFileName(L"EN"), L"Ordalis_EN.lng");
-  for (auto [locale, code] : {std::pair{L"040c", L"FR"}, {L"0C0A", L"ES"}, {L"0000", L"EN"}}) {
-    EXPECT_EQ(LanguageCodeForLocale(locale), code) << locale;
+std::string ReadWhole(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  return buffer.str();
+}
+
+// Every id the sources use, with where: the names of string-id constants
+// (kStr..., and kText... that a module numbers for itself) wherever they
+// appear outside the header of string ids.
+std::map<uint32_t, std::string> UsedIds() {
+  std::map<std::string, uint32_t> names;
+  std::regex constant(R"(constexpr\s+uint32_t\s+(kStr\w+|kText\w+)\s*=\s*(\d+)\s*;)");
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ORDALIS_SOURCE_DIR)) {
+    if (entry.path().extension() != ".h") continue;
+    std::string header = ReadWhole(entry.path());
+    for (std::sregex_iterator it(header.begin(), header.end(), constant), end; it != end; ++it) {
+      names[(*it)[1]] = static_cast<uint32_t>(std::stoul((*it)[2]));
+    }
+  }
+  EXPECT_GT(names.size(), 50u) << "the header of string ids was not read";
+  std::map<uint32_t, std::string> used;
+  std::regex name(R"(\bk(?:Str|Text)\w+)");
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(ORDALIS_SOURCE_DIR)) {
+    std::string extension = entry.path().extension().string();
+    if ((extension != ".cpp" && extension != ".h") || entry.path().filename() == "StringIds.h") continue;
+    std::string source = ReadWhole(entry.path());
+    std::string where = entry.path().filename().string();
+    for (std::sregex_iterator it(source.begin(), source.end(), name), end; it != end; ++it) {
+      auto found = names.find(it->str());
+      if (found != names.end()) used.emplace(found->second, it->str() + " in " + where);
+    }
+  }
+  return used;
+}
+
+// The shipped file starts with the mark, is listed under its name, and has a
+// non-empty entry, within the table the program makes, for every id in use.
+TEST_F(LanguageFileTest, TheEnglishFileIsListedByNameAndCoversEveryIdInUse) {
+  const fs::path file = fs::path(ORDALIS_LANG_DIR) / "Ordalis_EN.lng";
+  const std::string bytes = ReadWhole(file);
+  ASSERT_GE(bytes.size(), 2u);
+  EXPECT_EQ(bytes.substr(0, 2), std::string("\xFF\xFE", 2));
+  EXPECT_EQ(LanguageDisplayName(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()), L"English");
+
+  SetTextCapacity(kProgramTextCapacity);
+  UnicodeTextReader reader;
+  ASSERT_TRUE(reader.Open(file.wstring(), true, kLineLimitFilters)) << file;
+  ReadLanguageFile(reader);
+  SetBuiltInTexts(false);
+  std::map<uint32_t, std::string> used = UsedIds();
+  ASSERT_GT(used.size(), 20u) << "no uses of string ids were found in the sources";
+  for (const auto& [id, where] : used) {
+    EXPECT_LT(id, kProgramTextCapacity) << where;
+    EXPECT_NE(std::wstring(Text(id, L"")), L"") << "no English text for id " << id << " (" << where << ")";
   }
 }
 

@@ -35,18 +35,24 @@ inline std::vector<std::wstring> StoredLines(const FilterList& list) {
   return lines;
 }
 
-// A path in the temporary folder named after the running test.
-inline std::filesystem::path ScratchPath(const std::string& prefix, const std::string& suffix = "") {
-  return std::filesystem::temp_directory_path() /
-         (prefix + testing::UnitTest::GetInstance()->current_test_info()->name() + suffix);
-}
+// A file (or folder) in the temporary folder named after the running test,
+// gone before the test and after it.
+class ScratchFile {
+ public:
+  explicit ScratchFile(const std::string& prefix, const std::string& suffix = "")
+      : path(fs::temp_directory_path() /
+             (prefix + testing::UnitTest::GetInstance()->current_test_info()->name() + suffix)) {
+    fs::remove_all(path);
+  }
+  ~ScratchFile() { fs::remove_all(path); }
+  Bytes Read() const {
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+  }
+  void Write(const Bytes& bytes) const {
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  }
 
-inline std::vector<uint8_t> ReadBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-inline void WriteBytes(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
-  std::ofstream out(path, std::ios::binary);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
+  const fs::path path;
+};

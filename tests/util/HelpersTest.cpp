@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "util/DateText.h"
+#include <vector>
+
 #include "util/Numbers.h"
 #include "util/PathText.h"
+#include "util/Tag.h"
+#include "util/Text.h"
 #include "util/WideString.h"
 
 namespace {
@@ -10,11 +13,9 @@ namespace {
 TEST(WideStringTest, ComparesUpperCasedUnits) {
   EXPECT_EQ(CompareNoCase(L"C:\\Dati\\File.TXT", L"c:\\dati\\file.txt"), 0);
   EXPECT_TRUE(EqualNoCase(L"\u00E8\u00E9\u0111\u03C3\u0436", L"\u00C8\u00C9\u0110\u03A3\u0416"));
-  EXPECT_FALSE(EqualNoCase(L"abc", L"abd"));
   // Letters compare as capitals: "a" sorts before "_" (0x41 < 0x5F).
   EXPECT_LT(CompareNoCase(L"a", L"_"), 0);
   EXPECT_LT(CompareNoCase(L"ab", L"ABC"), 0);
-  EXPECT_GT(CompareNoCase(L"b", L"A"), 0);
   EXPECT_EQ(UpperCase(L"\u00FFx\u0131\u017E\u00DF"), L"\u0178XI\u017D\u00DF");
   EXPECT_EQ(HashNoCase(L"C:\\Some\\Path\u00E8"), HashNoCase(L"c:\\SOME\\path\u00C8"));
 }
@@ -39,29 +40,17 @@ TEST(WideStringTest, Utf8RoundTripsAndRefusesWhatIsNotWellFormed) {
   EXPECT_EQ(WideFromUtf8(std::string("x\0y", 3)), std::wstring(L"x\0y", 3));
 }
 
+// Digit groups and KB sizes are read off the item list's cells; here the
+// separators a locale brings, the ends of the range and short hundredths.
 TEST(NumbersTest, GroupsAndPads) {
-  EXPECT_EQ(GroupDigits(999), L"999");
   EXPECT_EQ(GroupDigits(-1234567, L'.'), L"-1.234.567");
   EXPECT_EQ(GroupDigits(INT64_MIN), L"-9,223,372,036,854,775,808");
-  EXPECT_EQ(FormatKBSizeFixed(1024), L"1 KB");
-  EXPECT_EQ(FormatKBSizeFixed(1025), L"2 KB");
   EXPECT_EQ(FormatKBSizeFixed(5ull << 30), L"5,242,880 KB");
   EXPECT_EQ(FormatHundredths(7), L"0.07");
   EXPECT_EQ(FormatHundredths(12345678, L'.', L','), L"123.456,78");
-  EXPECT_EQ(ZeroPadded(-42, 4), L"-0042");
-  EXPECT_EQ(ZeroPadded(123456789, 4), L"123456789");
-}
-
-// A leap day is shown through an added item's record; here the ends of the
-// calendar arithmetic.
-TEST(DateTextTest, TicksToCalendar) {
-  EXPECT_EQ(FixedDateText(CivilFromTicks(0)), L"01/01/1601");
-  EXPECT_EQ(SortableDateText(CivilFromTicks(116444736000000000ull)), L"19700101");
 }
 
 TEST(PathTextTest, LongPrefixRootsAndJoins) {
-  EXPECT_EQ(LongPathOf(L"\\\\?\\C:\\a"), L"\\\\?\\C:\\a");
-  EXPECT_EQ(DisplayPath(L"C:\\a"), L"C:\\a");
   // Any third character "?" counts as a prefix.
   EXPECT_EQ(DisplayPath(L"ab?defg"), L"efg");
   EXPECT_TRUE(IsDriveRoot(L"\\\\?\\d:\\"));
@@ -70,6 +59,49 @@ TEST(PathTextTest, LongPrefixRootsAndJoins) {
   EXPECT_EQ(JoinPath(L"C:\\", L"*"), L"C:\\*");
   EXPECT_EQ(JoinPath(L"C:\\a", L"*"), L"C:\\a\\*");
   EXPECT_EQ(JoinPath(L"C:\\a\\", L"\\b"), L"C:\\a\\b");
+}
+
+// Until a language is loaded the built-in text shows even where the table has
+// an entry; once loaded, the table only. A copy is cut to its buffer and
+// always ended there.
+TEST(TextTest, BuiltInTextsUntilALanguageIsLoadedAndCopiesFitTheirBuffers) {
+  ResetTexts();
+  ASSERT_TRUE(SetText(5, L"Fragmented"));
+  EXPECT_STREQ(Text(5, L"Frammentato"), L"Frammentato");
+  wchar_t buffer[6];
+  EXPECT_EQ(CopyText(7, L"Errore", buffer, 6), 5u);
+  EXPECT_STREQ(buffer, L"Error");
+
+  SetBuiltInTexts(false);
+  EXPECT_STREQ(Text(5, L"Frammentato"), L"Fragmented");
+  buffer[0] = L'x';
+  EXPECT_EQ(CopyText(7, L"Errore", buffer, 6), 0u);
+  EXPECT_STREQ(buffer, L"");
+  EXPECT_EQ(CopyText(7, L"Errore", buffer, 0), 0u);
+  ResetTexts();
+}
+
+// The crash report's checkpoint code.
+std::vector<uint32_t> gSeen;
+
+TEST(Tag, ScopesSetTheirValueAndLeaveTheNeutralOneWhateverCameBefore) {
+  SetTag(kTagStarting);
+  gSeen.clear();
+  SetTagObserver([](uint32_t tag) { gSeen.push_back(tag); });
+  {
+    TagScope reading(kTagReadingFiles);
+    EXPECT_EQ(CurrentTag(), kTagReadingFiles);
+    {
+      TagScope adding(kTagAddingItems);
+      EXPECT_EQ(CurrentTag(), kTagAddingItems);
+    }
+    // Back to neutral, not to the outer value: the first checkpoint ends the
+    // time before it for good.
+    EXPECT_EQ(CurrentTag(), kTagNeutral);
+  }
+  SetTagObserver(nullptr);
+  EXPECT_EQ(CurrentTag(), kTagNeutral);
+  EXPECT_EQ(gSeen, (std::vector<uint32_t>{kTagReadingFiles, kTagAddingItems, kTagNeutral, kTagNeutral}));
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImag
   const int count = 6 * scale + int(random() % 6);
   for (int i = 0; i < count; ++i) {
     const std::string folder = folders[random() % 3];
-    const std::string name = "file " + std::to_string(i) + (i % 5 == 0 ? " with a longer name.bin" : ".dat");
+    const std::string name = "file " + std::to_string(i) + (i % 5 == 0 ? " with a longer name, été.bin" : ".dat");
     if (!writer.Create(folder, name, false)) return fail("create " + name);
     growing.push_back(folder + "/" + name);
   }
