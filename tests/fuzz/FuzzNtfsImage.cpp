@@ -3,10 +3,8 @@
 // image holds, the volume answers with statuses, never with a crash, a read
 // or a write outside its buffers, or undefined behaviour.
 //
-// A small volume is made once by mkntfs and filled through the on-disk
-// format library (fragmented files, a file with holes, a compressed file,
-// one whose run list needs an attribute list, a folder with an index
-// allocation). The fuzzer's input is laid over that volume's metadata only:
+// A small volume is made once by mkntfs and filled as the NTFS tests fill
+// theirs. The fuzzer's input is laid over that volume's metadata only:
 // the boot sector, the record table, the bitmap, the folders' index blocks,
 // the record table's mirror and the log's restart pages, concatenated in
 // that order. Each execution works on a fresh copy in the shared-memory
@@ -55,23 +53,14 @@ std::string gImage;
 
 // ---- Making the volume ----
 
-bool Fill(const std::string& image) {
-  NtfsImageWriter writer(image);
-  bool ok = writer.volume != nullptr && writer.Create("/", "d", true) && writer.Create("/", "z", true);
-  for (int i = 0; i < 40 && ok; ++i) ok = writer.Create("/d", "entry-with-a-longer-name-" + std::to_string(i), false);
-  for (const char* name : {"a", "b", "many", "holes"}) ok = ok && writer.Create("/", name, false);
-  ok = ok && writer.Create("/z", "packed", false) && writer.MarkCompressed("/z/packed");
-  // Interleaved appends: two files of a few fragments, and one of enough
-  // one-cluster fragments that its run list leaves its record.
-  for (int round = 0; round < 6 && ok; ++round) {
-    ok = writer.Write("/a", -1, Packable(2048, uint8_t(round))) && writer.Write("/b", -1, Packable(1536, uint8_t(round + 7)));
-  }
-  for (int round = 0; round < 180 && ok; ++round) {
-    ok = writer.Write("/many", -1, Packable(512, uint8_t(round))) &&
-         writer.Write("/d/entry-with-a-longer-name-3", -1, Packable(512, 1));
-  }
-  ok = ok && writer.Write("/holes", 0, Packable(4096, 3)) && writer.Write("/holes", 40960, Packable(4096, 4));
-  return ok && writer.Write("/z/packed", 0, Packable(65536, 5));
+// The tests' random tree (fragmented files, a file with holes, a compressed
+// file, a folder with an index allocation) and a file of enough one-cluster
+// pieces that its run list needs an attribute list. Its folders, the root
+// too, in `filled`.
+bool Fill(const std::string& image, FilledImage& filled, std::string& error) {
+  if (!FillRandomly(image, 1, 0, filled, error)) return false;
+  filled.folders.push_back("/");
+  return AddFragmentedFile(image, "pieces", 250, error);
 }
 
 void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) {
@@ -85,15 +74,15 @@ void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) 
 }
 
 // The metadata's places on the made volume.
-bool FindRegions(const std::string& image) {
+bool FindRegions(const std::string& image, const std::vector<std::string>& folders) {
   ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
   if (volume == nullptr) return false;
   const uint32_t bits = volume->cluster_size_bits;
   gRegions.push_back({0, 512});
   AddRuns(volume->mft_na->rl, bits, uint64_t(volume->mft_na->initialized_size));
   AddRuns(volume->lcnbmp_na->rl, bits, uint64_t(volume->lcnbmp_na->data_size));
-  for (const char* folder : {"/", "/d", "/z"}) {
-    ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, folder);
+  for (const std::string& folder : folders) {
+    ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, folder.c_str());
     if (inode == nullptr) continue;
     ntfs_attr* index = ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
     if (index != nullptr && ntfs_attr_map_whole_runlist(index) == 0) {
@@ -209,7 +198,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   const std::string made = fuzz::ScratchPath("-ntfs-made.img");
   gImage = fuzz::ScratchPath("-ntfs.img");
   std::string error;
-  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made) || !FindRegions(made) || !ReadFile(made, gBase)) {
+  FilledImage filled;
+  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made, filled, error) ||
+      !FindRegions(made, filled.folders) || !ReadFile(made, gBase)) {
     std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g): %s\n", error.c_str());
     std::abort();
   }
