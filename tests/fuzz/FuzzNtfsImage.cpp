@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -104,20 +105,8 @@ bool FindRegions(const std::string& image, const std::vector<std::string>& folde
 }
 
 bool WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
-  // Written over in place, never truncated: its pages stay allocated.
-  const int fd = open(path.c_str(), O_CREAT | O_WRONLY, 0600);
-  if (fd < 0) return false;
-  const bool ok = pwrite(fd, bytes.data(), bytes.size(), 0) == ssize_t(bytes.size());
-  return close(fd) == 0 && ok;
-}
-
-bool ReadFile(const std::string& path, std::vector<uint8_t>& bytes) {
-  FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return false;
-  bytes.assign(kImageBytes, 0);
-  const bool ok = std::fread(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  std::fclose(file);
-  return ok;
+  std::ofstream out(path, std::ios::binary);
+  return bool(out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size())));
 }
 
 // ---- One execution ----
@@ -200,11 +189,14 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   std::string error;
   FilledImage filled;
   if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made, filled, error) ||
-      !FindRegions(made, filled.folders) || !ReadFile(made, gBase)) {
+      !FindRegions(made, filled.folders)) {
     std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g): %s\n", error.c_str());
     std::abort();
   }
+  std::ifstream in(made, std::ios::binary);
+  gBase.assign(std::istreambuf_iterator<char>(in), {});
   std::remove(made.c_str());
+  if (gBase.size() != kImageBytes) std::abort();
   uint64_t total = 0;
   for (const Region& region : gRegions) total += region.length;
   std::fprintf(stderr, "fuzz_ntfs_image: %zu metadata regions, %llu bytes\n", gRegions.size(),
