@@ -1036,7 +1036,7 @@ NtStatus NtfsVolume::SwitchPending() {
   rewritten = ntfs_inode_close(p.inode) == 0 && rewritten;
   p.inode = nullptr;
   std::free(old);
-  const int committed = rewritten ? journal_.Commit() : 1;
+  const int committed = rewritten ? journal_.Commit(volume_) : 1;
   if (committed == 1) {
     // Nothing of the switch reached the volume: the library's view of it is
     // thrown away and read afresh.

@@ -74,6 +74,36 @@ bool TakeRange(ntfs_attr* attr, int bits, int64_t from, int64_t to, Sectors& hel
   return true;
 }
 
+// A switch's sectors put in their places, in an order where a stop after
+// any write leaves no cluster and no record owned but marked free: first the
+// bitmaps' sectors with the switch's claims alone (what the disk marks and
+// what the switch marks), then every other sector, last the bitmaps as the
+// switch leaves them, with what it gives back. Each step synced before the
+// next.
+bool PutInPlace(ntfs_volume* volume, Sectors sectors) {
+  ntfs_device* device = volume->dev;
+  const int bits = volume->cluster_size_bits;
+  Sectors bitmaps, claims;
+  if (!TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, sectors, bitmaps) ||
+      !TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, sectors, bitmaps)) {
+    return false;
+  }
+  const int fd = ntfsdevice::Descriptor(device);
+  for (auto it = bitmaps.begin(); it != bitmaps.end();) {
+    std::array<uint8_t, kSector> marked{};
+    if (pread(fd, marked.data(), kSector, it->first) != kSector) return false;
+    std::array<uint8_t, kSector> both = marked;
+    for (size_t i = 0; i < kSector; ++i) both[i] |= it->second[i];
+    if (both != marked) claims.emplace(it->first, both);
+    // Claims alone: in place with the first step.
+    it = both == it->second ? bitmaps.erase(it) : std::next(it);
+  }
+  for (const Sectors* step : {&claims, &sectors, &bitmaps}) {
+    if (!step->empty() && !(ntfsdevice::WriteThrough(device, *step) && ntfsdevice::SyncThrough(device))) return false;
+  }
+  return true;
+}
+
 ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
   inode = ntfs_pathname_to_inode(volume, nullptr, (std::string("/") + kJournalName).c_str());
   if (inode == nullptr) return nullptr;
@@ -272,7 +302,7 @@ void SwitchJournal::Drop() { ntfsdevice::Drop(device_); }
 
 void SwitchJournal::Release() { ntfsdevice::Release(); }
 
-int SwitchJournal::Commit() {
+int SwitchJournal::Commit(ntfs_volume* volume) {
   Sectors sectors = ntfsdevice::TakeHeld();
   if (sectors.empty()) return 0;
   Header header{};
@@ -309,7 +339,7 @@ int SwitchJournal::Commit() {
     if (WriteJournal(0, empty.data(), kSector) && ntfsdevice::SyncThrough(device_)) return 1;
     return 2;
   }
-  if (!ntfsdevice::WriteThrough(device_, sectors) || !ntfsdevice::SyncThrough(device_)) return 2;
+  if (!PutInPlace(volume, std::move(sectors))) return 2;
   // Cleared without a sync of its own. Until the clear reaches the disk, a
   // stop may leave this journal complete, and the next opening applies it
   // again: harmless, as its sectors are already in place and nothing has
@@ -363,12 +393,12 @@ InterruptedSwitch FinishInterruptedSwitch(ntfs_volume* probe, bool apply) {
   if (headerLcn < 0) return InterruptedSwitch::Failed;
   // Written past the library, whose view is read-only: on the volume's
   // own descriptor, held for writing when `apply`.
-  const int fd = ntfsdevice::Descriptor(probe->dev);
-  bool ok = true;
-  for (size_t i = 0; ok && i < offsets.size(); ++i) {
-    ok = pwrite(fd, bytes.data() + i * kSector, kSector, offsets[i]) == kSector;
+  Sectors sectors;
+  for (size_t i = 0; i < offsets.size(); ++i) {
+    std::memcpy(sectors[offsets[i]].data(), bytes.data() + i * kSector, kSector);
   }
-  ok = ok && fsync(fd) == 0;
+  const int fd = ntfsdevice::Descriptor(probe->dev);
+  bool ok = PutInPlace(probe, std::move(sectors));
   std::array<uint8_t, kSector> empty{};
   ok = ok && pwrite(fd, empty.data(), kSector, headerLcn << probe->cluster_size_bits) == kSector &&
        fsync(fd) == 0;

@@ -3,8 +3,9 @@
 // step, however many records it spans. While the library rewrites the
 // records, everything it writes is held in memory by the volume's device
 // layer (its reads see it); the held sectors then go first into a journal
-// file of ours on the volume, synced, then to their places, synced, and the
-// journal is cleared. A stop before the journal is complete leaves the old
+// file of ours on the volume, synced, then to their places, synced (the
+// bitmaps' claims before the records, what is given back after them), and
+// the journal is cleared. A stop before the journal is complete leaves the old
 // records untouched; a stop after it leaves a complete journal, which the
 // next opening for writing applies again before anything else reads the
 // volume.
@@ -44,7 +45,7 @@ class SwitchJournal {
   // the volume (too large for the journal, or its writing failed); 2 when
   // the journal is complete but applying it failed: the volume must not be
   // written again before it is opened anew.
-  int Commit();
+  int Commit(_ntfs_volume* volume);
 
   // Test hook: the n-th write to the device from now fails (0: none), or,
   // `silently`, reaches the disk with a byte changed and reports success.

@@ -226,6 +226,8 @@ std::string ClusterAccountingFaults(const std::string& image, bool killed) {
   return status != 0 && faults.empty() && !onlyExtra ? output : faults;
 }
 
+bool MirrorBehind(const std::string& faults) { return faults.find("$MFTMirr does not match") != std::string::npos; }
+
 bool NtfsfixClean(const std::string& image, std::string& output) {
   return RunCommand("ntfsfix -n " + Quoted(image), output) == 0;
 }

@@ -85,6 +85,10 @@ class TskView : ImageHandle {
 // none. Clusters in use that nobody owns count too, unless `killed`: a run
 // killed mid-move may leave clusters claimed for a copy no file took over.
 std::string ClusterAccountingFaults(const std::string& image, bool killed);
+// Whether those faults are ntfsresize refusing the volume because the master
+// file table's first records and their mirror copy differ, as a stop between
+// the two writes leaves them until the next opening brings the mirror in line.
+bool MirrorBehind(const std::string& faults);
 
 // Marks the volume for a disk check, as its own system does after a crash;
 // ClearDirty clears the mark, as its check does when it finds nothing.
