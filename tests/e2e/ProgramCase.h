@@ -45,13 +45,6 @@ inline std::wstring Widen(const std::string& text) { return std::wstring(text.be
 inline const std::string kBanner =
     "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" + Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n";
 
-// Line ends made visible, for output that failed a comparison.
-inline std::string Printable(const std::string& text) {
-    std::string result;
-    for (char c : text) result += c == '\r' ? std::string("\\r") : c == '\n' ? std::string("\\n\n") : std::string(1, c);
-    return result;
-}
-
 inline int ScreenDpi() {
     HDC screen = GetDC(nullptr);
     const int dpi = GetDeviceCaps(screen, LOGPIXELSX);
@@ -171,7 +164,6 @@ protected:
     std::wstring Win(const std::string& relative) const {
         return TestDriver::HostPathToWindows((relative.empty() ? host_ : host_ / relative).string());
     }
-    std::string WinText(const std::string& relative) const { return Narrow(Win(relative)); }
 
     void MakeFile(const std::string& relative, uintmax_t size) {
         fs::create_directories((host_ / relative).parent_path());
@@ -198,7 +190,7 @@ protected:
         description_ = volumeLine + "\n";
         for (const SimFile& file : files) {
             MakeFile(file.relative, file.size);
-            description_ += "file \"" + WinText(file.relative) + "\" size=" + std::to_string(file.size) +
+            description_ += "file \"" + Narrow(Win(file.relative)) + "\" size=" + std::to_string(file.size) +
                             " runs=" + file.runs + "\n";
         }
         description_ += more;
@@ -212,10 +204,6 @@ protected:
     std::string Verdict() const {
         const std::string end = EndState();
         return end.size() < 9 ? end : end.substr(end.size() - 9);
-    }
-
-    TestDriver::RunResult Run(const std::wstring& arguments) {
-        return TestDriver::RunProgram(exe_, arguments, kWaitMs);
     }
 
     // Starts the program and finds its window and item list, in whichever
