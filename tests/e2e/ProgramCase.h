@@ -8,6 +8,7 @@
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
 #include "options/ProgramVersion.h"
+#include "util/UnicodeTextFile.h"
 
 #include <commctrl.h>
 #include <gtest/gtest.h>
@@ -56,16 +57,10 @@ inline int ScreenDpi() {
 inline int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
 
 // The bytes of a text file as the program writes its own (profiles, filter
-// lists, settings): UTF-16LE after a byte-order mark, CR LF after each line.
+// lists, settings).
 inline std::string Utf16FileLines(const std::vector<std::wstring>& lines) {
-    std::string bytes("\xFF\xFE", 2);
-    for (const std::wstring& line : lines) {
-        for (wchar_t c : line + L"\r\n") {
-            bytes += static_cast<char>(c & 0xFF);
-            bytes += static_cast<char>((c >> 8) & 0xFF);
-        }
-    }
-    return bytes;
+    const std::vector<uint8_t> bytes = EncodeUnicodeText(lines);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 // The line of one file in a volume's description or end state.
