@@ -110,9 +110,8 @@ inline HWND FocusOf(HWND window) {
 
 // The first part of each of the main window's two status bars, top one first.
 inline std::vector<std::wstring> StatusTexts(HWND main) {
-    std::vector<std::wstring> texts;
-    for (HWND bar : TestDriver::ChildWindows(main, STATUSCLASSNAMEW)) texts.push_back(TestDriver::WindowText(bar));
-    return texts;
+    return {TestDriver::WindowText(GetDlgItem(main, IDC_STATUS_UPPER)),
+            TestDriver::WindowText(GetDlgItem(main, IDC_STATUS_LOWER))};
 }
 
 // One case: its folder on the host, the same folder as the program sees it,
@@ -201,15 +200,13 @@ protected:
         return end.size() < 9 ? end : end.substr(end.size() - 9);
     }
 
-    // Starts the program and finds its window and item list, in whichever
-    // language the arguments ask for.
+    // Starts the program and finds its window and item list.
     void Start(const std::wstring& arguments) {
         program_ = TestDriver::StartProgram(exe_, arguments);
         ASSERT_TRUE(program_);
         main_ = TestDriver::WaitForWindow({kDialogClass, kMainTitle, program_->ProcessId()}, kWaitMs);
         ASSERT_NE(main_, nullptr) << "no main window";
-        items_ = TestDriver::FindListViewByHeader(main_, L"Nome");
-        if (!items_) items_ = TestDriver::FindListViewByHeader(main_, L"Name");
+        items_ = GetDlgItem(main_, IDC_ITEM_LIST);
         ASSERT_NE(items_, nullptr);
     }
 
