@@ -78,10 +78,16 @@ class RunFixture : public ::testing::Test {
 
   size_t Fragments(const std::wstring& path) { return volume_->FindFile(path)->runs.size(); }
 
-  static std::wstring Joined(const std::vector<std::wstring>& texts) {
-    std::wstring all;
-    for (const std::wstring& text : texts) all += text;
-    return all;
+  static std::vector<std::wstring> FragmentedPaths() {
+    std::vector<std::wstring> paths;
+    for (const FragmentedFileRecord& record : gRun.fragmented) paths.push_back(record.path);
+    return paths;
+  }
+
+  static std::vector<std::wstring> ErrorLines() {
+    std::vector<std::wstring> lines;
+    for (const ErrorEntry& entry : gRun.errors) lines.push_back(entry.displayPath + L": " + entry.message);
+    return lines;
   }
 
   void Run(RunMode mode) { StartRun(mode, options_, ui_); }
@@ -113,6 +119,8 @@ inline const char* kRunTree =
     "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n"
     "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000022\n";
 
+inline bool IsTemporary(const std::wstring& path) { return path.ends_with(L".tmp"); }
+
 // Two items over that tree, ".tmp" files left out by the filter.
 class TreeRunFixture : public RunFixture {
  protected:
@@ -121,8 +129,6 @@ class TreeRunFixture : public RunFixture {
     Volume(kRunTree);
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
     ASSERT_EQ(AddItem(items_, false, L"Z:\\single.bin"), kAddOk);
-    filter_.file = [](const std::wstring& path) {
-      return path.size() > 4 && path.substr(path.size() - 4) == L".tmp";
-    };
+    filter_.file = IsTemporary;
   }
 };

@@ -81,26 +81,25 @@ void FakeFileQueries::AddLink(const std::wstring& path, const std::wstring& targ
   node->link = targetNode;
 }
 
+FakeFileQueries::Node* FakeFileQueries::Child(Node* folder, std::wstring_view name) {
+  auto found = folder->byName.find(name);
+  if (found != folder->byName.end()) return found->second;
+  auto created = std::make_unique<Node>();
+  created->entry.name = std::wstring(name);
+  created->entry.attributes = kAttrDirectory;
+  created->entry.creationTime = created->entry.lastAccessTime = created->entry.lastWriteTime = kDefaultTime;
+  Node* raw = created.get();
+  folder->children.push_back(std::move(created));
+  folder->byName.emplace(std::wstring_view(raw->entry.name), raw);
+  return raw;
+}
+
 FakeFileQueries::Node* FakeFileQueries::MakeFolders(std::wstring_view path) {
   path = DisplayPath(path);
   Drive* drive = DriveOf(path, true);
   if (drive == nullptr) return nullptr;
   Node* node = &drive->root;
-  for (std::wstring_view part : Components(path)) {
-    auto child = node->byName.find(part);
-    if (child != node->byName.end()) {
-      node = child->second;
-      continue;
-    }
-    auto created = std::make_unique<Node>();
-    created->entry.name = std::wstring(part);
-    created->entry.attributes = kAttrDirectory;
-    created->entry.creationTime = created->entry.lastAccessTime = created->entry.lastWriteTime = kDefaultTime;
-    Node* raw = created.get();
-    node->children.push_back(std::move(created));
-    node->byName.emplace(std::wstring_view(raw->entry.name), raw);
-    node = raw;
-  }
+  for (std::wstring_view part : Components(path)) node = Child(node, part);
   return node;
 }
 
@@ -110,27 +109,12 @@ DirEntry& FakeFileQueries::AddFolder(const std::wstring& path, uint32_t attribut
   return node->entry;
 }
 
-DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint32_t attributes,
-                                   uint64_t compressedSize) {
+DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint32_t attributes) {
   std::wstring_view view = DisplayPath(path);
   size_t slash = view.find_last_of(L'\\');
-  Node* folder = MakeFolders(view.substr(0, slash));
-  std::wstring_view name = view.substr(slash + 1);
-  Node* node;
-  auto existing = folder->byName.find(name);
-  if (existing != folder->byName.end()) {
-    node = existing->second;
-  } else {
-    auto created = std::make_unique<Node>();
-    created->entry.name = std::wstring(name);
-    node = created.get();
-    folder->children.push_back(std::move(created));
-    folder->byName.emplace(std::wstring_view(node->entry.name), node);
-  }
+  Node* node = Child(MakeFolders(view.substr(0, slash)), view.substr(slash + 1));
   node->entry.attributes = attributes & ~kAttrDirectory;
   node->entry.size = size;
-  node->entry.creationTime = node->entry.lastAccessTime = node->entry.lastWriteTime = kDefaultTime;
-  node->compressedSize = compressedSize;
   return node->entry;
 }
 
@@ -192,26 +176,21 @@ class FakeListing final : public DirListing {
 std::unique_ptr<DirListing> FakeFileQueries::OpenListing(const std::wstring& pattern) {
   Count(FakeQuery::FindEntries);
   std::vector<DirEntry> entries;
-  if (Search(pattern, [&entries](const DirEntry& entry) {
-        entries.push_back(entry);
-        return true;
-      }) != 0) {
-    return nullptr;
-  }
+  if (Search(pattern, entries) != 0) return nullptr;
   return std::make_unique<FakeListing>(std::move(entries), entriesHandedOut_);
 }
 
 uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
                                       const std::function<bool(const DirEntry&)>& visit) {
-  Count(FakeQuery::FindEntries);
-  return Search(pattern, [this, &visit](const DirEntry& entry) {
-    ++entriesHandedOut_;
-    return visit(entry);
-  });
+  std::unique_ptr<DirListing> listing = OpenListing(pattern);
+  if (listing == nullptr) return tLastError;
+  DirEntry entry;
+  while (listing->Next(entry) && visit(entry)) {
+  }
+  return 0;
 }
 
-uint32_t FakeFileQueries::Search(const std::wstring& pattern,
-                                 const std::function<bool(const DirEntry&)>& visit) {
+uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEntry>& entries) {
   std::wstring_view view = DisplayPath(pattern);
   size_t slash = view.find_last_of(L'\\');
   uint32_t error = 0;
@@ -233,27 +212,20 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern,
   if (!HasWildcards(namePattern)) {
     auto found = folder->byName.find(namePattern);
     if (found == folder->byName.end()) return fail(kErrFileNotFound);
-    visit(found->second->entry);
+    entries.push_back(found->second->entry);
     return 0;
   }
-
-  bool visited = false;
-  bool isRoot = Components(folderPath).empty();
-  if (!isRoot) {
+  if (!Components(folderPath).empty()) {
     for (const wchar_t* dots : {L".", L".."}) {
       if (!NameMatches(namePattern, dots)) continue;
-      DirEntry entry = folder->entry;
-      entry.name = dots;
-      visited = true;
-      if (!visit(entry)) return 0;
+      entries.push_back(folder->entry);
+      entries.back().name = dots;
     }
   }
   for (const std::unique_ptr<Node>& child : folder->children) {
-    if (!NameMatches(namePattern, child->entry.name)) continue;
-    visited = true;
-    if (!visit(child->entry)) return 0;
+    if (NameMatches(namePattern, child->entry.name)) entries.push_back(child->entry);
   }
-  return visited ? 0 : fail(kErrFileNotFound);
+  return entries.empty() ? fail(kErrFileNotFound) : 0;
 }
 
 uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
@@ -274,7 +246,7 @@ uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
     tLastError = kErrFileNotFound;
     return kInvalidSize;
   }
-  return node->compressedSize == kInvalidSize ? node->entry.size : node->compressedSize;
+  return node->entry.size;
 }
 
 uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {

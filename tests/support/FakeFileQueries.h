@@ -35,10 +35,8 @@ class FakeFileQueries : public FileQueries {
   // Adds a folder and any missing folders above it. Returns its entry, whose
   // fields the test may change.
   DirEntry& AddFolder(const std::wstring& path, uint32_t attributes = kAttrDirectory);
-  // Adds a file (and its missing folders); compressedSize is what
-  // GetCompressedSize answers (defaults to the size).
-  DirEntry& AddFile(const std::wstring& path, uint64_t size = 0, uint32_t attributes = kAttrArchive,
-                    uint64_t compressedSize = kInvalidSize);
+  // Adds a file (and its missing folders), compressed to its own size.
+  DirEntry& AddFile(const std::wstring& path, uint64_t size = 0, uint32_t attributes = kAttrArchive);
   // A link at `path` to the folder `target` (which must exist): listed as a
   // folder that is a reparse point, and paths through it lead into the
   // target. OpenForRemoval opens the link itself.
@@ -88,7 +86,6 @@ class FakeFileQueries : public FileQueries {
  private:
   struct Node {
     DirEntry entry;
-    uint64_t compressedSize = kInvalidSize;
     Node* link = nullptr;  // the target of a link
     std::vector<std::unique_ptr<Node>> children;  // in the order they were added
     std::unordered_map<std::wstring_view, Node*, NoCaseHash, NoCaseEqual> byName;
@@ -103,8 +100,11 @@ class FakeFileQueries : public FileQueries {
   // Links on the way are followed, and the last one too unless told not to.
   Node* Lookup(std::wstring_view path, bool followLast = true) const;
   Node* MakeFolders(std::wstring_view path);
+  // The entry of that name inside the folder, made (as a folder) if missing.
+  static Node* Child(Node* folder, std::wstring_view name);
   bool Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const;
-  uint32_t Search(const std::wstring& pattern, const std::function<bool(const DirEntry&)>& visit);
+  // The entries a search opened now hands out, or the error it fails with.
+  uint32_t Search(const std::wstring& pattern, std::vector<DirEntry>& entries);
   void Count(FakeQuery query) { ++counts_[static_cast<size_t>(query)]; }
 
   std::map<wchar_t, Drive> drives_;

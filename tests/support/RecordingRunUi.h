@@ -53,26 +53,21 @@ class RecordingRunUi : public RecordingEngineUiOf<ConsoleRunUi> {
   bool closeForDiskErrors = false;
   bool cleanupGoesOn = true;
 
-  // What the run did.
-  std::vector<uint32_t> statusUpdates;
+  // What the run did around its files, in order: "disk check" (automatic
+  // or "asked"), "analysis printed", "defragmentation printed", "summary",
+  // "countdown", "power-off" and "exit CODE".
+  std::vector<std::string> events;
   std::vector<uint32_t> busyStates;
-  std::vector<uint32_t> exits;
-  std::vector<bool> diskChecks;  // automatic or not, one per check
-  std::vector<bool> cleanups;
-  std::vector<bool> consoleSummaries;  // one per summary written: true for a defragmentation's
-  std::wstring consoleText;            // every summary written, one after another
+  std::wstring consoleText;  // every summary written, one after another
   // The status bars' last update when the summary dialog opened.
   uint32_t statusAtSummary = 0;
-  int powerOffs = 0;
   int solidStateWarnings = 0;
   std::vector<uint64_t> solidStateLeftOut;
-  int summaries = 0;
-  int shutdowns = 0;
   bool laidOut = false;
 
   bool RowSelected(uint64_t row) override { return rowSelected(row); }
   void UpdateStatus(uint32_t flags) override {
-    statusUpdates.push_back(flags);
+    lastStatus_ = flags;
     onStatus(flags);
   }
   void RunLayout(bool running, bool) override { laidOut = laidOut || running; }
@@ -84,24 +79,24 @@ class RecordingRunUi : public RecordingEngineUiOf<ConsoleRunUi> {
   }
   void SolidStateLeftOut(uint64_t files) override { solidStateLeftOut.push_back(files); }
   int DiskCheck(bool automatic) override {
-    diskChecks.push_back(automatic);
+    events.push_back(automatic ? "disk check" : "disk check asked");
     return diskCheckResult;
   }
   bool CloseForDiskErrors() override { return closeForDiskErrors; }
-  bool Cleanup(bool automatic) override {
-    cleanups.push_back(automatic);
-    return cleanupGoesOn;
-  }
+  bool Cleanup(bool) override { return cleanupGoesOn; }
 
   void ShowSummary() override {
-    ++summaries;
-    statusAtSummary = statusUpdates.empty() ? 0 : statusUpdates.back();
+    events.push_back("summary");
+    statusAtSummary = lastStatus_;
   }
-  void ShutdownCountdown() override { ++shutdowns; }
-  void RequestExit(uint32_t code) override { exits.push_back(code); }
+  void ShutdownCountdown() override { events.push_back("countdown"); }
+  void RequestExit(uint32_t code) override { events.push_back("exit " + std::to_string(code)); }
   void ConsoleSummary(bool defragmentation, const std::vector<std::wstring>& section) override {
-    consoleSummaries.push_back(defragmentation);
+    events.push_back(defragmentation ? "defragmentation printed" : "analysis printed");
     for (const std::wstring& text : section) consoleText += text;
   }
-  void PowerOff() override { ++powerOffs; }
+  void PowerOff() override { events.push_back("power-off"); }
+
+ private:
+  uint32_t lastStatus_ = 0;
 };
