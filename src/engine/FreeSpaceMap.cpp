@@ -210,6 +210,10 @@ bool FreeSpaceMap::ReadAt(FsHandle volume, int64_t lcn, ReadChunk& chunk, std::w
   // The scan asks for multiples of a chunk; a volume that rounds them down
   // makes it read some clusters twice, which the map does not replay.
   if (chunk.header.startingLcn != lcn) regular_ = false;
+  // Every answer sizes the bitmap from its start to the volume's end; one
+  // that disagrees with the first would place chunks outside the map, which
+  // is then not used: the per-file scan reads what the volume says.
+  if (clusters_ != 0 && chunk.header.startingLcn + chunk.header.bitmapSize != clusters_) regular_ = false;
   return true;
 }
 

@@ -87,7 +87,7 @@ TEST_F(AnalysisTest, BothFormsCountFragmentsAsTheyLieAndFailOnlyWhenTheFileDoes)
     EXPECT_EQ(AnalyseFile(std::wstring(L"Z:\\") + f.name, r), f.returned);
     EXPECT_EQ(r.fragments, f.fragments);
     EXPECT_EQ(r.clusters, f.clusters);
-    EXPECT_EQ(Narrow(r.outcome), f.outcome);
+    EXPECT_EQ(WideToUtf8(r.outcome), f.outcome);
   }
   EXPECT_EQ(volume().OpenHandleCount(), 1u);  // the pending one's
   Volume(description);
@@ -97,7 +97,7 @@ TEST_F(AnalysisTest, BothFormsCountFragmentsAsTheyLieAndFailOnlyWhenTheFileDoes)
     FileAnalysis r;
     const std::vector<Extent> nodes = ListOf(std::wstring(L"Z:\\") + f.name, r, f.returned == 1);
     EXPECT_EQ(r.fragments, f.fragments);
-    EXPECT_EQ(Narrow(r.outcome), f.outcome);
+    EXPECT_EQ(WideToUtf8(r.outcome), f.outcome);
     if (f.returned == 1) {
       EXPECT_EQ(nodes.size(), f.fragments);
     }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -66,22 +65,3 @@ class SimTest : public ::testing::Test {
   std::unique_ptr<SimVolume> volume_;
   RecordingEngineUi ui_;
 };
-
-inline std::string Narrow(const std::wstring& text) { return WideToUtf8(text); }
-
-// Random volumes: places `count` clusters at a random spot that `used` shows
-// free (twenty tries), marks them used and gives their first cluster.
-inline bool PlaceRandomRun(std::mt19937_64& random, std::vector<bool>& used, uint64_t count, int64_t& lcn) {
-  const uint64_t clusters = used.size();
-  for (int attempt = 0; attempt < 20; ++attempt) {
-    if (count > clusters) return false;
-    const uint64_t at = random() % (clusters - count + 1);
-    bool free = true;
-    for (uint64_t c = at; c < at + count && free; ++c) free = !used[c];
-    if (!free) continue;
-    for (uint64_t c = at; c < at + count; ++c) used[c] = true;
-    lcn = int64_t(at);
-    return true;
-  }
-  return false;
-}

@@ -64,14 +64,14 @@ TEST_F(RelocationTest, AQuitMessageEndsTheWaitWhileTheThreadStillMoves) {
 TEST_F(RelocationTest, TheVolumeHandleIsCachedPerDriveAndAFailedOpenIsNotRetried) {
   Volume(std::string(kVolume) + "file \"Z:\\five\" size=4096 runs=1203:1,1205:1\n"
                                 "fault \"Z:\" control=volume call=1 status=0xC0000022\n");
-  EXPECT_EQ(Narrow(Defragment(L"Z:\\four")), "Access is denied.\r\n");
+  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\four")), "Access is denied.\r\n");
   // Same drive, lower case: the failed handle is kept, with the first text.
-  EXPECT_EQ(Narrow(Defragment(L"z:\\five")), "Access is denied.\r\n");
+  EXPECT_EQ(WideToUtf8(Defragment(L"z:\\five")), "Access is denied.\r\n");
   // Another drive fails its own way; back on Z: the open is tried again and
   // now succeeds, then is reused.
   std::wstring message;
   EXPECT_EQ(VolumeForPath(L"Y:\\x", message), kInvalidHandle);
-  EXPECT_EQ(Narrow(message), "The system cannot find the file specified.\r\n");
+  EXPECT_EQ(WideToUtf8(message), "The system cannot find the file specified.\r\n");
   EXPECT_EQ(Defragment(L"Z:\\four"), L"");
   const FsHandle first = gVolumeCache.handle;
   EXPECT_EQ(Defragment(L"z:\\five"), L"");
@@ -108,7 +108,7 @@ TEST_F(RelocationTest, AMoveThreadThatDiesNeverReadsAsMoved) {
     ui_.onProgress = [die](uint64_t position) {
       if (position == 2) die();
     };
-    EXPECT_EQ(Narrow(Defragment(L"Z:\\four")),
+    EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\four")),
               "The I/O operation has been aborted because of either a thread exit or an application request.\r\n");
     EXPECT_FALSE(gEngine.moveThread.Running());
     EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
@@ -163,13 +163,13 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
        0, "Access is denied", {{1000, 9}, {1230, 1}}},
   };
   for (const auto& c : kCases) {
-    SCOPED_TRACE(std::string(c.fault) + " " + Narrow(c.path));
+    SCOPED_TRACE(std::string(c.fault) + " " + WideToUtf8(c.path));
     ResetAll();
     Volume(std::string(c.volume) + c.fault + "\n");
     ui_.onProgress = [&c](uint64_t position) {
       if (position == c.stopAt) gEngine.flags |= kStopRequested;
     };
-    const std::string code = Narrow(Defragment(c.path));
+    const std::string code = WideToUtf8(Defragment(c.path));
     if (*c.says == 0) {
       EXPECT_EQ(code, "");
     } else {
@@ -194,11 +194,11 @@ TEST_F(RelocationTest, FilesMovedInUnitsAreAskedForEachUnitOnce) {
       "file \"Z:\\packed\" size=196608 compressed runs=1500:5,1700:4,*:7,1704:9,*:7,1900:9,*:7\n"
       // No holes at all, yet moved by units: the file system says so.
       "file \"Z:\\dense\" size=163840 compressed runs=1300:10,1600:20,1400:10\n");
-  EXPECT_EQ(Narrow(Defragment(L"Z:\\packed")), "");
+  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\packed")), "");
   EXPECT_EQ(RunsOf(L"Z:\\packed"),
             (std::vector<SimRun>{{1000, 9}, {-1, 7}, {1009, 9}, {-1, 7}, {1018, 9}, {-1, 7}}));
   volume().Checkpoint();
-  EXPECT_EQ(Narrow(Defragment(L"Z:\\dense")), "");
+  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\dense")), "");
   EXPECT_EQ(RunsOf(L"Z:\\dense"), (std::vector<SimRun>{{1027, 40}}));
 }
 

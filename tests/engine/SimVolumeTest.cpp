@@ -7,26 +7,18 @@ namespace {
 using SimVolumeTest = SimTest;
 
 // The answers every volume gives are held to their rules beside the NTFS
-// volume's; what only the simulated volume does is its switches: a failure
-// written into the status block too, and a call answered pending whose
-// failure lands in the block on the wait.
-TEST_F(SimVolumeTest, ItsSwitchWritesFailuresIntoTheBlockAndPendingOnesLandOnTheWait) {
+// volume's; what only the simulated volume does is its switch that writes a
+// failure into the status block too.
+TEST_F(SimVolumeTest, ItsSwitchWritesFailuresIntoTheBlock) {
   Volume(
       "volume letter=Z clusters=100000 blockOnFailure=on\n"
-      "file \"Z:\\f\" size=4096 runs=10:4,20:4\n"
-      "fault \"Z:\\f\" control=move call=2 pending status=0xC0000022\n");
+      "file \"Z:\\f\" size=4096 runs=10:4,20:4\n");
   FsHandle v = Va().OpenVolume("\\\\.\\Z:");
   FsHandle f = Va().OpenFileForMoving(L"Z:\\f");
   IoStatusBlock block{};
   MoveFileRecord record{uint64_t(f), 0, 21, 4, 0};  // onto its own second run
   EXPECT_EQ(Va().MoveClusters(v, block, &record, sizeof record), kStatusAlreadyCommitted);
   EXPECT_EQ(block.status, kStatusAlreadyCommitted);
-  record.startingLcn = 500;
-  block.status = 77;
-  EXPECT_EQ(Va().MoveClusters(v, block, &record, sizeof record), kStatusPending);
-  EXPECT_EQ(block.status, 77);
-  Va().Wait(f);
-  EXPECT_EQ(block.status, kStatusAccessDenied);
 }
 
 TEST_F(SimVolumeTest, TheCheckerNoticesLostAndStrayData) {

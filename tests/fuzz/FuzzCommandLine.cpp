@@ -6,6 +6,7 @@
 #include "options/CommandLine.h"
 #include "options/RunFlags.h"
 
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -39,12 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static World world;
   std::wstring text = fuzz::WideText(data, size);
   std::vector<std::wstring> args;
-  size_t start = 0;
-  for (size_t end = text.find(L'\n'); ; end = text.find(L'\n', start)) {
-    args.push_back(text.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start));
-    if (end == std::wstring::npos) break;
-    start = end + 1;
-  }
+  std::wistringstream lines(text);
+  for (std::wstring arg; std::getline(lines, arg);) args.push_back(arg);
   FUZZ_CHECK(UndoubleBackslashes(DoubleBackslashes(text)) == text);
 
   CommandLineChoices choices;

@@ -3,10 +3,8 @@
 // image holds, the volume answers with statuses, never with a crash, a read
 // or a write outside its buffers, or undefined behaviour.
 //
-// A small volume is made once by mkntfs and filled through the on-disk
-// format library (fragmented files, a file with holes, a compressed file,
-// one whose run list needs an attribute list, a folder with an index
-// allocation). The fuzzer's input is laid over that volume's metadata only:
+// A small volume is made once by mkntfs and filled as the NTFS tests fill
+// theirs. The fuzzer's input is laid over that volume's metadata only:
 // the boot sector, the record table, the bitmap, the folders' index blocks,
 // the record table's mirror and the log's restart pages, concatenated in
 // that order. Each execution works on a fresh copy in the shared-memory
@@ -19,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -55,23 +54,14 @@ std::string gImage;
 
 // ---- Making the volume ----
 
-bool Fill(const std::string& image) {
-  NtfsImageWriter writer(image);
-  bool ok = writer.volume != nullptr && writer.Create("/", "d", true) && writer.Create("/", "z", true);
-  for (int i = 0; i < 40 && ok; ++i) ok = writer.Create("/d", "entry-with-a-longer-name-" + std::to_string(i), false);
-  for (const char* name : {"a", "b", "many", "holes"}) ok = ok && writer.Create("/", name, false);
-  ok = ok && writer.Create("/z", "packed", false) && writer.MarkCompressed("/z/packed");
-  // Interleaved appends: two files of a few fragments, and one of enough
-  // one-cluster fragments that its run list leaves its record.
-  for (int round = 0; round < 6 && ok; ++round) {
-    ok = writer.Write("/a", -1, Packable(2048, uint8_t(round))) && writer.Write("/b", -1, Packable(1536, uint8_t(round + 7)));
-  }
-  for (int round = 0; round < 180 && ok; ++round) {
-    ok = writer.Write("/many", -1, Packable(512, uint8_t(round))) &&
-         writer.Write("/d/entry-with-a-longer-name-3", -1, Packable(512, 1));
-  }
-  ok = ok && writer.Write("/holes", 0, Packable(4096, 3)) && writer.Write("/holes", 40960, Packable(4096, 4));
-  return ok && writer.Write("/z/packed", 0, Packable(65536, 5));
+// The tests' random tree (fragmented files, a file with holes, a compressed
+// file, a folder with an index allocation) and a file of enough one-cluster
+// pieces that its run list needs an attribute list. Its folders, the root
+// too, in `filled`.
+bool Fill(const std::string& image, FilledImage& filled, std::string& error) {
+  if (!FillRandomly(image, 1, 0, filled, error)) return false;
+  filled.folders.push_back("/");
+  return AddFragmentedFile(image, "pieces", 250, error);
 }
 
 void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) {
@@ -85,15 +75,15 @@ void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) 
 }
 
 // The metadata's places on the made volume.
-bool FindRegions(const std::string& image) {
+bool FindRegions(const std::string& image, const std::vector<std::string>& folders) {
   ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
   if (volume == nullptr) return false;
   const uint32_t bits = volume->cluster_size_bits;
   gRegions.push_back({0, 512});
   AddRuns(volume->mft_na->rl, bits, uint64_t(volume->mft_na->initialized_size));
   AddRuns(volume->lcnbmp_na->rl, bits, uint64_t(volume->lcnbmp_na->data_size));
-  for (const char* folder : {"/", "/d", "/z"}) {
-    ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, folder);
+  for (const std::string& folder : folders) {
+    ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, folder.c_str());
     if (inode == nullptr) continue;
     ntfs_attr* index = ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
     if (index != nullptr && ntfs_attr_map_whole_runlist(index) == 0) {
@@ -115,20 +105,8 @@ bool FindRegions(const std::string& image) {
 }
 
 bool WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
-  // Written over in place, never truncated: its pages stay allocated.
-  const int fd = open(path.c_str(), O_CREAT | O_WRONLY, 0600);
-  if (fd < 0) return false;
-  const bool ok = pwrite(fd, bytes.data(), bytes.size(), 0) == ssize_t(bytes.size());
-  return close(fd) == 0 && ok;
-}
-
-bool ReadFile(const std::string& path, std::vector<uint8_t>& bytes) {
-  FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return false;
-  bytes.assign(kImageBytes, 0);
-  const bool ok = std::fread(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  std::fclose(file);
-  return ok;
+  std::ofstream out(path, std::ios::binary);
+  return bool(out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size())));
 }
 
 // ---- One execution ----
@@ -209,11 +187,16 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   const std::string made = fuzz::ScratchPath("-ntfs-made.img");
   gImage = fuzz::ScratchPath("-ntfs.img");
   std::string error;
-  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made) || !FindRegions(made) || !ReadFile(made, gBase)) {
+  FilledImage filled;
+  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made, filled, error) ||
+      !FindRegions(made, filled.folders)) {
     std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g): %s\n", error.c_str());
     std::abort();
   }
+  std::ifstream in(made, std::ios::binary);
+  gBase.assign(std::istreambuf_iterator<char>(in), {});
   std::remove(made.c_str());
+  if (gBase.size() != kImageBytes) std::abort();
   uint64_t total = 0;
   for (const Region& region : gRegions) total += region.length;
   std::fprintf(stderr, "fuzz_ntfs_image: %zu metadata regions, %llu bytes\n", gRegions.size(),

@@ -5,7 +5,6 @@
 #include "options/SettingsFile.h"
 #include "RememberingSettingsHost.h"
 
-#include <cstdio>
 #include <vector>
 
 namespace {
@@ -34,11 +33,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<uint8_t> written = EncodeUnicodeText(first);
   RememberingHost again;
   std::vector<std::wstring> second = ReadAndWrite(written.data(), written.size(), again);
-  for (size_t i = 0; i < first.size() && i < second.size(); ++i) {
-    if (first[i] != second[i]) {
-      std::fprintf(stderr, "line %zu: \"%ls\" then \"%ls\"\n", i, first[i].c_str(), second[i].c_str());
-    }
-  }
   FUZZ_CHECK(first == second);
   return 0;
 }

@@ -153,6 +153,7 @@ bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImag
     return fail("create sparse or packed");
   }
   const int rounds = 4 + int(random() % 4);
+  int64_t sparseSize = 0;
   for (int round = 0; round < rounds; ++round) {
     std::vector<std::string> order = growing;
     std::shuffle(order.begin(), order.end(), random);
@@ -162,18 +163,11 @@ bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImag
     }
     // A hole then data: the sparse file; packable and random units: the
     // compressed one.
-    if (!writer.Write(sparse, -1, cluster * (1 + random() % 3), random, false)) return fail("sparse");
-    {
-      ntfs_inode* inode = ntfs_pathname_to_inode(writer.volume, nullptr, sparse.c_str());
-      int64_t size = 0;
-      if (inode != nullptr) {
-        size = inode->data_size;
-        ntfs_inode_close(inode);
-      }
-      if (!writer.Write(sparse, size + int64_t(cluster) * (20 + random() % 40), cluster, random, false)) {
-        return fail("sparse hole");
-      }
-    }
+    const size_t head = cluster * (1 + random() % 3);
+    if (!writer.Write(sparse, -1, head, random, false)) return fail("sparse");
+    const int64_t tail = sparseSize + int64_t(head) + int64_t(cluster) * (20 + random() % 40);
+    if (!writer.Write(sparse, tail, cluster, random, false)) return fail("sparse hole");
+    sparseSize = tail + cluster;
     if (!writer.Write(packed, -1, size_t(cluster) * 16, random, random() % 2 == 0)) return fail("packed");
     if (round == 1) {
       // Deletions: a few files give their clusters back.

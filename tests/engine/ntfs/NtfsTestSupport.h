@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -122,12 +121,6 @@ class NtfsVolumeTest : public ::testing::Test {
     for (const std::string& file : filled_.files) hashes[file] = view.Hash(file);
     return hashes;
   }
-  std::vector<PhysicalRun> Runs(const std::string& volumePath) {
-    TskView view(image_);
-    std::vector<PhysicalRun> runs;
-    EXPECT_TRUE(view.Runs(volumePath, runs)) << volumePath;
-    return runs;
-  }
   std::string Violations(bool killed = false) { return ClusterAccountingFaults(image_, killed); }
   // The command that runs the engine over images, with `arguments`.
   int Command(const std::string& arguments, std::string& output) {
@@ -136,10 +129,6 @@ class NtfsVolumeTest : public ::testing::Test {
   static void Copy(const std::string& from, const std::string& to) {
     std::string output;
     ASSERT_EQ(RunCommand("cp --sparse=always " + Quoted(from) + " " + Quoted(to), output), 0) << output;
-  }
-  static std::string ReadText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
   std::string ImageHash() {
     std::string output;
