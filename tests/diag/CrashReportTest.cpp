@@ -6,41 +6,18 @@
 
 namespace {
 
-SystemFacts Windows7() {
-  SystemFacts system;
-  system.osName = "Windows 7";
-  system.osEdition = "Ultimate Edition";
-  system.major = 6;
-  system.minor = 1;
-  system.hasArchitecture = true;
-  system.architecture = "64-bit";
-  system.totalPhysical = "8,00 GB";
-  system.availablePhysical = "5,12 GB";
-  system.totalPageFile = "16,0 GB";
-  system.availablePageFile = "12,5 GB";
-  system.totalVirtual = "128 TB";
-  system.availableVirtual = "127 TB";
-  return system;
-}
-
-FaultFacts WriteFault() {
-  FaultFacts fault;
-  fault.code = 0xC0000005;
-  fault.address = 0x00007FF6A1B2C3D4ull;
-  fault.description = "Access violation writing 0x00000010";
-  fault.tag = 9001;
-  fault.programCounter = 0x00007FF6A1B2C3D4ull;
-  fault.framePointer = 0x000000000014FE30ull;
-  fault.stackPointer = 0x000000000014FD90ull;
-  return fault;
-}
+// The facts of one crash, in the order the report lists them.
+const SystemFacts kWindows7{"Windows 7", "Ultimate Edition", 6, 1, "", true, "64-bit", "8,00 GB", "5,12 GB",
+                           "16,0 GB", "12,5 GB", "128 TB", "127 TB"};
+const FaultFacts kWriteFault{0xC0000005, 0x00007FF6A1B2C3D4ull, "Access violation writing 0x00000010", 9001,
+                             0x00007FF6A1B2C3D4ull, 0x000000000014FE30ull, 0x000000000014FD90ull};
 
 // A value cannot break out of the rich text: its braces and backslashes are
 // escaped, bytes above 127 written as hexadecimal escapes.
 TEST(CrashReport, ItalianReportIsTheWholeRichText) {
-  SystemFacts system = Windows7();
+  SystemFacts system = kWindows7;
   system.servicePack = "{\\evil} caf\xE8";
-  const std::string report = BuildCrashReport(system, {"1.00", "Nov 23 2026"}, WriteFault(), false);
+  const std::string report = BuildCrashReport(system, {"1.00", "Nov 23 2026"}, kWriteFault, false);
   EXPECT_EQ(report,
             "{\\rtf1\\ansi{\\colortbl;\\red0\\green51\\blue153;}"
             "{\\b \\f1\\cf1 Informazioni sul sistema}\\par "
@@ -73,9 +50,9 @@ TEST(CrashReport, ItalianReportIsTheWholeRichText) {
 // The English labels are a second table of the same lines; what differs is
 // which table is taken, an older system's missing line and a short address.
 TEST(CrashReport, EnglishLabelsAndNoArchitectureLineOnOlderSystems) {
-  SystemFacts system = Windows7();
+  SystemFacts system = kWindows7;
   system.hasArchitecture = false;
-  FaultFacts fault = WriteFault();
+  FaultFacts fault = kWriteFault;
   fault.address = 0x1234;
   const std::string report = BuildCrashReport(system, {"1.00", "b"}, fault, true);
   EXPECT_EQ(report.find("Architettura"), std::string::npos);

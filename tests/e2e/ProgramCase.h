@@ -8,6 +8,7 @@
 #include "res/ResourceIds.h"
 #include "options/CommandIds.h"
 #include "options/ProgramVersion.h"
+#include "util/UnicodeTextFile.h"
 
 #include <commctrl.h>
 #include <gtest/gtest.h>
@@ -45,13 +46,6 @@ inline std::wstring Widen(const std::string& text) { return std::wstring(text.be
 inline const std::string kBanner =
     "\r\n\r\nOrdalis v" + Narrow(ORDALIS_VERSION_TEXT) + "\r\n" + Narrow(ORDALIS_NOTICE_TEXT) + "\r\n\r\n";
 
-// Line ends made visible, for output that failed a comparison.
-inline std::string Printable(const std::string& text) {
-    std::string result;
-    for (char c : text) result += c == '\r' ? std::string("\\r") : c == '\n' ? std::string("\\n\n") : std::string(1, c);
-    return result;
-}
-
 inline int ScreenDpi() {
     HDC screen = GetDC(nullptr);
     const int dpi = GetDeviceCaps(screen, LOGPIXELSX);
@@ -63,16 +57,10 @@ inline int ScreenDpi() {
 inline int Scaled(int size96) { return MulDiv(size96, ScreenDpi(), 96); }
 
 // The bytes of a text file as the program writes its own (profiles, filter
-// lists, settings): UTF-16LE after a byte-order mark, CR LF after each line.
+// lists, settings).
 inline std::string Utf16FileLines(const std::vector<std::wstring>& lines) {
-    std::string bytes("\xFF\xFE", 2);
-    for (const std::wstring& line : lines) {
-        for (wchar_t c : line + L"\r\n") {
-            bytes += static_cast<char>(c & 0xFF);
-            bytes += static_cast<char>((c >> 8) & 0xFF);
-        }
-    }
-    return bytes;
+    const std::vector<uint8_t> bytes = EncodeUnicodeText(lines);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 // The line of one file in a volume's description or end state.
@@ -122,9 +110,8 @@ inline HWND FocusOf(HWND window) {
 
 // The first part of each of the main window's two status bars, top one first.
 inline std::vector<std::wstring> StatusTexts(HWND main) {
-    std::vector<std::wstring> texts;
-    for (HWND bar : TestDriver::ChildWindows(main, STATUSCLASSNAMEW)) texts.push_back(TestDriver::WindowText(bar));
-    return texts;
+    return {TestDriver::WindowText(GetDlgItem(main, IDC_STATUS_UPPER)),
+            TestDriver::WindowText(GetDlgItem(main, IDC_STATUS_LOWER))};
 }
 
 // One case: its folder on the host, the same folder as the program sees it,
@@ -171,7 +158,6 @@ protected:
     std::wstring Win(const std::string& relative) const {
         return TestDriver::HostPathToWindows((relative.empty() ? host_ : host_ / relative).string());
     }
-    std::string WinText(const std::string& relative) const { return Narrow(Win(relative)); }
 
     void MakeFile(const std::string& relative, uintmax_t size) {
         fs::create_directories((host_ / relative).parent_path());
@@ -198,7 +184,7 @@ protected:
         description_ = volumeLine + "\n";
         for (const SimFile& file : files) {
             MakeFile(file.relative, file.size);
-            description_ += "file \"" + WinText(file.relative) + "\" size=" + std::to_string(file.size) +
+            description_ += "file \"" + Narrow(Win(file.relative)) + "\" size=" + std::to_string(file.size) +
                             " runs=" + file.runs + "\n";
         }
         description_ += more;
@@ -214,19 +200,13 @@ protected:
         return end.size() < 9 ? end : end.substr(end.size() - 9);
     }
 
-    TestDriver::RunResult Run(const std::wstring& arguments) {
-        return TestDriver::RunProgram(exe_, arguments, kWaitMs);
-    }
-
-    // Starts the program and finds its window and item list, in whichever
-    // language the arguments ask for.
+    // Starts the program and finds its window and item list.
     void Start(const std::wstring& arguments) {
         program_ = TestDriver::StartProgram(exe_, arguments);
         ASSERT_TRUE(program_);
         main_ = TestDriver::WaitForWindow({kDialogClass, kMainTitle, program_->ProcessId()}, kWaitMs);
         ASSERT_NE(main_, nullptr) << "no main window";
-        items_ = TestDriver::FindListViewByHeader(main_, L"Nome");
-        if (!items_) items_ = TestDriver::FindListViewByHeader(main_, L"Name");
+        items_ = GetDlgItem(main_, IDC_ITEM_LIST);
         ASSERT_NE(items_, nullptr);
     }
 

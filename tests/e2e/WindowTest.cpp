@@ -17,18 +17,12 @@ const char* kVolume = "volume letter=Z clusters=4000 clusterSize=4096";
 
 class WindowTest : public ProgramCase {
 protected:
-    // The values of the last run's four counters beside the bottom tabs (each
-    // value's control follows the four labels).
+    // The values of the last run's four counters beside the bottom tabs.
     std::vector<std::wstring> Counters() {
         std::vector<std::wstring> values;
-        for (const wchar_t* label : {L"Frammentati:", L"Non frammentati:", L"Deframmentati:", L"Errori:"}) {
-            std::wstring value = L"<no label>";
-            for (HWND child : TestDriver::ChildWindows(main_)) {
-                if (TestDriver::WindowText(child) == label) {
-                    value = TestDriver::WindowText(GetDlgItem(GetParent(child), GetDlgCtrlID(child) + 4));
-                }
-            }
-            values.push_back(value);
+        for (int i = 0; i < 4; ++i) {
+            const HWND value = GetDlgItem(GetDlgItem(main_, IDC_COUNTERS_PANEL), IDC_SUMMARY_VALUE_FIRST + i);
+            values.push_back(TestDriver::WindowText(value));
         }
         return values;
     }
@@ -57,19 +51,11 @@ protected:
     }
 
     // The file or folder dialog that `command` opens, and its text box where
-    // a path can be typed.
+    // a path can be typed (the only box whose text can be edited).
     std::pair<HWND, HWND> OpenPathDialog(int command) {
         TestDriver::SendCommand(main_, command);
         HWND dialog = WaitForDialog();
-        if (!dialog) return {nullptr, nullptr};
-        for (int id : {1148, 1152}) {
-            HWND control = GetDlgItem(dialog, id);
-            if (!control) continue;
-            if (TestDriver::WindowClass(control) == L"Edit") return {dialog, control};
-            std::vector<HWND> edits = TestDriver::ChildWindows(control, L"Edit");
-            if (!edits.empty()) return {dialog, edits.front()};
-        }
-        std::vector<HWND> edits = TestDriver::ChildWindows(dialog, L"Edit");
+        const std::vector<HWND> edits = dialog ? TestDriver::ChildWindows(dialog, L"Edit") : std::vector<HWND>{};
         return {dialog, edits.empty() ? nullptr : edits.front()};
     }
     void ConfirmPathDialog(HWND dialog) {
@@ -182,7 +168,7 @@ TEST_F(WindowTest, ColumnsHeaderClicksAndStatusBarsFollowTheWindow) {
     // Maximised, restored, narrowed and widened again, the lower bar still
     // says the program waits, and is drawn whole: no edge is left where the
     // bar ended before it grew.
-    const HWND lowerBar = TestDriver::ChildWindows(main_, STATUSCLASSNAMEW).at(1);
+    const HWND lowerBar = GetDlgItem(main_, IDC_STATUS_LOWER);
     PostMessageW(main_, WM_SYSCOMMAND, SC_MAXIMIZE, 0);
     TestDriver::PumpMessages(500);
     EXPECT_TRUE(IsZoomed(main_));
@@ -252,7 +238,7 @@ TEST_F(WindowTest, APersonFillsTheListWalksTheWindowByKeysAndDefragmentsTheMarke
                        {"data/tree/a.bin", 16384, "300:2,310:2"},
                        {"data/tree/b.bin", 16384, "400:1,410:1,420:2"},
                        {"data/drop.bin", 16384, "500:2,510:2"}},
-             "fault \"" + WinText("data/tree/b.bin") + "\" control=move call=1 status=0xC0000022\n");
+             "fault \"" + Narrow(Win("data/tree/b.bin")) + "\" control=move call=1 status=0xC0000022\n");
     StartSim(L"");
     if (HasFatalFailure()) return;
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 0);
@@ -327,10 +313,7 @@ TEST_F(WindowTest, APersonFillsTheListWalksTheWindowByKeysAndDefragmentsTheMarke
     Type({}, VK_TAB);
     EXPECT_EQ(FocusOf(main_), last);
 
-    HWND tabs = nullptr;
-    for (HWND child : TestDriver::ChildWindows(main_)) {
-        if (TestDriver::WindowClass(child).find(L"BottomTabs") != std::wstring::npos) tabs = child;
-    }
+    const HWND tabs = GetDlgItem(main_, IDC_BOTTOM_TABS);
     ASSERT_NE(tabs, nullptr);
     constexpr UINT kTabsGetSelected = WM_APP + 13;
     const LRESULT selected = SendMessageW(tabs, kTabsGetSelected, 0, 0);
@@ -411,10 +394,7 @@ TEST_F(WindowTest, APersonFillsTheListWalksTheWindowByKeysAndDefragmentsTheMarke
     TestDriver::PumpMessages(300);
     // The refused file is on the error tab, shown after the run (its reason
     // is the run's own); the counters beside the tabs are the summary's.
-    HWND errors = nullptr;
-    for (HWND list : TestDriver::ChildWindows(main_, WC_LISTVIEWW)) {
-        if (TestDriver::ListViewColumnHeader(list, 1) == L"Errore") errors = list;
-    }
+    const HWND errors = GetDlgItem(GetDlgItem(main_, IDC_TAB_BODY), IDC_ERROR_LIST);
     ASSERT_NE(errors, nullptr);
     EXPECT_TRUE(IsWindowVisible(errors));
     EXPECT_EQ(TestDriver::ListViewColumnTexts(errors, 0), std::vector<std::wstring>{Win("data/tree/b.bin")});

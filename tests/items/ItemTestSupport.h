@@ -41,7 +41,7 @@ class RecordingItemPlatform final : public ItemPlatform {
   std::vector<std::wstring> askedForClusters;
 };
 
-class ItemListFixture : public ::testing::Test {
+class ItemListTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ResetTexts();
@@ -54,16 +54,21 @@ class ItemListFixture : public ::testing::Test {
     ResetTexts();
   }
 
-  // The paths from the head, walking the links.
-  static std::vector<std::wstring> WalkPaths() {
-    std::vector<std::wstring> paths;
-    for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) paths.push_back(node->record.path);
-    return paths;
+  // Files of one byte, each added to the list.
+  void AddFiles(const std::vector<std::wstring>& paths) {
+    for (const std::wstring& path : paths) {
+      fs.fake.AddFile(path, 1);
+      ASSERT_EQ(AddItem(items, false, path), kAddOk) << std::string(path.begin(), path.end());
+    }
   }
-  // The paths by row number.
-  static std::vector<std::wstring> RowPaths() {
+  // The paths from the head, walking the links; the rows by number must say
+  // the same.
+  static std::vector<std::wstring> ListedPaths() {
     std::vector<std::wstring> paths;
-    for (uint64_t row = 0; row < ItemCount(); ++row) paths.push_back(ItemAtRow(row)->path);
+    std::vector<std::wstring> rows;
+    for (ItemNode* node = ItemListHead(); node != nullptr; node = node->next) paths.push_back(node->record.path);
+    for (uint64_t row = 0; row < ItemCount(); ++row) rows.push_back(ItemAtRow(row)->path);
+    EXPECT_EQ(rows, paths);
     EXPECT_EQ(ItemAtRow(ItemCount()), nullptr);
     return paths;
   }

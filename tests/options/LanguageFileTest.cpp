@@ -24,9 +24,11 @@ class LanguageFileTest : public ::testing::Test {
 
 // Comments, the name line and lines without "=" are skipped, an id is the
 // line's leading digits, "$" ends the file, "\t" and "\n" are the only
-// escapes; the table is emptied first. Entry 127, the profile dialogs' file
-// filter, keeps its text when the layout pads others: a blank after its last
-// "|" would end the dialogs' filter list in a description without a pattern.
+// escapes; the table is emptied first, and counts only once the program
+// takes the language in place of its built-in texts. Entry 127, the profile
+// dialogs' file filter, keeps its text when the layout pads others: a blank
+// after its last "|" would end the dialogs' filter list in a description
+// without a pattern.
 TEST_F(LanguageFileTest, EntriesCommentsEndEscapesAndLayoutPadding) {
   SetText(200, L"left from before");
   const std::wstring filter = L"Ordalis profile (*.olp)|*.olp|All files (*.*)|*.*|";
@@ -37,6 +39,7 @@ TEST_F(LanguageFileTest, EntriesCommentsEndEscapesAndLayoutPadding) {
   UnicodeTextReader reader;
   reader.OpenBuffer(bytes.data(), bytes.size(), true, kLineLimitFilters);
   ReadLanguageFile(reader);
+  EXPECT_STREQ(Text(11, L"Nome"), L"Nome") << "the built-in text until the language is taken";
   SetBuiltInTexts(false);
   PadLanguageTextsForLayout();
   const std::pair<uint32_t, std::wstring> texts[] = {

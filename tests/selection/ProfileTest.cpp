@@ -10,7 +10,7 @@ namespace {
 // Imports into a fresh item list from a file in the temporary folder; answers
 // the question as told and records what the import reported; asks to stop
 // once it has seen `stopAfterSteps` progress steps (0: never).
-class ProfileTest : public ItemListFixture, public ProfileImportUi {
+class ProfileTest : public ItemListTest, public ProfileImportUi {
  protected:
   ImportChoice AskAddOrReplace() override {
     ++questions;
@@ -39,13 +39,11 @@ TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
   EXPECT_EQ(Import(), ImportResult::Imported);
   EXPECT_EQ(ItemCount(), 0u);
 
-  fs.fake.AddFile(L"C:\\dati\\a.dat", 10);
+  AddFiles({L"C:\\dati\\a.dat"});
   fs.fake.AddFolder(L"C:\\foto");
-  fs.fake.AddFile(L"D:\\b.txt", 20);
-  ASSERT_EQ(AddItem(items, false, L"C:\\dati\\a.dat"), kAddOk);
   ASSERT_EQ(AddItem(items, true, L"C:\\foto"), kAddOk);
-  ASSERT_EQ(AddItem(items, false, L"D:\\b.txt"), kAddOk);
-  Lines before = WalkPaths();
+  AddFiles({L"D:\\b.txt"});
+  Lines before = ListedPaths();
 
   ASSERT_TRUE(WriteProfile(Path()));
   EXPECT_EQ(file_.Read(), EncodeUnicodeText({L"KV70RX", L"D:\\b.txt", L">C:\\foto", L"C:\\dati\\a.dat"}));
@@ -55,7 +53,7 @@ TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
   EXPECT_EQ(questions, 1);
   // New items go to the front, so a re-import reverses the rows; a folder
   // read as a file would be missing.
-  EXPECT_EQ(WalkPaths(), Lines(before.rbegin(), before.rend()));
+  EXPECT_EQ(ListedPaths(), Lines(before.rbegin(), before.rend()));
   EXPECT_TRUE(missing.empty());
   EXPECT_EQ(totals, (std::vector<uint64_t>{0, 3}));
 }
@@ -69,12 +67,10 @@ TEST_F(ProfileTest, MissingItemsAreListedWithTheirKindsAndTheRestIsAdded) {
   file_.Write(EncodeUnicodeText({L"kv70rx", L">C:\\cartella", L"", L"C:\\cartella", L">C:\\via", L"C:\\via",
                            L"C:\\c.txt"}));
   EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\c.txt", L"C:\\cartella"}));
-  ASSERT_EQ(missing.size(), 2u);
-  EXPECT_EQ(missing[0].kind, L'D');
-  EXPECT_EQ(missing[0].path, L"C:\\via");
-  EXPECT_EQ(missing[1].kind, L'F');
-  EXPECT_EQ(missing[1].path, L"C:\\via");
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\c.txt", L"C:\\cartella"}));
+  std::wstring kinds;
+  for (const MissingItem& item : missing) kinds += item.kind + item.path;
+  EXPECT_EQ(kinds, L"DC:\\viaFC:\\via");
   EXPECT_EQ(totals, (std::vector<uint64_t>{5})) << "empty lines are not items";
 }
 
@@ -82,9 +78,8 @@ TEST_F(ProfileTest, MissingItemsAreListedWithTheirKindsAndTheRestIsAdded) {
 // asked before that is known; then the answer decides between adding,
 // replacing and nothing.
 TEST_F(ProfileTest, TheMarkThenTheAnswerDecideWhatTheListBecomes) {
-  fs.fake.AddFile(L"C:\\old.txt");
+  AddFiles({L"C:\\old.txt"});
   fs.fake.AddFile(L"C:\\new.txt");
-  AddItem(items, false, L"C:\\old.txt");
   EXPECT_EQ(Import(), ImportResult::CannotOpen);
   file_.Write(EncodeUnicodeText({L"KV70R", L"C:\\new.txt"}));
   EXPECT_EQ(Import(), ImportResult::NotProfile);
@@ -95,14 +90,14 @@ TEST_F(ProfileTest, TheMarkThenTheAnswerDecideWhatTheListBecomes) {
   file_.Write(EncodeUnicodeText({L"KV70RX", L"C:\\new.txt"}));
   answer = ImportChoice::Cancel;
   EXPECT_EQ(Import(), ImportResult::Cancelled);
-  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\old.txt"}));
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\old.txt"}));
   EXPECT_TRUE(totals.empty());
   answer = ImportChoice::Add;
   EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\new.txt", L"C:\\old.txt"}));
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\new.txt", L"C:\\old.txt"}));
   answer = ImportChoice::Replace;
   EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(WalkPaths(), (Lines{L"C:\\new.txt"}));
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\new.txt"}));
 }
 
 // Progress after each of the first 32 items, then every 64th: the 33rd step

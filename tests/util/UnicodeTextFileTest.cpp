@@ -8,13 +8,12 @@ namespace {
 
 using Lines = std::vector<std::wstring>;
 
+// The text's units as the program writes them, without the line end the
+// encoder adds and, if asked, without the mark.
 std::vector<uint8_t> Utf16Bytes(const std::wstring& text, bool withMark = true) {
-  std::vector<uint8_t> bytes;
-  if (withMark) bytes = {0xFF, 0xFE};
-  for (wchar_t c : text) {
-    bytes.push_back(static_cast<uint8_t>(c & 0xFF));
-    bytes.push_back(static_cast<uint8_t>((c >> 8) & 0xFF));
-  }
+  std::vector<uint8_t> bytes = EncodeUnicodeText({text});
+  bytes.resize(bytes.size() - 4);
+  if (!withMark) bytes.erase(bytes.begin(), bytes.begin() + 2);
   return bytes;
 }
 
@@ -90,7 +89,8 @@ std::wstring TemporaryFile(const std::wstring& name) {
 }
 
 // The mark, then each line and CR LF; what the writer wrote reads back, and
-// creating the file again starts it afresh.
+// creating the file again starts it afresh. A file that cannot be made is
+// told, and so is every line after it.
 TEST(UnicodeTextFileTest, WrittenLinesReadBackAndAFileCreatedAgainIsTruncated) {
   EXPECT_EQ(EncodeUnicodeText({L"a"}), (std::vector<uint8_t>{0xFF, 0xFE, 'a', 0, '\r', 0, '\n', 0}));
   const std::wstring path = TemporaryFile(L"Profilo \u00E8.olp");
@@ -105,10 +105,7 @@ TEST(UnicodeTextFileTest, WrittenLinesReadBackAndAFileCreatedAgainIsTruncated) {
     EXPECT_TRUE(ReadAll(reader) == lines);
   }
   EXPECT_TRUE(DeleteTextFile(path));
-}
 
-// A file that cannot be made is told, and so is every line after it.
-TEST(UnicodeTextFileTest, CreateReportsItsFailure) {
   UnicodeTextWriter writer;
   EXPECT_FALSE(writer.Create(TemporaryFile(L"no folder/x.ini")));
   EXPECT_NE(writer.Error(), 0u);

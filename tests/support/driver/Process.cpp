@@ -155,9 +155,7 @@ void RunningProgram::Kill() {
     }
 }
 
-std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
-                                             const std::wstring& arguments,
-                                             std::wstring* error,
+std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath, const std::wstring& arguments,
                                              const std::wstring& currentFolder) {
     // Only one pipe end is inheritable at a time, so a program never holds the
     // output pipe of another one open (its reader would never see the end).
@@ -167,10 +165,7 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     HANDLE readEnd = nullptr;
     HANDLE writeEnd = nullptr;
-    if (!CreatePipe(&readEnd, &writeEnd, &inheritable, 0)) {
-        if (error) *error = L"CreatePipe failed";
-        return nullptr;
-    }
+    if (!CreatePipe(&readEnd, &writeEnd, &inheritable, 0)) return nullptr;
     UniqueHandle outputRead(readEnd);
     UniqueHandle outputWrite(writeEnd);
     SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
@@ -189,7 +184,6 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
     PROCESS_INFORMATION info{};
     if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                         folder.c_str(), &startup, &info)) {
-        if (error) *error = L"CreateProcessW failed with " + std::to_wstring(GetLastError());
         return nullptr;
     }
     CloseHandle(info.hThread);
@@ -200,11 +194,10 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
 RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
                      DWORD timeoutMs, const std::wstring& currentFolder) {
     RunResult result;
-    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments, nullptr, currentFolder);
+    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments, currentFolder);
     if (!program) {
         return result;
     }
-    result.started = true;
     result.finished = program->WaitForExit(timeoutMs);
     if (!result.finished) {
         program->Kill();

@@ -82,15 +82,12 @@ private:
 
 // Starts exePath with the arguments (the command line is the quoted program
 // path, a blank and the arguments as given), in currentFolder or else in the
-// program's own folder. Null on failure, with the reason.
-std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath,
-                                             const std::wstring& arguments,
-                                             std::wstring* error = nullptr,
+// program's own folder. Null when it cannot be started.
+std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath, const std::wstring& arguments,
                                              const std::wstring& currentFolder = L"");
 
 struct RunResult {
-    bool started = false;
-    bool finished = false;  // false: killed at the timeout
+    bool finished = false;  // false (as when it could not start): killed at the timeout
     DWORD exitCode = 0;
     std::string output;     // standard output and standard error, as bytes
 };
@@ -168,10 +165,9 @@ std::wstring MessageBoxMessage(HWND dialog);
 // window's thread (or to the window itself when it has none).
 bool PressKey(HWND window, UINT virtualKey);
 bool ClickAt(HWND window, POINT client);
-// Picture of one window (its screen area), as <name>.png under build/screenshots/.
+// Picture of one window (its screen area), or of the whole screen, as
+// <name>.png under build/screenshots/. The path written, or empty.
 std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name);
-// Saves the whole screen as <name>.png under build/screenshots/. Returns the
-// path written, or empty.
 std::wstring SaveScreenshot(const std::wstring& name);
 
 }  // namespace TestDriver

@@ -124,16 +124,11 @@ HWND FindTopWindow(const WindowQuery& query) {
 }
 
 HWND WaitForWindow(const WindowQuery& query, DWORD timeoutMs) {
-    DWORD start = GetTickCount();
-    for (;;) {
-        if (HWND window = FindTopWindow(query)) {
-            return window;
-        }
-        if (GetTickCount() - start >= timeoutMs) {
-            return nullptr;
-        }
+    HWND window = FindTopWindow(query);
+    for (DWORD start = GetTickCount(); !window && GetTickCount() - start < timeoutMs; window = FindTopWindow(query)) {
         PumpMessages(50);
     }
+    return window;
 }
 
 std::wstring WindowText(HWND window) {
@@ -253,37 +248,37 @@ int ListViewColumnWidth(HWND listView, int column) {
 }
 
 namespace {
+
 HWND HeaderOf(HWND listView) {
     DWORD_PTR answer = 0;
     return SendWithTimeout(listView, LVM_GETHEADER, 0, 0, &answer) ? reinterpret_cast<HWND>(answer)
                                                                   : nullptr;
 }
+
+// Sends a message about one column to the list's header with `record` copied
+// into the list's process, and reads the record back once answered.
+bool AskHeader(HWND listView, UINT message, int column, void* record, size_t size) {
+    HWND header = HeaderOf(listView);
+    RemoteMemory memory(listView, size);
+    DWORD_PTR ok = 0;
+    return header && memory.Valid() && memory.Write(0, record, size) &&
+           SendWithTimeout(header, message, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) && ok &&
+           memory.Read(0, record, size);
+}
+
 }  // namespace
 
 int ListViewSortArrow(HWND listView, int column) {
-    HWND header = HeaderOf(listView);
-    RemoteMemory memory(listView, sizeof(HDITEMW));
     HDITEMW item{};
     item.mask = HDI_FORMAT;
-    DWORD_PTR ok = 0;
-    if (!header || !memory.Valid() || !memory.Write(0, &item, sizeof item) ||
-        !SendWithTimeout(header, HDM_GETITEMW, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
-        !ok || !memory.Read(0, &item, sizeof item)) {
-        return 0;
-    }
+    if (!AskHeader(listView, HDM_GETITEMW, column, &item, sizeof item)) return 0;
     return (item.fmt & HDF_SORTUP) ? 1 : (item.fmt & HDF_SORTDOWN) ? -1 : 0;
 }
 
 bool ClickListViewHeader(HWND listView, int column) {
-    HWND header = HeaderOf(listView);
-    RemoteMemory memory(listView, sizeof(RECT));
     RECT bounds{};
-    DWORD_PTR ok = 0;
-    if (!header || !memory.Valid() ||
-        !SendWithTimeout(header, HDM_GETITEMRECT, column, reinterpret_cast<LPARAM>(memory.At(0)), &ok) ||
-        !ok || !memory.Read(0, &bounds, sizeof bounds)) {
-        return false;
-    }
+    if (!AskHeader(listView, HDM_GETITEMRECT, column, &bounds, sizeof bounds)) return false;
+    HWND header = HeaderOf(listView);
     RECT client{};
     GetClientRect(header, &client);
     const LONG right = bounds.right < client.right ? bounds.right : client.right;
@@ -302,21 +297,17 @@ int ListViewRowState(HWND listView, int row, UINT mask) {
 
 bool SelectListViewRows(HWND listView, const std::vector<int>& rows) {
     RemoteMemory memory(listView, sizeof(LVITEMW));
-    if (!memory.Valid()) return false;
     LVITEMW item{};
     item.stateMask = LVIS_SELECTED;
-    item.state = 0;
     DWORD_PTR ok = 0;
-    if (!memory.Write(0, &item, sizeof item) ||
-        !SendWithTimeout(listView, LVM_SETITEMSTATE, static_cast<WPARAM>(-1),
-                         reinterpret_cast<LPARAM>(memory.At(0)), &ok)) {
-        return false;
-    }
-    item.state = LVIS_SELECTED;
-    for (int row : rows) {
-        if (!memory.Write(0, &item, sizeof item) ||
-            !SendWithTimeout(listView, LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(memory.At(0)),
-                             &ok)) {
+    // Row -1 first: every row unselected.
+    std::vector<int> steps{-1};
+    steps.insert(steps.end(), rows.begin(), rows.end());
+    for (int row : steps) {
+        item.state = row < 0 ? 0 : LVIS_SELECTED;
+        if (!memory.Valid() || !memory.Write(0, &item, sizeof item) ||
+            !SendWithTimeout(listView, LVM_SETITEMSTATE, static_cast<WPARAM>(row),
+                             reinterpret_cast<LPARAM>(memory.At(0)), &ok)) {
             return false;
         }
     }

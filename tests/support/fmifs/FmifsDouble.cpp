@@ -80,13 +80,8 @@ std::vector<std::wstring_view> Split(std::wstring_view text, wchar_t separator) 
 
 // Digits only, at most nine of them.
 bool ParseNumber(std::wstring_view text, DWORD* value) {
-    if (text.empty() || text.size() > 9) return false;
-    DWORD result = 0;
-    for (wchar_t c : text) {
-        if (c < L'0' || c > L'9') return false;
-        result = result * 10 + (c - L'0');
-    }
-    *value = result;
+    if (text.empty() || text.size() > 9 || text.find_first_not_of(L"0123456789") != std::wstring_view::npos) return false;
+    *value = std::stoul(std::wstring(text));
     return true;
 }
 
