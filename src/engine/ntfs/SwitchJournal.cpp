@@ -252,8 +252,9 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
     return false;
   }
   // The library gives the clusters back before it lets go of the record:
-  // its writes are held and the bitmap's go last, so that a stop in between
-  // leaves clusters in use that nobody owns, never a record owning free ones.
+  // its writes are held and the bitmaps' go last, so that a stop in between
+  // leaves clusters and a record in use that nobody owns, never a record
+  // owning free ones.
   device_ = volume->dev;
   // The last switch's journal cleared on the disk before its record goes.
   if (!ntfsdevice::SyncThrough(device_)) {
@@ -268,7 +269,10 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
   extents_.clear();
   Sectors bitmap;
   Sectors others = ntfsdevice::TakeHeld();
-  ok = ok && TakeRange(volume->lcnbmp_na, volume->cluster_size_bits, 0, INT64_MAX, others, bitmap);
+  // Both bitmaps last: the record's bit too, or a stop between would leave
+  // the journal's record in use while the record bitmap calls it free.
+  ok = ok && TakeRange(volume->lcnbmp_na, volume->cluster_size_bits, 0, INT64_MAX, others, bitmap) &&
+       TakeRange(volume->mftbmp_na, volume->cluster_size_bits, 0, INT64_MAX, others, bitmap);
   return ok && ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
          ntfsdevice::WriteThrough(device_, bitmap) && ntfsdevice::SyncThrough(device_);
 }
