@@ -117,6 +117,17 @@ ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
 
 }  // namespace
 
+bool WriteVolumeFlags(ntfs_volume* volume, uint16_t flags) {
+  ntfs_device* device = volume->dev;
+  if (!ntfsdevice::SyncThrough(device)) return false;
+  ntfsdevice::Hold(device);
+  const bool written = ntfs_volume_write_flags(volume, le16(flags)) == 0;
+  Sectors held = ntfsdevice::TakeHeld(), mirror;
+  if (!written || !TakeRange(volume->mftmirr_na, volume->cluster_size_bits, 0, INT64_MAX, held, mirror)) return false;
+  return ntfsdevice::WriteThrough(device, mirror) && ntfsdevice::SyncThrough(device) &&
+         ntfsdevice::WriteThrough(device, held) && ntfsdevice::SyncThrough(device);
+}
+
 void SwitchJournal::FailWrite(uint64_t n, bool silently) { ntfsdevice::FailWrite(n, silently); }
 
 bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
