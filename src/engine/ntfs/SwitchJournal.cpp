@@ -295,7 +295,9 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
   if (root != nullptr) ntfs_inode_close(root);
   // First the root folder without the journal's name: a stop after it
   // leaves a record no folder names, still owning its clusters. Then the
-  // record let go, last the bitmaps giving the record and its clusters back.
+  // record let go, last both bitmaps giving the record and its clusters
+  // back: the record's bit too, or a stop between would leave the journal's
+  // record in use while the record bitmap calls it free.
   return ok && ntfsdevice::WriteThrough(device_, folder) && ntfsdevice::SyncThrough(device_) &&
          ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
          ntfsdevice::WriteThrough(device_, bitmaps) && ntfsdevice::SyncThrough(device_);
