@@ -468,8 +468,7 @@ bool NtfsVolume::UnmountLibrary() {
     // end; the mark is the last write.
     if (!halted_) {
       const bool removed = journal_.Remove(volume_) && ntfs_device_sync(volume_->dev) == 0;
-      clean = removed && !needsCheck_ &&
-              ntfs_volume_write_flags(volume_, volume_->flags & ~VOLUME_IS_DIRTY) == 0;
+      clean = removed && !needsCheck_ && WriteVolumeFlags(volume_, volume_->flags & ~VOLUME_IS_DIRTY);
     }
   }
   pending_.reset();

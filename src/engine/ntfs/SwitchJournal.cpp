@@ -117,6 +117,17 @@ ntfs_attr* OpenJournal(ntfs_volume* volume, ntfs_inode*& inode) {
 
 }  // namespace
 
+bool WriteVolumeFlags(ntfs_volume* volume, uint16_t flags) {
+  ntfs_device* device = volume->dev;
+  if (!ntfsdevice::SyncThrough(device)) return false;
+  ntfsdevice::Hold(device);
+  const bool written = ntfs_volume_write_flags(volume, le16(flags)) == 0;
+  Sectors held = ntfsdevice::TakeHeld(), mirror;
+  if (!written || !TakeRange(volume->mftmirr_na, volume->cluster_size_bits, 0, INT64_MAX, held, mirror)) return false;
+  return ntfsdevice::WriteThrough(device, mirror) && ntfsdevice::SyncThrough(device) &&
+         ntfsdevice::WriteThrough(device, held) && ntfsdevice::SyncThrough(device);
+}
+
 void SwitchJournal::FailWrite(uint64_t n, bool silently) { ntfsdevice::FailWrite(n, silently); }
 
 bool SwitchJournal::Attach(ntfs_volume* volume, std::string& message) {
@@ -252,9 +263,9 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
     return false;
   }
   // The library gives the clusters back before it lets go of the record:
-  // its writes are held and the bitmaps' go last, so that a stop in between
-  // leaves clusters and a record in use that nobody owns, never a record
-  // owning free ones.
+  // its writes are held and put in place in an order where a stop in
+  // between leaves clusters in use that nobody owns, never a record owning
+  // free ones nor a name leading to a record let go.
   device_ = volume->dev;
   // The last switch's journal cleared on the disk before its record goes.
   if (!ntfsdevice::SyncThrough(device_)) {
@@ -267,14 +278,29 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
   bool ok = ntfs_delete(volume, nullptr, inode, root, name, u8(length)) == 0;  // closes both
   free(name);
   extents_.clear();
-  Sectors bitmap;
+  // Where the root folder's index lies, read while the writes are still
+  // held, as the library now sees it.
+  const int bits = volume->cluster_size_bits;
+  const int64_t record = int64_t(FILE_root) << volume->mft_record_size_bits;
+  root = ok ? ntfs_inode_open(volume, FILE_root) : nullptr;
+  ntfs_attr* allocation = root != nullptr ? ntfs_attr_open(root, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4) : nullptr;
+  ok = root != nullptr && (allocation == nullptr || ntfs_attr_map_whole_runlist(allocation) == 0);
+  Sectors bitmaps, folder;
   Sectors others = ntfsdevice::TakeHeld();
-  // Both bitmaps last: the record's bit too, or a stop between would leave
-  // the journal's record in use while the record bitmap calls it free.
-  ok = ok && TakeRange(volume->lcnbmp_na, volume->cluster_size_bits, 0, INT64_MAX, others, bitmap) &&
-       TakeRange(volume->mftbmp_na, volume->cluster_size_bits, 0, INT64_MAX, others, bitmap);
-  return ok && ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
-         ntfsdevice::WriteThrough(device_, bitmap) && ntfsdevice::SyncThrough(device_);
+  ok = ok && TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, others, bitmaps) &&
+       TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, others, bitmaps) &&
+       (allocation == nullptr || TakeRange(allocation, bits, 0, INT64_MAX, others, folder)) &&
+       TakeRange(volume->mft_na, bits, record, record + volume->mft_record_size, others, folder);
+  if (allocation != nullptr) ntfs_attr_close(allocation);
+  if (root != nullptr) ntfs_inode_close(root);
+  // First the root folder without the journal's name: a stop after it
+  // leaves a record no folder names, still owning its clusters. Then the
+  // record let go, last both bitmaps giving the record and its clusters
+  // back: the record's bit too, or a stop between would leave the journal's
+  // record in use while the record bitmap calls it free.
+  return ok && ntfsdevice::WriteThrough(device_, folder) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, others) && ntfsdevice::SyncThrough(device_) &&
+         ntfsdevice::WriteThrough(device_, bitmaps) && ntfsdevice::SyncThrough(device_);
 }
 
 bool SwitchJournal::WriteJournal(int64_t at, const uint8_t* data, int64_t bytes) {

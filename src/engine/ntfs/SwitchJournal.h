@@ -81,3 +81,11 @@ InterruptedSwitch FinishInterruptedSwitch(_ntfs_volume* probe, bool apply);
 // record of the table whole, the table's records are copied over the
 // mirror, as a disk check would. True when it did (the volume may open now).
 bool RestoreMirror(int fd);
+
+// The volume's flags written with the mirror's copy of their record first,
+// synced, and the master file table's own record last, synced: a stop
+// between the two leaves the record as it was and the mirror ahead of it.
+// Clearing the disk-check mark this way, a stop between them leaves the
+// record marked, and the next opening for writing brings the mirror in line
+// and refuses the volume as marked, as it should. False when a write failed.
+bool WriteVolumeFlags(_ntfs_volume* volume, uint16_t flags);
