@@ -80,9 +80,10 @@ class TskView : ImageHandle {
   void* fs_ = nullptr;
 };
 
-// ntfsresize's accounting of every record's clusters against $Bitmap: the
-// lines of a cluster owned twice or owned but free, empty when there are
-// none. Clusters in use that nobody owns count too, unless `killed`: a run
+// ntfsresize's accounting of every record's clusters against $Bitmap, and
+// the record bitmap's of every record in use: the lines of a cluster owned
+// twice or owned but free and of a record in use but free, empty when there
+// are none. Clusters in use that nobody owns count too, unless `killed`: a run
 // killed mid-move may leave clusters claimed for a copy no file took over.
 std::string ClusterAccountingFaults(const std::string& image, bool killed);
 // Whether those faults are ntfsresize refusing the volume because the master
