@@ -166,7 +166,6 @@ class FreeSpaceMap {
   bool guardChanged_ = false;  // a refresh read a new guard for the start
   uint64_t bitmapReads_ = 0;
   // The chunk whose bits `bits_` holds, -1 for none.
-  FsHandle loadedVolume_ = 0;
   int64_t loaded_ = -1;
   int64_t loadedEnd_ = 0;
   std::vector<uint8_t> bits_;

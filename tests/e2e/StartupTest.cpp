@@ -151,7 +151,9 @@ TEST_F(StartupChecks, AStartThatCannotGoOnAsUsualSaysWhyFirst) {
         std::wstring message = TestDriver::MessageBoxMessage(box);
         message.erase(std::remove(message.begin(), message.end(), L'\r'), message.end());
         EXPECT_NE(message.find(row.said), std::wstring::npos) << Narrow(message);
-        if (name == "language-missing") EXPECT_NE(message.find(Win("program/lang/Ordalis_XX.lng.")), std::wstring::npos);
+        if (name == "language-missing") {
+            EXPECT_NE(message.find(Win("program/lang/Ordalis_XX.lng.")), std::wstring::npos);
+        }
         TestDriver::PressButton(box, IDOK);
         if (row.code == STILL_ACTIVE) {
             // The box has the main window's title: wait until it is gone.

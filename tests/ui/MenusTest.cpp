@@ -110,7 +110,9 @@ TEST(MenuTexts, EveryItemOfEveryMenuHasAStringIdACommandAndAnAccessKeyOfItsOwn) 
     const MenuTextList texts = Texts(loaded);
     EXPECT_FALSE(texts.empty());
     for (const auto& [id, text] : texts) {
-      if (id != 0) EXPECT_NE(FindCommand(id), nullptr) << "item " << id << " has no command";
+      if (id != 0) {
+        EXPECT_NE(FindCommand(id), nullptr) << "item " << id << " has no command";
+      }
       // The language list names each language in its own words; the pop-up
       // holders of the context menus are never shown; the recent-profiles
       // menu writes its placeholder itself (below).

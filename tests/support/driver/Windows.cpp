@@ -381,7 +381,8 @@ std::wstring MessageBoxMessage(HWND dialog) {
 }
 
 bool PressKey(HWND window, UINT virtualKey) {
-    GUITHREADINFO info{sizeof info};
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
     HWND target = window;
     if (GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info) && info.hwndFocus) {
         target = info.hwndFocus;
