@@ -74,6 +74,14 @@ bool TakeRange(ntfs_attr* attr, int bits, int64_t from, int64_t to, Sectors& hel
   return true;
 }
 
+// The sectors of `held` in either bitmap, the clusters' and the records',
+// moved into `into`.
+bool TakeBitmaps(ntfs_volume* volume, Sectors& held, Sectors& into) {
+  const int bits = volume->cluster_size_bits;
+  return TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, held, into) &&
+         TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, held, into);
+}
+
 // A switch's sectors put in their places, in an order where a stop after
 // any write leaves no cluster and no record owned but marked free: first the
 // bitmaps' sectors with the switch's claims alone (what the disk marks and
@@ -82,12 +90,8 @@ bool TakeRange(ntfs_attr* attr, int bits, int64_t from, int64_t to, Sectors& hel
 // next.
 bool PutInPlace(ntfs_volume* volume, Sectors sectors) {
   ntfs_device* device = volume->dev;
-  const int bits = volume->cluster_size_bits;
   Sectors bitmaps, claims;
-  if (!TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, sectors, bitmaps) ||
-      !TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, sectors, bitmaps)) {
-    return false;
-  }
+  if (!TakeBitmaps(volume, sectors, bitmaps)) return false;
   const int fd = ntfsdevice::Descriptor(device);
   for (auto it = bitmaps.begin(); it != bitmaps.end();) {
     std::array<uint8_t, kSector> marked{};
@@ -228,9 +232,7 @@ bool SwitchJournal::WriteMade(ntfs_volume* volume) {
   Sectors held = ntfsdevice::TakeHeld();
   Sectors bitmaps, head, mirror, index, rootRecord;
   const int64_t mirrored = int64_t(volume->mftmirr_size) << volume->mft_record_size_bits;
-  ok = ok && TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, held, bitmaps) &&
-            TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, held, bitmaps) &&
-            TakeRange(volume->mft_na, bits, 0, mirrored, held, head) &&
+  ok = ok && TakeBitmaps(volume, held, bitmaps) && TakeRange(volume->mft_na, bits, 0, mirrored, held, head) &&
             TakeRange(volume->mftmirr_na, bits, 0, mirrored, held, mirror) &&
             TakeRange(volume->mft_na, bits, record, record + volume->mft_record_size, held, rootRecord) &&
             (allocation == nullptr || TakeRange(allocation, bits, 0, INT64_MAX, held, index));
@@ -287,8 +289,7 @@ bool SwitchJournal::Remove(ntfs_volume* volume) {
   ok = root != nullptr && (allocation == nullptr || ntfs_attr_map_whole_runlist(allocation) == 0);
   Sectors bitmaps, folder;
   Sectors others = ntfsdevice::TakeHeld();
-  ok = ok && TakeRange(volume->lcnbmp_na, bits, 0, INT64_MAX, others, bitmaps) &&
-       TakeRange(volume->mftbmp_na, bits, 0, INT64_MAX, others, bitmaps) &&
+  ok = ok && TakeBitmaps(volume, others, bitmaps) &&
        (allocation == nullptr || TakeRange(allocation, bits, 0, INT64_MAX, others, folder)) &&
        TakeRange(volume->mft_na, bits, record, record + volume->mft_record_size, others, folder);
   if (allocation != nullptr) ntfs_attr_close(allocation);
