@@ -7,20 +7,19 @@
 
 #include <windows.h>
 
+#include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "ui/ProfileCommands.h"
-#include "res/ResourceIds.h"
-#include "options/LanguageFile.h"
-#include "ui/MenuTexts.h"
 #include "options/CommandIds.h"
 #include "options/Settings.h"
+#include "res/ResourceIds.h"
 #include "ui/Commands.h"
+#include "ui/Language.h"
+#include "ui/MenuTexts.h"
+#include "ui/ProfileCommands.h"
 #include "util/Text.h"
-#include "DialogHarness.h"
-
-#include <map>
 
 namespace {
 
@@ -124,7 +123,10 @@ TEST(MenuTexts, EveryItemOfEveryMenuHasAStringIdACommandAndAnAccessKeyOfItsOwn) 
     SetBuiltInTexts(true);
     RetextMenu(loaded, kind);
     EXPECT_EQ(Texts(loaded), original);
-    ASSERT_TRUE(LoadEnglishTexts());
+    ResetTexts();
+    SetTextCapacity(kProgramTextCapacity);
+    ASSERT_EQ(LoadLanguageFile((std::filesystem::path(ORDALIS_LANG_DIR) / L"Ordalis_EN.lng").wstring()), 0);
+    SetBuiltInTexts(false);
     RetextMenu(loaded, kind);
     CollectDuplicateKeys(loaded, L"EN", duplicates);
     EXPECT_EQ(duplicates, std::vector<std::wstring>{});
