@@ -66,6 +66,51 @@ bool LoadEnglishTexts() {
     return true;
 }
 
+// The texts of a dialog's labels, buttons, column headers and tabs that are
+// no text of the loaded language: left in the built-in language. The
+// controls listed as data show the item's own values.
+std::vector<std::wstring> Untranslated(HWND dialog, const std::vector<int>& data = {}) {
+    // Every entry as shown, and without the blanks the layout pads it with.
+    std::set<std::wstring> language;
+    for (uint32_t id = 0; id < TextCapacity(); ++id) {
+        const std::wstring text = Text(id, L"");
+        const size_t first = text.find_first_not_of(L' '), last = text.find_last_not_of(L' ');
+        if (first == std::wstring::npos) continue;
+        language.insert(text);
+        language.insert(text.substr(first, last - first + 1));
+    }
+    std::vector<std::wstring> untranslated;
+    auto check = [&](const std::wstring& text) {
+        // Signs such as "<" and ">" belong to no language.
+        const bool words = std::any_of(text.begin(), text.end(), [](wchar_t c) { return iswalpha(c); });
+        if (words && !language.count(text)) untranslated.push_back(text);
+    };
+    for (HWND child : TestDriver::ChildWindows(dialog)) {
+        const std::wstring kind = TestDriver::WindowClass(child);
+        if (std::find(data.begin(), data.end(), GetDlgCtrlID(child)) != data.end()) continue;
+        if (_wcsicmp(kind.c_str(), L"Static") == 0 || _wcsicmp(kind.c_str(), L"Button") == 0 ||
+            kind.rfind(L"myTheme_", 0) == 0) {
+            check(TestDriver::WindowText(child));
+        } else if (kind == WC_LISTVIEWW) {
+            HWND header = ListView_GetHeader(child);
+            for (int column = 0; header && column < Header_GetItemCount(header); ++column) {
+                check(TestDriver::ListViewColumnHeader(child, column));
+            }
+        } else if (kind == WC_TABCONTROLW) {
+            for (int tab = 0; tab < TabCtrl_GetItemCount(child); ++tab) {
+                wchar_t text[256] = L"";
+                TCITEMW item{};
+                item.mask = TCIF_TEXT;
+                item.pszText = text;
+                item.cchTextMax = 256;
+                TabCtrl_GetItem(child, tab, &item);
+                check(text);
+            }
+        }
+    }
+    return untranslated;
+}
+
 class OpenDialog {
 public:
     // `paintMs`: how long to let it paint before anything is read or pictured.
@@ -122,12 +167,14 @@ const char* kVolume =
     "file \"Z:\\Documenti\\foto.jpg\" size=8192 runs=2000:2\n"
     "file \"Z:\\Documenti\\vuoto.txt\" size=0\n";
 
-// Three analysed files in the list, in the built-in language; every case
-// puts the settings and the texts back as it found them.
+// Three analysed files in the list, and the interface in English, so that a
+// text left in the built-in language shows; every case puts the settings and
+// the texts back as it found them.
 class ItemDialogsTest : public RunFixture {
 protected:
     void SetUp() override {
         RunFixture::SetUp();
+        ASSERT_TRUE(LoadEnglishTexts());
         saved_ = gSettings;
         gSettings.fragmentDetailsWidth = ScaledWidth(420);
         gSettings.fragmentDetailsHeight = ScaledWidth(430);
@@ -155,8 +202,11 @@ protected:
 TEST_F(ItemDialogsTest, TheFragmentsDialogShowsTheWholeTableAndStepsThroughTheSelectedItems) {
     const std::vector<std::wstring> paths = {L"Z:\\Documenti\\relazione.doc", L"Z:\\Documenti\\foto.jpg",
                                              L"Z:\\Documenti\\vuoto.txt"};
-    OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, paths, 0); }, L"Frammenti");
+    OpenDialog open([&] { ShowFragmentsDialog(nullptr, items_, paths, 0); }, L"Fragments");
     ASSERT_NE(open.Dialog(), nullptr);
+    EXPECT_EQ(Untranslated(open.Dialog(), {IDC_FRAG_NAME, IDC_FRAG_PATH, IDC_FRAG_TYPE, IDC_FRAG_SIZE, IDC_FRAG_DISK,
+                                           IDC_FRAG_COUNT, IDC_FRAG_CLUSTERS}),
+              std::vector<std::wstring>{});
     HWND table = open.Item(IDC_FRAG_TABLE);
     EXPECT_EQ(TestDriver::ListViewRowCount(table), 5);
     EXPECT_EQ(open.ItemText(IDC_FRAG_NAME), L"relazione.doc");
@@ -232,13 +282,14 @@ TEST_F(ItemDialogsTest, TheHighlightDialogsChoicesReachTheListOnlyOnOk) {
     constexpr int kName = 0, kSize = 2;
     for (int button : {IDCANCEL, IDOK}) {
         SCOPED_TRACE(button == IDOK ? "OK" : "Cancel");
-        OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Evidenziazione oggetti");
+        OpenDialog open([] { ShowHighlightDialog(nullptr); }, L"Item highlighting");
         ASSERT_NE(open.Dialog(), nullptr);
         for (int i = 0; i < kItemColourCount; ++i) {
             HWND colour = open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + i);
             EXPECT_EQ(static_cast<COLORREF>(SendMessageW(colour, kColourGet, 0, 0)), colours[i]);
             EXPECT_EQ(IsWindowEnabled(colour) != FALSE, i != 3) << i;
         }
+        EXPECT_EQ(Untranslated(open.Dialog()), std::vector<std::wstring>{});
         if (button == IDOK) TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-highlight-" + DpiText());
         SendMessageW(open.Item(IDC_HIGHLIGHT_CHECK_FIRST + 3), BM_CLICK, 0, 0);
         EXPECT_TRUE(IsWindowEnabled(open.Item(IDC_HIGHLIGHT_COLOUR_FIRST + 3)));
@@ -355,15 +406,17 @@ TEST_F(PreRunStepsTest, EnterStartsTheStepEscapeCancelsAndNeverAgainIsKeptOnlyWh
         const uint32_t& choice = c.disk ? gSettings.diskCheck : gSettings.cleanup;
         int result = -1;
         OpenDialog open([&] { result = c.disk ? RunDiskCheckDialog(nullptr, false) : RunCleanupDialog(nullptr, false); },
-                        c.disk ? L"Controllo disco" : L"Eliminazione file temporanei");
+                        c.disk ? L"Disk check" : L"Deleting temporary files");
         ASSERT_NE(open.Dialog(), nullptr);
         const int start = c.disk ? kCheckButton : kStartCleanup;
         GUITHREADINFO focus{};
         focus.cbSize = sizeof focus;
         GetGUIThreadInfo(GetWindowThreadProcessId(open.Dialog(), nullptr), &focus);
         EXPECT_EQ(focus.hwndFocus, open.Item(start));
+        EXPECT_EQ(Untranslated(open.Dialog()), std::vector<std::wstring>{});
         EXPECT_EQ(LOWORD(SendMessageW(open.Dialog(), DM_GETDEFID, 0, 0)), start);
         if (enter) {
+            TestDriver::SaveWindowScreenshot(open.Dialog(), (c.disk ? L"dialog-diskcheck-" : L"dialog-cleanup-") + DpiText());
             TestDriver::PressKey(open.Dialog(), VK_RETURN);
         } else {
             // A click, which a command alone would not tick.
@@ -392,11 +445,13 @@ TEST_F(PreRunStepsTest, EnterStartsTheStepEscapeCancelsAndNeverAgainIsKeptOnlyWh
 TEST_F(PreRunStepsTest, TheDiskCheckShowsTheCheckersReportAndHandsItsErrorsOn) {
     Script(L"Z:progress=30,100;text=Phase one|Bad index found;result=fail");
     int result = -1;
-    OpenDialog open([&] { result = RunDiskCheckDialog(nullptr, false); }, L"Controllo disco");
+    OpenDialog open([&] { result = RunDiskCheckDialog(nullptr, false); }, L"Disk check");
     ASSERT_NE(open.Dialog(), nullptr);
+    // A drive without a label is named by its kind.
+    EXPECT_EQ(TestDriver::ListViewCellText(open.Item(kDiskDrives), 0, 0), L"Local disk (Z:)");
     open.Press(kCheckButton);
-    for (int i = 0; i < 100 && open.ItemText(IDCANCEL) != L"C&hiudi"; ++i) TestDriver::PumpMessages(100);
-    EXPECT_EQ(open.ItemText(IDCANCEL), L"C&hiudi");
+    for (int i = 0; i < 100 && open.ItemText(IDCANCEL) != L"C&lose"; ++i) TestDriver::PumpMessages(100);
+    EXPECT_EQ(open.ItemText(IDCANCEL), L"C&lose");
     EXPECT_EQ(open.ItemText(kDiskOutput), L"Phase one\r\nBad index found\r\n");
     EXPECT_TRUE(Checked());
     TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-diskcheck-errors-" + DpiText());
@@ -408,14 +463,14 @@ TEST_F(PreRunStepsTest, TheDiskCheckShowsTheCheckersReportAndHandsItsErrorsOn) {
     // dialog must not wait for it, and its late reports must find nothing to
     // write into. It ends well before the tests do, never at the exit.
     Script(L"Z:delay=1000;progress=10,20,30,40,50,60,70,80,90");
-    OpenDialog hanging([&] { result = RunDiskCheckDialog(nullptr, false); }, L"Controllo disco");
+    OpenDialog hanging([&] { result = RunDiskCheckDialog(nullptr, false); }, L"Disk check");
     ASSERT_NE(hanging.Dialog(), nullptr);
     hanging.Press(kCheckButton);
     HWND list = hanging.Item(kDiskDrives);
-    for (int i = 0; i < 100 && TestDriver::ListViewCellText(list, 0, 1) != L"In analisi..."; ++i) {
+    for (int i = 0; i < 100 && TestDriver::ListViewCellText(list, 0, 1) != L"Analyzing..."; ++i) {
         TestDriver::PumpMessages(100);
     }
-    ASSERT_EQ(TestDriver::ListViewCellText(list, 0, 1), L"In analisi...");
+    ASSERT_EQ(TestDriver::ListViewCellText(list, 0, 1), L"Analyzing...");
     hanging.Press(IDCANCEL);
     ASSERT_TRUE(hanging.Closed(3000)) << "the dialog still waits for the checker";
     EXPECT_EQ(result, kDiskCheckResultCancelled);
@@ -426,7 +481,7 @@ TEST_F(PreRunStepsTest, TheDiskCheckShowsTheCheckersReportAndHandsItsErrorsOn) {
 TEST_F(PreRunStepsTest, TheCleanupRefusesAnUnnamedExternalProgramAndStaysOpen) {
     gSettings.cleanupProgramPath.clear();
     int result = -1;
-    OpenDialog open([&] { result = RunCleanupDialog(nullptr, false); }, L"Eliminazione file temporanei");
+    OpenDialog open([&] { result = RunCleanupDialog(nullptr, false); }, L"Deleting temporary files");
     ASSERT_NE(open.Dialog(), nullptr);
     open.Press(kCleanupExternal);
     PostMessageW(open.Item(kStartCleanup), BM_CLICK, 0, 0);
@@ -448,7 +503,7 @@ TEST_F(PreRunStepsTest, TheSolidStateWarningLeavesTheFilesAloneOnlyWhenAskedTo) 
     for (int answer : {kKeepOff, kGoOn}) {
         SCOPED_TRACE(answer);
         bool keepOff = answer != kKeepOff;
-        OpenDialog warning([&] { keepOff = SolidStateWarningDialog(nullptr); }, L"Disco SSD");
+        OpenDialog warning([&] { keepOff = SolidStateWarningDialog(nullptr); }, L"Solid-state drive");
         ASSERT_NE(warning.Dialog(), nullptr);
         warning.Press(answer);
         ASSERT_TRUE(warning.Closed());
@@ -456,80 +511,24 @@ TEST_F(PreRunStepsTest, TheSolidStateWarningLeavesTheFilesAloneOnlyWhenAskedTo) 
     }
 }
 
-// Every text of every dialog, in English, is a text of the English file:
-// none is left in the built-in Italian. The controls listed as data show the
-// item's own values.
+// The dialogs that no case of their own opens, in English too.
 TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
-    ASSERT_TRUE(LoadEnglishTexts());
-    // Every entry as shown, and without the blanks the layout pads it with.
-    std::set<std::wstring> english;
-    for (uint32_t id = 0; id < TextCapacity(); ++id) {
-        const std::wstring text = Text(id, L"");
-        const size_t first = text.find_first_not_of(L' '), last = text.find_last_not_of(L' ');
-        if (first == std::wstring::npos) continue;
-        english.insert(text);
-        english.insert(text.substr(first, last - first + 1));
-    }
     struct Case {
         std::function<void()> show;
         std::wstring title;
-        std::vector<int> data;
     };
     const Case cases[] = {
-        {[this] { ShowFragmentsDialog(nullptr, items_, L"Z:\\Documenti\\relazione.doc"); }, L"Fragments",
-         {IDC_FRAG_NAME, IDC_FRAG_PATH, IDC_FRAG_TYPE, IDC_FRAG_SIZE, IDC_FRAG_DISK, IDC_FRAG_COUNT,
-          IDC_FRAG_CLUSTERS}},
-        {[] { ShowHighlightDialog(nullptr); }, L"Item highlighting", {}},
-        {[] { ShowWarrantyDialog(nullptr); }, L"Warranty disclaimer", {IDC_INFO_HEADING}},
-        {[] { ShowCommandLineDialog(nullptr); }, L"Command-line options", {IDC_INFO_HEADING}},
-        {[] { ShowAboutDialog(nullptr); }, L"About Ordalis", {IDC_INFO_HEADING}},
-        {[] { RunDiskCheckDialog(nullptr, false); }, L"Disk check", {}},
-        {[] { RunCleanupDialog(nullptr, false); }, L"Deleting temporary files", {}},
-        {[] { ShowFilterDialog(nullptr); }, L"Filter", {IDC_FILTER_SIZE_BYTES}},
-        {[] { ShowRecentProfilesDialog(nullptr); }, L"Recent profiles", {}},
+        {[] { ShowWarrantyDialog(nullptr); }, L"Warranty disclaimer"},
+        {[] { ShowCommandLineDialog(nullptr); }, L"Command-line options"},
+        {[] { ShowAboutDialog(nullptr); }, L"About Ordalis"},
+        {[] { ShowRecentProfilesDialog(nullptr); }, L"Recent profiles"},
     };
     for (const Case& shown : cases) {
         SCOPED_TRACE(std::string(shown.title.begin(), shown.title.end()));
         OpenDialog open(shown.show, shown.title);
         ASSERT_NE(open.Dialog(), nullptr);
-        std::vector<std::wstring> untranslated;
-        auto check = [&](const std::wstring& text) {
-            // Signs such as "<" and ">" belong to no language.
-            const bool words = std::any_of(text.begin(), text.end(), [](wchar_t c) { return iswalpha(c); });
-            if (words && !english.count(text)) untranslated.push_back(text);
-        };
-        for (HWND child : TestDriver::ChildWindows(open.Dialog())) {
-            const std::wstring kind = TestDriver::WindowClass(child);
-            const int id = GetDlgCtrlID(child);
-            if (std::find(shown.data.begin(), shown.data.end(), id) != shown.data.end()) continue;
-            if (_wcsicmp(kind.c_str(), L"Static") == 0 || _wcsicmp(kind.c_str(), L"Button") == 0 ||
-                kind.rfind(L"myTheme_", 0) == 0) {
-                check(TestDriver::WindowText(child));
-            } else if (kind == WC_LISTVIEWW) {
-                HWND header = ListView_GetHeader(child);
-                for (int column = 0; header && column < Header_GetItemCount(header); ++column) {
-                    check(TestDriver::ListViewColumnHeader(child, column));
-                }
-            } else if (kind == WC_TABCONTROLW) {
-                for (int tab = 0; tab < TabCtrl_GetItemCount(child); ++tab) {
-                    wchar_t text[256] = L"";
-                    TCITEMW item{};
-                    item.mask = TCIF_TEXT;
-                    item.pszText = text;
-                    item.cchTextMax = 256;
-                    TabCtrl_GetItem(child, tab, &item);
-                    check(text);
-                }
-            }
-        }
-        if (shown.title == L"Disk check") {
-            // A drive without a label is named by its kind: "Local disk (Z:)".
-            std::wstring volume = TestDriver::ListViewCellText(open.Item(kDiskDrives), 0, 0);
-            ASSERT_GT(volume.size(), 5u);
-            EXPECT_EQ(volume.substr(volume.size() - 5), L" (Z:)");
-            check(volume.substr(0, volume.size() - 5));
-        }
-        EXPECT_EQ(untranslated, std::vector<std::wstring>{});
+        // An information dialog's heading is its title or the program's name.
+        EXPECT_EQ(Untranslated(open.Dialog(), {IDC_INFO_HEADING}), std::vector<std::wstring>{});
         TestDriver::SaveWindowScreenshot(open.Dialog(), L"dialog-english-" + shown.title + L"-" + DpiText());
     }
     // The information dialogs are titled like their menu commands.
@@ -579,8 +578,9 @@ protected:
 // before it saves.
 TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
     {
-        OpenDialog open([] { ShowFilterDialog(nullptr); }, L"Filtro");
+        OpenDialog open([] { ShowFilterDialog(nullptr); }, L"Filter");
         ASSERT_NE(open.Dialog(), nullptr);
+        EXPECT_EQ(Untranslated(open.Dialog(), {IDC_FILTER_SIZE_BYTES}), std::vector<std::wstring>{});
         TestDriver::SetControlText(open.Item(IDC_FILTER_MASK), L"*.dll");
         open.Press(IDC_FILTER_ADD_INCLUDED);
         PostMessageW(open.Item(IDC_FILTER_SIZE_CHECK), BM_CLICK, 0, 0);
@@ -593,7 +593,7 @@ TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
     EXPECT_EQ(gSettings.maxFileSizeKiB, 100);
     EXPECT_EQ(Stored(L"Include.ini"), std::vector<std::wstring>{L"<none>"});
 
-    OpenDialog open([] { ShowFilterDialog(nullptr); }, L"Filtro");
+    OpenDialog open([] { ShowFilterDialog(nullptr); }, L"Filter");
     ASSERT_NE(open.Dialog(), nullptr);
     HWND maskBox = open.Item(IDC_FILTER_MASK);
     TestDriver::SetControlText(maskBox, L" *.dll ; *.exe;;");
@@ -609,7 +609,7 @@ TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
 
     // Exclusion masks go through the small input dialog.
     PostMessageW(open.Item(IDC_FILTER_ADD_MASKS), BM_CLICK, 0, 0);
-    HWND input = WaitForBoxOver(open.Dialog(), L"Aggiungi maschera");
+    HWND input = WaitForBoxOver(open.Dialog(), L"Add mask");
     ASSERT_NE(input, nullptr);
     TestDriver::SetControlText(GetDlgItem(input, IDC_MASK_INPUT), L"*.tmp;*.DLL");
     TestDriver::PressButton(input, IDOK);
@@ -618,14 +618,14 @@ TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
 
     // OK warns about the duplicate mask; "edit" keeps the dialog open.
     open.Press(IDOK);
-    HWND warning = WaitForBoxOver(open.Dialog(), L"Maschere duplicate");
+    HWND warning = WaitForBoxOver(open.Dialog(), L"Duplicate masks");
     ASSERT_NE(warning, nullptr);
     TestDriver::PressButton(warning, IDC_CHOICE_THIRD);
     TestDriver::PumpMessages(300);
     EXPECT_FALSE(open.Closed(0));
     EXPECT_EQ(Stored(L"Include.ini"), std::vector<std::wstring>{L"<none>"});
     open.Press(IDOK);
-    warning = WaitForBoxOver(open.Dialog(), L"Maschere duplicate");
+    warning = WaitForBoxOver(open.Dialog(), L"Duplicate masks");
     ASSERT_NE(warning, nullptr);
     TestDriver::PressButton(warning, IDC_CHOICE_SECOND);
     ASSERT_TRUE(open.Closed());
@@ -644,10 +644,10 @@ public:
 
 using MessageBoxTest = ItemDialogsTest;
 
-// In English, so that a button or a message left in the built-in language
-// shows too. Each button's number is the result it ends the box with;
-// Escape cancels where the set has a way out, and a box without one stays
-// open. The bold runs lose their tags, and each paragraph is a line.
+// Each button's number is the result it ends the box with; Escape cancels
+// where the set has a way out, and a box without one stays open. A string
+// id brings the language's text, whose bold runs lose their tags and whose
+// paragraphs are lines of their own.
 TEST_F(MessageBoxTest, EveryButtonEndsTheBoxWithItsResultAndEscapeCancelsWhereItMay) {
     using Buttons = std::vector<std::pair<int, std::wstring>>;
     struct ButtonSet {
@@ -662,7 +662,6 @@ TEST_F(MessageBoxTest, EveryButtonEndsTheBoxWithItsResultAndEscapeCancelsWhereIt
         {0x4000, {{6, L"&Yes"}, {7, L"&No"}}, 7},
         {0, {{1, L"OK"}}, 1},
     };
-    ASSERT_TRUE(LoadEnglishTexts());
     SetText(300, L"File <b>Z:\\a.txt</b> not found.\r\nSecond paragraph.");
     for (const ButtonSet& set : sets) {
         SCOPED_TRACE(testing::Message() << "flags 0x" << std::hex << set.flags);
