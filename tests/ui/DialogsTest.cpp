@@ -688,7 +688,9 @@ TEST_F(MessageBoxTest, EveryButtonEndsTheBoxWithItsResultAndEscapeCancelsWhereIt
             EXPECT_EQ(box.Result(), set.escape);
             continue;
         }
-        EXPECT_EQ(box.Result(1500), -1) << "a box without a way to cancel must stay open";
+        // Ending a dialog takes Wine a while, but the box is hidden at once.
+        TestDriver::PumpMessages(1000);
+        EXPECT_TRUE(IsWindowVisible(box.Dialog())) << "a box without a way to cancel must stay open";
         TestDriver::PressButton(box.Dialog(), set.buttons.back().first);
         EXPECT_EQ(box.Result(), set.buttons.back().first);
     }
