@@ -350,6 +350,7 @@ protected:
     void SetUp() override {
         ItemDialogsTest::SetUp();
         std::filesystem::create_directories(temp_);
+        gSettings.cleanupProgramPath.clear();
         files_.fake.AddFile((temp_ / "a.tmp").wstring(), 1);
         std::filesystem::remove(log_);
         SetEnvironmentVariableW(L"TMP", temp_.wstring().c_str());
@@ -377,7 +378,8 @@ protected:
 // button. Enter does what the default button says (check, clean up), never
 // cancelling the defragmentation. "Never again" moves the stored choice at
 // once; Escape puts it back and ends the run, skipping keeps it and lets the
-// run go on unchecked.
+// run go on unchecked. Starting an external cleanup program nobody named
+// complains and leaves the dialog usable.
 TEST_F(PreRunStepsTest, EnterStartsTheStepEscapeCancelsAndNeverAgainIsKeptOnlyWhenSkipped) {
     struct Case {
         const char* what;
@@ -391,7 +393,7 @@ TEST_F(PreRunStepsTest, EnterStartsTheStepEscapeCancelsAndNeverAgainIsKeptOnlyWh
         {"disk check, Escape", true, VK_ESCAPE, kDiskCheckResultCancelled, kDiskCheckAsk},
         {"disk check, skipped", true, kDiskSkip, kDiskCheckResultSkipped, kDiskCheckOff},
         {"cleanup, Escape", false, VK_ESCAPE, kCleanupResultCancelled, kCleanupAsk},
-        {"cleanup, skipped", false, kCleanupSkip, kCleanupResultSkipped, kCleanupOff},
+        {"cleanup, refused, skipped", false, kCleanupSkip, kCleanupResultSkipped, kCleanupOff},
         // Nothing found, so the run goes on by itself.
         {"disk check, Enter", true, VK_RETURN, 9, kDiskCheckAsk},
         {"cleanup, Enter", false, VK_RETURN, kCleanupResultDone, kCleanupAsk},
@@ -424,6 +426,16 @@ TEST_F(PreRunStepsTest, EnterStartsTheStepEscapeCancelsAndNeverAgainIsKeptOnlyWh
             PostMessageW(open.Item(c.disk ? kDiskNever : kCleanupNever), BM_CLICK, 0, 0);
             TestDriver::PumpMessages(200);
             EXPECT_EQ(choice, c.disk ? kDiskCheckOff : kCleanupOff) << "not moved at once";
+            if (c.pressed == kCleanupSkip) {
+                open.Press(kCleanupExternal);
+                PostMessageW(open.Item(kStartCleanup), BM_CLICK, 0, 0);
+                HWND complaint =
+                    TestDriver::WaitForWindow({L"#32770", L"Ordalis", GetCurrentProcessId(), open.Dialog()}, kWaitMs);
+                ASSERT_NE(complaint, nullptr);
+                TestDriver::PressButton(complaint, IDOK);
+                for (int i = 0; i < 100 && !IsWindowEnabled(open.Item(kCleanupSkip)); ++i) TestDriver::PumpMessages(50);
+                EXPECT_TRUE(IsWindowEnabled(open.Item(kCleanupSkip))) << "the dialog is not usable again";
+            }
             if (c.pressed == VK_ESCAPE) {
                 TestDriver::PressKey(open.Dialog(), VK_ESCAPE);
             } else {
@@ -475,26 +487,6 @@ TEST_F(PreRunStepsTest, TheDiskCheckShowsTheCheckersReportAndHandsItsErrorsOn) {
     hanging.Press(IDCANCEL);
     ASSERT_TRUE(hanging.Closed(3000)) << "the dialog still waits for the checker";
     EXPECT_EQ(result, kDiskCheckResultCancelled);
-}
-
-// Starting an external cleanup program nobody named complains and keeps the
-// dialog usable, with nothing cleaned.
-TEST_F(PreRunStepsTest, TheCleanupRefusesAnUnnamedExternalProgramAndStaysOpen) {
-    gSettings.cleanupProgramPath.clear();
-    int result = -1;
-    OpenDialog open([&] { result = RunCleanupDialog(nullptr, false); }, L"Deleting temporary files");
-    ASSERT_NE(open.Dialog(), nullptr);
-    open.Press(kCleanupExternal);
-    PostMessageW(open.Item(kStartCleanup), BM_CLICK, 0, 0);
-    HWND complaint = TestDriver::WaitForWindow({L"#32770", L"Ordalis", GetCurrentProcessId(), open.Dialog()}, kWaitMs);
-    ASSERT_NE(complaint, nullptr);
-    TestDriver::PressButton(complaint, IDOK);
-    for (int i = 0; i < 100 && !IsWindowEnabled(open.Item(kCleanupSkip)); ++i) TestDriver::PumpMessages(50);
-    EXPECT_FALSE(open.Closed(0));
-    open.Press(kCleanupSkip);
-    ASSERT_TRUE(open.Closed()) << "the dialog is not usable again";
-    EXPECT_EQ(result, kCleanupResultSkipped);
-    EXPECT_FALSE(Cleaned());
 }
 
 // The warning before files on a solid-state drive are defragmented: which of
