@@ -32,7 +32,6 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <future>
 #include <set>
 #include <type_traits>
@@ -142,6 +141,10 @@ public:
     HWND Dialog() const { return dialog_; }
     HWND Item(int id) const { return GetDlgItem(dialog_, id); }
     std::wstring ItemText(int id) const { return TestDriver::WindowText(Item(id)); }
+    // The program's message or choice over the dialog, titled `title`.
+    HWND BoxOver(const wchar_t* title) const {
+        return TestDriver::WaitForWindow({L"#32770", title, GetCurrentProcessId(), dialog_}, kWaitMs);
+    }
     void Press(int id) {
         TestDriver::PressButton(dialog_, id);
         TestDriver::PumpMessages(200);
@@ -429,8 +432,7 @@ TEST_F(PreRunStepsTest, EnterStartsTheStepEscapeCancelsAndNeverAgainIsKeptOnlyWh
             if (c.pressed == kCleanupSkip) {
                 open.Press(kCleanupExternal);
                 PostMessageW(open.Item(kStartCleanup), BM_CLICK, 0, 0);
-                HWND complaint =
-                    TestDriver::WaitForWindow({L"#32770", L"Ordalis", GetCurrentProcessId(), open.Dialog()}, kWaitMs);
+                HWND complaint = open.BoxOver(L"Ordalis");
                 ASSERT_NE(complaint, nullptr);
                 TestDriver::PressButton(complaint, IDOK);
                 for (int i = 0; i < 100 && !IsWindowEnabled(open.Item(kCleanupSkip)); ++i) TestDriver::PumpMessages(50);
@@ -507,18 +509,18 @@ TEST_F(PreRunStepsTest, TheSolidStateWarningLeavesTheFilesAloneOnlyWhenAskedTo) 
 // The dialogs that no case of their own opens, in English too.
 TEST_F(ItemDialogsTest, EveryDialogShowsOnlyTextsOfTheEnglishFile) {
     struct Case {
-        std::function<void()> show;
+        void (*show)(HWND owner);
         std::wstring title;
     };
     const Case cases[] = {
-        {[] { ShowWarrantyDialog(nullptr); }, L"Warranty disclaimer"},
-        {[] { ShowCommandLineDialog(nullptr); }, L"Command-line options"},
-        {[] { ShowAboutDialog(nullptr); }, L"About Ordalis"},
-        {[] { ShowRecentProfilesDialog(nullptr); }, L"Recent profiles"},
+        {ShowWarrantyDialog, L"Warranty disclaimer"},
+        {ShowCommandLineDialog, L"Command-line options"},
+        {ShowAboutDialog, L"About Ordalis"},
+        {ShowRecentProfilesDialog, L"Recent profiles"},
     };
     for (const Case& shown : cases) {
         SCOPED_TRACE(std::string(shown.title.begin(), shown.title.end()));
-        OpenDialog open(shown.show, shown.title);
+        OpenDialog open([show = shown.show] { show(nullptr); }, shown.title);
         ASSERT_NE(open.Dialog(), nullptr);
         // An information dialog's heading is its title or the program's name.
         EXPECT_EQ(Untranslated(open.Dialog(), {IDC_INFO_HEADING}), std::vector<std::wstring>{});
@@ -555,10 +557,6 @@ protected:
         std::vector<std::wstring> lines;
         for (std::wstring line; reader.NextLine(line);) lines.push_back(line);
         return lines;
-    }
-    // The program's message or choice over `dialog`, titled `title`.
-    static HWND WaitForBoxOver(HWND dialog, const wchar_t* title) {
-        return TestDriver::WaitForWindow({L"#32770", title, GetCurrentProcessId(), dialog}, kWaitMs);
     }
 
     const std::filesystem::path folder_ = std::filesystem::current_path() / "filter-dialog-folder";
@@ -602,7 +600,7 @@ TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
 
     // Exclusion masks go through the small input dialog.
     PostMessageW(open.Item(IDC_FILTER_ADD_MASKS), BM_CLICK, 0, 0);
-    HWND input = WaitForBoxOver(open.Dialog(), L"Add mask");
+    HWND input = open.BoxOver(L"Add mask");
     ASSERT_NE(input, nullptr);
     TestDriver::SetControlText(GetDlgItem(input, IDC_MASK_INPUT), L"*.tmp;*.DLL");
     TestDriver::PressButton(input, IDOK);
@@ -611,14 +609,14 @@ TEST_F(FilterDialogTest, TheFilterDialogCorrectsChecksAndSavesOnlyOnOk) {
 
     // OK warns about the duplicate mask; "edit" keeps the dialog open.
     open.Press(IDOK);
-    HWND warning = WaitForBoxOver(open.Dialog(), L"Duplicate masks");
+    HWND warning = open.BoxOver(L"Duplicate masks");
     ASSERT_NE(warning, nullptr);
     TestDriver::PressButton(warning, IDC_CHOICE_THIRD);
     TestDriver::PumpMessages(300);
     EXPECT_FALSE(open.Closed(0));
     EXPECT_EQ(Stored(L"Include.ini"), std::vector<std::wstring>{L"<none>"});
     open.Press(IDOK);
-    warning = WaitForBoxOver(open.Dialog(), L"Duplicate masks");
+    warning = open.BoxOver(L"Duplicate masks");
     ASSERT_NE(warning, nullptr);
     TestDriver::PressButton(warning, IDC_CHOICE_SECOND);
     ASSERT_TRUE(open.Closed());
