@@ -36,12 +36,6 @@ TEST_F(ItemListTest, ResultCodesOfValidation) {
   EXPECT_EQ(AddItem(items, true, L"C:\\data"), kAddOk);
   EXPECT_EQ(ItemCount(), 2u);
   EXPECT_EQ(items.iconPaths, (Paths{L"C:\\data\\a.txt", L"C:\\data"}));
-  // Every call, refused or not, is bracketed by the busy states.
-  ASSERT_EQ(items.busyStates.size(), 2u * 11);
-  for (size_t i = 0; i < items.busyStates.size(); i += 2) {
-    EXPECT_EQ(items.busyStates[i], kBusyAdding);
-    EXPECT_EQ(items.busyStates[i + 1], kBusyIdle);
-  }
 }
 
 // A file's row shows its path as given and what its entry and its drive say,

@@ -12,8 +12,8 @@
 #include "options/StringIds.h"
 #include "util/Text.h"
 
-// The fixed texts; records the busy states, the messages, the icons asked
-// for and the files asked about their clusters. Unattended, it refuses an
+// The fixed texts; records the messages, the icons asked for and the files
+// asked about their clusters. Unattended, it refuses an
 // unreadable folder without a message.
 class RecordingItemPlatform final : public ItemPlatform {
  public:
@@ -27,7 +27,7 @@ class RecordingItemPlatform final : public ItemPlatform {
     messages.push_back(message);
     return true;
   }
-  void SetBusyState(uint32_t state) override { busyStates.push_back(state); }
+  void SetBusyState(uint32_t) override {}
   bool HasNoClusters(const std::wstring& longPath) override {
     askedForClusters.push_back(longPath);
     return noClusters;
@@ -35,7 +35,6 @@ class RecordingItemPlatform final : public ItemPlatform {
 
   bool unattended = false;
   bool noClusters = false;
-  std::vector<uint32_t> busyStates;
   std::vector<std::wstring> messages;
   std::vector<std::wstring> iconPaths;
   std::vector<std::wstring> askedForClusters;
