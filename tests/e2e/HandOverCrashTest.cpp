@@ -100,8 +100,7 @@ protected:
     HWND WaitForReport(const wchar_t* title, const std::vector<std::wstring>& texts, const std::wstring& picture) {
         HWND report = WaitForTitle(title);
         if (!report) return nullptr;
-        TestDriver::PumpMessages(300);
-        TestDriver::SaveScreenshot(picture);
+        Picture(picture, report);
         const std::vector<std::wstring> shown = TestDriver::ChildTexts(report);
         for (const std::wstring& text : texts) {
             EXPECT_NE(std::find(shown.begin(), shown.end(), text), shown.end()) << Narrow(text);
@@ -195,8 +194,7 @@ TEST_F(CrashReportTest, AFaultWhileDrivesAreIdentifiedIsFollowedByTheSolidStateW
         ASSERT_FALSE(IsWindow(report)) << "the report did not close";
         HWND warning = WaitForDialog();
         ASSERT_NE(warning, nullptr) << "no warning after the report";
-        TestDriver::PumpMessages(300);
-        TestDriver::SaveScreenshot(std::wstring(L"e2e_crash_report_9001_warning_") + kind);
+        Picture(std::wstring(L"e2e_crash_report_9001_warning_") + kind, warning);
         EXPECT_EQ(TestDriver::WindowText(warning), kMainTitle);
         EXPECT_NE(TestDriver::MessageBoxMessage(warning).find(L"stato solido"), std::wstring::npos);
         EXPECT_TRUE(program_->Running());

@@ -1,7 +1,7 @@
-// Ordalis.exe as a user starts it: the unattended console text, the help
-// dialog, the single instance, what start-up checks and says, the settings
-// file and the language, and the items that a profile argument puts into the
-// list.
+// Ordalis.exe as a user starts it: the help dialog, the single instance, what
+// start-up checks and says, the libraries it never takes from its folder, the
+// settings file and the language, and the items that a profile argument puts
+// into the list.
 #include "ProgramCase.h"
 
 namespace {
@@ -41,12 +41,11 @@ HWND Cover() {
 TEST_F(HelpOption, ShowsTheHelpDialogAndEndsWithZeroWhenItIsClosed) {
     Prepare("help", ORDALIS_PROGRAM);
     // The built-in language, whatever the locale: the title is looked for.
+    // What the help says is the dialog's own.
     ASSERT_TRUE(StartOnly(L"/? /LANG:IT"));
     HWND help = WaitForTitle(L"Ordalis - Guida");
     ASSERT_NE(help, nullptr) << "no help dialog";
-    TestDriver::SaveScreenshot(L"e2e_help_dialog");
-    EXPECT_NE(TestDriver::MessageBoxMessage(help).find(L"/NOGUI"), std::wstring::npos)
-        << "the help does not explain the options";
+    Picture(L"e2e_help_dialog", help);
     PostMessageW(help, WM_CLOSE, 0, 0);
     ASSERT_TRUE(program_->WaitForExit(kWaitMs)) << "still running after the help was closed";
     EXPECT_EQ(program_->ExitCode(), 0u);
@@ -89,7 +88,7 @@ TEST_F(SingleInstance, ASecondStartBringsTheFirstWindowForwardOrWaitsForItsActiv
     EXPECT_EQ(second->ExitCode(), 0u);
     EXPECT_TRUE(WaitUntilForeground(main_));
     EXPECT_TRUE(program_->Running());
-    TestDriver::SaveScreenshot(L"e2e_second_instance");
+    Picture(L"e2e_second_instance");
     DestroyWindow(cover);
 
     ShowWindow(main_, SW_MINIMIZE);
@@ -145,8 +144,7 @@ TEST_F(StartupChecks, AStartThatCannotGoOnAsUsualSaysWhyFirst) {
         ASSERT_TRUE(StartOnly(L""));
         HWND box = WaitForDialog();
         ASSERT_NE(box, nullptr) << "no message";
-        TestDriver::PumpMessages(300);
-        TestDriver::SaveScreenshot(L"e2e_start_" + Widen(name));
+        Picture(L"e2e_start_" + Widen(name), box);
         EXPECT_EQ(TestDriver::WindowText(box), kMainTitle);
         // Static controls of message boxes may show the line breaks as CR LF.
         std::wstring message = TestDriver::MessageBoxMessage(box);
@@ -220,7 +218,7 @@ TEST_F(SettingsAndLanguage, TheCommandLinesLanguageAndProfileReachTheWindowAndNo
     // The item list's headers were made before the language was applied.
     EXPECT_EQ(TestDriver::ListViewColumnHeader(items_, 9), L"Attributes");
     EXPECT_EQ(StatusTexts(main_), (std::vector<std::wstring>{L"Items in list: 0", L"Ready"}));
-    TestDriver::SaveScreenshot(L"e2e_language_english");
+    Picture(L"e2e_language_english");
     EXPECT_EQ(Close(), 0u);
     const std::string written = ReadWhole(file);
     EXPECT_NE(written.find(Utf16FileLines({L"", L"LANGUAGE=IT"}).substr(2)), std::string::npos) << "not kept";
@@ -233,7 +231,7 @@ TEST_F(SettingsAndLanguage, TheCommandLinesLanguageAndProfileReachTheWindowAndNo
     Start(L"/NOINI /LANG:IT /PROF:" + Win("lavoro.olp"));
     HWND missing = WaitForTitle(L"Elementi non trovati");
     ASSERT_NE(missing, nullptr) << "the missing items were not listed";
-    TestDriver::SaveScreenshot(L"e2e_profile_missing_items");
+    Picture(L"e2e_profile_missing_items", missing);
     // Their kinds are the import's own.
     EXPECT_EQ(TestDriver::ListViewColumnTexts(GetDlgItem(missing, IDC_MISSING_LIST), 1),
               (std::vector<std::wstring>{Win("data/sparita"), Win("data/perso.txt")}));

@@ -5,6 +5,7 @@
 // nothing that changes the list can be reached, and closing the window stops
 // the run before anything more is moved.
 #include "ProgramCase.h"
+#include "ui/controls/Controls.h"
 
 #include <set>
 
@@ -186,16 +187,14 @@ TEST_F(WindowTest, APersonFillsTheListWalksTheWindowByKeysAndDefragmentsTheMarke
     TestDriver::PressButton(open, IDOK);
     TestDriver::PumpMessages(500);
     TestDriver::SetControlText(box, L"\"one.bin\" \"gone.bin\"");
-    TestDriver::PumpMessages(200);
-    TestDriver::SaveScreenshot(L"commands-2-file-dialog-" + std::to_wstring(ScreenDpi()));
+    Picture(L"commands-2-file-dialog", open);
     ConfirmPathDialog(open);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
 
     const auto [browse, folderBox] = OpenPathDialog(kCmdAddFolder);
     ASSERT_NE(folderBox, nullptr) << "no folder dialog with a box for a path";
     TestDriver::SetControlText(folderBox, Win("data/tree"));
-    TestDriver::PumpMessages(200);
-    TestDriver::SaveScreenshot(L"commands-3-folder-dialog-" + std::to_wstring(ScreenDpi()));
+    Picture(L"commands-3-folder-dialog", browse);
     ConfirmPathDialog(browse);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 3);
 
@@ -258,7 +257,6 @@ TEST_F(WindowTest, APersonFillsTheListWalksTheWindowByKeysAndDefragmentsTheMarke
 
     const HWND tabs = GetDlgItem(main_, IDC_BOTTOM_TABS);
     ASSERT_NE(tabs, nullptr);
-    constexpr UINT kTabsGetSelected = WM_APP + 13;
     const LRESULT selected = SendMessageW(tabs, kTabsGetSelected, 0, 0);
     FocusRows(items_, {0});
     Type({VK_CONTROL}, VK_TAB);
@@ -290,8 +288,7 @@ TEST_F(WindowTest, APersonFillsTheListWalksTheWindowByKeysAndDefragmentsTheMarke
             menu = TestDriver::FindTopWindow({L"#32768", nullptr, program_->ProcessId()});
         }
         ASSERT_NE(menu, nullptr) << Narrow(picture);
-        TestDriver::PumpMessages(300);
-        TestDriver::SaveScreenshot(picture + L"-" + std::to_wstring(ScreenDpi()));
+        Picture(picture, menu);
         TestDriver::PressKey(menu, VK_ESCAPE);
         for (int i = 0; i < 100 && IsWindowVisible(menu); ++i) TestDriver::PumpMessages(20);
     };
@@ -400,12 +397,11 @@ TEST_F(WindowTest, StopAndCloseEndALongRunAtOnce) {
     TestDriver::PumpMessages(300);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 1);
     Picture(L"commands-defragmentation-running");
-    constexpr int kYes = 6, kNo = 7;
     PostMessageW(main_, WM_CLOSE, 0, 0);
     HWND question = WaitForDialog();
     ASSERT_NE(question, nullptr) << "closing during a run asks nothing";
     EXPECT_NE(TestDriver::MessageBoxMessage(question).find(L"Arrestarla e chiudere Ordalis?"), std::wstring::npos);
-    TestDriver::PressButton(question, kNo);
+    TestDriver::PressButton(question, IDNO);
     WaitGone(question);
     TestDriver::PumpMessages(500);
     EXPECT_EQ(TestDriver::ListViewCellText(items_, 0, kStateColumn), kWorking);
@@ -427,7 +423,7 @@ TEST_F(WindowTest, StopAndCloseEndALongRunAtOnce) {
     PostMessageW(main_, WM_CLOSE, 0, 0);
     question = WaitForDialog();
     ASSERT_NE(question, nullptr);
-    TestDriver::PressButton(question, kYes);
+    TestDriver::PressButton(question, IDYES);
     WaitGone(question);
     // From the box's end on: under Wine without a window manager, ending any
     // dialog takes about two seconds inside the system's own call (in a Wine

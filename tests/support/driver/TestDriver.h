@@ -134,9 +134,8 @@ std::wstring MessageBoxMessage(HWND dialog);
 // window's thread (or to the window itself when it has none).
 bool PressKey(HWND window, UINT virtualKey);
 bool ClickAt(HWND window, POINT client);
-// Picture of one window (its screen area), or of the whole screen, as
-// <name>.png under build/screenshots/. The path written, or empty.
+// Picture of one window (its screen area) as <name>.png under
+// build/screenshots/. The path written, or empty.
 std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name);
-std::wstring SaveScreenshot(const std::wstring& name);
 
 }  // namespace TestDriver
