@@ -26,13 +26,8 @@ bool WaitUntilForeground(HWND window, DWORD timeoutMs = 5000) {
 // A plain window of this test program, put in front of Ordalis; null when it
 // cannot get there. The caller destroys it.
 HWND Cover() {
-    WNDCLASSW windowClass{};
-    windowClass.lpfnWndProc = DefWindowProcW;
-    windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.lpszClassName = L"OrdalisE2eCover";
-    RegisterClassW(&windowClass);
-    HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"Cover", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50,
-                                  400, 300, nullptr, nullptr, windowClass.hInstance, nullptr);
+    HWND window = CreateWindowExW(0, L"STATIC", L"Cover", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300, nullptr,
+                                  nullptr, GetModuleHandleW(nullptr), nullptr);
     SetForegroundWindow(window);
     TestDriver::PumpMessages(200);
     return WaitUntilForeground(window) ? window : nullptr;
