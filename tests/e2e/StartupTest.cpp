@@ -154,7 +154,7 @@ TEST_F(StartupChecks, AStartThatCannotGoOnAsUsualSaysWhyFirst) {
             WaitGone(box);
             main_ = TestDriver::WaitForWindow({kDialogClass, kMainTitle, program_->ProcessId()}, kWaitMs);
             ASSERT_NE(main_, nullptr);
-            EXPECT_NE(GetDlgItem(main_, IDC_ITEM_LIST), nullptr);
+            EXPECT_EQ(TestDriver::ListViewColumnHeader(GetDlgItem(main_, IDC_ITEM_LIST), 0), L"Nome");
             EXPECT_EQ(Close(), 0u);
         } else {
             ASSERT_TRUE(program_->WaitForExit(kWaitMs)) << "still running after the message";
