@@ -213,7 +213,7 @@ TEST_F(CrashReportTest, AMoveThreadThatRunsOutOfMemoryReachesTheReportInTheLoade
     CloseReport(report, 9004);
     // The thread died before its first move: the volume is as described.
     EXPECT_EQ(FileLine(EndState(), Win("data/a.bin")), FileLine(description_, Win("data/a.bin")));
-    EXPECT_EQ(Verdict(), "check ok\n");
+    EXPECT_TRUE(EndState().ends_with("check ok\n")) << EndState();
 }
 
 }  // namespace

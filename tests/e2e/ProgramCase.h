@@ -103,7 +103,8 @@ inline HWND WindowBeforeTheEnd(TestDriver::RunningProgram& program) {
 
 // The window with the keyboard focus in the window's thread.
 inline HWND FocusOf(HWND window) {
-    GUITHREADINFO info{sizeof info};
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
     GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
     return info.hwndFocus;
 }
@@ -223,12 +224,8 @@ protected:
         EnvPath(L"ORDALIS_SIMVOLUME_OUT", "end.txt");
     }
 
+    // The volume after the run, its checker's verdict last.
     std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
-    // The volume checker's verdict, the end state's last line.
-    std::string Verdict() const {
-        const std::string end = EndState();
-        return end.size() < 9 ? end : end.substr(end.size() - 9);
-    }
 
     // Starts the program and finds its window and item list.
     void Start(const std::wstring& arguments) {
