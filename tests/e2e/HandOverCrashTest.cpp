@@ -32,8 +32,9 @@ TEST_F(HandOverTest, AnIdleFirstInstanceAddsThePathsAndDuringARunSaysWhyItDoesNo
         TestDriver::StartProgram(exe_, L"consegnato.txt /ANALYZE", Win("second"));
     ASSERT_TRUE(second && second->WaitForExit(kWaitMs)) << "the second start did not end";
     EXPECT_EQ(second->ExitCode(), 0u);
-    for (int i = 0; i < 100 && RowOf(items_, Win("second/consegnato.txt")) < 0; ++i) TestDriver::PumpMessages(50);
-    EXPECT_GE(RowOf(items_, Win("second/consegnato.txt")), 0);
+    const std::wstring handed = Win("second/consegnato.txt");
+    for (int i = 0; i < 100 && RowOf(items_, handed) < 0; ++i) TestDriver::PumpMessages(50);
+    EXPECT_GE(RowOf(items_, handed), 0);
     EXPECT_EQ(TestDriver::ListViewRowCount(items_), 2);
     // Only the path was handed over: the option started no run, and both
     // items are still as they were added.

@@ -93,7 +93,8 @@ TEST_F(WindowTest, ColumnsHeaderClicksAndStatusBarsFollowTheWindow) {
     };
     // Rows whose places all change with each sort: a selection kept by row
     // number shows.
-    ASSERT_TRUE(TestDriver::SelectListViewRows(items_, {RowOf(items_, path("a.dat")), RowOf(items_, path("b.dat"))}));
+    ASSERT_TRUE(
+        TestDriver::SelectListViewRows(items_, {RowOf(items_, path("a.dat")), RowOf(items_, path("b.dat"))}));
     ASSERT_TRUE(TestDriver::ClickListViewHeader(items_, kSizeColumn));
     const std::vector<std::wstring> ascending = {path("alfa"), path("zeta"), path("a.dat"), path("b.dat")};
     EXPECT_EQ(TestDriver::ListViewColumnTexts(items_, 0), ascending);
