@@ -19,7 +19,6 @@ TEST_F(ItemListTest, ResultCodesOfValidation) {
   EXPECT_EQ(AddItem(items, false, L"C:\\hidden.txt"), kAddFileMissing);
 
   EXPECT_EQ(AddItem(items, false, L"\\\\server\\share\\a.txt"), kAddNotDriveLetter);
-  EXPECT_EQ(AddItem(items, false, L"\\\\?\\C:\\data\\a.txt"), kAddNotDriveLetter);
   EXPECT_EQ(AddItem(items, false, L"C"), kAddNotDriveLetter);
   EXPECT_EQ(AddItem(items, false, L"C:\\data\\missing.txt"), kAddFileMissing);
   EXPECT_EQ(AddItem(items, true, L"C:\\nowhere"), kAddFolderMissing);
