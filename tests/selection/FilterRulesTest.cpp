@@ -155,7 +155,7 @@ TEST_F(FilterTest, FilterFilesReadBackAsSavedAndEmptiedOnesDeleteTheirFiles) {
   LoadFilterLists();
   EXPECT_EQ(gExclusions.count, 17u + 5u);
 
-  // Removed, a text may come back.
+  // Emptied, the lists delete their files; a removed text may come back.
   for (int i = 0; i < 5; ++i) RemoveFilterEntry(gExclusions, gExclusions.head);
   ClearFilterList(gInclusions);
   SaveExclusionList();
