@@ -256,8 +256,6 @@ std::string ClusterAccountingFaults(const std::string& image, bool killed) {
   return status != 0 && faults.empty() && !onlyExtra ? output : faults;
 }
 
-bool MirrorBehind(const std::string& faults) { return faults.find("$MFTMirr does not match") != std::string::npos; }
-
 bool NtfsfixClean(const std::string& image, std::string& output) {
   return RunCommand("ntfsfix -n " + Quoted(image), output) == 0;
 }
@@ -335,18 +333,11 @@ bool MarkedDirty(const std::string& image) {
   return dirty;
 }
 
-namespace {
-bool WriteDirty(const std::string& image, bool dirty) {
+bool SetDirty(const std::string& image, bool dirty) {
   NtfsImageWriter writer(image);
   if (writer.volume == nullptr) return false;
   const le16 flags = dirty ? le16(writer.volume->flags | VOLUME_IS_DIRTY) : le16(writer.volume->flags & ~VOLUME_IS_DIRTY);
   return ntfs_volume_write_flags(writer.volume, flags) == 0;
-}
-}  // namespace
-
-bool MarkDirty(const std::string& image) { return WriteDirty(image, true); }
-
-bool ClearDirty(const std::string& image) { return WriteDirty(image, false);
 }
 
 bool UnequalMirror(const std::string& image) {
@@ -407,7 +398,7 @@ TskView::~TskView() {
   if (image_ != nullptr) tsk_img_close(static_cast<TSK_IMG_INFO*>(image_));
 }
 
-bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed) {
+bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs) {
   runs.clear();
   TSK_FS_FILE* file = tsk_fs_file_open(static_cast<TSK_FS_INFO*>(fs_), nullptr, volumePath.c_str());
   if (file == nullptr) return false;
@@ -415,9 +406,6 @@ bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs
   const bool folder = file->meta != nullptr && file->meta->type == TSK_FS_META_TYPE_DIR;
   const TSK_FS_ATTR* data = folder ? tsk_fs_file_attr_get_type(file, TSK_FS_ATTR_TYPE_NTFS_IDXALLOC, 0, 0)
                                    : tsk_fs_file_attr_get(file);
-  if (packed != nullptr) {
-    *packed = data != nullptr && (data->flags & (TSK_FS_ATTR_COMP | TSK_FS_ATTR_SPARSE)) != 0;
-  }
   if (data != nullptr && (data->flags & TSK_FS_ATTR_NONRES)) {
     for (const TSK_FS_ATTR_RUN* run = data->nrd.run; run != nullptr; run = run->next) {
       if (run->flags & (TSK_FS_ATTR_RUN_FLAG_SPARSE | TSK_FS_ATTR_RUN_FLAG_FILLER)) continue;

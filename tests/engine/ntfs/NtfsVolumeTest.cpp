@@ -13,48 +13,6 @@
 
 namespace {
 
-TEST_F(NtfsVolumeTest, EveryFileAndFolderReadsAsTheSleuthKitReadsIt) {
-  for (uint32_t seed : {1u, 2u}) {
-    SCOPED_TRACE(seed);
-    Make(seed, 1);
-    ASSERT_EQ(Violations(), "");
-    TskView view(image_);
-    OpenVolume(false);
-    uint64_t fragmented = 0;
-    for (const std::string& path : filled_.files) {
-      std::vector<PhysicalRun> expected;
-      ASSERT_TRUE(view.Runs(path, expected)) << path;
-      const FsHandle file = Va().OpenFileForMoving(EnginePath(path));
-      ASSERT_NE(file, kInvalidHandle) << path;
-      EXPECT_EQ(ControlRuns(file), expected) << path;
-      EXPECT_EQ(ControlRuns(file, 32), expected) << path;  // one extent a call
-      Va().Close(file);
-      FileAnalysis analysis;
-      ASSERT_EQ(AnalyseFile(EnginePath(path), analysis), 1);
-      EXPECT_EQ(analysis.fragments, expected.size()) << path;
-      fragmented += expected.size() > 1;
-    }
-    EXPECT_GE(fragmented, 5u);
-    // Opened read-only, the volume refuses every move.
-    const FsHandle volume = Va().OpenVolume("\\\\.\\N:");
-    const FsHandle file = Va().OpenFileForMoving(L"N:\\data\\sparse.img");
-    MoveFileRecord record{uint64_t(file), 0, int64_t(volume_->ClusterCount() / 2), 1, 0};
-    IoStatusBlock block{};
-    EXPECT_EQ(Va().MoveClusters(volume, block, &record, sizeof record), kStatusMediaWriteProtected);
-    Va().Close(file);
-    Va().Close(volume);
-    for (const std::string& folder : filled_.folders) {
-      std::vector<PhysicalRun> expected;
-      ASSERT_TRUE(view.Runs(folder, expected)) << folder;
-      const FsHandle handle = Va().OpenFileBackupSemantics(EnginePath(folder));
-      ASSERT_NE(handle, kInvalidHandle);
-      EXPECT_EQ(ControlRuns(handle), expected) << folder;
-      Va().Close(handle);
-    }
-    CloseVolume();
-  }
-}
-
 // The journal is made by the run's first move, in free clusters the library
 // chooses: never in a target the engine has just chosen for a copy.
 TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
@@ -100,8 +58,18 @@ TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
   }
   ASSERT_FALSE(moved.empty());
   Va().Close(volume);
+  // Opened read-only, the volume refuses every move.
+  OpenVolume(false);
+  const FsHandle readOnly = Va().OpenVolume("\\\\.\\N:");
+  const FsHandle file = Va().OpenFileForMoving(EnginePath(moved));
+  MoveFileRecord record{uint64_t(file), 0, int64_t(volume_->ClusterCount() / 2), 1, 0};
+  IoStatusBlock block{};
+  EXPECT_EQ(Va().MoveClusters(readOnly, block, &record, sizeof record), kStatusMediaWriteProtected);
+  Va().Close(file);
+  Va().Close(readOnly);
   CloseVolume();
-  ExpectSound(before);
+  EXPECT_EQ(Hashes(), before);
+  EXPECT_EQ(Violations(), "");
 }
 
 class NtfsCommandTest : public NtfsVolumeTest {};
@@ -140,7 +108,6 @@ std::map<std::string, int64_t> Targets(const std::string& listing, const std::st
 
 TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees) {
   Make(31, 1);
-  const auto before = Hashes();
   // A mask from the root with a space and a star inside, one with "?" at its end.
   const std::string masks = " --exclude '/Users/file *' --exclude '*/b.lo?' ";
   const std::string plan = image_ + ".plan.json", real = image_ + ".json", report = image_ + ".report";
@@ -185,7 +152,6 @@ TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees)
   EXPECT_NE(text.find("Number of defragmented files : " + std::to_string(targets.size()) + "\n"),
             std::string::npos) << text;
   EXPECT_NE(text.find("Exit code: " + std::to_string(code) + "\n"), std::string::npos) << text;
-  ExpectSound(before);
 }
 
 // Its conventions and exit codes; the volumes it refuses before anything is
@@ -209,8 +175,8 @@ TEST_F(NtfsCommandTest, CommandLineConventionsRefusalsAndExitCodes) {
     bool terminal = false;
   };
   auto outside = [](const std::string& image) { return PointRunOutside(image, "/data/sparse.img"); };
+  auto dirty = [](const std::string& image) { return SetDirty(image, true); };
   const Case cases[] = {
-      {"--version", 0, "ordalis-ntfs 1."},
       {"-h", 0, "Usage: ordalis-ntfs"},
       {"-v " + image + " /Users", 2, "unknown option -v"},
       {"--analyse " + image + " /Users", 2, "unknown option --analyse"},
@@ -224,7 +190,7 @@ TEST_F(NtfsCommandTest, CommandLineConventionsRefusalsAndExitCodes) {
       {"--plan --json " + image_ + ".absent /Users", 7, "\"exitCode\": 7"},
       // Not a terminal: no progress line, and line feeds alone.
       {"--analyze -r /dev/null " + image + " Users/", 0, "Analyzed folder : /Users\nFolder is "},
-      {"--defrag " + image + " /Users", 7, "disk check", MarkDirty},
+      {"--defrag " + image + " /Users", 7, "disk check", dirty},
       {"--analyze " + image + " /Users", 7, "hibernated", MarkHibernated},
       // Brought in line only on a volume a stopped run left marked.
       {"--defrag " + image + " /Users", 7, "cannot be opened as an NTFS volume", UnequalMirror},
@@ -376,31 +342,12 @@ class NtfsStopTest : public NtfsCommandTest {
     Copy(image_, original_);
   }
   void Restore() { Copy(original_, image_); }
-  // True when the next opening completed a switch left half-done.
-  bool ExpectIntact(const std::string& what) {
-    SCOPED_TRACE(what);
-    std::string output;
-    // Before that opening too, as any other tool finds the volume: at most
-    // clusters in use that no file owns (a stop that left the table's mirror
-    // behind is refused by the tool until the opening brings it in line).
-    const std::string early = Violations(true);
-    if (!MirrorBehind(early)) {
-      EXPECT_EQ(early, "") << "before the next opening";
-    }
-    // Refused while the mark is there, but a switch left half-done is
-    // completed first.
-    Command("--defrag " + Quoted(image_) + " /Users/ann/a.log", output);
-    const bool completed = output.find("now completed") != std::string::npos;
-    EXPECT_EQ(Hashes(), hashes_);
-    EXPECT_EQ(Violations(true), "");
-    return completed;
-  }
   // ntfs-3g mounts the volume and reads every file; with the mark cleared,
   // the next run moves files again.
   void ExpectReusable(const std::string& what) {
     EXPECT_EQ(ReadThroughMount(), "") << what;
     std::string output;
-    ASSERT_TRUE(ClearDirty(image_)) << what;
+    ASSERT_TRUE(SetDirty(image_, false)) << what;
     EXPECT_EQ(Command("--defrag " + Quoted(image_) + " /Users/ann/a.log", output), 0) << what << ": " << output;
     EXPECT_EQ(Hashes(), hashes_) << what;
     EXPECT_EQ(Violations(true), "") << what;
@@ -447,7 +394,7 @@ TEST_F(NtfsStopTest, KilledAtAnyWriteOfAMoveLosesNothingAndLeavesTheMark) {
       std::remove(trace.c_str());
       const int writes = std::atoi(output.c_str());
       ASSERT_GT(writes, 5) << c.path;
-      ExpectIntact(std::string(c.path) + " moved");
+      ExpectIntact(hashes_, std::string(c.path) + " moved");
       for (int n = 1; n <= writes; n += c.step) {
         const std::string what = std::string(c.path) + " killed at write " + std::to_string(n) + " of " +
                                  std::to_string(writes) + (threads.empty() ? " of the first thread" : "");
@@ -456,7 +403,7 @@ TEST_F(NtfsStopTest, KilledAtAnyWriteOfAMoveLosesNothingAndLeavesTheMark) {
                                           "-e inject=pwrite64:signal=KILL:when=" + std::to_string(n) + " " + run,
                                       output);
         points += status != 0;
-        completed += ExpectIntact(what);
+        completed += ExpectIntact(hashes_, what);
         // The first two writes are the mark itself (its record, then the
         // record's mirror, which the library insists matches). Read after the
         // next opening, which brings a mirror left behind by the stop in line.
@@ -493,7 +440,7 @@ TEST_F(NtfsStopTest, AWriteThatFailsLosesNothing) {
     CloseVolume();
     // Closed cleanly only when nothing was left in doubt.
     EXPECT_EQ(MarkedDirty(image_), !closed) << what;
-    ExpectIntact(what);
+    ExpectIntact(hashes_, what);
   }
   EXPECT_GE(refused, 7);
 }
@@ -509,7 +456,7 @@ TEST_F(NtfsStopTest, AnInterruptFinishesTheFileAndStopsCleanly) {
   EXPECT_EQ(status, 3) << output;
   EXPECT_NE(output.find("Number of defragmented files : 1\n"), std::string::npos) << output;
   EXPECT_FALSE(MarkedDirty(image_));
-  ExpectIntact("interrupted");
+  ExpectIntact(hashes_, "interrupted");
   EXPECT_TRUE(NtfsfixClean(image_, output)) << output;
 }
 
