@@ -29,7 +29,7 @@ class ControlAnswersTest : public NtfsVolumeTest, public ::testing::WithParamInt
       Make(8, 1, (64ull << 20) + 3 * 4096);
       {
         NtfsImageWriter writer(image_);
-        ASSERT_TRUE(writer.Create("/", "tiny", false) && writer.Write("/tiny", 0, Packable(100, 1)));
+        ASSERT_TRUE(writer.Create("/", "tiny", false) && writer.Write("/tiny", 0, std::vector<uint8_t>(100, 1)));
       }
       OpenVolume(true);
       empty_ = EnginePath(filled_.files[0]);  // emptied by the filling

@@ -46,12 +46,6 @@ bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error,
   return true;
 }
 
-std::vector<uint8_t> Packable(size_t bytes, uint8_t fill) {
-  std::vector<uint8_t> buffer(bytes);
-  for (size_t i = 0; i < bytes; ++i) buffer[i] = uint8_t(fill + i / 512);
-  return buffer;
-}
-
 NtfsImageWriter::NtfsImageWriter(const std::string& image) {
   volume = ntfs_mount(image.c_str(), ntfs_mount_flags(0));
   if (volume != nullptr) NVolSetCompression(volume);
@@ -74,14 +68,6 @@ bool NtfsImageWriter::Create(const std::string& parent, const std::string& name,
   return made != nullptr;
 }
 
-bool NtfsImageWriter::MarkCompressed(const std::string& path) {
-  ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, path.c_str());
-  if (inode == nullptr) return false;
-  inode->flags = FILE_ATTR_FLAGS(inode->flags | FILE_ATTR_COMPRESSED);
-  ntfs_inode_mark_dirty(inode);
-  return ntfs_inode_close(inode) == 0;
-}
-
 bool NtfsImageWriter::Write(const std::string& path, int64_t offset, const std::vector<uint8_t>& bytes) {
   ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, path.c_str());
   if (inode == nullptr) return false;
@@ -98,10 +84,10 @@ bool NtfsImageWriter::Write(const std::string& path, int64_t offset, const std::
 
 bool NtfsImageWriter::Write(const std::string& path, int64_t offset, size_t bytes, std::mt19937& random,
                             bool packable) {
-  std::vector<uint8_t> buffer = Packable(bytes, uint8_t(random()));
-  if (!packable) {
-    for (uint8_t& byte : buffer) byte = uint8_t(random());
-  }
+  // Packable bytes compress: one value, one more every 512 bytes.
+  std::vector<uint8_t> buffer(bytes);
+  const uint8_t fill = uint8_t(random());
+  for (size_t i = 0; i < bytes; ++i) buffer[i] = packable ? uint8_t(fill + i / 512) : uint8_t(random());
   return Write(path, offset, buffer);
 }
 
@@ -136,7 +122,12 @@ bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImag
     }
     filled.folders.push_back(folder);
   }
-  if (!writer.MarkCompressed("/packed")) return fail("compress /packed");
+  // Files made in a compressed folder are compressed.
+  ntfs_inode* packedFolder = ntfs_pathname_to_inode(writer.volume, nullptr, "/packed");
+  if (packedFolder == nullptr) return fail("compress /packed");
+  packedFolder->flags = FILE_ATTR_FLAGS(packedFolder->flags | FILE_ATTR_COMPRESSED);
+  ntfs_inode_mark_dirty(packedFolder);
+  if (ntfs_inode_close(packedFolder) != 0) return fail("compress /packed");
 
   // Ordinary files, interleaved appends of a few clusters each.
   std::vector<std::string> growing;

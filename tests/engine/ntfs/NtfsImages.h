@@ -21,9 +21,6 @@ struct ImageHandle {
 // A sparse image file of `bytes`, formatted with clusters of `cluster` bytes.
 bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error, int cluster = 4096);
 
-// `bytes` bytes that compress: `fill`, one more every 512 bytes.
-std::vector<uint8_t> Packable(size_t bytes, uint8_t fill);
-
 // The image mounted through the on-disk format library for writing, with
 // compression on; paths are volume paths ("/a/b").
 class NtfsImageWriter : ImageHandle {
@@ -32,7 +29,6 @@ class NtfsImageWriter : ImageHandle {
   ~NtfsImageWriter();
   // Creates a file or folder under `parent` ("/" or "/a").
   bool Create(const std::string& parent, const std::string& name, bool folder);
-  bool MarkCompressed(const std::string& path);
   // Writes at `offset` (-1: at the end).
   bool Write(const std::string& path, int64_t offset, const std::vector<uint8_t>& bytes);
   // `bytes` random bytes, or packable ones that compress.
