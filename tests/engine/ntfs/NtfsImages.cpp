@@ -1,8 +1,6 @@
 #include "NtfsImages.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -31,16 +29,11 @@ int RunCommand(const std::string& command, std::string& output) {
 
 bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error, int cluster) {
   std::remove(image.c_str());
-  const int fd = open(image.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0644);
-  if (fd < 0 || ftruncate(fd, off_t(bytes)) != 0) {
-    error = "cannot create " + image;
-    if (fd >= 0) close(fd);
-    return false;
-  }
-  close(fd);
   std::string output;
-  if (RunCommand("mkntfs -q -F -Q -c " + std::to_string(cluster) + " " + Quoted(image), output) != 0) {
-    error = "mkntfs: " + output;
+  if (RunCommand("truncate -s " + std::to_string(bytes) + " " + Quoted(image) + " && mkntfs -q -F -Q -c " +
+                     std::to_string(cluster) + " " + Quoted(image),
+                 output) != 0) {
+    error = "cannot make " + image + ": " + output;
     return false;
   }
   return true;
@@ -332,18 +325,15 @@ bool SetDirty(const std::string& image, bool dirty) {
 }
 
 bool UnequalMirror(const std::string& image) {
-  ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
-  if (volume == nullptr) return false;
+  NtfsImageWriter writer(image);
+  if (writer.volume == nullptr) return false;
   // The record's sequence number, inside the bytes the two are compared on.
-  const off_t at = (off_t(volume->mftmirr_lcn) << volume->cluster_size_bits) + volume->mft_record_size + 0x10;
-  ntfs_umount(volume, BOOL(false));
-  const int fd = open(image.c_str(), O_RDWR);
+  const int64_t at = (writer.volume->mftmirr_lcn << writer.volume->cluster_size_bits) +
+                     writer.volume->mft_record_size + 0x10;
   uint8_t byte = 0;
-  bool ok = fd >= 0 && pread(fd, &byte, 1, at) == 1;
+  if (ntfs_pread(writer.volume->dev, at, 1, &byte) != 1) return false;
   byte ^= 0x5A;
-  ok = ok && pwrite(fd, &byte, 1, at) == 1;
-  if (fd >= 0) close(fd);
-  return ok;
+  return ntfs_pwrite(writer.volume->dev, at, 1, &byte) == 1;
 }
 
 bool MarkHibernated(const std::string& image) {
