@@ -75,7 +75,8 @@ TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
 class NtfsCommandTest : public NtfsVolumeTest {};
 
 // The JSON document read by Python's own parser: one line per file of the
-// run ("outcome<TAB>path<TAB>target", a plan's "planned" read as "moved"),
+// run ("outcome<TAB>path<TAB>target", a run's "moved" read as a plan's
+// "planned"),
 // a line for each run whose totals do not add up or count the files listed
 // wrongly, and last the exit code.
 std::string ReadJson(const std::string& file, const std::string& run) {
@@ -89,7 +90,7 @@ std::string ReadJson(const std::string& file, const std::string& run) {
       "    ok = ok and t['moved'] == n('moved') + n('planned') and t['failed'] == n('failed') and t['leftOut'] == n('left out')\n"
       "    if not ok: print('the totals of', r['run'], 'do not add up:', t)\n"
       "    if r['run'] == sys.argv[2]:\n"
-      "        for f in r['files']: print(f['outcome'].replace('planned', 'moved'), f['path'], f['target'], sep='\\t')\n"
+      "        for f in r['files']: print(f['outcome'].replace('moved', 'planned'), f['path'], f['target'], sep='\\t')\n"
       "print('exit', d['exitCode'])\n";
   std::string output;
   RunCommand("python3 -c " + Quoted(script) + " " + Quoted(file) + " " + run, output);
@@ -129,8 +130,8 @@ TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees)
   std::istringstream lines(done);
   int moved = 0;
   for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("moved\t", 0) != 0) continue;
-    const std::string path = line.substr(6, line.rfind('\t') - 6);
+    if (line.rfind("planned\t", 0) != 0) continue;
+    const std::string path = line.substr(8, line.rfind('\t') - 8);
     EXPECT_EQ(path.rfind("/Users/file ", 0), std::string::npos) << path;
     std::vector<PhysicalRun> runs;
     EXPECT_TRUE(view.Runs(path, runs)) << path;
