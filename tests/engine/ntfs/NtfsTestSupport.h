@@ -89,7 +89,10 @@ class NtfsVolumeTest : public ::testing::Test {
   void TearDown() override {
     CloseVolume();
     std::remove(image_.c_str());
+    std::remove(Original().c_str());
   }
+  // Where a test keeps a copy of the image as it was made.
+  std::string Original() const { return image_ + ".original"; }
   // No window: the waits for the move thread block on the thread alone.
   RecordingEngineUi ui_;
   void CloseVolume() {

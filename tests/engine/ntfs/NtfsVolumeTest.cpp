@@ -18,10 +18,8 @@ namespace {
 TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
   Make(6, 1);
   const auto before = Hashes();
-  // Where the journal lands, learnt on a copy of the image.
-  const std::string original = image_;
-  image_ = original + ".copy";
-  Copy(original, image_);
+  // Where the journal lands, learnt on the image, then put back as it was.
+  Copy(image_, Original());
   OpenVolume(true);
   std::vector<PhysicalRun> journal;
   for (size_t i = 0; i < filled_.files.size() && journal.empty(); ++i) {
@@ -30,8 +28,7 @@ TEST_F(NtfsVolumeTest, TheFirstMoveOfARunMayAimWhereTheJournalWillBeMade) {
   }
   ASSERT_FALSE(journal.empty());
   CloseVolume();
-  std::remove(image_.c_str());
-  image_ = original;
+  Copy(Original(), image_);
 
   OpenVolume(true);
   // Open for writing in this run, the volume is refused to another.
@@ -153,8 +150,7 @@ TEST_F(NtfsCommandTest, ThePlanPlacesFilesWhereTheRunDoesAndEveryDocumentAgrees)
 TEST_F(NtfsCommandTest, CommandLineConventionsRefusalsAndExitCodes) {
   Make(32, 0);
   const std::string image = Quoted(image_);
-  const std::string original = image_ + ".original";
-  Copy(image_, original);
+  Copy(image_, Original());
   std::string output;
   const bool namespaces = RunCommand("unshare -m true", output) == 0;
   struct Case {
@@ -203,7 +199,7 @@ TEST_F(NtfsCommandTest, CommandLineConventionsRefusalsAndExitCodes) {
     SCOPED_TRACE(c.arguments + (c.hide != nullptr ? std::string(" after ") + c.hide : ""));
     if (c.hide != nullptr && !namespaces) continue;
     // Each mark on the image as it was made.
-    if (c.mark || marked) Copy(original, image_);
+    if (c.mark || marked) Copy(Original(), image_);
     marked = bool(c.mark);
     if (marked) {
       ASSERT_TRUE(c.mark(image_));
@@ -221,8 +217,6 @@ TEST_F(NtfsCommandTest, CommandLineConventionsRefusalsAndExitCodes) {
   }
   EXPECT_NE(output.find("\r\033[KAnalysing: "), std::string::npos) << output;
   EXPECT_EQ(output.rfind("\r\033[K") + 4, output.size());  // erased at the end
-  Copy(original, image_);
-  std::remove(original.c_str());
 }
 
 // The summary after a defragmentation: its counts add up and name every
@@ -306,10 +300,6 @@ TEST_F(NtfsCommandTest, RefusesAMountedImageOrOneBehindALoopDevice) {
 // write leaves the volume marked for a disk check.
 class NtfsStopTest : public NtfsCommandTest {
  protected:
-  void TearDown() override {
-    std::remove(original_.c_str());
-    NtfsCommandTest::TearDown();
-  }
   // With the file of 10,000 pieces, or the random tree alone on a smaller
   // volume (where its compressed file is in pieces).
   void Prepare(bool manyPieces = true) {
@@ -320,10 +310,9 @@ class NtfsStopTest : public NtfsCommandTest {
       filled_.files.push_back("/fragmented.bin");
     }
     hashes_ = Hashes();
-    original_ = image_ + ".original";
-    Copy(image_, original_);
+    Copy(image_, Original());
   }
-  void Restore() { Copy(original_, image_); }
+  void Restore() { Copy(Original(), image_); }
   // ntfs-3g mounts the volume and reads every file; with the mark cleared,
   // the next run moves files again.
   void ExpectReusable(const std::string& what) {
@@ -334,7 +323,6 @@ class NtfsStopTest : public NtfsCommandTest {
     EXPECT_EQ(Hashes(), hashes_) << what;
     EXPECT_EQ(Violations(true), "") << what;
   }
-  std::string original_;
   std::map<std::string, std::string> hashes_;
 };
 
