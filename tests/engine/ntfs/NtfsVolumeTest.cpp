@@ -9,7 +9,6 @@
 
 #include "NtfsTestSupport.h"
 #include "app/ntfs/NtfsSummary.h"
-#include "selection/Filters.h"
 
 namespace {
 
