@@ -86,7 +86,9 @@ std::string ReadJson(const std::string& file, const std::string& run) {
       "    ok = ok and t['moved'] == n('moved') + n('planned') and t['failed'] == n('failed') and t['leftOut'] == n('left out')\n"
       "    if not ok: print('the totals of', r['run'], 'do not add up:', t)\n"
       "    if r['run'] == sys.argv[2]:\n"
-      "        for f in r['files']: print(f['outcome'].replace('moved', 'planned'), f['path'], f['target'], sep='\\t')\n"
+      "        for f in r['files']:\n"
+      "            o = f['outcome'] if r['run'] == 'plan' else f['outcome'].replace('moved', 'planned')\n"
+      "            print(o, f['path'], f['target'], sep='\\t')\n"
       "print('exit', d['exitCode'])\n";
   std::string output;
   RunCommand("python3 -c " + Quoted(script) + " " + Quoted(file) + " " + run, output);
