@@ -88,8 +88,11 @@ class NtfsVolumeTest : public ::testing::Test {
   }
   void TearDown() override {
     CloseVolume();
-    std::remove(image_.c_str());
-    std::remove(Original().c_str());
+    // The image and whatever a test wrote beside it (the copy as made, the
+    // command's documents and report).
+    for (const char* suffix : {"", ".original", ".json", ".plan.json", ".report"}) {
+      std::remove((image_ + suffix).c_str());
+    }
   }
   // Where a test keeps a copy of the image as it was made.
   std::string Original() const { return image_ + ".original"; }
