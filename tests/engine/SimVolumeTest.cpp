@@ -21,23 +21,6 @@ TEST_F(SimVolumeTest, ItsSwitchWritesFailuresIntoTheBlock) {
   EXPECT_EQ(block.status, kStatusAlreadyCommitted);
 }
 
-TEST_F(SimVolumeTest, TheCheckerNoticesLostAndStrayData) {
-  Volume("volume letter=Z clusters=100\nfile \"Z:\\f\" size=4096 runs=10:4\nreserve 50 2\n");
-  EXPECT_TRUE(Clean());
-  volume().OverwriteBit(60, true);
-  EXPECT_FALSE(Clean());
-  volume().OverwriteBit(60, false);
-  volume().OverwriteBit(51, false);
-  EXPECT_FALSE(Clean());
-  volume().OverwriteBit(51, true);
-  volume().OverwriteTag(12, 1, 3);  // VCN 2's cluster holds VCN 3's data
-  EXPECT_FALSE(Clean());
-  volume().OverwriteTag(12, 1, 2);
-  EXPECT_TRUE(Clean());
-  volume().OverwriteTag(70, 1, 0);  // a copy nobody claims
-  EXPECT_FALSE(Clean());
-}
-
 TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
   const std::pair<std::string, const char*> kBad[] = {
       {"reserve 0 1\n", "line 1: the volume statement must come first"},
