@@ -178,22 +178,6 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
 // Compressed and sparse files move in whole 16-cluster units: a request for
 // one fragment carries the rest of its units along, so fragments that share
 // a unit, or a unit split between two runs, must not be asked for twice.
-TEST_F(RelocationTest, FilesMovedInUnitsAreAskedForEachUnitOnce) {
-  // Unit 0's nine clusters split over two runs; unit 1 continues unit 0 on
-  // the volume across the hole, which the analysis counts as one fragment.
-  Volume(
-      "volume letter=Z clusters=2000\nreserve 0 1000\nreserve 1100 200\n"
-      "file \"Z:\\packed\" size=196608 compressed runs=1500:5,1700:4,*:7,1704:9,*:7,1900:9,*:7\n"
-      // No holes at all, yet moved by units: the file system says so.
-      "file \"Z:\\dense\" size=163840 compressed runs=1300:10,1600:20,1400:10\n");
-  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\packed")), "");
-  EXPECT_EQ(RunsOf(L"Z:\\packed"),
-            (std::vector<SimRun>{{1000, 9}, {-1, 7}, {1009, 9}, {-1, 7}, {1018, 9}, {-1, 7}}));
-  volume().Checkpoint();
-  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\dense")), "");
-  EXPECT_EQ(RunsOf(L"Z:\\dense"), (std::vector<SimRun>{{1027, 40}}));
-}
-
 TEST(UnitMovesTest, RequestsStartAndEndOnUnitsAndCarryEveryClusterOnce) {
   const auto plan = [](const std::vector<FileRun>& runs) {
     std::vector<std::array<uint64_t, 3>> out;
