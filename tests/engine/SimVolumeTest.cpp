@@ -50,23 +50,4 @@ TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
   }
 }
 
-TEST_F(SimVolumeTest, FilesOnDiskButNotDescribedGetTheLowestFreeRun) {
-  Volume("volume letter=Z clusters=100\nreserve 0 3\nreserve 5 2\n");
-  volume().diskLookup = [](const std::wstring& path, uint64_t& size, bool& isDirectory) {
-    isDirectory = path == L"Z:\\folder";
-    size = path == L"Z:\\tiny" ? 700 : 9000;
-    return path != L"Z:\\absent";
-  };
-  FileAnalysis r;
-  EXPECT_EQ(AnalyseFile(L"Z:\\big", r), 1);
-  EXPECT_EQ(r.clusters, 3u);
-  EXPECT_EQ(volume().FindFile(L"Z:\\big")->runs, (std::vector<SimRun>{{7, 3}}));
-  EXPECT_EQ(AnalyseFile(L"Z:\\tiny", r), 1);
-  EXPECT_TRUE(volume().FindFile(L"Z:\\tiny")->resident);
-  EXPECT_EQ(AnalyseFile(L"Z:\\folder", r), 1);
-  EXPECT_EQ(AnalyseFile(L"Z:\\absent", r), 0);
-  EXPECT_EQ(AnalyseFile(L"C:\\elsewhere", r), 0);
-  EXPECT_TRUE(Clean());
-}
-
 }  // namespace
