@@ -136,15 +136,15 @@ bool FakeFileQueries::Remove(const std::wstring& path) {
 
 bool FakeFileQueries::Exists(const std::wstring& path) const { return Lookup(path) != nullptr; }
 
-void FakeFileQueries::InjectError(FakeQuery query, const std::wstring& path, uint32_t error) {
-  errors_[{static_cast<int>(query), UpperCase(DisplayPath(path))}] = error;
+void FakeFileQueries::InjectError(const std::wstring& path, uint32_t error) {
+  errors_[UpperCase(DisplayPath(path))] = error;
 }
 
 void FakeFileQueries::ClearErrors() { errors_.clear(); }
 
-bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const {
+bool FakeFileQueries::Failing(std::wstring_view path, uint32_t& error) const {
   if (errors_.empty()) return false;
-  auto found = errors_.find({static_cast<int>(query), UpperCase(DisplayPath(path))});
+  auto found = errors_.find(UpperCase(DisplayPath(path)));
   if (found == errors_.end()) return false;
   error = found->second;
   return true;
@@ -174,7 +174,6 @@ class FakeListing final : public DirListing {
 }  // namespace
 
 std::unique_ptr<DirListing> FakeFileQueries::OpenListing(const std::wstring& pattern) {
-  Count(FakeQuery::FindEntries);
   std::vector<DirEntry> entries;
   if (Search(pattern, entries) != 0) return nullptr;
   return std::make_unique<FakeListing>(std::move(entries), entriesHandedOut_);
@@ -202,7 +201,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEnt
   std::wstring_view folderPath = view.substr(0, slash + 1);
   std::wstring_view namePattern = view.substr(slash + 1);
   std::wstring_view folderKey = slash > 2 ? view.substr(0, slash) : folderPath;
-  if (Failing(FakeQuery::FindEntries, view, error) || Failing(FakeQuery::FindEntries, folderKey, error)) {
+  if (Failing(view, error) || Failing(folderKey, error)) {
     return fail(error);
   }
   Node* folder = Lookup(folderPath);
@@ -250,12 +249,6 @@ uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
 }
 
 uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {
-  Count(FakeQuery::BytesPerCluster);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::BytesPerCluster, root, error)) {
-    tLastError = error;
-    return 0;
-  }
   Drive* drive = DriveOf(root, false);
   if (drive == nullptr) {
     tLastError = kErrPathNotFound;
@@ -356,7 +349,6 @@ bool FakeFileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& i
 }
 
 bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
-  changes.push_back(L"attributes " + path);
   Node* node = Lookup(path, false);
   if (node == nullptr) return false;
   // The kind of entry is not the caller's to change.
@@ -366,7 +358,6 @@ bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attrib
 }
 
 bool FakeFileQueries::RemoveFile(const std::wstring& path) {
-  changes.push_back(L"file " + path);
   Node* node = Lookup(path, false);
   if (node == nullptr || (node->entry.attributes & (kAttrDirectory | kAttrReadOnly))) {
     tLastError = kErrAccessDenied;
@@ -376,7 +367,6 @@ bool FakeFileQueries::RemoveFile(const std::wstring& path) {
 }
 
 bool FakeFileQueries::RemoveFolder(const std::wstring& path) {
-  changes.push_back(L"folder " + path);
   Node* node = Lookup(path, false);
   if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
   if (!node->children.empty() && !(node->entry.attributes & kAttrReparsePoint)) return false;
