@@ -42,6 +42,8 @@ using RunsTest = TreeRunFixture;
 // failures are named; a file item shows what its relocation found. The file
 // system reports single.bin's second move as done having moved one of its
 // three clusters: the file is still in pieces, an error, not defragmented.
+// A failure without a system text is named by the program's own text, which
+// has no line end to lose.
 TEST_F(RunsTest, AnUnattendedRunAnalysesDefragmentsAndNamesEveryFailure) {
   std::string tree = kRunTree;
   tree.replace(tree.find("runs=500:1,510:1"), 16, "runs=500:1,510:3");
@@ -79,7 +81,7 @@ TEST_F(RunsTest, AnUnattendedRunAnalysesDefragmentsAndNamesEveryFailure) {
                 L"\r\n"
                 L"Failed file : Z:\\data\\big.bin : Non esistono cluster contigui sufficienti per deframmentare "
                 L"completamente il file.\r\n" +
-                locked + L"Failed file : Z:\\data\\refused.bin : Access is denied.\r\n" +
+                locked + L"Failed file : Z:\\data\\refused.bin : Error 0xC0000999\r\n" +
                 L"Failed file : Z:\\single.bin : Il file è stato spostato solo in parte ed è ancora frammentato.\r\n" +
                 leftOut + L"\r\n");
   auto shown = [](const wchar_t* path) {
@@ -364,25 +366,6 @@ TEST(RunOptionsTest, BuiltFromTheSettingsAndTheCommandLine) {
     EXPECT_EQ(described(options), test.expected);
     ASSERT_EQ(options.followUps, &settings.followUps);
   }
-}
-
-// A failure without a system text is shown with the program's own text,
-// which has no line end to lose. A read of the runs refused at once, end of
-// file aside, is an error with the status's text, never a contiguous file.
-TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
-  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
-         "file \"Z:\\data\\denied.bin\" size=8192 runs=70:2\n"
-         "file \"Z:\\data\\odd.bin\" size=8192 runs=30:1,40:1\n"
-         "fault \"Z:\\data\\denied.bin\" control=pointers call=1 status=0xC0000022\n"
-         "fault \"Z:\\data\\odd.bin\" control=pointers call=1 pending status=0xC0000999\n");
-  ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
-  options_.unattended = true;
-  Run(RunMode::AnalyseAll);
-
-  EXPECT_EQ(ErrorLines(), (std::vector<std::wstring>{L"Z:\\data\\denied.bin: Access is denied.",
-                                                     L"Z:\\data\\odd.bin: Error 0xC0000999"}));
-  EXPECT_EQ(gRun.counters.notFragmented, 0u);
-  EXPECT_TRUE(gRun.fragmented.empty());
 }
 
 // A junction leading back up the tree makes a walk as deep as the longest
