@@ -34,12 +34,6 @@ class FragmentDetailsTest : public RunFixture {
     options_.unattended = true;
     Run(RunMode::AnalyseAll);
   }
-
-  std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) const {
-    std::vector<std::vector<std::wstring>> table;
-    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
-    return table;
-  }
 };
 
 // The table is read afresh from the volume, one row per fragment: the record
@@ -58,7 +52,9 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
 
   FragmentDetails details = ReadFragmentDetails(items_, L"Z:\\three.bin");
   EXPECT_EQ(details.notice, FragmentNotice::None);
-  EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
+  std::vector<std::vector<std::wstring>> table;
+  for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
+  EXPECT_EQ(table, (std::vector<std::vector<std::wstring>>{
                                 {L"1", L"2", L"100", L"101", L"8,192", L"22.22 %"},
                                 {L"2", L"1", L"200", L"200", L"4,096", L"11.11 %"},
                                 {L"3", L"6", L"300", L"305", L"24,576", L"66.67 %"},

@@ -65,10 +65,6 @@ TEST_F(RunReportTest, TheReportOfAnAnalysisIsWrittenExactly) {
 }
 
 TEST_F(RunReportTest, AnEmptyAnalysisSaysSoInBothLists) {
-  ClearItemList();
-  Volume("volume letter=Z clusters=100\nfile \"Z:\\one.bin\" size=4096 runs=10:1\n");
-  ASSERT_EQ(AddItem(items_, false, L"Z:\\one.bin"), kAddOk);
-  Run(RunMode::AnalyseAll);
   const std::vector<std::wstring> lines = AnalysisReportLines(FixedClock());
   EXPECT_EQ(std::vector<std::wstring>(lines.begin() + 6, lines.end()),
             (std::vector<std::wstring>{L"Elenco dei file frammentati:", L"",

@@ -84,12 +84,6 @@ class RunFixture : public ::testing::Test {
     return paths;
   }
 
-  static std::vector<std::wstring> ErrorLines() {
-    std::vector<std::wstring> lines;
-    for (const ErrorEntry& entry : gRun.errors) lines.push_back(entry.displayPath + L": " + entry.message);
-    return lines;
-  }
-
   void Run(RunMode mode) { StartRun(mode, options_, ui_); }
 
   RunFollowUps followUps_;
