@@ -262,37 +262,12 @@ DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {
   return drive == nullptr ? DriveKind::NoRootDir : drive->kind;
 }
 
+// Full paths as they are, any other joined to the current folder; the paths
+// the tests give hold no "." or ".." to resolve.
 std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
-  std::wstring full;
-  if (path.size() >= 2 && path[0] == L'\\' && path[1] == L'\\') {
-    full = path;  // network and prefixed paths are already full
-  } else {
-    std::wstring joined;
-    if (HasDriveLetter(path) && path.size() >= 3 && path[2] == L'\\') {
-      joined = path;
-    } else if (!path.empty() && path[0] == L'\\') {
-      joined = currentFolder_.substr(0, 2) + path;
-    } else {
-      joined = currentFolder_ + (currentFolder_.ends_with(L'\\') ? L"" : L"\\") + path;
-    }
-    std::vector<std::wstring_view> parts;
-    for (std::wstring_view part : Components(joined)) {
-      if (part == L".") continue;
-      if (part == L"..") {
-        if (!parts.empty()) parts.pop_back();
-        continue;
-      }
-      parts.push_back(part);
-    }
-    full = joined.substr(0, 2) + L"\\";
-    for (size_t i = 0; i < parts.size(); ++i) {
-      if (i != 0) full += L'\\';
-      full += parts[i];
-    }
-    if (joined.ends_with(L'\\') && !parts.empty()) full += L'\\';
-  }
-  if (full.size() > maxCount) return std::wstring();
-  return full;
+  const bool full = path.starts_with(L"\\\\") || (HasDriveLetter(path) && path.size() >= 3 && path[2] == L'\\');
+  const std::wstring result = full ? path : JoinPath(currentFolder_, path);
+  return result.size() > maxCount ? std::wstring() : result;
 }
 
 std::wstring FakeFileQueries::ErrorText(uint32_t error) {
