@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/SystemTexts.h"
 #include "util/PathText.h"
 
 namespace {
@@ -230,10 +231,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEnt
 uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
   Node* node = Lookup(path);
   if (node == nullptr) {
-    std::wstring_view view = DisplayPath(path);
-    size_t slash = view.find_last_of(L'\\');
-    bool folderExists = slash != std::wstring_view::npos && Lookup(view.substr(0, slash + 1)) != nullptr;
-    tLastError = folderExists ? kErrFileNotFound : kErrPathNotFound;
+    tLastError = kErrFileNotFound;
     return kInvalidAttributes;
   }
   return node->entry.attributes;
@@ -270,15 +268,7 @@ std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount
   return result.size() > maxCount ? std::wstring() : result;
 }
 
-std::wstring FakeFileQueries::ErrorText(uint32_t error) {
-  switch (error) {
-    case kErrFileNotFound: return L"The system cannot find the file specified.\r\n";
-    case kErrPathNotFound: return L"The system cannot find the path specified.\r\n";
-    case kErrAccessDenied: return L"Access is denied.\r\n";
-    case kErrNoMoreFiles: return L"There are no more files.\r\n";
-    default: return std::wstring();
-  }
-}
+std::wstring FakeFileQueries::ErrorText(uint32_t error) { return BuiltInSystemText(error); }
 
 uint32_t FakeFileQueries::LastError() { return tLastError; }
 
