@@ -35,9 +35,6 @@ bool HasWildcards(std::wstring_view name) { return name.find_first_of(L"*?") != 
 
 }  // namespace
 
-FakeFileQueries::FakeFileQueries() = default;
-FakeFileQueries::~FakeFileQueries() = default;
-
 FakeFileQueries::Drive* FakeFileQueries::DriveOf(std::wstring_view path, bool create) {
   path = DisplayPath(path);
   if (!HasDriveLetter(path)) return nullptr;
@@ -121,7 +118,6 @@ DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint
 
 bool FakeFileQueries::Remove(const std::wstring& path) {
   std::wstring_view view = DisplayPath(path);
-  while (view.size() > 3 && view.back() == L'\\') view.remove_suffix(1);
   size_t slash = view.find_last_of(L'\\');
   if (slash == std::wstring_view::npos || slash + 1 == view.size()) return false;
   Node* folder = Lookup(view.substr(0, slash + 1));

@@ -19,9 +19,6 @@
 
 class FakeFileQueries : public FileQueries {
  public:
-  FakeFileQueries();
-  ~FakeFileQueries() override;
-
   // Creates the drive (letter, colon, backslash) if needed and sets its
   // answers. A drive also springs into being, with 4096-byte clusters and
   // kind Fixed, when something is added below it.
