@@ -19,20 +19,8 @@
 
 namespace {
 
-// The command line's runs.
-RunOptions Unattended(bool analyse, bool defragment) {
-  RunOptions options;
-  options.unattended = true;
-  options.close = true;
-  options.analyse = analyse;
-  options.defragment = defragment;
-  return options;
-}
-
-RunOptions With(RunOptions options, bool RunOptions::*flag, bool value = true) {
-  options.*flag = value;
-  return options;
-}
+// The command line's unattended runs.
+constexpr uint32_t kUnattended = kRunNoGui | kRunClose;
 
 using RunsTest = TreeRunFixture;
 
@@ -53,7 +41,7 @@ TEST_F(RunsTest, AnUnattendedRunAnalysesDefragmentsAndNamesEveryFailure) {
                               L"Z:\\data\\sub\\b.bin", L"Z:\\data\\big.bin"}) {
     ASSERT_EQ(AddItem(items_, file == std::wstring(L"Z:\\data"), file), kAddOk);
   }
-  options_ = Unattended(true, true);
+  options_ = RunOptionsFrom(Settings{}, kUnattended | kRunAnalyze | kRunDefrag);
   options_.filter = &filter_;
   options_.solidStateFlags = kSolidStateNoDetection;
   EXPECT_EQ(RunUnattended(options_, ui_), 4u);
@@ -253,7 +241,7 @@ TEST_F(RunsTest, AnEndedOrStoppedDefragmentationKeepsWhatIsTrue) {
 // code it leaves, on the command line and in the window.
 struct FollowUpCase {
   const char* name;
-  RunOptions options;
+  uint32_t runFlags;
   RunFollowUps followUps;
   bool clean;  // the files that fail are left out
   bool stop;   // the user stops the defragmentation part way
@@ -263,10 +251,11 @@ struct FollowUpCase {
 };
 
 TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
-  const RunOptions both = Unattended(true, true);
-  const RunOptions defragment = Unattended(false, true);
-  const RunOptions attended = With(defragment, &RunOptions::unattended, false);
-  const RunOptions attendedOpen = With(attended, &RunOptions::close, false);
+  const uint32_t defragment = kUnattended | kRunDefrag;
+  const uint32_t both = defragment | kRunAnalyze;
+  const uint32_t open = defragment & ~kRunClose;
+  const uint32_t attended = defragment & ~kRunNoGui;
+  const uint32_t attendedOpen = kRunDefrag;
   const RunFollowUps none = kNoFollowUps;
   RunFollowUps closeAndPowerOff = kNoFollowUps;
   closeAndPowerOff.closeAfterDefrag = true;
@@ -275,45 +264,39 @@ TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
   const std::string printed = "defragmentation printed";
   const std::string check = "disk check";
   const FollowUpCase cases[] = {
-      {"analysis with errors", Unattended(true, false), none, false, false, 0, 4, {analysed}},
+      {"analysis with errors", kUnattended | kRunAnalyze, none, false, false, 0, 4, {analysed}},
       {"both, errors", both, none, false, false, 0, 4, {analysed, printed}},
       {"both, clean", both, none, true, false, 0, 0, {analysed, printed}},
       {"stopped with errors, closing", defragment, none, false, true, 0, 3, {printed}},
-      {"stopped, a stop allowed", With(defragment, &RunOptions::allowAbort), none, false, true, 0, 4, {printed}},
-      {"stopped, not closing", With(defragment, &RunOptions::close, false), none, false, true, 0, 4, {printed}},
-      {"stopped, nothing follows", With(With(defragment, &RunOptions::shutdown), &RunOptions::showReport), none,
-       true, true, 0, 0, {printed}},
+      {"stopped, a stop allowed", defragment | kRunAllowAbort, none, false, true, 0, 4, {printed}},
+      {"stopped, not closing", open, none, false, true, 0, 4, {printed}},
+      {"stopped, nothing follows", defragment | kRunShutdown | kRunShowReport, none, true, true, 0, 0, {printed}},
       {"disk errors", defragment, none, true, false, 1, 2, {check, printed}},
-      {"report and power-off", With(With(defragment, &RunOptions::showReport), &RunOptions::shutdown), none, false,
-       false, 0, 4, {printed, "summary", "power-off"}},
-      {"close if it went well, errors", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
-       none, false, false, 0, 4, {printed, "summary"}},
-      {"close if it went well, clean", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
-       none, true, false, 0, 0, {printed}},
+      {"report", defragment | kRunShowReport, none, false, false, 0, 4, {printed, "summary"}},
+      {"power-off", defragment | kRunShutdown, none, true, false, 0, 0, {printed, "power-off"}},
+      {"close if it went well, errors", open | kRunCloseIfOk, none, false, false, 0, 4, {printed, "summary"}},
+      {"close if it went well, clean", open | kRunCloseIfOk, none, true, false, 0, 0, {printed}},
       {"attended, disk errors", attended, none, true, false, 1, 2, {check}},
       {"attended, disk errors, going on", attended, none, true, false, 2, 0, {check}},
       // Closing is on: no summary, and closing and power-off follow only a
       // stop, closing with the code of a stop with errors.
       {"attended, finished, closing", attendedOpen, closeAndPowerOff, false, false, 0, 4, {}},
       {"attended, stopped, closing", attendedOpen, closeAndPowerOff, false, true, 0, 4, {"countdown", "exit 3"}},
-      {"attended, stopped, a stop allowed", With(attendedOpen, &RunOptions::allowAbort), closeAndPowerOff, false,
-       true, 0, 4, {}},
+      {"attended, stopped, a stop allowed", attendedOpen | kRunAllowAbort, closeAndPowerOff, false, true, 0, 4, {}},
       {"attended, finished, not closing", attendedOpen, none, false, false, 0, 4, {"summary"}},
   };
   for (const FollowUpCase& test : cases) {
     SCOPED_TRACE(test.name);
     Volume(kRunTree);
     RecordingRunUi ui;
-    options_ = test.options;
+    options_ = RunOptionsFrom(Settings{}, test.runFlags);
     options_.filter = &filter_;
     options_.solidStateFlags = kSolidStateNoDetection;
     followUps_ = test.followUps;
     options_.followUps = &followUps_;
-    if (test.disk != 0) {
-      options_.diskCheck = kDiskCheckAuto;
-      ui.diskCheckResult = kDiskCheckErrorsFound;
-      ui.closeForDiskErrors = test.disk == 1;
-    }
+    options_.diskCheck = test.disk != 0 ? kDiskCheckAuto : kDiskCheckOff;
+    ui.diskCheckResult = kDiskCheckErrorsFound;
+    ui.closeForDiskErrors = test.disk == 1;
     filter_.file = [test](const std::wstring& path) {
       if (test.stop && path == L"Z:\\data\\refused.bin") RequestStop();
       const bool fails = path == L"Z:\\data\\locked.bin" || path == L"Z:\\data\\refused.bin" ||
@@ -326,42 +309,29 @@ TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
   }
 }
 
-// The window's runs take the command line's switches and the stored choices;
-// unattended, a stored disk check or cleanup counts only when the command
-// line gave it. The follow-ups stay the settings' own, read as the run goes.
-TEST(RunOptionsTest, BuiltFromTheSettingsAndTheCommandLine) {
-  auto described = [](const RunOptions& o) {
-    std::string text;
-    for (auto [on, name] : {std::pair{o.unattended, "nogui"}, {o.analyse, "analyse"}, {o.defragment, "defrag"},
-                            {o.close, "close"}, {o.closeIfOk, "closeifok"}, {o.shutdown, "shutdown"},
-                            {o.showReport, "report"}, {o.allowAbort, "abort"}}) {
-      if (on) text += std::string(name) + " ";
-    }
-    return text + "disk=" + std::to_string(o.diskCheck) + " cleanup=" + std::to_string(o.cleanup) +
-           " ssd=" + std::to_string(o.solidStateFlags);
-  };
+// Unattended, a stored disk check or cleanup counts only when the command
+// line gave it; the window's runs take the stored choices. The follow-ups
+// stay the settings' own, read as the run goes.
+TEST(RunOptionsTest, AStoredStepCountsUnattendedOnlyWhenTheCommandLineGaveIt) {
+  Settings settings;
+  settings.diskCheck = kDiskCheckAuto;
+  settings.cleanup = kCleanupAsk;
+  settings.solidStateFlags = kSolidStateWarn;
   struct Case {
-    uint32_t diskCheck, cleanup, solidState, runFlags;
-    std::string expected;
+    uint32_t runFlags, diskCheck, cleanup;
   };
   const Case cases[] = {
-      {kDiskCheckAuto, kCleanupOff, kSolidStateWarn | kSolidStateNoDetection,
-       kRunAnalyze | kRunCloseIfOk | kRunShutdown | kRunShowReport | kRunAllowAbort | kRunQuick | kRunOnTop,
-       "analyse closeifok shutdown report abort disk=9057 cleanup=9054 ssd=6"},
-      {kDiskCheckAuto, kCleanupAuto, 0, kRunNoGui | kRunAnalyze | kRunDefrag | kRunClose,
-       "nogui analyse defrag close disk=9058 cleanup=9054 ssd=0"},
-      {kDiskCheckAuto, kCleanupAsk, 0, kRunNoGui | kRunDefrag | kRunDiskCheckGiven,
-       "nogui defrag disk=9057 cleanup=9054 ssd=0"},
-      {kDiskCheckAsk, kCleanupAuto, 0, kRunNoGui | kRunCleanupGiven, "nogui disk=9058 cleanup=9053 ssd=0"},
+      {kRunDefrag, kDiskCheckAuto, kCleanupAsk},
+      {kRunNoGui | kRunDefrag, kDiskCheckOff, kCleanupOff},
+      {kRunNoGui | kRunDiskCheckGiven, kDiskCheckAuto, kCleanupOff},
+      {kRunNoGui | kRunCleanupGiven, kDiskCheckOff, kCleanupAsk},
   };
   for (const Case& test : cases) {
-    Settings settings;
-    settings.diskCheck = test.diskCheck;
-    settings.cleanup = test.cleanup;
-    settings.solidStateFlags = test.solidState;
     const RunOptions options = RunOptionsFrom(settings, test.runFlags);
-    EXPECT_EQ(described(options), test.expected);
-    ASSERT_EQ(options.followUps, &settings.followUps);
+    EXPECT_EQ(std::make_pair(options.diskCheck, options.cleanup), std::make_pair(test.diskCheck, test.cleanup))
+        << test.runFlags;
+    EXPECT_EQ(options.solidStateFlags, uint32_t{kSolidStateWarn});
+    EXPECT_EQ(options.followUps, &settings.followUps);
   }
 }
 
