@@ -139,14 +139,6 @@ void FakeFileQueries::InjectError(const std::wstring& path, uint32_t error) {
 
 void FakeFileQueries::ClearErrors() { errors_.clear(); }
 
-bool FakeFileQueries::Failing(std::wstring_view path, uint32_t& error) const {
-  if (errors_.empty()) return false;
-  auto found = errors_.find(UpperCase(DisplayPath(path)));
-  if (found == errors_.end()) return false;
-  error = found->second;
-  return true;
-}
-
 namespace {
 
 // The entries are taken when the search opens; they are handed out, and
@@ -189,7 +181,6 @@ uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
 uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEntry>& entries) {
   std::wstring_view view = DisplayPath(pattern);
   size_t slash = view.find_last_of(L'\\');
-  uint32_t error = 0;
   auto fail = [](uint32_t code) {
     tLastError = code;
     return code;
@@ -198,8 +189,9 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEnt
   std::wstring_view folderPath = view.substr(0, slash + 1);
   std::wstring_view namePattern = view.substr(slash + 1);
   std::wstring_view folderKey = slash > 2 ? view.substr(0, slash) : folderPath;
-  if (Failing(view, error) || Failing(folderKey, error)) {
-    return fail(error);
+  for (std::wstring_view failing : {view, folderKey}) {
+    auto found = errors_.empty() ? errors_.end() : errors_.find(UpperCase(failing));
+    if (found != errors_.end()) return fail(found->second);
   }
   Node* folder = Lookup(folderPath);
   if (folder == nullptr || (folder->entry.attributes & kAttrDirectory) == 0) return fail(kErrPathNotFound);
@@ -235,20 +227,12 @@ uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
 
 uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
   Node* node = Lookup(path);
-  if (node == nullptr) {
-    tLastError = kErrFileNotFound;
-    return kInvalidSize;
-  }
-  return node->entry.size;
+  return node == nullptr ? kInvalidSize : node->entry.size;
 }
 
 uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {
   Drive* drive = DriveOf(root, false);
-  if (drive == nullptr) {
-    tLastError = kErrPathNotFound;
-    return 0;
-  }
-  return drive->bytesPerCluster;
+  return drive == nullptr ? 0 : drive->bytesPerCluster;
 }
 
 DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {

@@ -87,7 +87,6 @@ class FakeFileQueries : public FileQueries {
   Node* MakeFolders(std::wstring_view path);
   // The entry of that name inside the folder, made (as a folder) if missing.
   static Node* Child(Node* folder, std::wstring_view name);
-  bool Failing(std::wstring_view path, uint32_t& error) const;
   // The entries a search opened now hands out, or the error it fails with.
   uint32_t Search(const std::wstring& pattern, std::vector<DirEntry>& entries);
 
