@@ -29,11 +29,6 @@ class FragmentDetailsTest : public RunFixture {
     }
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
   }
-
-  void Analyse() {
-    options_.unattended = true;
-    Run(RunMode::AnalyseAll);
-  }
 };
 
 // The table is read afresh from the volume, one row per fragment: the record
@@ -42,7 +37,7 @@ class FragmentDetailsTest : public RunFixture {
 // move thread works from the shared extent list: reading them leaves that
 // list as the move left it.
 TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
-  Analyse();
+  Run(RunMode::AnalyseAll);
   FsHandle file = Va().OpenFileForMoving(L"\\\\?\\Z:\\moved.bin");
   ASSERT_NE(file, kInvalidHandle);
   FileAnalysis analysis;
@@ -84,7 +79,7 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
 TEST_F(FragmentDetailsTest, ItemsWithoutATableGetTheNoticeThatSaysWhy) {
   // Before any analysis.
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\three.bin")), L"Il file non \u00E8 stato ancora analizzato");
-  Analyse();
+  Run(RunMode::AnalyseAll);
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\empty.bin")), L"Il file non occupa alcun cluster");
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\data")), L"L'oggetto non \u00E8 un file");
 
