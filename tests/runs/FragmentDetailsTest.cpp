@@ -50,10 +50,10 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
   std::vector<std::vector<std::wstring>> table;
   for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
   EXPECT_EQ(table, (std::vector<std::vector<std::wstring>>{
-                                {L"1", L"2", L"100", L"101", L"8,192", L"22.22 %"},
-                                {L"2", L"1", L"200", L"200", L"4,096", L"11.11 %"},
-                                {L"3", L"6", L"300", L"305", L"24,576", L"66.67 %"},
-                            }));
+                       {L"1", L"2", L"100", L"101", L"8,192", L"22.22 %"},
+                       {L"2", L"1", L"200", L"200", L"4,096", L"11.11 %"},
+                       {L"3", L"6", L"300", L"305", L"24,576", L"66.67 %"},
+                   }));
   // The general data are the listed record's; the long prefix is not shown.
   EXPECT_EQ(DetailsName(details.record), L"three.bin");
   EXPECT_EQ(DetailsFolder(details.record), L"Z:\\");

@@ -109,9 +109,7 @@ TEST_F(RunsTest, AFolderWorkerThatDiesMakesTheFolderAnErrorAndTheRunEnds) {
   EXPECT_EQ(gEngine.doneFlags[kDoneFolderWorker].load(), 1u);
 }
 
-class FolderProgressTest : public RunFixture {};
-
-TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
+TEST_F(RunFixture, TheFolderWorkersCountIsShownWhileItWalks) {
   std::string tree = "volume letter=Z clusters=2000 clusterSize=4096\n";
   for (int i = 0; i < 400; ++i) {
     tree += "file \"Z:\\many\\f" + std::to_string(i) + "\" size=4096 runs=" + std::to_string(i) + ":1\n";
@@ -343,7 +341,6 @@ TEST(RunOptionsTest, AStoredStepCountsUnattendedOnlyWhenTheCommandLineGaveIt) {
 TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGotAndOnlyOnce) {
   constexpr int kDepth = 40;
   constexpr int kFilesPerFolder = 60;
-  constexpr uint64_t kFiles = uint64_t{kDepth} * kFilesPerFolder + 1;
   std::wstring folder = L"Z:\\deep";
   for (int level = 0; level < kDepth; ++level) {
     files_.fake.AddFolder(folder + L"\\sub");
@@ -364,7 +361,7 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGotAndOnlyOnce) {
   };
   WalkFolder(ui_, filter_, L"\\\\?\\Z:\\", WalkKind::Analysis);
 
-  EXPECT_EQ(gRun.counters.leftOut, kFiles);
+  EXPECT_EQ(gRun.counters.leftOut, uint64_t{kDepth} * kFilesPerFolder + 1);
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
   // The root has handed out "deep"; every level below it ".", ".." and
   // "sub"; the bottom its dots and its one file.
