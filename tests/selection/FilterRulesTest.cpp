@@ -109,7 +109,7 @@ TEST_F(FilterTest, SizeAndInclusionRulesForFiles) {
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\exact.bin"), 0);
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\over.bin"), 1);
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\gone.bin"), 1);
-  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\d\\exact.bin", kErrAccessDenied);
+  fs.fake.InjectError(L"C:\\d\\exact.bin", kErrAccessDenied);
   EXPECT_EQ(IsFileExcluded(L"C:\\d\\exact.bin"), 1);
   fs.fake.ClearErrors();
   gSettings.maxFileSizeKiB = 999999999;  // the largest limit, beyond 32 bits in bytes
