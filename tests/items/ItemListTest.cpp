@@ -11,10 +11,10 @@ using Paths = std::vector<std::wstring>;
 TEST_F(ItemListTest, ResultCodesOfValidation) {
   fs.fake.AddFile(L"C:\\data\\a.txt", 10);
   fs.fake.AddFolder(L"C:\\locked");
-  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\locked", kErrAccessDenied);
+  fs.fake.InjectError(L"C:\\locked", kErrAccessDenied);
   // A file whose entry cannot be read passes the check but is not added.
   fs.fake.AddFile(L"C:\\hidden.txt");
-  fs.fake.InjectError(FakeQuery::FindEntries, L"C:\\hidden.txt", kErrAccessDenied);
+  fs.fake.InjectError(L"C:\\hidden.txt", kErrAccessDenied);
   EXPECT_EQ(ValidateItemPath(items, false, L"C:\\hidden.txt"), kAddOk);
   EXPECT_EQ(AddItem(items, false, L"C:\\hidden.txt"), kAddFileMissing);
 
