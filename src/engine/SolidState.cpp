@@ -81,7 +81,7 @@ bool AtaSaysSolidState(wchar_t letter) {
   if (!device) return false;
   AtaIdentifyRecord record{};
   record.header.length = sizeof(AtaPassThroughHeader);
-  record.header.ataFlags = 2;  // data comes in
+  record.header.ataFlags = kAtaFlagsDataIn;
   record.header.dataTransferLength = kIdentifyBytes;
   record.header.timeOutSeconds = 5;
   record.header.dataBufferOffset = offsetof(AtaIdentifyRecord, data);

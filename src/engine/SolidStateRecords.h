@@ -15,6 +15,7 @@ constexpr uint32_t kIoctlStorageQueryProperty = 0x2D1400;
 constexpr uint32_t kIoctlDiskGetDriveGeometryEx = 0x700A0;
 
 constexpr uint8_t kAtaIdentifyDevice = 0xEC;
+constexpr uint16_t kAtaFlagsDataIn = 0x2;
 constexpr uint8_t kAtaIdentifyPacketDevice = 0xA1;
 constexpr uint32_t kScsiMiniportIdentify = 0x1B0501;
 constexpr size_t kIdentifyBytes = 512;

@@ -134,7 +134,7 @@ void PortableDateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring&
 // Items without a window: the fixed texts, no icons, no busy state, no
 // analysis (a file keeps its computed per cent), and a folder that cannot be
 // read is refused without a message.
-class PortableItemPlatform final : public ItemPlatform {
+class PortableItemPlatform : public ItemPlatform {
  public:
   std::wstring TypeName(const std::wstring& path, bool isFolder) override { return PortableTypeName(path, isFolder); }
   void DateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key) override {

@@ -1,22 +1,11 @@
 #include "util/Text.h"
 
-#include <algorithm>
-
 TextTable gTexts;
 
 const wchar_t* Text(uint32_t id, const wchar_t* italianLiteral) {
   if (gTexts.builtIn) return italianLiteral;
   if (id >= gTexts.entries.size()) return L"";
   return gTexts.entries[id].c_str();
-}
-
-size_t CopyText(uint32_t id, const wchar_t* italianLiteral, wchar_t* buffer, size_t count) {
-  if (buffer == nullptr || count == 0) return 0;
-  std::wstring_view text = Text(id, italianLiteral);
-  size_t copied = std::min(text.size(), count - 1);
-  std::copy_n(text.data(), copied, buffer);
-  buffer[copied] = L'\0';
-  return copied;
 }
 
 void SetTextCapacity(size_t capacity) {

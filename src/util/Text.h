@@ -31,11 +31,6 @@ struct ControlText {
 // until the table entry is changed or the table is cleared.
 const wchar_t* Text(uint32_t id, const wchar_t* italianLiteral);
 
-// Copies Text(id, literal) into buffer (count characters including the
-// terminating zero), truncating when needed. Returns the characters copied,
-// not counting the terminating zero.
-size_t CopyText(uint32_t id, const wchar_t* italianLiteral, wchar_t* buffer, size_t count);
-
 // Sets the number of entries (done once at start-up); every entry is emptied.
 void SetTextCapacity(size_t capacity);
 size_t TextCapacity();

@@ -55,7 +55,6 @@ TEST(CrashReport, EnglishLabelsAndNoArchitectureLineOnOlderSystems) {
   FaultFacts fault = kWriteFault;
   fault.address = 0x1234;
   const std::string report = BuildCrashReport(system, {"1.00", "b"}, fault, true);
-  EXPECT_EQ(report.find("Architettura"), std::string::npos);
   EXPECT_EQ(report.find("architecture"), std::string::npos);
   EXPECT_NE(report.find("{\\b \\f1\\cf1 System info}\\par   OS name: Windows 7\\par "), std::string::npos);
   EXPECT_NE(

@@ -103,7 +103,8 @@ inline HWND WindowBeforeTheEnd(TestDriver::RunningProgram& program) {
 
 // The window with the keyboard focus in the window's thread.
 inline HWND FocusOf(HWND window) {
-    GUITHREADINFO info{sizeof info};
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
     GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
     return info.hwndFocus;
 }
@@ -112,6 +113,29 @@ inline HWND FocusOf(HWND window) {
 inline std::vector<std::wstring> StatusTexts(HWND main) {
     return {TestDriver::WindowText(GetDlgItem(main, IDC_STATUS_UPPER)),
             TestDriver::WindowText(GetDlgItem(main, IDC_STATUS_LOWER))};
+}
+
+// Wine has no disk checker of its own: the fmifs.dll double stands in for it
+// in the system folder, where the shipped program takes it from (the
+// simulating one takes the copy beside it).
+inline fs::path SystemChecker() {
+    wchar_t folder[MAX_PATH] = {};
+    GetSystemDirectoryW(folder, MAX_PATH);
+    return fs::path(folder) / L"fmifs.dll";
+}
+
+// A program that has the checker loaded keeps its copy: the new one arrives
+// under another name and takes the place of the old in one step.
+inline void InstallSystemChecker() {
+    const fs::path installed = SystemChecker();
+    std::error_code missing;
+    if (fs::file_size(installed, missing) == fs::file_size(ORDALIS_FMIFS_DLL) &&
+        fs::last_write_time(installed) >= fs::last_write_time(ORDALIS_FMIFS_DLL)) {
+        return;
+    }
+    const fs::path incoming = installed.wstring() + L".new";
+    fs::copy_file(ORDALIS_FMIFS_DLL, incoming, fs::copy_options::overwrite_existing);
+    ASSERT_TRUE(MoveFileExW(incoming.c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING));
 }
 
 // One case: its folder on the host, the same folder as the program sees it,
@@ -143,11 +167,18 @@ protected:
         }
         fs::remove_all(host_);
         fs::create_directories(host_ / "data");
-        std::wstring error;
-        exe_ = TestDriver::CopyProgram(TestDriver::HostPathToWindows((host_ / "program").string()),
-                                       TestDriver::HostPathToWindows(program),
-                                       withFmifs ? TestDriver::HostPathToWindows(ORDALIS_FMIFS_DLL) : L"", error);
-        ASSERT_FALSE(exe_.empty()) << Narrow(error);
+        const fs::path from(program);
+        const fs::path to = host_ / "program" / from.filename();
+        fs::create_directories(to.parent_path());
+        fs::copy_file(from, to);
+        // The language files ship beside the program; without them a start in a
+        // locale other than the built-in language stops at a message box.
+        fs::copy(from.parent_path() / "lang", to.parent_path() / "lang", fs::copy_options::recursive);
+        if (withFmifs) {
+            fs::copy_file(ORDALIS_FMIFS_DLL, to.parent_path() / "fmifs.dll");
+            InstallSystemChecker();
+        }
+        exe_ = TestDriver::HostPathToWindows(to.string());
         if (!settings.empty()) {
             std::ofstream(host_ / "program" / "ordalis.ini", std::ios::binary) << Utf16FileLines({L"RX1.00", settings});
         }
@@ -193,12 +224,8 @@ protected:
         EnvPath(L"ORDALIS_SIMVOLUME_OUT", "end.txt");
     }
 
+    // The volume after the run, its checker's verdict last.
     std::string EndState() const { return ReadWhole(host_ / "end.txt"); }
-    // The volume checker's verdict, the end state's last line.
-    std::string Verdict() const {
-        const std::string end = EndState();
-        return end.size() < 9 ? end : end.substr(end.size() - 9);
-    }
 
     // Starts the program and finds its window and item list.
     void Start(const std::wstring& arguments) {

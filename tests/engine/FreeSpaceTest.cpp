@@ -89,8 +89,6 @@ const Layout kFiveRuns{100, {{0, 10}, {15, 15}, {50, 10}, {68, 12}, {86, 4}}};
 // Two runs of 8 (10, 30), far later one of 5, then one of 2. Runs are judged
 // one late: the 5 is known complete when the 2 closes.
 const Layout kEqualRuns{200000, {{0, 10}, {18, 12}, {38, 99962}, {100005, 49995}, {150002, 49998}}};
-// Free 32760..32775 straddles the first chunk boundary.
-const Layout kStraddling{70000, {{0, 32760}, {32776, 70000 - 32776}}};
 // One chunk of 32,768 clusters returns 16 + 4,096 bytes: a run starting at
 // cluster 4,112 is not closed by the single used cluster after it, and is
 // judged as 3 + 5 clusters. One cluster later the guard does not apply.
@@ -110,16 +108,10 @@ TEST_F(FreeSpaceTest, QuickTakesTheFirstRunThatFitsSmartTheSmallest) {
       {"best fit, the smallest that holds it", kFiveRuns, 7, true, 60},
       {"best fit, an exact fit", kFiveRuns, 6, true, 80},
       {"best fit, the last run judged after the last chunk", kFiveRuns, 9, true, 90},
-      {"best fit, one run holds it", kFiveRuns, 15, true, 30},
       {"first fit, nothing fits", kFiveRuns, 21, false, -1},
-      {"best fit, nothing fits", kFiveRuns, 21, true, -1},
       {"best fit, the earlier of equal runs", kEqualRuns, 7, true, 10},
       {"best fit, an exact fit far on", kEqualRuns, 5, true, 100000},
-      {"first fit, a run across a chunk boundary", kStraddling, 16, false, 32760},
-      {"best fit, a run across a chunk boundary", kStraddling, 16, true, 32760},
-      {"first fit, one more than the boundary run", kStraddling, 17, false, -1},
       {"first fit, carried over by the guard", kGuarded, 8, false, 4112},
-      {"best fit, carried over by the guard", kGuarded, 8, true, 4112},
       {"first fit, no guard one cluster later", kPastTheGuard, 8, false, -1},
       {"first fit, the run after the used cluster", kPastTheGuard, 5, false, 4117},
   };
@@ -343,8 +335,10 @@ class FreeSpaceMapRunTest : public SimTest {
   Outcome Play(const Scenario& s, bool perFileScan) {
     ResetAll();
     readsAfter_.clear();
-    // The description written out and read back is the same volume.
-    Volume(WriteSimDescription(Volume(s.description)));
+    // The description written out reads back as the same volume.
+    const std::vector<SimFile> described = Volume(s.description).Files();
+    Volume(WriteSimDescription(volume()));
+    EXPECT_TRUE(volume().Files() == described);
     gPerFileScan = perFileScan;
     Outcome out;
     for (const Step& step : s.steps) {

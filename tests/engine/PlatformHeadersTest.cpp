@@ -10,6 +10,7 @@
 #include <winioctl.h>
 #include <winternl.h>
 #include <ntddscsi.h>
+#include <ntdddisk.h>
 
 #include <cstddef>
 
@@ -70,3 +71,13 @@ static_assert(kIoctlScsiMiniport == IOCTL_SCSI_MINIPORT);
 static_assert(kIoctlStorageQueryProperty == IOCTL_STORAGE_QUERY_PROPERTY);
 static_assert(kIoctlDiskGetDriveGeometryEx == IOCTL_DISK_GET_DRIVE_GEOMETRY_EX);
 static_assert(kStorageQueryLength == sizeof(STORAGE_PROPERTY_QUERY));
+static_assert(kAtaIdentifyDevice == ID_CMD);
+static_assert(kAtaFlagsDataIn == ATA_FLAGS_DATA_IN);
+// The records they send and read back: a field in the wrong place is a drive
+// never asked, or an answer read from the wrong bytes.
+static_assert(sizeof(SmartVersionRecord) == sizeof(GETVERSIONINPARAMS));
+static_assert(offsetof(SmartVersionRecord, ideDeviceMap) == offsetof(GETVERSIONINPARAMS, bIDEDeviceMap));
+static_assert(sizeof(SmartCommandIn) == sizeof(SENDCMDINPARAMS));
+static_assert(sizeof(ScsiControlHeader) == sizeof(SRB_IO_CONTROL));
+static_assert(offsetof(StorageDeviceDescriptor, serialNumberOffset) ==
+              offsetof(STORAGE_DEVICE_DESCRIPTOR, SerialNumberOffset));

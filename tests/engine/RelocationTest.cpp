@@ -92,31 +92,6 @@ void RecordEscaped() {
   }
 }
 
-// A move thread that dies, by an exception or ended without unwinding (the
-// way a lost or killed thread ends), ends the wait with an error: what it
-// moved stays moved, and the file it never closed is closed once, here.
-TEST_F(RelocationTest, AMoveThreadThatDiesNeverReadsAsMoved) {
-  std::vector<void (*)()> deaths = {[] { throw std::bad_alloc(); }};
-#ifdef _WIN32
-  deaths.push_back([] { ExitThread(7); });
-#endif
-  gTestThread = std::this_thread::get_id();
-  SetEscapedExceptionHandler(RecordEscaped);
-  for (auto die : deaths) {
-    ResetAll();
-    Volume(kVolume);
-    ui_.onProgress = [die](uint64_t position) {
-      if (position == 2) die();
-    };
-    EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\four")),
-              "The I/O operation has been aborted because of either a thread exit or an application request.\r\n");
-    EXPECT_FALSE(gEngine.moveThread.Running());
-    EXPECT_EQ(RunsOf(L"Z:\\four"), (std::vector<SimRun>{{1000, 3}, {1210, 2}, {1220, 4}, {1230, 1}}));
-  }
-  SetEscapedExceptionHandler(nullptr);
-  EXPECT_TRUE(gOutOfMemoryOnMover);
-}
-
 // A move to cluster 0, where a whole file reads as no fragment at all.
 const char* kVolumeFromZero =
     "volume letter=Z clusters=100\n"
@@ -128,9 +103,13 @@ const char* kVolumeFromZero =
 // before a failure or a stop stay moved. A refusal answered at once leaves
 // the status block untouched, as on the system: the returned status decides.
 // A move that reports success having moved only part of its range is found
-// out when the file is read back.
+// out when the file is read back. A move thread that dies, by an exception or
+// ended without unwinding (the way a lost or killed thread ends), ends the
+// wait with an error: what it moved stays moved, and the file it never closed
+// is closed once, here.
 TEST_F(RelocationTest, NoFailureReadsAsMoved) {
   const std::vector<SimRun> untouched = {{1200, 3}, {1210, 2}, {1220, 4}, {1230, 1}};
+  const char* aborted = "The I/O operation has been aborted because of either a thread exit or an application request.";
   const struct {
     const wchar_t* path;
     const char* fault;
@@ -138,6 +117,7 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
     const char* says;  // empty: moved
     std::vector<SimRun> runs;
     const char* volume = kVolume;
+    void (*die)() = nullptr;  // instead of the stop, the move thread dies
   } kCases[] = {
       {L"Z:\\four", "", 0, "", {{1000, 10}}},
       {L"Z:\\z", "", 0, "", {{0, 4}}, kVolumeFromZero},
@@ -145,6 +125,11 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
       {L"Z:\\one", "", 0, "AC", {{1300, 5}}},
       {L"Z:\\big", "", 0, "NF", {{1400, 60}, {1500, 60}}},
       {L"Z:\\four", "", 2, "ST", {{1000, 5}, {1220, 4}, {1230, 1}}},
+      {L"Z:\\four", "", 2, aborted, {{1000, 3}, {1210, 2}, {1220, 4}, {1230, 1}}, kVolume,
+       [] { throw std::bad_alloc(); }},
+#ifdef _WIN32
+      {L"Z:\\four", "", 2, aborted, {{1000, 3}, {1210, 2}, {1220, 4}, {1230, 1}}, kVolume, [] { ExitThread(7); }},
+#endif
       {L"Z:\\four", "fault \"Z:\\four\" control=open status=0xC0000043", 0, "being used by another process", untouched},
       {L"Z:\\four", "fault \"Z:\" control=bitmap status=0xC00000BB", 0, "not supported", untouched},
       {L"Z:\\four", "fault \"Z:\" control=bitmap call=1 pending status=0xC0000777", 0, "Error 0xC0000777", untouched},
@@ -162,12 +147,16 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
        "fault \"Z:\\four\" control=move call=4 pending status=0xC0000022",
        0, "Access is denied", {{1000, 9}, {1230, 1}}},
   };
+  gTestThread = std::this_thread::get_id();
+  SetEscapedExceptionHandler(RecordEscaped);
   for (const auto& c : kCases) {
-    SCOPED_TRACE(std::string(c.fault) + " " + WideToUtf8(c.path));
+    SCOPED_TRACE(std::string(c.fault) + " " + c.says + " " + WideToUtf8(c.path));
     ResetAll();
     Volume(std::string(c.volume) + c.fault + "\n");
     ui_.onProgress = [&c](uint64_t position) {
-      if (position == c.stopAt) gEngine.flags |= kStopRequested;
+      if (position != c.stopAt) return;
+      if (c.die != nullptr) c.die();
+      gEngine.flags |= kStopRequested;
     };
     const std::string code = WideToUtf8(Defragment(c.path));
     if (*c.says == 0) {
@@ -180,28 +169,15 @@ TEST_F(RelocationTest, NoFailureReadsAsMoved) {
     if (c.path == std::wstring(L"Z:\\one") || c.path == std::wstring(L"Z:\\big")) {
       EXPECT_EQ(volume().MoveCalls(), 0u);
     }
+    EXPECT_FALSE(gEngine.moveThread.Running());
   }
+  SetEscapedExceptionHandler(nullptr);
+  EXPECT_TRUE(gOutOfMemoryOnMover);
 }
 
 // Compressed and sparse files move in whole 16-cluster units: a request for
 // one fragment carries the rest of its units along, so fragments that share
 // a unit, or a unit split between two runs, must not be asked for twice.
-TEST_F(RelocationTest, FilesMovedInUnitsAreAskedForEachUnitOnce) {
-  // Unit 0's nine clusters split over two runs; unit 1 continues unit 0 on
-  // the volume across the hole, which the analysis counts as one fragment.
-  Volume(
-      "volume letter=Z clusters=2000\nreserve 0 1000\nreserve 1100 200\n"
-      "file \"Z:\\packed\" size=196608 compressed runs=1500:5,1700:4,*:7,1704:9,*:7,1900:9,*:7\n"
-      // No holes at all, yet moved by units: the file system says so.
-      "file \"Z:\\dense\" size=163840 compressed runs=1300:10,1600:20,1400:10\n");
-  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\packed")), "");
-  EXPECT_EQ(RunsOf(L"Z:\\packed"),
-            (std::vector<SimRun>{{1000, 9}, {-1, 7}, {1009, 9}, {-1, 7}, {1018, 9}, {-1, 7}}));
-  volume().Checkpoint();
-  EXPECT_EQ(WideToUtf8(Defragment(L"Z:\\dense")), "");
-  EXPECT_EQ(RunsOf(L"Z:\\dense"), (std::vector<SimRun>{{1027, 40}}));
-}
-
 TEST(UnitMovesTest, RequestsStartAndEndOnUnitsAndCarryEveryClusterOnce) {
   const auto plan = [](const std::vector<FileRun>& runs) {
     std::vector<std::array<uint64_t, 3>> out;

@@ -21,23 +21,6 @@ TEST_F(SimVolumeTest, ItsSwitchWritesFailuresIntoTheBlock) {
   EXPECT_EQ(block.status, kStatusAlreadyCommitted);
 }
 
-TEST_F(SimVolumeTest, TheCheckerNoticesLostAndStrayData) {
-  Volume("volume letter=Z clusters=100\nfile \"Z:\\f\" size=4096 runs=10:4\nreserve 50 2\n");
-  EXPECT_TRUE(Clean());
-  volume().OverwriteBit(60, true);
-  EXPECT_FALSE(Clean());
-  volume().OverwriteBit(60, false);
-  volume().OverwriteBit(51, false);
-  EXPECT_FALSE(Clean());
-  volume().OverwriteBit(51, true);
-  volume().OverwriteTag(12, 1, 3);  // VCN 2's cluster holds VCN 3's data
-  EXPECT_FALSE(Clean());
-  volume().OverwriteTag(12, 1, 2);
-  EXPECT_TRUE(Clean());
-  volume().OverwriteTag(70, 1, 0);  // a copy nobody claims
-  EXPECT_FALSE(Clean());
-}
-
 TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
   const std::pair<std::string, const char*> kBad[] = {
       {"reserve 0 1\n", "line 1: the volume statement must come first"},
@@ -65,25 +48,6 @@ TEST_F(SimVolumeTest, BadDescriptionsSayWhereAndWhy) {
     EXPECT_FALSE(ParseSimDescription(text, volume, error)) << text;
     EXPECT_NE(error.find(expected), std::string::npos) << error;
   }
-}
-
-TEST_F(SimVolumeTest, FilesOnDiskButNotDescribedGetTheLowestFreeRun) {
-  Volume("volume letter=Z clusters=100\nreserve 0 3\nreserve 5 2\n");
-  volume().diskLookup = [](const std::wstring& path, uint64_t& size, bool& isDirectory) {
-    isDirectory = path == L"Z:\\folder";
-    size = path == L"Z:\\tiny" ? 700 : 9000;
-    return path != L"Z:\\absent";
-  };
-  FileAnalysis r;
-  EXPECT_EQ(AnalyseFile(L"Z:\\big", r), 1);
-  EXPECT_EQ(r.clusters, 3u);
-  EXPECT_EQ(volume().FindFile(L"Z:\\big")->runs, (std::vector<SimRun>{{7, 3}}));
-  EXPECT_EQ(AnalyseFile(L"Z:\\tiny", r), 1);
-  EXPECT_TRUE(volume().FindFile(L"Z:\\tiny")->resident);
-  EXPECT_EQ(AnalyseFile(L"Z:\\folder", r), 1);
-  EXPECT_EQ(AnalyseFile(L"Z:\\absent", r), 0);
-  EXPECT_EQ(AnalyseFile(L"C:\\elsewhere", r), 0);
-  EXPECT_TRUE(Clean());
 }
 
 }  // namespace

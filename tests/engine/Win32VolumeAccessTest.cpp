@@ -18,15 +18,12 @@ class Win32VolumeAccessTest : public ::testing::Test {
     CloseCachedVolume();
     SetVolumeAccess(nullptr);
   }
-  static std::wstring ProgramPath() {
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return path;
-  }
 };
 
 TEST_F(Win32VolumeAccessTest, OpensFilesInBothFormsAndFoldersWithBackupSemantics) {
-  const std::wstring program = ProgramPath();
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  const std::wstring program = path;
   FsHandle file = Va().OpenFileForMoving(program);
   ASSERT_NE(file, kInvalidHandle);
   EXPECT_TRUE(Va().Close(file));

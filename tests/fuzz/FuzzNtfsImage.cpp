@@ -54,16 +54,6 @@ std::string gImage;
 
 // ---- Making the volume ----
 
-// The tests' random tree (fragmented files, a file with holes, a compressed
-// file, a folder with an index allocation) and a file of enough one-cluster
-// pieces that its run list needs an attribute list. Its folders, the root
-// too, in `filled`.
-bool Fill(const std::string& image, FilledImage& filled, std::string& error) {
-  if (!FillRandomly(image, 1, 0, filled, error)) return false;
-  filled.folders.push_back("/");
-  return AddFragmentedFile(image, "pieces", 250, error);
-}
-
 void AddRuns(const runlist_element* runs, uint32_t clusterBits, uint64_t limit) {
   uint64_t taken = 0;
   for (const runlist_element* run = runs; run != nullptr && run->length != 0 && taken < limit; ++run) {
@@ -82,24 +72,25 @@ bool FindRegions(const std::string& image, const std::vector<std::string>& folde
   gRegions.push_back({0, 512});
   AddRuns(volume->mft_na->rl, bits, uint64_t(volume->mft_na->initialized_size));
   AddRuns(volume->lcnbmp_na->rl, bits, uint64_t(volume->lcnbmp_na->data_size));
-  for (const std::string& folder : folders) {
-    ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, folder.c_str());
-    if (inode == nullptr) continue;
-    ntfs_attr* index = ntfs_attr_open(inode, AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4);
-    if (index != nullptr && ntfs_attr_map_whole_runlist(index) == 0) {
-      AddRuns(index->rl, bits, uint64_t(index->data_size));
+  // At most `limit` bytes of an attribute of `inode`, which it closes.
+  auto addAttribute = [bits](ntfs_inode* inode, ATTR_TYPES type, ntfschar* name, uint32_t nameLength,
+                             int64_t limit) {
+    if (inode == nullptr) return;
+    ntfs_attr* attribute = ntfs_attr_open(inode, type, name, nameLength);
+    if (attribute != nullptr && ntfs_attr_map_whole_runlist(attribute) == 0) {
+      AddRuns(attribute->rl, bits, uint64_t((std::min)(limit, attribute->data_size)));
     }
-    if (index != nullptr) ntfs_attr_close(index);
+    if (attribute != nullptr) ntfs_attr_close(attribute);
     ntfs_inode_close(inode);
+  };
+  for (const std::string& folder : folders) {
+    addAttribute(ntfs_pathname_to_inode(volume, nullptr, folder.c_str()), AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4,
+                 INT64_MAX);
   }
+  addAttribute(ntfs_inode_open(volume, FILE_root), AT_INDEX_ALLOCATION, NTFS_INDEX_I30, 4, INT64_MAX);
   AddRuns(volume->mftmirr_na->rl, bits, uint64_t(volume->mftmirr_size) * volume->mft_record_size);
-  ntfs_inode* log = ntfs_inode_open(volume, FILE_LogFile);
-  if (log != nullptr) {
-    ntfs_attr* data = ntfs_attr_open(log, AT_DATA, AT_UNNAMED, 0);
-    if (data != nullptr && ntfs_attr_map_whole_runlist(data) == 0) AddRuns(data->rl, bits, 8192);
-    if (data != nullptr) ntfs_attr_close(data);
-    ntfs_inode_close(log);
-  }
+  // The log's restart pages.
+  addAttribute(ntfs_inode_open(volume, FILE_LogFile), AT_DATA, AT_UNNAMED, 0, 8192);
   ntfs_umount(volume, FALSE);
   return true;
 }
@@ -187,9 +178,12 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   const std::string made = fuzz::ScratchPath("-ntfs-made.img");
   gImage = fuzz::ScratchPath("-ntfs.img");
   std::string error;
+  // The tests' random tree (fragmented files, a file with holes, a
+  // compressed file, a folder with an index allocation) and a file of enough
+  // one-cluster pieces that its run list needs an attribute list.
   FilledImage filled;
-  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !Fill(made, filled, error) ||
-      !FindRegions(made, filled.folders)) {
+  if (!MakeNtfsImage(made, kImageBytes, error, 512) || !FillRandomly(made, 1, 0, filled, error) ||
+      !AddFragmentedFile(made, "pieces", 250, error) || !FindRegions(made, filled.folders)) {
     std::fprintf(stderr, "fuzz_ntfs_image: the volume could not be made (mkntfs, ntfs-3g): %s\n", error.c_str());
     std::abort();
   }

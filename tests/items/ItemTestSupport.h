@@ -12,22 +12,17 @@
 #include "options/StringIds.h"
 #include "util/Text.h"
 
-// The fixed texts; records the busy states, the messages, the icons asked
-// for and the files asked about their clusters. Unattended, it refuses an
-// unreadable folder without a message.
-class RecordingItemPlatform final : public ItemPlatform {
+// The portable texts; records the messages, the icons asked for and the
+// files asked about their clusters. Unattended, it refuses an unreadable
+// folder without a message.
+class RecordingItemPlatform final : public PortableItemPlatform {
  public:
-  std::wstring TypeName(const std::wstring& path, bool isFolder) override { return PortableTypeName(path, isFolder); }
-  void DateTexts(uint64_t lastWriteTime, std::wstring& text, std::wstring& key) override {
-    PortableDateTexts(lastWriteTime, text, key);
-  }
   void CacheIcon(const std::wstring& path) override { iconPaths.push_back(path); }
   bool ShowAccessError(const std::wstring& message) override {
     if (unattended) return false;
     messages.push_back(message);
     return true;
   }
-  void SetBusyState(uint32_t state) override { busyStates.push_back(state); }
   bool HasNoClusters(const std::wstring& longPath) override {
     askedForClusters.push_back(longPath);
     return noClusters;
@@ -35,7 +30,6 @@ class RecordingItemPlatform final : public ItemPlatform {
 
   bool unattended = false;
   bool noClusters = false;
-  std::vector<uint32_t> busyStates;
   std::vector<std::wstring> messages;
   std::vector<std::wstring> iconPaths;
   std::vector<std::wstring> askedForClusters;

@@ -29,17 +29,6 @@ class FragmentDetailsTest : public RunFixture {
     }
     ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
   }
-
-  void Analyse() {
-    options_.unattended = true;
-    Run(RunMode::AnalyseAll);
-  }
-
-  std::vector<std::vector<std::wstring>> Table(const FragmentDetails& details) const {
-    std::vector<std::vector<std::wstring>> table;
-    for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
-    return table;
-  }
 };
 
 // The table is read afresh from the volume, one row per fragment: the record
@@ -48,7 +37,7 @@ class FragmentDetailsTest : public RunFixture {
 // move thread works from the shared extent list: reading them leaves that
 // list as the move left it.
 TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
-  Analyse();
+  Run(RunMode::AnalyseAll);
   FsHandle file = Va().OpenFileForMoving(L"\\\\?\\Z:\\moved.bin");
   ASSERT_NE(file, kInvalidHandle);
   FileAnalysis analysis;
@@ -58,11 +47,13 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
 
   FragmentDetails details = ReadFragmentDetails(items_, L"Z:\\three.bin");
   EXPECT_EQ(details.notice, FragmentNotice::None);
-  EXPECT_EQ(Table(details), (std::vector<std::vector<std::wstring>>{
-                                {L"1", L"2", L"100", L"101", L"8,192", L"22.22 %"},
-                                {L"2", L"1", L"200", L"200", L"4,096", L"11.11 %"},
-                                {L"3", L"6", L"300", L"305", L"24,576", L"66.67 %"},
-                            }));
+  std::vector<std::vector<std::wstring>> table;
+  for (size_t i = 0; i < details.rows.size(); ++i) table.push_back(FragmentRowCells(details.rows[i], i + 1, numbers_));
+  EXPECT_EQ(table, (std::vector<std::vector<std::wstring>>{
+                       {L"1", L"2", L"100", L"101", L"8,192", L"22.22 %"},
+                       {L"2", L"1", L"200", L"200", L"4,096", L"11.11 %"},
+                       {L"3", L"6", L"300", L"305", L"24,576", L"66.67 %"},
+                   }));
   // The general data are the listed record's; the long prefix is not shown.
   EXPECT_EQ(DetailsName(details.record), L"three.bin");
   EXPECT_EQ(DetailsFolder(details.record), L"Z:\\");
@@ -88,7 +79,7 @@ TEST_F(FragmentDetailsTest, AnAnalysedFileShowsOneRowPerFragmentOfTheVolume) {
 TEST_F(FragmentDetailsTest, ItemsWithoutATableGetTheNoticeThatSaysWhy) {
   // Before any analysis.
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\three.bin")), L"Il file non \u00E8 stato ancora analizzato");
-  Analyse();
+  Run(RunMode::AnalyseAll);
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\empty.bin")), L"Il file non occupa alcun cluster");
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\data")), L"L'oggetto non \u00E8 un file");
 
@@ -102,16 +93,13 @@ TEST_F(FragmentDetailsTest, ItemsWithoutATableGetTheNoticeThatSaysWhy) {
   EXPECT_EQ(FragmentNoticeText(ReadFragmentDetails(items_, L"Z:\\never-listed.bin")), L"L'oggetto non esiste");
 
   // The file was analysed, but now another program holds it.
-  const uint64_t handles = volume_->OpenHandleCount();
   FragmentDetails locked = ReadFragmentDetails(items_, L"Z:\\locked.bin");
   EXPECT_EQ(locked.notice, FragmentNotice::CannotRead);
   EXPECT_EQ(FragmentNoticeText(locked),
             L"The process cannot access the file because it is being used by another process.");
-  EXPECT_TRUE(locked.rows.empty());
-  EXPECT_EQ(volume_->OpenHandleCount(), handles);
-  // A file read whole leaves no handle behind either.
+  // A file read whole leaves no handle behind.
   ReadFragmentDetails(items_, L"Z:\\three.bin");
-  EXPECT_EQ(volume_->OpenHandleCount(), handles);
+  EXPECT_EQ(volume_->OpenHandleCount(), 0u);
 }
 
 }  // namespace

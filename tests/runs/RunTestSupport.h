@@ -84,12 +84,6 @@ class RunFixture : public ::testing::Test {
     return paths;
   }
 
-  static std::vector<std::wstring> ErrorLines() {
-    std::vector<std::wstring> lines;
-    for (const ErrorEntry& entry : gRun.errors) lines.push_back(entry.displayPath + L": " + entry.message);
-    return lines;
-  }
-
   void Run(RunMode mode) { StartRun(mode, options_, ui_); }
 
   RunFollowUps followUps_;
@@ -105,7 +99,8 @@ class RunFixture : public ::testing::Test {
 
 // Listed in the order the folder returns them. "big" needs 900 contiguous
 // clusters and the largest free run is 479; "refused" has its first move
-// refused; "locked" cannot be opened; "skip.tmp" is left out by the filter.
+// refused with a status the system has no text for; "locked" cannot be
+// opened; "skip.tmp" is left out by the filter.
 inline const char* kRunTree =
     "volume letter=Z clusters=2000 clusterSize=4096\n"
     "file \"Z:\\single.bin\" size=8192 runs=500:1,510:1\n"
@@ -117,7 +112,7 @@ inline const char* kRunTree =
     "file \"Z:\\data\\refused.bin\" size=8000 runs=430:1,440:1\n"
     "file \"Z:\\data\\big.bin\" size=3686400 runs=1000:500,1600:400\n"
     "fault \"Z:\\data\\locked.bin\" control=open status=0xC0000043\n"
-    "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000022\n";
+    "fault \"Z:\\data\\refused.bin\" control=move call=1 status=0xC0000999\n";
 
 inline bool IsTemporary(const std::wstring& path) { return path.ends_with(L".tmp"); }
 

@@ -19,20 +19,8 @@
 
 namespace {
 
-// The command line's runs.
-RunOptions Unattended(bool analyse, bool defragment) {
-  RunOptions options;
-  options.unattended = true;
-  options.close = true;
-  options.analyse = analyse;
-  options.defragment = defragment;
-  return options;
-}
-
-RunOptions With(RunOptions options, bool RunOptions::*flag, bool value = true) {
-  options.*flag = value;
-  return options;
-}
+// The command line's unattended runs.
+constexpr uint32_t kUnattended = kRunNoGui | kRunClose;
 
 using RunsTest = TreeRunFixture;
 
@@ -42,6 +30,8 @@ using RunsTest = TreeRunFixture;
 // failures are named; a file item shows what its relocation found. The file
 // system reports single.bin's second move as done having moved one of its
 // three clusters: the file is still in pieces, an error, not defragmented.
+// A failure without a system text is named by the program's own text, which
+// has no line end to lose.
 TEST_F(RunsTest, AnUnattendedRunAnalysesDefragmentsAndNamesEveryFailure) {
   std::string tree = kRunTree;
   tree.replace(tree.find("runs=500:1,510:1"), 16, "runs=500:1,510:3");
@@ -51,7 +41,7 @@ TEST_F(RunsTest, AnUnattendedRunAnalysesDefragmentsAndNamesEveryFailure) {
                               L"Z:\\data\\sub\\b.bin", L"Z:\\data\\big.bin"}) {
     ASSERT_EQ(AddItem(items_, file == std::wstring(L"Z:\\data"), file), kAddOk);
   }
-  options_ = Unattended(true, true);
+  options_ = RunOptionsFrom(Settings{}, kUnattended | kRunAnalyze | kRunDefrag);
   options_.filter = &filter_;
   options_.solidStateFlags = kSolidStateNoDetection;
   EXPECT_EQ(RunUnattended(options_, ui_), 4u);
@@ -79,7 +69,7 @@ TEST_F(RunsTest, AnUnattendedRunAnalysesDefragmentsAndNamesEveryFailure) {
                 L"\r\n"
                 L"Failed file : Z:\\data\\big.bin : Non esistono cluster contigui sufficienti per deframmentare "
                 L"completamente il file.\r\n" +
-                locked + L"Failed file : Z:\\data\\refused.bin : Access is denied.\r\n" +
+                locked + L"Failed file : Z:\\data\\refused.bin : Error 0xC0000999\r\n" +
                 L"Failed file : Z:\\single.bin : Il file è stato spostato solo in parte ed è ancora frammentato.\r\n" +
                 leftOut + L"\r\n");
   auto shown = [](const wchar_t* path) {
@@ -109,7 +99,7 @@ TEST_F(RunsTest, AFolderWorkerThatDiesMakesTheFolderAnErrorAndTheRunEnds) {
   Run(RunMode::AnalyseAll);
 
   EXPECT_EQ(ItemAtRow(1)->state, ItemState::Error);
-  EXPECT_EQ(ErrorLines().back(),
+  EXPECT_EQ(gRun.errors.back().displayPath + L": " + gRun.errors.back().message,
             L"Z:\\data: The I/O operation has been aborted because of either a thread exit or an application "
             L"request.");
   // What the worker staged before it died is kept.
@@ -119,9 +109,7 @@ TEST_F(RunsTest, AFolderWorkerThatDiesMakesTheFolderAnErrorAndTheRunEnds) {
   EXPECT_EQ(gEngine.doneFlags[kDoneFolderWorker].load(), 1u);
 }
 
-class FolderProgressTest : public RunFixture {};
-
-TEST_F(FolderProgressTest, TheCountIsShownWhileTheWorkerWalks) {
+TEST_F(RunFixture, TheFolderWorkersCountIsShownWhileItWalks) {
   std::string tree = "volume letter=Z clusters=2000 clusterSize=4096\n";
   for (int i = 0; i < 400; ++i) {
     tree += "file \"Z:\\many\\f" + std::to_string(i) + "\" size=4096 runs=" + std::to_string(i) + ":1\n";
@@ -251,7 +239,7 @@ TEST_F(RunsTest, AnEndedOrStoppedDefragmentationKeepsWhatIsTrue) {
 // code it leaves, on the command line and in the window.
 struct FollowUpCase {
   const char* name;
-  RunOptions options;
+  uint32_t runFlags;
   RunFollowUps followUps;
   bool clean;  // the files that fail are left out
   bool stop;   // the user stops the defragmentation part way
@@ -261,10 +249,11 @@ struct FollowUpCase {
 };
 
 TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
-  const RunOptions both = Unattended(true, true);
-  const RunOptions defragment = Unattended(false, true);
-  const RunOptions attended = With(defragment, &RunOptions::unattended, false);
-  const RunOptions attendedOpen = With(attended, &RunOptions::close, false);
+  const uint32_t defragment = kUnattended | kRunDefrag;
+  const uint32_t both = defragment | kRunAnalyze;
+  const uint32_t open = defragment & ~kRunClose;
+  const uint32_t attended = defragment & ~kRunNoGui;
+  const uint32_t attendedOpen = kRunDefrag;
   const RunFollowUps none = kNoFollowUps;
   RunFollowUps closeAndPowerOff = kNoFollowUps;
   closeAndPowerOff.closeAfterDefrag = true;
@@ -273,47 +262,39 @@ TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
   const std::string printed = "defragmentation printed";
   const std::string check = "disk check";
   const FollowUpCase cases[] = {
-      {"clean analysis", Unattended(true, false), none, true, false, 0, 0, {analysed}},
-      {"analysis with errors", Unattended(true, false), none, false, false, 0, 4, {analysed}},
+      {"analysis with errors", kUnattended | kRunAnalyze, none, false, false, 0, 4, {analysed}},
       {"both, errors", both, none, false, false, 0, 4, {analysed, printed}},
       {"both, clean", both, none, true, false, 0, 0, {analysed, printed}},
       {"stopped with errors, closing", defragment, none, false, true, 0, 3, {printed}},
-      {"stopped, a stop allowed", With(defragment, &RunOptions::allowAbort), none, false, true, 0, 4, {printed}},
-      {"stopped, not closing", With(defragment, &RunOptions::close, false), none, false, true, 0, 4, {printed}},
-      {"stopped, nothing follows", With(With(defragment, &RunOptions::shutdown), &RunOptions::showReport), none,
-       true, true, 0, 0, {printed}},
+      {"stopped, a stop allowed", defragment | kRunAllowAbort, none, false, true, 0, 4, {printed}},
+      {"stopped, not closing", open, none, false, true, 0, 4, {printed}},
+      {"stopped, nothing follows", defragment | kRunShutdown | kRunShowReport, none, true, true, 0, 0, {printed}},
       {"disk errors", defragment, none, true, false, 1, 2, {check, printed}},
-      {"report and power-off", With(With(defragment, &RunOptions::showReport), &RunOptions::shutdown), none, false,
-       false, 0, 4, {printed, "summary", "power-off"}},
-      {"close if it went well, errors", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
-       none, false, false, 0, 4, {printed, "summary"}},
-      {"close if it went well, clean", With(With(defragment, &RunOptions::close, false), &RunOptions::closeIfOk),
-       none, true, false, 0, 0, {printed}},
+      {"report", defragment | kRunShowReport, none, false, false, 0, 4, {printed, "summary"}},
+      {"power-off", defragment | kRunShutdown, none, true, false, 0, 0, {printed, "power-off"}},
+      {"close if it went well, errors", open | kRunCloseIfOk, none, false, false, 0, 4, {printed, "summary"}},
+      {"close if it went well, clean", open | kRunCloseIfOk, none, true, false, 0, 0, {printed}},
       {"attended, disk errors", attended, none, true, false, 1, 2, {check}},
       {"attended, disk errors, going on", attended, none, true, false, 2, 0, {check}},
-      {"attended, errors", With(both, &RunOptions::unattended, false), none, false, false, 0, 4, {}},
       // Closing is on: no summary, and closing and power-off follow only a
       // stop, closing with the code of a stop with errors.
       {"attended, finished, closing", attendedOpen, closeAndPowerOff, false, false, 0, 4, {}},
       {"attended, stopped, closing", attendedOpen, closeAndPowerOff, false, true, 0, 4, {"countdown", "exit 3"}},
-      {"attended, stopped, a stop allowed", With(attendedOpen, &RunOptions::allowAbort), closeAndPowerOff, false,
-       true, 0, 4, {}},
+      {"attended, stopped, a stop allowed", attendedOpen | kRunAllowAbort, closeAndPowerOff, false, true, 0, 4, {}},
       {"attended, finished, not closing", attendedOpen, none, false, false, 0, 4, {"summary"}},
   };
   for (const FollowUpCase& test : cases) {
     SCOPED_TRACE(test.name);
     Volume(kRunTree);
     RecordingRunUi ui;
-    options_ = test.options;
+    options_ = RunOptionsFrom(Settings{}, test.runFlags);
     options_.filter = &filter_;
     options_.solidStateFlags = kSolidStateNoDetection;
     followUps_ = test.followUps;
     options_.followUps = &followUps_;
-    if (test.disk != 0) {
-      options_.diskCheck = kDiskCheckAuto;
-      ui.diskCheckResult = kDiskCheckErrorsFound;
-      ui.closeForDiskErrors = test.disk == 1;
-    }
+    options_.diskCheck = test.disk != 0 ? kDiskCheckAuto : kDiskCheckOff;
+    ui.diskCheckResult = kDiskCheckErrorsFound;
+    ui.closeForDiskErrors = test.disk == 1;
     filter_.file = [test](const std::wstring& path) {
       if (test.stop && path == L"Z:\\data\\refused.bin") RequestStop();
       const bool fails = path == L"Z:\\data\\locked.bin" || path == L"Z:\\data\\refused.bin" ||
@@ -326,63 +307,30 @@ TEST_F(RunsTest, EveryRunEndsWithItsFollowUpsAndExitCode) {
   }
 }
 
-// The window's runs take the command line's switches and the stored choices;
-// unattended, a stored disk check or cleanup counts only when the command
-// line gave it. The follow-ups stay the settings' own, read as the run goes.
-TEST(RunOptionsTest, BuiltFromTheSettingsAndTheCommandLine) {
-  auto described = [](const RunOptions& o) {
-    std::string text;
-    for (auto [on, name] : {std::pair{o.unattended, "nogui"}, {o.analyse, "analyse"}, {o.defragment, "defrag"},
-                            {o.close, "close"}, {o.closeIfOk, "closeifok"}, {o.shutdown, "shutdown"},
-                            {o.showReport, "report"}, {o.allowAbort, "abort"}}) {
-      if (on) text += std::string(name) + " ";
-    }
-    return text + "disk=" + std::to_string(o.diskCheck) + " cleanup=" + std::to_string(o.cleanup) +
-           " ssd=" + std::to_string(o.solidStateFlags);
-  };
+// Unattended, a stored disk check or cleanup counts only when the command
+// line gave it; the window's runs take the stored choices. The follow-ups
+// stay the settings' own, read as the run goes.
+TEST(RunOptionsTest, AStoredStepCountsUnattendedOnlyWhenTheCommandLineGaveIt) {
+  Settings settings;
+  settings.diskCheck = kDiskCheckAuto;
+  settings.cleanup = kCleanupAsk;
+  settings.solidStateFlags = kSolidStateWarn;
   struct Case {
-    uint32_t diskCheck, cleanup, solidState, runFlags;
-    std::string expected;
+    uint32_t runFlags, diskCheck, cleanup;
   };
   const Case cases[] = {
-      {kDiskCheckAsk, kCleanupAsk, kSolidStateSkip, 0, "disk=9059 cleanup=9055 ssd=1"},
-      {kDiskCheckAuto, kCleanupOff, kSolidStateWarn | kSolidStateNoDetection,
-       kRunAnalyze | kRunCloseIfOk | kRunShutdown | kRunShowReport | kRunAllowAbort | kRunQuick | kRunOnTop,
-       "analyse closeifok shutdown report abort disk=9057 cleanup=9054 ssd=6"},
-      {kDiskCheckAuto, kCleanupAuto, 0, kRunNoGui | kRunAnalyze | kRunDefrag | kRunClose,
-       "nogui analyse defrag close disk=9058 cleanup=9054 ssd=0"},
-      {kDiskCheckAuto, kCleanupAsk, 0, kRunNoGui | kRunDefrag | kRunDiskCheckGiven,
-       "nogui defrag disk=9057 cleanup=9054 ssd=0"},
-      {kDiskCheckAsk, kCleanupAuto, 0, kRunNoGui | kRunCleanupGiven, "nogui disk=9058 cleanup=9053 ssd=0"},
+      {kRunDefrag, kDiskCheckAuto, kCleanupAsk},
+      {kRunNoGui | kRunDefrag, kDiskCheckOff, kCleanupOff},
+      {kRunNoGui | kRunDiskCheckGiven, kDiskCheckAuto, kCleanupOff},
+      {kRunNoGui | kRunCleanupGiven, kDiskCheckOff, kCleanupAsk},
   };
   for (const Case& test : cases) {
-    Settings settings;
-    settings.diskCheck = test.diskCheck;
-    settings.cleanup = test.cleanup;
-    settings.solidStateFlags = test.solidState;
     const RunOptions options = RunOptionsFrom(settings, test.runFlags);
-    EXPECT_EQ(described(options), test.expected);
-    ASSERT_EQ(options.followUps, &settings.followUps);
+    EXPECT_EQ(std::make_pair(options.diskCheck, options.cleanup), std::make_pair(test.diskCheck, test.cleanup))
+        << test.runFlags;
+    EXPECT_EQ(options.solidStateFlags, uint32_t{kSolidStateWarn});
+    EXPECT_EQ(options.followUps, &settings.followUps);
   }
-}
-
-// A failure without a system text is shown with the program's own text,
-// which has no line end to lose. A read of the runs refused at once, end of
-// file aside, is an error with the status's text, never a contiguous file.
-TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
-  Volume("volume letter=Z clusters=200 clusterSize=4096\n"
-         "file \"Z:\\data\\denied.bin\" size=8192 runs=70:2\n"
-         "file \"Z:\\data\\odd.bin\" size=8192 runs=30:1,40:1\n"
-         "fault \"Z:\\data\\denied.bin\" control=pointers call=1 status=0xC0000022\n"
-         "fault \"Z:\\data\\odd.bin\" control=pointers call=1 pending status=0xC0000999\n");
-  ASSERT_EQ(AddItem(items_, true, L"Z:\\data"), kAddOk);
-  options_.unattended = true;
-  Run(RunMode::AnalyseAll);
-
-  EXPECT_EQ(ErrorLines(), (std::vector<std::wstring>{L"Z:\\data\\denied.bin: Access is denied.",
-                                                     L"Z:\\data\\odd.bin: Error 0xC0000999"}));
-  EXPECT_EQ(gRun.counters.notFragmented, 0u);
-  EXPECT_TRUE(gRun.fragmented.empty());
 }
 
 // A junction leading back up the tree makes a walk as deep as the longest
@@ -393,7 +341,6 @@ TEST_F(RunFixture, OwnFailureTextsReachTheErrorListWhole) {
 TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGotAndOnlyOnce) {
   constexpr int kDepth = 40;
   constexpr int kFilesPerFolder = 60;
-  constexpr uint64_t kFiles = uint64_t{kDepth} * kFilesPerFolder + 1;
   std::wstring folder = L"Z:\\deep";
   for (int level = 0; level < kDepth; ++level) {
     files_.fake.AddFolder(folder + L"\\sub");
@@ -414,7 +361,7 @@ TEST_F(RunFixture, ADeepWalkReadsEachFolderOnlyAsFarAsItHasGotAndOnlyOnce) {
   };
   WalkFolder(ui_, filter_, L"\\\\?\\Z:\\", WalkKind::Analysis);
 
-  EXPECT_EQ(gRun.counters.leftOut, kFiles);
+  EXPECT_EQ(gRun.counters.leftOut, uint64_t{kDepth} * kFilesPerFolder + 1);
   EXPECT_EQ(gRun.counters.filesSeen, 0u);
   // The root has handed out "deep"; every level below it ".", ".." and
   // "sub"; the bottom its dots and its one file.

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "FilterTestSupport.h"
 #include "ItemTestSupport.h"
+#include "ScratchFile.h"
 #include "selection/Profile.h"
 #include "util/UnicodeTextFile.h"
 
@@ -32,72 +32,54 @@ class ProfileTest : public ItemListTest, public ProfileImportUi {
   std::vector<MissingItem> missing;
 };
 
-TEST_F(ProfileTest, SavedListImportsAgainAsTheSameList) {
-  // An empty list: the first line alone, and no question when imported.
+// Only a file whose very first line is the mark, in any case, is a profile,
+// and nothing is asked before that is known; then the answer decides between
+// adding, replacing and nothing. Items that are gone are listed with their
+// kinds; empty lines are not items. A saved list, an empty one too, imports
+// again as itself.
+TEST_F(ProfileTest, TheMarkThenTheAnswerDecideWhatTheListBecomesAndASavedListComesBack) {
+  EXPECT_EQ(Import(), ImportResult::CannotOpen);
   ASSERT_TRUE(WriteProfile(Path()));
   EXPECT_EQ(file_.Read(), EncodeUnicodeText({L"KV70RX"}));
   EXPECT_EQ(Import(), ImportResult::Imported);
   EXPECT_EQ(ItemCount(), 0u);
 
-  AddFiles({L"C:\\dati\\a.dat"});
-  fs.fake.AddFolder(L"C:\\foto");
-  ASSERT_EQ(AddItem(items, true, L"C:\\foto"), kAddOk);
-  AddFiles({L"D:\\b.txt"});
-  Lines before = ListedPaths();
-
-  ASSERT_TRUE(WriteProfile(Path()));
-  EXPECT_EQ(file_.Read(), EncodeUnicodeText({L"KV70RX", L"D:\\b.txt", L">C:\\foto", L"C:\\dati\\a.dat"}));
-
-  answer = ImportChoice::Replace;
-  EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(questions, 1);
-  // New items go to the front, so a re-import reverses the rows; a folder
-  // read as a file would be missing.
-  EXPECT_EQ(ListedPaths(), Lines(before.rbegin(), before.rend()));
-  EXPECT_TRUE(missing.empty());
-  EXPECT_EQ(totals, (std::vector<uint64_t>{0, 3}));
-}
-
-TEST_F(ProfileTest, MissingItemsAreListedWithTheirKindsAndTheRestIsAdded) {
+  AddFiles({L"C:\\old.txt"});
   fs.fake.AddFolder(L"C:\\cartella");
   fs.fake.AddFile(L"C:\\c.txt");
-  // Lower-case magic, an empty line, an existing folder written once more
-  // without ">" (a file now, and a duplicate path: nothing happens), a folder
-  // that is gone, and its path once more without ">" (missing as a file).
-  file_.Write(EncodeUnicodeText({L"kv70rx", L">C:\\cartella", L"", L"C:\\cartella", L">C:\\via", L"C:\\via",
-                           L"C:\\c.txt"}));
-  EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\c.txt", L"C:\\cartella"}));
-  std::wstring kinds;
-  for (const MissingItem& item : missing) kinds += item.kind + item.path;
-  EXPECT_EQ(kinds, L"DC:\\viaFC:\\via");
-  EXPECT_EQ(totals, (std::vector<uint64_t>{5})) << "empty lines are not items";
-}
-
-// Only a file whose very first line is the mark is a profile, and nothing is
-// asked before that is known; then the answer decides between adding,
-// replacing and nothing.
-TEST_F(ProfileTest, TheMarkThenTheAnswerDecideWhatTheListBecomes) {
-  AddFiles({L"C:\\old.txt"});
-  fs.fake.AddFile(L"C:\\new.txt");
-  EXPECT_EQ(Import(), ImportResult::CannotOpen);
-  file_.Write(EncodeUnicodeText({L"KV70R", L"C:\\new.txt"}));
+  file_.Write(EncodeUnicodeText({L"KV70R", L"C:\\c.txt"}));
   EXPECT_EQ(Import(), ImportResult::NotProfile);
-  file_.Write(EncodeUnicodeText({L"", L"KV70RX", L"C:\\new.txt"}));
+  file_.Write(EncodeUnicodeText({L"", L"KV70RX", L"C:\\c.txt"}));
   EXPECT_EQ(Import(), ImportResult::NotProfile);
   EXPECT_EQ(questions, 0);
 
-  file_.Write(EncodeUnicodeText({L"KV70RX", L"C:\\new.txt"}));
+  // An existing folder written once more without ">" (a file now, and a
+  // duplicate path: nothing happens), a folder that is gone, and its path
+  // once more without ">" (missing as a file).
+  file_.Write(EncodeUnicodeText({L"kv70rx", L">C:\\cartella", L"", L"C:\\cartella", L">C:\\via", L"C:\\via",
+                                 L"C:\\c.txt"}));
   answer = ImportChoice::Cancel;
   EXPECT_EQ(Import(), ImportResult::Cancelled);
   EXPECT_EQ(ListedPaths(), (Lines{L"C:\\old.txt"}));
-  EXPECT_TRUE(totals.empty());
+  EXPECT_EQ(totals.size(), 1u) << "only the empty profile's import began";
   answer = ImportChoice::Add;
   EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\new.txt", L"C:\\old.txt"}));
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\c.txt", L"C:\\cartella", L"C:\\old.txt"}));
+  std::wstring kinds;
+  for (const MissingItem& item : missing) kinds += item.kind + item.path;
+  EXPECT_EQ(kinds, L"DC:\\viaFC:\\via");
+  EXPECT_EQ(totals.back(), 5u) << "empty lines are not items";
   answer = ImportChoice::Replace;
   EXPECT_EQ(Import(), ImportResult::Imported);
-  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\new.txt"}));
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\c.txt", L"C:\\cartella"}));
+
+  // New items go to the front, so a re-import reverses the rows; a folder
+  // read as a file would be missing.
+  ASSERT_TRUE(WriteProfile(Path()));
+  EXPECT_EQ(file_.Read(), EncodeUnicodeText({L"KV70RX", L"C:\\c.txt", L">C:\\cartella"}));
+  EXPECT_EQ(Import(), ImportResult::Imported);
+  EXPECT_EQ(ListedPaths(), (Lines{L"C:\\cartella", L"C:\\c.txt"}));
+  EXPECT_TRUE(missing.empty());
 }
 
 // Progress after each of the first 32 items, then every 64th: the 33rd step

@@ -12,7 +12,7 @@ class RecentProfilesTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ClearRecentProfiles();
-    gSettings.maxRecentProfiles = 5;
+    gSettings.maxRecentProfiles = 3;
     gSettings.removeMissingRecentProfiles = true;
     gSettings.recentProfiles.clear();
   }
@@ -31,7 +31,6 @@ class RecentProfilesTest : public ::testing::Test {
 // Sorted by path, aged by id; a profile used again is younger, the limit
 // drops the oldest, and trimming removes the oldest first.
 TEST_F(RecentProfilesTest, SortedByPathAgedByIdAndTheOldestGoFirst) {
-  gSettings.maxRecentProfiles = 3;
   for (const wchar_t* path : {L"C:\\d.olp", L"C:\\a.olp", L"C:\\c.olp", L"C:\\b.olp"}) AddRecentProfile(path);
   EXPECT_EQ(Entries(), (Lines{L"C:\\a.olp 4502", L"C:\\b.olp 4504", L"C:\\c.olp 4503"}));
   AddRecentProfile(L"c:\\A.OLP");
@@ -44,7 +43,6 @@ TEST_F(RecentProfilesTest, SortedByPathAgedByIdAndTheOldestGoFirst) {
 }
 
 TEST_F(RecentProfilesTest, IdsNeverReachTheCommandsAndKeepTheAgeOrder) {
-  gSettings.maxRecentProfiles = 3;
   // Enough additions in one session to use every id of the range.
   const uint32_t additions = kLastRecentProfileId - kFirstRecentProfileId + 2;
   // The names go round 0..3 so that the last addition is "0".

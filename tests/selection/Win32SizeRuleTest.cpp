@@ -3,27 +3,22 @@
 
 #include <windows.h>
 
-#include "FilterTestSupport.h"
+#include <filesystem>
+#include <fstream>
+
 #include "engine/win32/Win32FileQueries.h"
 
 namespace {
 
 // Held open without any sharing by someone else, a file still tells its size.
-TEST_F(FilterTest, SizeRuleReadsRealFilesEvenWhenTheyAreOpenElsewhere) {
-  Win32FileQueries queries;
-  SetFileQueries(&queries);
-  const ScratchFile file("ordalis-size-rule-", ".bin");
-  const fs::path& path = file.path;
-  file.Write(Bytes(1025, 'x'));
-  gSettings.excludeBySize = true;
-  gSettings.maxFileSizeKiB = 1;
+TEST(Win32SizeRuleTest, SizeOfAFileHeldOpenElsewhereIsRead) {
+  const std::filesystem::path path = std::filesystem::temp_directory_path() / "ordalis-size-rule.bin";
+  std::ofstream(path, std::ios::binary) << std::string(1025, 'x');
   HANDLE held = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(held, INVALID_HANDLE_VALUE);
-  EXPECT_EQ(IsFileExcluded(path.wstring()), 1);
-  gSettings.maxFileSizeKiB = 2;
-  EXPECT_EQ(IsFileExcluded(path.wstring()), 0);
+  EXPECT_EQ(Win32FileQueries().FileSize(path.wstring()), 1025u);
   CloseHandle(held);
-  SetFileQueries(nullptr);
+  std::filesystem::remove(path);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/SystemTexts.h"
 #include "util/PathText.h"
 
 namespace {
@@ -33,9 +34,6 @@ std::vector<std::wstring_view> Components(std::wstring_view path) {
 bool HasWildcards(std::wstring_view name) { return name.find_first_of(L"*?") != std::wstring_view::npos; }
 
 }  // namespace
-
-FakeFileQueries::FakeFileQueries() = default;
-FakeFileQueries::~FakeFileQueries() = default;
 
 FakeFileQueries::Drive* FakeFileQueries::DriveOf(std::wstring_view path, bool create) {
   path = DisplayPath(path);
@@ -120,7 +118,6 @@ DirEntry& FakeFileQueries::AddFile(const std::wstring& path, uint64_t size, uint
 
 bool FakeFileQueries::Remove(const std::wstring& path) {
   std::wstring_view view = DisplayPath(path);
-  while (view.size() > 3 && view.back() == L'\\') view.remove_suffix(1);
   size_t slash = view.find_last_of(L'\\');
   if (slash == std::wstring_view::npos || slash + 1 == view.size()) return false;
   Node* folder = Lookup(view.substr(0, slash + 1));
@@ -136,19 +133,11 @@ bool FakeFileQueries::Remove(const std::wstring& path) {
 
 bool FakeFileQueries::Exists(const std::wstring& path) const { return Lookup(path) != nullptr; }
 
-void FakeFileQueries::InjectError(FakeQuery query, const std::wstring& path, uint32_t error) {
-  errors_[{static_cast<int>(query), UpperCase(DisplayPath(path))}] = error;
+void FakeFileQueries::InjectError(const std::wstring& path, uint32_t error) {
+  errors_[UpperCase(DisplayPath(path))] = error;
 }
 
 void FakeFileQueries::ClearErrors() { errors_.clear(); }
-
-bool FakeFileQueries::Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const {
-  if (errors_.empty()) return false;
-  auto found = errors_.find({static_cast<int>(query), UpperCase(DisplayPath(path))});
-  if (found == errors_.end()) return false;
-  error = found->second;
-  return true;
-}
 
 namespace {
 
@@ -174,7 +163,6 @@ class FakeListing final : public DirListing {
 }  // namespace
 
 std::unique_ptr<DirListing> FakeFileQueries::OpenListing(const std::wstring& pattern) {
-  Count(FakeQuery::FindEntries);
   std::vector<DirEntry> entries;
   if (Search(pattern, entries) != 0) return nullptr;
   return std::make_unique<FakeListing>(std::move(entries), entriesHandedOut_);
@@ -193,7 +181,6 @@ uint32_t FakeFileQueries::FindEntries(const std::wstring& pattern,
 uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEntry>& entries) {
   std::wstring_view view = DisplayPath(pattern);
   size_t slash = view.find_last_of(L'\\');
-  uint32_t error = 0;
   auto fail = [](uint32_t code) {
     tLastError = code;
     return code;
@@ -202,8 +189,9 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEnt
   std::wstring_view folderPath = view.substr(0, slash + 1);
   std::wstring_view namePattern = view.substr(slash + 1);
   std::wstring_view folderKey = slash > 2 ? view.substr(0, slash) : folderPath;
-  if (Failing(FakeQuery::FindEntries, view, error) || Failing(FakeQuery::FindEntries, folderKey, error)) {
-    return fail(error);
+  for (std::wstring_view failing : {view, folderKey}) {
+    auto found = errors_.empty() ? errors_.end() : errors_.find(UpperCase(failing));
+    if (found != errors_.end()) return fail(found->second);
   }
   Node* folder = Lookup(folderPath);
   if (folder == nullptr || (folder->entry.attributes & kAttrDirectory) == 0) return fail(kErrPathNotFound);
@@ -231,10 +219,7 @@ uint32_t FakeFileQueries::Search(const std::wstring& pattern, std::vector<DirEnt
 uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
   Node* node = Lookup(path);
   if (node == nullptr) {
-    std::wstring_view view = DisplayPath(path);
-    size_t slash = view.find_last_of(L'\\');
-    bool folderExists = slash != std::wstring_view::npos && Lookup(view.substr(0, slash + 1)) != nullptr;
-    tLastError = folderExists ? kErrFileNotFound : kErrPathNotFound;
+    tLastError = kErrFileNotFound;
     return kInvalidAttributes;
   }
   return node->entry.attributes;
@@ -242,26 +227,12 @@ uint32_t FakeFileQueries::GetAttributes(const std::wstring& path) {
 
 uint64_t FakeFileQueries::GetCompressedSize(const std::wstring& path) {
   Node* node = Lookup(path);
-  if (node == nullptr) {
-    tLastError = kErrFileNotFound;
-    return kInvalidSize;
-  }
-  return node->entry.size;
+  return node == nullptr ? kInvalidSize : node->entry.size;
 }
 
 uint32_t FakeFileQueries::BytesPerCluster(const std::wstring& root) {
-  Count(FakeQuery::BytesPerCluster);
-  uint32_t error = 0;
-  if (Failing(FakeQuery::BytesPerCluster, root, error)) {
-    tLastError = error;
-    return 0;
-  }
   Drive* drive = DriveOf(root, false);
-  if (drive == nullptr) {
-    tLastError = kErrPathNotFound;
-    return 0;
-  }
-  return drive->bytesPerCluster;
+  return drive == nullptr ? 0 : drive->bytesPerCluster;
 }
 
 DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {
@@ -269,48 +240,15 @@ DriveKind FakeFileQueries::GetDriveKind(const std::wstring& root) {
   return drive == nullptr ? DriveKind::NoRootDir : drive->kind;
 }
 
+// Full paths as they are, any other joined to the current folder; the paths
+// the tests give hold no "." or ".." to resolve.
 std::wstring FakeFileQueries::FullPath(const std::wstring& path, size_t maxCount) {
-  std::wstring full;
-  if (path.size() >= 2 && path[0] == L'\\' && path[1] == L'\\') {
-    full = path;  // network and prefixed paths are already full
-  } else {
-    std::wstring joined;
-    if (HasDriveLetter(path) && path.size() >= 3 && path[2] == L'\\') {
-      joined = path;
-    } else if (!path.empty() && path[0] == L'\\') {
-      joined = currentFolder_.substr(0, 2) + path;
-    } else {
-      joined = currentFolder_ + (currentFolder_.ends_with(L'\\') ? L"" : L"\\") + path;
-    }
-    std::vector<std::wstring_view> parts;
-    for (std::wstring_view part : Components(joined)) {
-      if (part == L".") continue;
-      if (part == L"..") {
-        if (!parts.empty()) parts.pop_back();
-        continue;
-      }
-      parts.push_back(part);
-    }
-    full = joined.substr(0, 2) + L"\\";
-    for (size_t i = 0; i < parts.size(); ++i) {
-      if (i != 0) full += L'\\';
-      full += parts[i];
-    }
-    if (joined.ends_with(L'\\') && !parts.empty()) full += L'\\';
-  }
-  if (full.size() > maxCount) return std::wstring();
-  return full;
+  const bool full = path.starts_with(L"\\\\") || (HasDriveLetter(path) && path.size() >= 3 && path[2] == L'\\');
+  const std::wstring result = full ? path : JoinPath(currentFolder_, path);
+  return result.size() > maxCount ? std::wstring() : result;
 }
 
-std::wstring FakeFileQueries::ErrorText(uint32_t error) {
-  switch (error) {
-    case kErrFileNotFound: return L"The system cannot find the file specified.\r\n";
-    case kErrPathNotFound: return L"The system cannot find the path specified.\r\n";
-    case kErrAccessDenied: return L"Access is denied.\r\n";
-    case kErrNoMoreFiles: return L"There are no more files.\r\n";
-    default: return std::wstring();
-  }
-}
+std::wstring FakeFileQueries::ErrorText(uint32_t error) { return BuiltInSystemText(error); }
 
 uint32_t FakeFileQueries::LastError() { return tLastError; }
 
@@ -356,7 +294,6 @@ bool FakeFileQueries::IdentifyFolder(const std::wstring& path, FolderIdentity& i
 }
 
 bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attributes) {
-  changes.push_back(L"attributes " + path);
   Node* node = Lookup(path, false);
   if (node == nullptr) return false;
   // The kind of entry is not the caller's to change.
@@ -366,7 +303,6 @@ bool FakeFileQueries::ChangeAttributes(const std::wstring& path, uint32_t attrib
 }
 
 bool FakeFileQueries::RemoveFile(const std::wstring& path) {
-  changes.push_back(L"file " + path);
   Node* node = Lookup(path, false);
   if (node == nullptr || (node->entry.attributes & (kAttrDirectory | kAttrReadOnly))) {
     tLastError = kErrAccessDenied;
@@ -376,7 +312,6 @@ bool FakeFileQueries::RemoveFile(const std::wstring& path) {
 }
 
 bool FakeFileQueries::RemoveFolder(const std::wstring& path) {
-  changes.push_back(L"folder " + path);
   Node* node = Lookup(path, false);
   if (node == nullptr || !(node->entry.attributes & kAttrDirectory)) return false;
   if (!node->children.empty() && !(node->entry.attributes & kAttrReparsePoint)) return false;

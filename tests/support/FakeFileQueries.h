@@ -1,7 +1,7 @@
 #pragma once
 // An in-memory file system behind the FileQueries seam, for tests and
 // benchmarks: drives with a cluster size and a kind, folders and files with
-// attributes, sizes and times, and errors injected per query and path.
+// attributes, sizes and times, and searches made to fail per path.
 //
 // Paths are compared without regard to case; a "\\?\" prefix is ignored.
 // Like the real file system, a search inside any folder but a drive root
@@ -17,17 +17,8 @@
 #include "engine/FileQueries.h"
 #include "util/WideString.h"
 
-// The queries a test may count or make fail.
-enum class FakeQuery {
-  FindEntries,
-  BytesPerCluster,
-};
-
 class FakeFileQueries : public FileQueries {
  public:
-  FakeFileQueries();
-  ~FakeFileQueries() override;
-
   // Creates the drive (letter, colon, backslash) if needed and sets its
   // answers. A drive also springs into being, with 4096-byte clusters and
   // kind Fixed, when something is added below it.
@@ -45,14 +36,11 @@ class FakeFileQueries : public FileQueries {
   bool Remove(const std::wstring& path);
   bool Exists(const std::wstring& path) const;
 
-  // Makes one query fail with `error` for one path. For FindEntries the path
-  // is either the whole pattern or the folder that is searched.
-  void InjectError(FakeQuery query, const std::wstring& path, uint32_t error);
+  // Makes searches fail with `error` for one path: either the whole pattern
+  // or the folder that is searched.
+  void InjectError(const std::wstring& path, uint32_t error);
   void ClearErrors();
   void SetCurrentFolder(const std::wstring& path) { currentFolder_ = path; }
-
-  // How often a query was asked, for tests of caching.
-  uint64_t QueryCount(FakeQuery query) const { return counts_[static_cast<size_t>(query)]; }
 
   // How many entries searches and listings have handed out so far.
   uint64_t EntriesHandedOut() const { return entriesHandedOut_; }
@@ -76,9 +64,6 @@ class FakeFileQueries : public FileQueries {
   bool RemoveFile(const std::wstring& path);
   bool RemoveFolder(const std::wstring& path);
 
-  // Every change asked for, in order: "attributes PATH", "file PATH" or
-  // "folder PATH" (also those refused).
-  std::vector<std::wstring> changes;
   // Runs as OpenForRemoval begins, so a test can change the tree between
   // the listing and the opening.
   std::function<void(const std::wstring& path)> beforeOpenForRemoval;
@@ -102,15 +87,12 @@ class FakeFileQueries : public FileQueries {
   Node* MakeFolders(std::wstring_view path);
   // The entry of that name inside the folder, made (as a folder) if missing.
   static Node* Child(Node* folder, std::wstring_view name);
-  bool Failing(FakeQuery query, std::wstring_view path, uint32_t& error) const;
   // The entries a search opened now hands out, or the error it fails with.
   uint32_t Search(const std::wstring& pattern, std::vector<DirEntry>& entries);
-  void Count(FakeQuery query) { ++counts_[static_cast<size_t>(query)]; }
 
   std::map<wchar_t, Drive> drives_;
-  std::map<std::pair<int, std::wstring>, uint32_t> errors_;  // (query, upper-cased path)
+  std::map<std::wstring, uint32_t> errors_;  // by upper-cased path
   std::wstring currentFolder_ = L"C:\\";
-  uint64_t counts_[2] = {};
   uint64_t entriesHandedOut_ = 0;
 };
 

@@ -1,7 +1,6 @@
 #pragma once
 // A run's user for tests: records what the run showed and answers its
-// questions as the test sets them. Progress comes from the move thread; it is
-// read only after the move, when that thread has ended.
+// questions as the test sets them.
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -22,20 +21,13 @@ class RecordingEngineUiOf : public Base {
   };
   std::function<void(uint64_t position)> onProgress = [](uint64_t) {};
 
-  std::vector<std::wstring> statusTexts;
-  uint64_t progressShown = 0;
-  std::vector<uint64_t> progress;
-
   bool PumpMessages() override { return pump(); }
   bool WaitForWorker(WorkerThread& worker) override { return waitStep(worker); }
   std::wstring Text(uint32_t, const wchar_t* literal) override { return literal; }
-  void SetStatusText(int, const std::wstring& text) override { statusTexts.push_back(text); }
+  void SetStatusText(int, const std::wstring&) override {}
   void SetWorkingIcon(bool) override {}
-  void ShowProgress(uint64_t last) override { progressShown = last; }
-  void SetProgress(uint64_t position) override {
-    progress.push_back(position);
-    onProgress(position);
-  }
+  void ShowProgress(uint64_t) override {}
+  void SetProgress(uint64_t position) override { onProgress(position); }
   void HideProgress() override {}
   void RedrawList() override {}
 };

@@ -5,7 +5,6 @@
 #include "util/Numbers.h"
 #include "util/PathText.h"
 #include "util/Tag.h"
-#include "util/Text.h"
 #include "util/WideString.h"
 
 namespace {
@@ -59,34 +58,14 @@ TEST(PathTextTest, LongPrefixRootsAndJoins) {
   EXPECT_EQ(JoinPath(L"C:\\a\\", L"\\b"), L"C:\\a\\b");
 }
 
-// A copy is cut to its buffer and always ended there; once a language is
-// loaded, only its table counts.
-TEST(TextTest, CopiesFitTheirBuffers) {
-  ResetTexts();
-  wchar_t buffer[6];
-  EXPECT_EQ(CopyText(7, L"Errore", buffer, 6), 5u);
-  EXPECT_STREQ(buffer, L"Error");
-
-  SetBuiltInTexts(false);
-  buffer[0] = L'x';
-  EXPECT_EQ(CopyText(7, L"Errore", buffer, 6), 0u);
-  EXPECT_STREQ(buffer, L"");
-  ResetTexts();
-}
-
-// The crash report's checkpoint code.
-TEST(Tag, ScopesSetTheirValueAndLeaveTheNeutralOneWhateverCameBefore) {
+// The crash report's checkpoint code: a scope ends at the neutral value, not
+// at the one before it, since the first checkpoint ends the time before it
+// for good.
+TEST(Tag, AScopeLeavesTheNeutralValueWhateverCameBefore) {
   SetTag(kTagStarting);
   {
-    TagScope reading(kTagReadingFiles);
-    EXPECT_EQ(CurrentTag(), kTagReadingFiles);
-    {
-      TagScope adding(kTagAddingItems);
-      EXPECT_EQ(CurrentTag(), kTagAddingItems);
-    }
-    // Back to neutral, not to the outer value: the first checkpoint ends the
-    // time before it for good.
-    EXPECT_EQ(CurrentTag(), kTagNeutral);
+    TagScope adding(kTagAddingItems);
+    EXPECT_EQ(CurrentTag(), kTagAddingItems);
   }
   EXPECT_EQ(CurrentTag(), kTagNeutral);
 }

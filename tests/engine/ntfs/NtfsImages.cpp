@@ -1,8 +1,6 @@
 #include "NtfsImages.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -31,25 +29,14 @@ int RunCommand(const std::string& command, std::string& output) {
 
 bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error, int cluster) {
   std::remove(image.c_str());
-  const int fd = open(image.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0644);
-  if (fd < 0 || ftruncate(fd, off_t(bytes)) != 0) {
-    error = "cannot create " + image;
-    if (fd >= 0) close(fd);
-    return false;
-  }
-  close(fd);
   std::string output;
-  if (RunCommand("mkntfs -q -F -Q -c " + std::to_string(cluster) + " " + Quoted(image), output) != 0) {
-    error = "mkntfs: " + output;
+  if (RunCommand("truncate -s " + std::to_string(bytes) + " " + Quoted(image) + " && mkntfs -q -F -Q -c " +
+                     std::to_string(cluster) + " " + Quoted(image),
+                 output) != 0) {
+    error = "cannot make " + image + ": " + output;
     return false;
   }
   return true;
-}
-
-std::vector<uint8_t> Packable(size_t bytes, uint8_t fill) {
-  std::vector<uint8_t> buffer(bytes);
-  for (size_t i = 0; i < bytes; ++i) buffer[i] = uint8_t(fill + i / 512);
-  return buffer;
 }
 
 NtfsImageWriter::NtfsImageWriter(const std::string& image) {
@@ -74,14 +61,6 @@ bool NtfsImageWriter::Create(const std::string& parent, const std::string& name,
   return made != nullptr;
 }
 
-bool NtfsImageWriter::MarkCompressed(const std::string& path) {
-  ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, path.c_str());
-  if (inode == nullptr) return false;
-  inode->flags = FILE_ATTR_FLAGS(inode->flags | FILE_ATTR_COMPRESSED);
-  ntfs_inode_mark_dirty(inode);
-  return ntfs_inode_close(inode) == 0;
-}
-
 bool NtfsImageWriter::Write(const std::string& path, int64_t offset, const std::vector<uint8_t>& bytes) {
   ntfs_inode* inode = ntfs_pathname_to_inode(volume, nullptr, path.c_str());
   if (inode == nullptr) return false;
@@ -98,10 +77,10 @@ bool NtfsImageWriter::Write(const std::string& path, int64_t offset, const std::
 
 bool NtfsImageWriter::Write(const std::string& path, int64_t offset, size_t bytes, std::mt19937& random,
                             bool packable) {
-  std::vector<uint8_t> buffer = Packable(bytes, uint8_t(random()));
-  if (!packable) {
-    for (uint8_t& byte : buffer) byte = uint8_t(random());
-  }
+  // Packable bytes compress: one value, one more every 512 bytes.
+  std::vector<uint8_t> buffer(bytes);
+  const uint8_t fill = uint8_t(random());
+  for (size_t i = 0; i < bytes; ++i) buffer[i] = packable ? uint8_t(fill + i / 512) : uint8_t(random());
   return Write(path, offset, buffer);
 }
 
@@ -136,7 +115,12 @@ bool FillRandomly(const std::string& image, uint32_t seed, int scale, FilledImag
     }
     filled.folders.push_back(folder);
   }
-  if (!writer.MarkCompressed("/packed")) return fail("compress /packed");
+  // Files made in a compressed folder are compressed.
+  ntfs_inode* packedFolder = ntfs_pathname_to_inode(writer.volume, nullptr, "/packed");
+  if (packedFolder == nullptr) return fail("compress /packed");
+  packedFolder->flags = FILE_ATTR_FLAGS(packedFolder->flags | FILE_ATTR_COMPRESSED);
+  ntfs_inode_mark_dirty(packedFolder);
+  if (ntfs_inode_close(packedFolder) != 0) return fail("compress /packed");
 
   // Ordinary files, interleaved appends of a few clusters each.
   std::vector<std::string> growing;
@@ -256,8 +240,6 @@ std::string ClusterAccountingFaults(const std::string& image, bool killed) {
   return status != 0 && faults.empty() && !onlyExtra ? output : faults;
 }
 
-bool MirrorBehind(const std::string& faults) { return faults.find("$MFTMirr does not match") != std::string::npos; }
-
 bool NtfsfixClean(const std::string& image, std::string& output) {
   return RunCommand("ntfsfix -n " + Quoted(image), output) == 0;
 }
@@ -335,33 +317,23 @@ bool MarkedDirty(const std::string& image) {
   return dirty;
 }
 
-namespace {
-bool WriteDirty(const std::string& image, bool dirty) {
+bool SetDirty(const std::string& image, bool dirty) {
   NtfsImageWriter writer(image);
   if (writer.volume == nullptr) return false;
   const le16 flags = dirty ? le16(writer.volume->flags | VOLUME_IS_DIRTY) : le16(writer.volume->flags & ~VOLUME_IS_DIRTY);
   return ntfs_volume_write_flags(writer.volume, flags) == 0;
 }
-}  // namespace
-
-bool MarkDirty(const std::string& image) { return WriteDirty(image, true); }
-
-bool ClearDirty(const std::string& image) { return WriteDirty(image, false);
-}
 
 bool UnequalMirror(const std::string& image) {
-  ntfs_volume* volume = ntfs_mount(image.c_str(), NTFS_MNT_RDONLY);
-  if (volume == nullptr) return false;
+  NtfsImageWriter writer(image);
+  if (writer.volume == nullptr) return false;
   // The record's sequence number, inside the bytes the two are compared on.
-  const off_t at = (off_t(volume->mftmirr_lcn) << volume->cluster_size_bits) + volume->mft_record_size + 0x10;
-  ntfs_umount(volume, BOOL(false));
-  const int fd = open(image.c_str(), O_RDWR);
+  const int64_t at = (writer.volume->mftmirr_lcn << writer.volume->cluster_size_bits) +
+                     writer.volume->mft_record_size + 0x10;
   uint8_t byte = 0;
-  bool ok = fd >= 0 && pread(fd, &byte, 1, at) == 1;
+  if (ntfs_pread(writer.volume->dev, at, 1, &byte) != 1) return false;
   byte ^= 0x5A;
-  ok = ok && pwrite(fd, &byte, 1, at) == 1;
-  if (fd >= 0) close(fd);
-  return ok;
+  return ntfs_pwrite(writer.volume->dev, at, 1, &byte) == 1;
 }
 
 bool MarkHibernated(const std::string& image) {
@@ -407,7 +379,7 @@ TskView::~TskView() {
   if (image_ != nullptr) tsk_img_close(static_cast<TSK_IMG_INFO*>(image_));
 }
 
-bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed) {
+bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs) {
   runs.clear();
   TSK_FS_FILE* file = tsk_fs_file_open(static_cast<TSK_FS_INFO*>(fs_), nullptr, volumePath.c_str());
   if (file == nullptr) return false;
@@ -415,9 +387,6 @@ bool TskView::Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs
   const bool folder = file->meta != nullptr && file->meta->type == TSK_FS_META_TYPE_DIR;
   const TSK_FS_ATTR* data = folder ? tsk_fs_file_attr_get_type(file, TSK_FS_ATTR_TYPE_NTFS_IDXALLOC, 0, 0)
                                    : tsk_fs_file_attr_get(file);
-  if (packed != nullptr) {
-    *packed = data != nullptr && (data->flags & (TSK_FS_ATTR_COMP | TSK_FS_ATTR_SPARSE)) != 0;
-  }
   if (data != nullptr && (data->flags & TSK_FS_ATTR_NONRES)) {
     for (const TSK_FS_ATTR_RUN* run = data->nrd.run; run != nullptr; run = run->next) {
       if (run->flags & (TSK_FS_ATTR_RUN_FLAG_SPARSE | TSK_FS_ATTR_RUN_FLAG_FILLER)) continue;

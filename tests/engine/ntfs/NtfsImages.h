@@ -21,9 +21,6 @@ struct ImageHandle {
 // A sparse image file of `bytes`, formatted with clusters of `cluster` bytes.
 bool MakeNtfsImage(const std::string& image, uint64_t bytes, std::string& error, int cluster = 4096);
 
-// `bytes` bytes that compress: `fill`, one more every 512 bytes.
-std::vector<uint8_t> Packable(size_t bytes, uint8_t fill);
-
 // The image mounted through the on-disk format library for writing, with
 // compression on; paths are volume paths ("/a/b").
 class NtfsImageWriter : ImageHandle {
@@ -32,7 +29,6 @@ class NtfsImageWriter : ImageHandle {
   ~NtfsImageWriter();
   // Creates a file or folder under `parent` ("/" or "/a").
   bool Create(const std::string& parent, const std::string& name, bool folder);
-  bool MarkCompressed(const std::string& path);
   // Writes at `offset` (-1: at the end).
   bool Write(const std::string& path, int64_t offset, const std::vector<uint8_t>& bytes);
   // `bytes` random bytes, or packable ones that compress.
@@ -71,8 +67,7 @@ class TskView : ImageHandle {
   explicit TskView(const std::string& image);
   ~TskView();
   bool Opened() const { return fs_ != nullptr; }
-  // `packed` tells whether the data is compressed or sparse.
-  bool Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs, bool* packed = nullptr);
+  bool Runs(const std::string& volumePath, std::vector<PhysicalRun>& runs);
   std::string Hash(const std::string& volumePath);
 
  private:
@@ -86,17 +81,12 @@ class TskView : ImageHandle {
 // are none. Clusters in use that nobody owns count too, unless `killed`: a run
 // killed mid-move may leave clusters claimed for a copy no file took over.
 std::string ClusterAccountingFaults(const std::string& image, bool killed);
-// Whether those faults are ntfsresize refusing the volume because the master
-// file table's first records and their mirror copy differ, as a stop between
-// the two writes leaves them until the next opening brings the mirror in line.
-bool MirrorBehind(const std::string& faults);
 
-// Marks the volume for a disk check, as its own system does after a crash;
-// ClearDirty clears the mark, as its check does when it finds nothing.
-// MarkedDirty: whether it carries the mark.
+// Marks the volume for a disk check, as its own system does after a crash,
+// or clears the mark, as its check does when it finds nothing. MarkedDirty:
+// whether it carries the mark.
 bool MarkedDirty(const std::string& image);
-bool MarkDirty(const std::string& image);
-bool ClearDirty(const std::string& image);
+bool SetDirty(const std::string& image, bool dirty);
 // Changes a byte of the second record's copy in the master file table's
 // mirror, so that the two differ.
 bool UnequalMirror(const std::string& image);

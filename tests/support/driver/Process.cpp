@@ -1,11 +1,9 @@
-// Preparing the program's folder, starting it and capturing its output.
+// Starting the program and capturing its output.
 
 #include "TestDriver.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <system_error>
 
 namespace TestDriver {
 
@@ -16,69 +14,6 @@ std::wstring HostPathToWindows(std::string_view path) {
         wide.insert(0, L"Z:");
     }
     return wide;
-}
-
-namespace {
-
-std::filesystem::path SystemChecker() {
-    wchar_t folder[MAX_PATH] = {};
-    GetSystemDirectoryW(folder, MAX_PATH);
-    return std::filesystem::path(folder) / L"fmifs.dll";
-}
-
-// A program that has the checker loaded keeps its copy: the new one arrives
-// under another name and takes the place of the old in one step.
-bool InstallSystemChecker(const std::wstring& fmifsPath) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    const fs::path installed = SystemChecker();
-    if (fs::exists(installed, error) && fs::file_size(installed, error) == fs::file_size(fmifsPath, error) &&
-        fs::last_write_time(installed, error) >= fs::last_write_time(fmifsPath, error)) {
-        return true;
-    }
-    const fs::path incoming = installed.wstring() + L".new";
-    return fs::copy_file(fmifsPath, incoming, fs::copy_options::overwrite_existing, error) &&
-           MoveFileExW(incoming.c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
-}
-
-}  // namespace
-
-std::wstring CopyProgram(const std::wstring& folder, const std::wstring& programPath, const std::wstring& fmifsPath,
-                         std::wstring& error) {
-    namespace fs = std::filesystem;
-    std::error_code failed;
-    const fs::path program(programPath);
-    const fs::path exe = fs::path(folder) / program.filename();
-    fs::create_directories(folder, failed);
-    if (!fs::copy_file(program, exe, fs::copy_options::overwrite_existing, failed)) {
-        error = L"cannot copy " + programPath + L" into " + folder;
-        return {};
-    }
-    // The language files ship beside the program; without them a start in a
-    // locale other than the built-in language stops at a message box.
-    const fs::path languages = program.parent_path() / L"lang";
-    if (fs::is_directory(languages, failed) &&
-        (fs::copy(languages, fs::path(folder) / L"lang", fs::copy_options::recursive, failed), failed)) {
-        error = L"cannot copy " + languages.wstring();
-        return {};
-    }
-    if (!fmifsPath.empty() &&
-        (!fs::copy_file(fmifsPath, fs::path(folder) / L"fmifs.dll", fs::copy_options::overwrite_existing, failed) ||
-         !InstallSystemChecker(fmifsPath))) {
-        error = L"cannot copy " + fmifsPath;
-        return {};
-    }
-    return exe.wstring();
-}
-
-SystemCheckerHidden::SystemCheckerHidden() {
-    const std::filesystem::path installed = SystemChecker();
-    MoveFileExW(installed.c_str(), (installed.wstring() + L".hidden").c_str(), MOVEFILE_REPLACE_EXISTING);
-}
-
-SystemCheckerHidden::~SystemCheckerHidden() {
-    const std::filesystem::path installed = SystemChecker();
-    MoveFileExW((installed.wstring() + L".hidden").c_str(), installed.c_str(), MOVEFILE_REPLACE_EXISTING);
 }
 
 RunningProgram::RunningProgram(UniqueHandle process, DWORD processId, UniqueHandle outputRead)
@@ -189,23 +124,6 @@ std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath, const 
     CloseHandle(info.hThread);
     return std::make_unique<RunningProgram>(UniqueHandle(info.hProcess), info.dwProcessId,
                                             std::move(outputRead));
-}
-
-RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
-                     DWORD timeoutMs, const std::wstring& currentFolder) {
-    RunResult result;
-    std::unique_ptr<RunningProgram> program = StartProgram(exePath, arguments, currentFolder);
-    if (!program) {
-        return result;
-    }
-    result.finished = program->WaitForExit(timeoutMs);
-    if (!result.finished) {
-        program->Kill();
-        program->WaitForExit(INFINITE);
-    }
-    result.exitCode = program->ExitCode();
-    result.output = program->Output();
-    return result;
 }
 
 }  // namespace TestDriver

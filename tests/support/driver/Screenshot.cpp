@@ -45,6 +45,4 @@ std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name) {
     return saved ? path : std::wstring{};
 }
 
-std::wstring SaveScreenshot(const std::wstring& name) { return SaveWindowScreenshot(GetDesktopWindow(), name); }
-
 }  // namespace TestDriver

@@ -1,7 +1,7 @@
-// Drives the real Ordalis.exe from a test program: prepares a folder with the
-// program, starts it with a command line and captures its standard output,
-// finds its windows and reads their texts, list-view cells and status-bar
-// parts across the process boundary, sends commands, and saves screenshots.
+// Drives the real Ordalis.exe from a test program: starts it with a command
+// line and captures its standard output, finds its windows and reads their
+// texts, list-view cells and status-bar parts across the process boundary,
+// sends commands, and saves screenshots.
 //
 // Every wait has a timeout; a helper that cannot do its job returns an empty
 // value (null window, empty text, -1 count) so that the test's own assertion
@@ -30,25 +30,6 @@ using UniqueHandle = std::unique_ptr<void, HandleCloser>;
 // The path a Wine program uses for a path of the Linux host: "/a/b" becomes
 // "Z:\a\b". Other paths are only widened from UTF-8.
 std::wstring HostPathToWindows(std::string_view path);
-
-// Copies the program into `folder` with the "lang" folder that lies beside
-// it, if any, and, when fmifsPath is not empty, the fmifs.dll double. The
-// double then also stands in for the system's disk checker in Wine's system
-// folder (Wine has none): the shipped program takes fmifs.dll from there
-// only, the simulating one from its own folder only. The copy's path, or
-// empty with the reason in `error`.
-std::wstring CopyProgram(const std::wstring& folder, const std::wstring& programPath, const std::wstring& fmifsPath,
-                         std::wstring& error);
-
-// While it lives, Wine's system folder holds no disk checker, as a system
-// without one would.
-class SystemCheckerHidden {
-public:
-    SystemCheckerHidden();
-    ~SystemCheckerHidden();
-    SystemCheckerHidden(const SystemCheckerHidden&) = delete;
-    SystemCheckerHidden& operator=(const SystemCheckerHidden&) = delete;
-};
 
 // A started program. Its standard output and standard error share one pipe,
 // read on a thread. A program still running when this object goes away is
@@ -86,15 +67,6 @@ private:
 std::unique_ptr<RunningProgram> StartProgram(const std::wstring& exePath, const std::wstring& arguments,
                                              const std::wstring& currentFolder = L"");
 
-struct RunResult {
-    bool finished = false;  // false (as when it could not start): killed at the timeout
-    DWORD exitCode = 0;
-    std::string output;     // standard output and standard error, as bytes
-};
-
-RunResult RunProgram(const std::wstring& exePath, const std::wstring& arguments,
-                     DWORD timeoutMs, const std::wstring& currentFolder = L"");
-
 // Top-level windows.
 struct WindowQuery {
     const wchar_t* className = nullptr;  // null: any
@@ -117,7 +89,6 @@ std::vector<HWND> ChildWindows(HWND parent, const wchar_t* className = nullptr);
 std::vector<std::wstring> ChildTexts(HWND parent);
 
 // Messages are posted, so a modal loop started by the command cannot block the test.
-bool RequestClose(HWND window);                // WM_CLOSE, as the caption's close button
 bool PressButton(HWND dialog, int controlId);  // BN_CLICKED from that control
 bool SendCommand(HWND window, int commandId);  // as a menu command
 
@@ -125,8 +96,6 @@ bool SendCommand(HWND window, int commandId);  // as a menu command
 int ListViewRowCount(HWND listView);  // -1 when the window does not answer
 std::wstring ListViewCellText(HWND listView, int row, int column);
 std::wstring ListViewColumnHeader(HWND listView, int column);
-// The list view among the descendants whose first column header reads `header`.
-HWND FindListViewByHeader(HWND parent, std::wstring_view header);
 
 // Columns of a list view: widths and the header's sort arrow (+1 up, -1 down, 0 none).
 int ListViewColumnWidth(HWND listView, int column);
@@ -165,9 +134,8 @@ std::wstring MessageBoxMessage(HWND dialog);
 // window's thread (or to the window itself when it has none).
 bool PressKey(HWND window, UINT virtualKey);
 bool ClickAt(HWND window, POINT client);
-// Picture of one window (its screen area), or of the whole screen, as
-// <name>.png under build/screenshots/. The path written, or empty.
+// Picture of one window (its screen area) as <name>.png under
+// build/screenshots/. The path written, or empty.
 std::wstring SaveWindowScreenshot(HWND window, const std::wstring& name);
-std::wstring SaveScreenshot(const std::wstring& name);
 
 }  // namespace TestDriver

@@ -176,10 +176,6 @@ std::vector<std::wstring> ChildTexts(HWND parent) {
     return texts;
 }
 
-bool RequestClose(HWND window) {
-    return PostMessageW(window, WM_CLOSE, 0, 0) != 0;
-}
-
 bool PressButton(HWND dialog, int controlId) {
     HWND button = GetDlgItem(dialog, controlId);
     return PostMessageW(dialog, WM_COMMAND, MAKEWPARAM(controlId, BN_CLICKED),
@@ -230,15 +226,6 @@ std::wstring ListViewColumnHeader(HWND listView, int column) {
     LVCOLUMNW record{};
     record.mask = LVCF_TEXT;
     return RemoteRecordText(listView, LVM_GETCOLUMNW, column, record);
-}
-
-HWND FindListViewByHeader(HWND parent, std::wstring_view header) {
-    for (HWND listView : ChildWindows(parent, WC_LISTVIEWW)) {
-        if (ListViewColumnHeader(listView, 0) == header) {
-            return listView;
-        }
-    }
-    return nullptr;
 }
 
 int ListViewColumnWidth(HWND listView, int column) {

@@ -15,9 +15,8 @@
 //
 // Example: "C:progress=10,50;text=Checking files|No problems;progress=100".
 // Another drive gets only the closing report, with success. A field this
-// double does not know sends a text report naming it and closes with FALSE,
-// so a mistyped script shows up as a failed check. If the callback answers
-// FALSE, nothing more is sent.
+// double does not know closes with FALSE, so a mistyped script shows up as a
+// failed check. If the callback answers FALSE, nothing more is sent.
 //
 // ORDALIS_FMIFS_LOG names a file to which every call appends one UTF-8 line
 // before any report is sent:
@@ -26,6 +25,7 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <cwctype>
 #include <string>
 #include <string_view>
@@ -78,11 +78,8 @@ std::vector<std::wstring_view> Split(std::wstring_view text, wchar_t separator) 
     }
 }
 
-// Digits only, at most nine of them.
-bool ParseNumber(std::wstring_view text, DWORD* value) {
-    if (text.empty() || text.size() > 9 || text.find_first_not_of(L"0123456789") != std::wstring_view::npos) return false;
-    *value = std::stoul(std::wstring(text));
-    return true;
+DWORD Number(std::wstring_view text) {
+    return static_cast<DWORD>(std::wcstoul(std::wstring(text).c_str(), nullptr, 10));
 }
 
 // The reports of the drive's script in order; the closing report's success.
@@ -92,28 +89,19 @@ bool ParseScript(std::wstring_view fields, std::vector<Report>& reports, DWORD& 
         const size_t equals = field.find(L'=');
         const std::wstring_view key = field.substr(0, equals);
         const std::wstring_view value = equals == std::wstring_view::npos ? L"" : field.substr(equals + 1);
-        bool understood = equals != std::wstring_view::npos;
         if (key == L"progress") {
             for (std::wstring_view number : Split(value, L',')) {
-                DWORD percent = 0;
-                understood = understood && ParseNumber(number, &percent);
-                reports.push_back({kCommandProgress, percent, {}});
+                reports.push_back({kCommandProgress, Number(number), {}});
             }
         } else if (key == L"text") {
             for (std::wstring_view line : Split(value, L'|')) {
                 reports.push_back({kCommandOutput, 0, ToCodePage(std::wstring(line) + L"\r\n", CP_OEMCP)});
             }
         } else if (key == L"delay") {
-            understood = understood && ParseNumber(value, &delayMs);
-        } else if (key == L"result" && (value == L"ok" || value == L"fail")) {
-            success = value == L"ok";
+            delayMs = Number(value);
         } else {
-            understood = false;
-        }
-        if (!understood) {
-            const std::wstring message = L"fmifs double: cannot read script field '" + std::wstring(field) + L"'\r\n";
-            reports.push_back({kCommandOutput, 0, ToCodePage(message, CP_OEMCP)});
-            return false;
+            // "result=fail", and any field this double does not know.
+            success = success && key == L"result" && value == L"ok";
         }
     }
     return success;
