@@ -63,16 +63,6 @@ constexpr const wchar_t* kBuiltInMasks[] = {
     L"*\\memory.dmp",
 };
 
-// Matching runs for every file of a walk, on the walk's thread: the
-// upper-cased path goes into a buffer of that thread that only ever grows.
-std::wstring_view UpperCaseInto(std::wstring& buffer, std::wstring_view path) {
-  buffer.resize(path.size());
-  for (size_t i = 0; i < path.size(); ++i) buffer[i] = UpperCaseUnit(path[i]);
-  return buffer;
-}
-
-thread_local std::wstring tUpperPath;
-
 bool IsMask(FilterKind kind) { return kind == FilterKind::UserMask || kind == FilterKind::BuiltInMask; }
 
 }  // namespace
@@ -80,11 +70,12 @@ bool IsMask(FilterKind kind) { return kind == FilterKind::UserMask || kind == Fi
 bool FitsFilterFile(std::wstring_view text) { return text.size() <= kMaxFilterTextCount; }
 
 bool WildcardMatch(std::wstring_view path, std::wstring_view upperMask) {
-  return MatchUpper(UpperCaseInto(tUpperPath, path), upperMask);
+  return MatchUpper(UpperCaseText(path).View(), upperMask);
 }
 
 int IsFileExcluded(const std::wstring& path) {
-  std::wstring_view upper = UpperCaseInto(tUpperPath, path);
+  const UpperCaseText upperPath(path);
+  const std::wstring_view upper = upperPath.View();
   for (const FilterEntry* entry = gExclusions.head; entry; entry = entry->next) {
     if (entry->kind == FilterKind::File) {
       if (upper == entry->upperText) return 1;
@@ -105,7 +96,8 @@ int IsFileExcluded(const std::wstring& path) {
 }
 
 int IsFolderExcluded(const std::wstring& path) {
-  std::wstring_view upper = UpperCaseInto(tUpperPath, path);
+  const UpperCaseText upperPath(path);
+  const std::wstring_view upper = upperPath.View();
   for (const FilterEntry* entry = gExclusions.head; entry; entry = entry->next) {
     if (entry->kind == FilterKind::Folder) {
       // Deliberately loose: the folder's text anywhere in the path cuts it off,

@@ -1,6 +1,7 @@
 #include "util/WideString.h"
 
 #include <algorithm>
+#include <iterator>
 
 wchar_t UpperCaseUnitBeyondAscii(wchar_t unit) {
   uint32_t c = static_cast<uint32_t>(unit);
@@ -127,12 +128,18 @@ bool MatchUpper(std::wstring_view path, std::wstring_view mask) {
 }
 
 bool NameMatches(std::wstring_view pattern, std::wstring_view name) {
-  thread_local std::wstring upperPattern, upperName;
-  upperPattern.resize(pattern.size());
-  for (size_t i = 0; i < pattern.size(); ++i) upperPattern[i] = UpperCaseUnit(pattern[i]);
-  upperName.resize(name.size());
-  for (size_t i = 0; i < name.size(); ++i) upperName[i] = UpperCaseUnit(name[i]);
-  return MatchUpper(upperName, upperPattern);
+  const UpperCaseText upperPattern(pattern), upperName(name);
+  return MatchUpper(upperName.View(), upperPattern.View());
+}
+
+UpperCaseText::UpperCaseText(std::wstring_view text) {
+  wchar_t* out = inPlace_;
+  if (text.size() > std::size(inPlace_)) {
+    beyond_.resize(text.size());
+    out = beyond_.data();
+  }
+  for (size_t i = 0; i < text.size(); ++i) out[i] = UpperCaseUnit(text[i]);
+  view_ = std::wstring_view(out, text.size());
 }
 
 std::wstring FormatWithStrings(std::wstring_view format, std::initializer_list<std::wstring_view> args) {

@@ -38,6 +38,26 @@ bool MatchUpper(std::wstring_view text, std::wstring_view mask);
 // any run, "?" one character, case-insensitive (see above).
 bool NameMatches(std::wstring_view pattern, std::wstring_view name);
 
+// The upper-case form of a text, made where it is needed and held by the
+// caller: in place for texts up to a long path's usual length, on the heap
+// beyond it. Matching runs for every file of a walk, so it must not allocate
+// for each; a buffer kept per thread instead (thread_local) is no way out:
+// the Windows runtime frees a thread's storage before it runs the
+// destructors of that thread's objects, which then free whatever pointer
+// the freed block holds by then, another thread's memory included.
+class UpperCaseText {
+ public:
+  explicit UpperCaseText(std::wstring_view text);
+  UpperCaseText(const UpperCaseText&) = delete;
+  UpperCaseText& operator=(const UpperCaseText&) = delete;
+  std::wstring_view View() const { return view_; }
+
+ private:
+  wchar_t inPlace_[520];
+  std::wstring beyond_;
+  std::wstring_view view_;
+};
+
 struct NoCaseHash {
   using is_transparent = void;
   size_t operator()(std::wstring_view text) const { return HashNoCase(text); }

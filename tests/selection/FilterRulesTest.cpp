@@ -26,6 +26,7 @@ class FilterTest : public ::testing::Test {
 
 // The path is matched whole against an upper-case mask; '*' crosses folders.
 TEST(WildcardMatchTest, StarsQuestionMarksAndBacktrackingOverTheWholePath) {
+  const std::wstring deep = L"C:\\" + std::wstring(600, L'd') + L"\\x.tmp";
   const struct {
     const wchar_t* path;
     const wchar_t* upperMask;
@@ -48,6 +49,8 @@ TEST(WildcardMatchTest, StarsQuestionMarksAndBacktrackingOverTheWholePath) {
       {L"AXBXBC", L"A*BC", true},
       {L"ABABAC", L"*ABAC", true},
       {L"MISSISSIPPI", L"M*ISS*PX", false},
+      // A path beyond the classic length limit is upper-cased all the same.
+      {deep.c_str(), L"C:\\D*D\\X.TMP", true},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(WildcardMatch(c.path, c.upperMask), c.matches)
