@@ -41,10 +41,11 @@ bool NameMatches(std::wstring_view pattern, std::wstring_view name);
 // The upper-case form of a text, made where it is needed and held by the
 // caller: in place for texts up to a long path's usual length, on the heap
 // beyond it. Matching runs for every file of a walk, so it must not allocate
-// for each; a buffer kept per thread instead (thread_local) is no way out:
-// the Windows runtime frees a thread's storage before it runs the
-// destructors of that thread's objects, which then free whatever pointer
-// the freed block holds by then, another thread's memory included.
+// for each. A buffer kept per thread (thread_local) is no way out: as a
+// thread ends, the Windows build's runtime frees the block that holds the
+// thread's thread_local objects before it runs their destructors, which then
+// free whatever pointer the freed block holds by then, another thread's
+// memory included.
 class UpperCaseText {
  public:
   explicit UpperCaseText(std::wstring_view text);
