@@ -4,6 +4,8 @@
 // into the list.
 #include "ProgramCase.h"
 
+#include <optional>
+
 namespace {
 
 using namespace e2e;
@@ -126,9 +128,15 @@ TEST_F(StartupChecks, AStartThatCannotGoOnAsUsualSaysWhyFirst) {
         SCOPED_TRACE(row.name);
         const std::string name = row.name;
         Prepare(name, row.program, row.settings, name != "no-fmifs");
+        // As a system without one, until the row ends, however it ends: the
+        // cases after it need the checker back.
+        struct CheckerBack {
+            ~CheckerBack() { InstallSystemChecker(); }
+        };
+        std::optional<CheckerBack> checkerBack;
         if (name == "no-fmifs") {
-            // As a system without one; the next case's preparation puts it back.
             const std::wstring checker = SystemChecker().wstring();
+            checkerBack.emplace();
             ASSERT_TRUE(MoveFileExW(checker.c_str(), (checker + L".hidden").c_str(), MOVEFILE_REPLACE_EXISTING));
         }
         if (name == "no-panels") {
